@@ -1,0 +1,33 @@
+# Everything the code is compiled with hangs on this one target.
+add_library(project_options INTERFACE)
+target_compile_features(project_options INTERFACE cxx_std_20)
+target_compile_options(project_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror)
+target_compile_definitions(project_options INTERFACE
+    QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
+    QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
+target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+
+if(ARKIVON_SANITIZE)
+    target_compile_options(project_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined
+                                                     -fno-omit-frame-pointer)
+    target_link_options(project_options INTERFACE -fsanitize=address,undefined)
+endif()
+if(ARKIVON_FUZZ)
+    target_compile_options(project_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined
+                                                     -fno-sanitize-recover=undefined)
+    target_link_options(project_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# add_floor(NAME sources...): one folder of src/ as a static library.
+function(add_floor name)
+    add_library(${name} STATIC ${ARGN})
+    target_link_libraries(${name} PUBLIC project_options)
+endfunction()
+
+# add_qt_test(NAME libraries...): the test program NAME.cpp of the current folder, run by CTest.
+function(add_qt_test name)
+    add_executable(${name} ${name}.cpp)
+    target_link_libraries(${name} PRIVATE ${ARGN} Qt5::Test project_options)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 120 ENVIRONMENT "LC_ALL=C.UTF-8")
+endfunction()

@@ -1,0 +1,313 @@
+#include "events/Dispatcher.h"
+
+#include "base/Clock.h"
+#include "base/Messages.h"
+#include "events/EventData.h"
+#include "events/HandlerTable.h"
+#include "interp/BlockSteps.h"
+#include "interp/ChannelSteps.h"
+#include "interp/Statements.h"
+#include "program/AST.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace {
+constexpr int kExecStatementEvent = 1013;
+constexpr int kMainlinePriority = -1; // below everything else that is posted
+constexpr int kUnboundedBufferBytes = 64 * 1024;
+
+/// One statement of the mainline on its way.
+class ExecStatementEvent : public QEvent
+{
+public:
+    explicit ExecStatementEvent(const Body *statement)
+        : QEvent(static_cast<QEvent::Type>(kExecStatementEvent))
+        , body(statement)
+    {}
+    const Body *const body;
+};
+
+bool isSameError(const CustomEvent &left, const CustomEvent &right)
+{
+    return left.type == EventType::Error && right.type == EventType::Error && left.device == right.device &&
+           left.errorCode == right.errorCode;
+}
+} // namespace
+
+Dispatcher::Dispatcher(AST &program, Interpreter &interpreter, QObject *parent)
+    : QObject(parent)
+    , m_program(program)
+    , m_interpreter(interpreter)
+{
+    interpreter.setEvents(this);
+}
+
+Dispatcher::~Dispatcher()
+{
+    stopHold();
+    m_interpreter.setEvents(nullptr);
+}
+
+void Dispatcher::prepare()
+{
+    m_handlers = std::make_unique<HandlerTable>(m_program, m_interpreter);
+    const auto *mainline = dynamic_cast<const StatementList *>(m_program.mainlineBlock.get());
+    if (!mainline) {
+        return;
+    }
+    for (const auto &statement : mainline->statements) {
+        if (statement) {
+            m_mainline.push_back(m_interpreter.prepareBody(*statement, Name()));
+        }
+    }
+}
+
+void Dispatcher::press(int deviceNumber, int channel)
+{
+    releaseToItems();
+    stopHold();
+    m_heldDevice = deviceNumber;
+    m_heldChannel = channel;
+    m_holdTicket = Clock::instance().every(100, [this] { tickHold(); });
+    CustomEvent event;
+    event.type = EventType::Push;
+    event.device = { deviceNumber, 1, 0 };
+    event.channel = channel;
+    raiseChannel(event);
+}
+
+void Dispatcher::release(int deviceNumber, int channel)
+{
+    releaseToItems();
+    stopHold();
+    m_heldDevice = deviceNumber;
+    m_heldChannel = channel;
+    CustomEvent event;
+    event.type = EventType::Release;
+    event.device = { deviceNumber, 1, 0 };
+    event.channel = channel;
+    raiseChannel(event);
+}
+
+void Dispatcher::changeLevel(int deviceNumber, int levelCode, int value)
+{
+    buttonStatus(deviceNumber).recordLevel(levelCode, value);
+    const std::unique_ptr<StructType> data = makeLevelData(deviceNumber, levelCode, value);
+    m_program.levels().levelToVariables(deviceNumber, levelCode, value);
+    CustomEvent event;
+    event.type = EventType::Level;
+    event.device = { deviceNumber, 1, 0 };
+    event.levelCode = levelCode;
+    event.levelValue = value;
+    dispatch(event, data.get());
+}
+
+void Dispatcher::raiseData(const CustomEvent &event, const DataFields &fields)
+{
+    const std::unique_ptr<StructType> data = makeData(event.device, fields);
+    dispatch(event, data.get());
+}
+
+void Dispatcher::raiseChannel(const CustomEvent &event)
+{
+    const std::unique_ptr<StructType> data = makeButtonData({ event.device, event.channel }, event.elapsedTenths);
+    dispatch(event, data.get());
+}
+
+void Dispatcher::simulatePush(int deviceNumber, int port, int channel)
+{
+    releaseToItems();
+    const std::unique_ptr<StructType> data = makeButtonData({ { deviceNumber, 1, 0 }, channel }, 0);
+    CustomEvent event;
+    event.type = EventType::Push;
+    event.device = { deviceNumber, port, 0 };
+    event.channel = channel;
+    dispatch(event, data.get());
+}
+
+void Dispatcher::raiseCommand(const DeviceAddress &device, const QByteArray &text)
+{
+    CustomEvent event;
+    event.type = EventType::Command;
+    event.device = device;
+    DataFields fields;
+    fields.text = text;
+    raiseData(event, fields);
+}
+
+void Dispatcher::raiseTimeline(const TimelineFigures &figures)
+{
+    const std::unique_ptr<StructType> data = makeTimelineData(figures);
+    CustomEvent event;
+    event.type = EventType::Timeline;
+    event.timelineId = figures.id;
+    dispatch(event, data.get());
+}
+
+void Dispatcher::releaseToItems()
+{
+    DeviceActions *devices = m_program.devices();
+    if (!devices) {
+        return;
+    }
+    std::vector<ChannelAddress> held;
+    held.swap(m_interpreter.heldPanelChannels());
+    for (const ChannelAddress &channel : held) {
+        setChannelFeedback(m_program, channel.device.number, channel.channel, 0);
+    }
+    devices->releaseHeldOutputs();
+    devices->cancelRemoteToItems();
+}
+
+void Dispatcher::runMainlinePass()
+{
+    if (m_pendingStatements > 0 || m_program.stopRequested()) {
+        return;
+    }
+    for (const int type : { int(PanelEvent::LevelChanged), int(PanelEvent::Pressed), int(PanelEvent::Released) }) {
+        QCoreApplication::sendPostedEvents(this, type);
+    }
+    for (const Body &statement : m_mainline) {
+        ++m_pendingStatements;
+        QCoreApplication::postEvent(this, new ExecStatementEvent(&statement), kMainlinePriority);
+    }
+}
+
+void Dispatcher::dropPendingMainline()
+{
+    QCoreApplication::removePostedEvents(this, kExecStatementEvent);
+    m_pendingStatements = 0;
+}
+
+void Dispatcher::runStartBlock()
+{
+    if (m_program.startBlock) {
+        m_startBlock = m_interpreter.prepareBody(*m_program.startBlock, Name());
+        m_interpreter.execute(m_startBlock, nullptr);
+    }
+}
+
+ButtonStatusSaver &Dispatcher::buttonStatus(int deviceNumber)
+{
+    return m_buttonStatus[deviceNumber];
+}
+
+const ButtonStatusSaver *Dispatcher::findButtonStatus(int deviceNumber) const
+{
+    const auto found = m_buttonStatus.find(deviceNumber);
+    return found != m_buttonStatus.end() ? &found->second : nullptr;
+}
+
+void Dispatcher::customEvent(QEvent *event)
+{
+    switch (static_cast<int>(event->type())) {
+    case PanelEvent::Pressed: {
+        const auto *panel = static_cast<PanelEvent *>(event);
+        press(panel->deviceNumber, panel->code);
+        break;
+    }
+    case PanelEvent::Released: {
+        const auto *panel = static_cast<PanelEvent *>(event);
+        release(panel->deviceNumber, panel->code);
+        break;
+    }
+    case PanelEvent::LevelChanged: {
+        const auto *panel = static_cast<PanelEvent *>(event);
+        changeLevel(panel->deviceNumber, panel->code, panel->value);
+        break;
+    }
+    case kExecStatementEvent:
+        m_interpreter.execute(*static_cast<ExecStatementEvent *>(event)->body, nullptr);
+        m_pendingStatements = std::max(m_pendingStatements - 1, 0);
+        break;
+    default:
+        return;
+    }
+    event->accept();
+}
+
+void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
+{
+    if (!m_handlers || m_program.stopRequested()) {
+        return;
+    }
+    if (observer) {
+        observer(event);
+    }
+    const bool isRepeatedError = std::any_of(m_inProgress.begin(), m_inProgress.end(),
+                                             [&event](const CustomEvent &outer) { return isSameError(outer, event); });
+    if (isRepeatedError) {
+        return;
+    }
+    if (event.type == EventType::String) {
+        fillBuffer(event);
+    }
+    const ChannelAddress input{ event.device, event.channel };
+    m_program.setPushed(event.type == EventType::Push ? input : ChannelAddress{});
+    m_program.setReleased(event.type == EventType::Release ? input : ChannelAddress{});
+    if (event.type == EventType::Offline && event.device.number == m_heldDevice) {
+        stopHold();
+        m_heldDevice = -1;
+        m_heldChannel = 0;
+    }
+    m_inProgress.push_back(event);
+    m_lastEvent = event;
+    m_handlers->handle(event, data);
+    m_inProgress.pop_back();
+    if (!m_inProgress.empty()) {
+        // A dispatch within a handler: the handler goes on with what it saw before.
+        const CustomEvent &outer = m_inProgress.back();
+        const ChannelAddress outerInput{ outer.device, outer.channel };
+        m_program.setPushed(outer.type == EventType::Push ? outerInput : ChannelAddress{});
+        m_program.setReleased(outer.type == EventType::Release ? outerInput : ChannelAddress{});
+        m_lastEvent = outer;
+    }
+}
+
+void Dispatcher::tickHold()
+{
+    ++m_holdTenths;
+    CustomEvent event;
+    event.type = EventType::Hold;
+    event.device = { m_heldDevice, 1, 0 };
+    event.channel = m_heldChannel;
+    event.elapsedTenths = m_holdTenths;
+    raiseChannel(event);
+}
+
+void Dispatcher::stopHold()
+{
+    Clock::instance().cancel(m_holdTicket);
+    m_holdTicket = 0;
+    m_holdTenths = 0;
+}
+
+void Dispatcher::fillBuffer(const CustomEvent &event)
+{
+    const auto found = m_program.buffers().find(event.device);
+    if (found == m_program.buffers().end()) {
+        return;
+    }
+    Array *buffer = asArray(m_program.findGlobal(found->second));
+    if (!buffer) {
+        return;
+    }
+    // When the buffer is full the oldest bytes make room; that is said once until it has been emptied.
+    if (buffer->length() == 0) {
+        m_overflowed.erase(found->second.id());
+    }
+    const int limit = buffer->maxLength() > 0 ? buffer->maxLength() : kUnboundedBufferBytes;
+    QByteArray data = event.data.right(limit);
+    const int excess = buffer->length() + data.size() - limit;
+    if (excess > 0 || data.size() < event.data.size()) {
+        buffer->dropFront(std::max(excess, 0));
+        if (m_overflowed.insert(found->second.id()).second) {
+            m_program.reportWarning(
+                translated(QT_TRANSLATE_NOOP("messages", "Buffer %1 overflowed")).arg(found->second.text()));
+        }
+    }
+    buffer->appendBytes({ data.constData(), static_cast<size_t>(data.size()) });
+    m_program.storage().saveVariable(*buffer);
+}

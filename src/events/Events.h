@@ -1,0 +1,60 @@
+#pragma once
+#include "model/StructType.h"
+
+#include <QByteArray>
+#include <QEvent>
+
+/// What can happen, as the dispatcher and the handlers see it.
+enum class EventType : int {
+    Online = 1001,
+    String = 1002,
+    Push = 1003,
+    Release = 1004,
+    Hold = 1005,
+    Level = 1006,
+    Offline = 1007,
+    Error = 1008,
+    Timeline = 1009,
+    Command = 1010,
+};
+
+/// One event. Which of the further fields count depends on the type.
+struct CustomEvent
+{
+    EventType type = EventType::Online;
+    DeviceAddress device{};
+    QByteArray data{};     // String: what arrived
+    int channel = 0;       // Push, Release, Hold
+    int elapsedTenths = 0; // Hold: since the push
+    int levelCode = 0;     // Level
+    int levelValue = 0;    // Level
+    int errorCode = 0;     // Error
+    int timelineId = 0;    // Timeline
+};
+
+/// What DATA holds besides the device while a data event runs.
+struct DataFields
+{
+    QByteArray text{};
+    qint64 number = 0;
+    QByteArray sourceIp{};
+    int sourcePort = 0;
+};
+
+/// Posted from the threads of panel connections to the dispatcher, with this priority.
+constexpr int kPanelEventPriority = 200;
+
+class PanelEvent : public QEvent
+{
+public:
+    enum Kind : int { Pressed = 1011, Released = 1012, LevelChanged = 1014 };
+    PanelEvent(Kind kind, quint16 device, int channelOrLevel, int levelValue = 0)
+        : QEvent(static_cast<QEvent::Type>(kind))
+        , deviceNumber(device)
+        , code(channelOrLevel)
+        , value(levelValue)
+    {}
+    const quint16 deviceNumber;
+    const int code;  // the channel, or the level code
+    const int value; // of the level
+};

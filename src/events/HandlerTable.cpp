@@ -1,0 +1,312 @@
+#include "events/HandlerTable.h"
+
+#include "base/Messages.h"
+#include "base/SystemNumber.h"
+#include "interp/Preparer.h"
+#include "interp/Run.h"
+#include "model/Values.h"
+#include "program/AST.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <set>
+
+namespace {
+EventType eventTypeOf(int subHandlerTag)
+{
+    switch (subHandlerTag) {
+    case 30:
+        return EventType::Online;
+    case 31:
+        return EventType::String;
+    case 32:
+        return EventType::Push;
+    case 33:
+        return EventType::Hold;
+    case 34:
+        return EventType::Release;
+    case 35:
+        return EventType::Offline;
+    case 36:
+        return EventType::Error;
+    default:
+        return EventType::Command;
+    }
+}
+
+Name dataNameOf(const char *text)
+{
+    return Name(QString::fromLatin1(text));
+}
+
+/// Systems agree when they are equal, or one is 0 and the other this controller's.
+bool sameSystem(int left, int right)
+{
+    return left == right || (left == 0 && right == localSystemNumber()) || (right == 0 && left == localSystemNumber());
+}
+} // namespace
+
+HandlerTable::HandlerTable(AST &program, Interpreter &interpreter)
+    : m_program(program)
+    , m_interpreter(interpreter)
+{
+    for (const auto &node : program.eventHandlers()) {
+        add(*node);
+    }
+}
+
+HandlerTable::~HandlerTable() = default;
+
+void HandlerTable::handle(const CustomEvent &event, BasicType *data)
+{
+    Kind kind = Kind::Data;
+    switch (event.type) {
+    case EventType::Push:
+    case EventType::Release:
+    case EventType::Hold:
+        kind = Kind::Channel;
+        break;
+    case EventType::Level:
+        kind = Kind::Level;
+        break;
+    case EventType::Timeline:
+        kind = Kind::Timeline;
+        break;
+    case EventType::Online:
+    case EventType::String:
+    case EventType::Offline:
+    case EventType::Error:
+    case EventType::Command:
+        break;
+    }
+    static const HandlerList none;
+    const auto byDevice = m_byDevice.find({ kind, event.device.number });
+    const HandlerList &first = byDevice != m_byDevice.end() ? byDevice->second : none;
+    const auto others = m_others.find(kind);
+    const HandlerList &second = others != m_others.end() ? others->second : none;
+    if (second.empty()) {
+        for (const Handler *handler : first) {
+            runMatching(*handler, event, data);
+        }
+        return;
+    }
+    // File order over both lists: handlers are stored one after another, so their places tell it.
+    HandlerList merged;
+    const auto fileOrder = [](const Handler *a, const Handler *b) { return a->order < b->order; };
+    std::merge(first.begin(), first.end(), second.begin(), second.end(), std::back_inserter(merged), fileOrder);
+    for (const Handler *handler : merged) {
+        runMatching(*handler, event, data);
+    }
+}
+
+void HandlerTable::add(const EventHandler &node)
+{
+    if (const auto *button = dynamic_cast<const ButtonEventHandler *>(&node)) {
+        addButtonHandler(*button);
+    } else if (const auto *level = dynamic_cast<const LevelEventHandler *>(&node)) {
+        addLevelHandler(*level);
+    } else if (const auto *data = dynamic_cast<const DataEventHandler *>(&node)) {
+        addDataHandler(*data);
+    } else if (const auto *timeline = dynamic_cast<const TimelineEventHandler *>(&node)) {
+        addTimelineHandler(*timeline);
+    }
+}
+
+void HandlerTable::addButtonHandler(const ButtonEventHandler &node)
+{
+    Handler handler;
+    handler.kind = Kind::Channel;
+    handler.channels = prepareChannels(node.buttons);
+    handler.subHandlers = prepareSubHandlers(node.handlers, dataNameOf("BUTTON"));
+    addToIndex(std::move(handler));
+}
+
+void HandlerTable::addLevelHandler(const LevelEventHandler &node)
+{
+    Handler handler;
+    handler.kind = Kind::Level;
+    handler.channels = prepareChannels(node.levels);
+    if (node.body) {
+        SubHandler body;
+        body.type = EventType::Level;
+        body.body = m_interpreter.prepareBody(*node.body, dataNameOf("LEVEL"));
+        handler.subHandlers.push_back(std::move(body));
+    }
+    addToIndex(std::move(handler));
+}
+
+void HandlerTable::addDataHandler(const DataEventHandler &node)
+{
+    Handler handler;
+    handler.kind = Kind::Data;
+    for (const DeviceReference &reference : node.devices) {
+        if (const Device *device = reference.resolve(m_program)) {
+            handler.devices.push_back(device->address());
+        }
+    }
+    handler.subHandlers = prepareSubHandlers(node.handlers, dataNameOf("DATA"));
+    addToIndex(std::move(handler));
+}
+
+void HandlerTable::addTimelineHandler(const TimelineEventHandler &node)
+{
+    Handler handler;
+    handler.kind = Kind::Timeline;
+    for (const auto &id : node.ids) {
+        handler.timelineIds.push_back(m_interpreter.prepareExpression(*id));
+    }
+    if (node.body) {
+        SubHandler body;
+        body.type = EventType::Timeline;
+        body.body = m_interpreter.prepareBody(*node.body, dataNameOf("TIMELINE"));
+        handler.subHandlers.push_back(std::move(body));
+    }
+    addToIndex(std::move(handler));
+}
+
+std::vector<HandlerTable::ChannelSpecification>
+HandlerTable::prepareChannels(const std::vector<std::unique_ptr<ButtonExpression>> &nodes)
+{
+    std::vector<ChannelSpecification> specifications;
+    Preparer preparer(m_program, m_interpreter);
+    for (const auto &node : nodes) {
+        ChannelSpecification specification;
+        specification.code = std::make_unique<ChannelCode>(*node, preparer);
+        specification.isConstant = specification.code->isConstant();
+        if (specification.isConstant) {
+            specification.constant = specification.code->collect(m_interpreter.run());
+        }
+        specifications.push_back(std::move(specification));
+    }
+    return specifications;
+}
+
+std::vector<HandlerTable::SubHandler>
+HandlerTable::prepareSubHandlers(const std::vector<std::unique_ptr<SubEventHandler>> &nodes, Name dataName)
+{
+    std::vector<SubHandler> handlers;
+    for (const auto &node : nodes) {
+        SubHandler handler;
+        handler.type = eventTypeOf(node->typeTag());
+        if (const auto *hold = dynamic_cast<const HoldSubEventHandler *>(node.get())) {
+            handler.repeats = hold->repeats;
+            handler.holdTenths = hold->holdTenths;
+        }
+        if (node->body) {
+            handler.body = m_interpreter.prepareBody(*node->body, dataName);
+        }
+        handlers.push_back(std::move(handler));
+    }
+    return handlers;
+}
+
+void HandlerTable::addToIndex(Handler handler)
+{
+    handler.order = static_cast<int>(m_handlers.size());
+    std::set<int> numbers;
+    bool isFixed = handler.kind != Kind::Timeline;
+    for (const DeviceAddress &device : handler.devices) {
+        numbers.insert(device.number);
+    }
+    for (const ChannelSpecification &specification : handler.channels) {
+        isFixed = isFixed && specification.isConstant;
+        for (const ChannelGroup &group : specification.constant) {
+            numbers.insert(group.device.number);
+            // What a virtual device stands for may change while the program runs.
+            isFixed = isFixed && !DeviceCombineManager::isVirtual(group.device.number);
+        }
+    }
+    m_handlers.push_back(std::make_unique<Handler>(std::move(handler)));
+    const Handler *added = m_handlers.back().get();
+    if (!isFixed) {
+        m_others[added->kind].push_back(added);
+        return;
+    }
+    for (const int number : numbers) {
+        m_byDevice[{ added->kind, number }].push_back(added);
+    }
+}
+
+bool HandlerTable::matches(const Handler &handler, const CustomEvent &event) const
+{
+    switch (handler.kind) {
+    case Kind::Channel:
+        return matchesChannel(handler, event.device.number, event.channel);
+    case Kind::Level:
+        return matchesChannel(handler, event.device.number, event.levelCode);
+    case Kind::Timeline:
+        return matchesTimeline(handler, event.timelineId);
+    case Kind::Data:
+        break;
+    }
+    return std::any_of(handler.devices.begin(), handler.devices.end(), [&event](const DeviceAddress &device) {
+        return device.number == event.device.number && device.port == event.device.port &&
+               sameSystem(device.system, event.device.system);
+    });
+}
+
+bool HandlerTable::matchesChannel(const Handler &handler, int deviceNumber, int code) const
+{
+    const auto groupMatches = [this, deviceNumber, code](const ChannelGroup &group) {
+        const bool hasCode = std::any_of(group.channels.begin(), group.channels.end(),
+                                         [code](qint64 channel) { return channel == 0 || channel == code; });
+        if (!hasCode) {
+            return false;
+        }
+        if (group.device.number == deviceNumber) {
+            return true;
+        }
+        const std::vector<DeviceAddress> addresses = m_program.expandDevice(group.device);
+        return std::any_of(addresses.begin(), addresses.end(),
+                           [deviceNumber](const DeviceAddress &address) { return address.number == deviceNumber; });
+    };
+    for (const ChannelSpecification &specification : handler.channels) {
+        if (specification.isConstant) {
+            if (std::any_of(specification.constant.begin(), specification.constant.end(), groupMatches)) {
+                return true;
+            }
+            continue;
+        }
+        const std::vector<ChannelGroup> groups = specification.code->collect(m_interpreter.run());
+        if (std::any_of(groups.begin(), groups.end(), groupMatches)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool HandlerTable::matchesTimeline(const Handler &handler, int id) const
+{
+    return std::any_of(handler.timelineIds.begin(), handler.timelineIds.end(), [this, id](const auto &code) {
+        ValueRef hold;
+        const std::vector<qint64> ids = wholeNumbersOf(code->view(m_interpreter.run(), hold));
+        return std::find(ids.begin(), ids.end(), id) != ids.end();
+    });
+}
+
+void HandlerTable::runMatching(const Handler &handler, const CustomEvent &event, BasicType *data)
+{
+    const bool isWanted = std::any_of(handler.subHandlers.begin(), handler.subHandlers.end(),
+                                      [&event](const SubHandler &subHandler) { return subHandler.type == event.type; });
+    if (!isWanted) {
+        return;
+    }
+    for (const SubHandler &subHandler : handler.subHandlers) {
+        if (subHandler.type != event.type || !matches(handler, event)) {
+            continue;
+        }
+        if (event.type == EventType::Hold) {
+            if (subHandler.holdTenths < 1) {
+                m_program.reportError(translated(QT_TRANSLATE_NOOP("messages", "Wrong hold time")));
+                return;
+            }
+            const bool isDue = subHandler.repeats ? event.elapsedTenths % subHandler.holdTenths == 0
+                                                  : event.elapsedTenths == subHandler.holdTenths;
+            if (!isDue) {
+                continue;
+            }
+        }
+        m_interpreter.execute(subHandler.body, data);
+    }
+}

@@ -1,0 +1,72 @@
+#pragma once
+#include "events/EventHandlers.h"
+#include "events/Events.h"
+#include "interp/Channels.h"
+#include "interp/Interpreter.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+class AST;
+
+/// The prepared handlers of a program, found by kind of event and device, kept in file order.
+/// Specifications made of constants are evaluated once, here; others at every event.
+/// Owns: the prepared bodies. Thread: the main thread.
+class HandlerTable
+{
+public:
+    HandlerTable(AST &program, Interpreter &interpreter);
+    ~HandlerTable();
+
+    /// Runs every matching body. data: the event's structure, borrowed.
+    void handle(const CustomEvent &event, BasicType *data);
+
+private:
+    /// What one handler listens to: channels of devices, with channel 0 for all of them.
+    struct ChannelSpecification
+    {
+        std::unique_ptr<ChannelCode> code;
+        std::vector<ChannelGroup> constant; // evaluated at load
+        bool isConstant = false;
+    };
+    struct SubHandler
+    {
+        EventType type = EventType::Push;
+        bool repeats = false;
+        int holdTenths = 0;
+        Body body;
+    };
+    enum class Kind { Data, Channel, Level, Timeline };
+    struct Handler
+    {
+        Kind kind = Kind::Data;
+        int order = 0;                                    // in the file
+        std::vector<DeviceAddress> devices{};             // Data
+        std::vector<ChannelSpecification> channels{};     // Channel, Level
+        std::vector<std::unique_ptr<Code>> timelineIds{}; // Timeline
+        std::vector<SubHandler> subHandlers{};
+    };
+    using HandlerList = std::vector<const Handler *>; // file order
+
+    void add(const EventHandler &node);
+    void addButtonHandler(const ButtonEventHandler &node);
+    void addLevelHandler(const LevelEventHandler &node);
+    void addDataHandler(const DataEventHandler &node);
+    void addTimelineHandler(const TimelineEventHandler &node);
+    std::vector<ChannelSpecification> prepareChannels(const std::vector<std::unique_ptr<ButtonExpression>> &nodes);
+    std::vector<SubHandler> prepareSubHandlers(const std::vector<std::unique_ptr<SubEventHandler>> &nodes,
+                                               Name dataName);
+    void addToIndex(Handler handler);
+
+    bool matches(const Handler &handler, const CustomEvent &event) const;
+    bool matchesChannel(const Handler &handler, int deviceNumber, int code) const;
+    bool matchesTimeline(const Handler &handler, int id) const;
+    void runMatching(const Handler &handler, const CustomEvent &event, BasicType *data);
+
+    AST &m_program;
+    Interpreter &m_interpreter;
+    std::vector<std::unique_ptr<Handler>> m_handlers;       // file order
+    std::map<std::pair<Kind, int>, HandlerList> m_byDevice; // by device number, for handlers of constant devices
+    std::map<Kind, HandlerList> m_others;                   // those that must be asked at every event
+};

@@ -1,0 +1,21 @@
+#pragma once
+#include "program/Nodes.h"
+
+class AST;
+class QDataStream;
+
+/// The binary program file: docs/formats/object-file.md.
+constexpr qint32 kObjectFileMagic = static_cast<qint32>(0xCEFB2EF2);
+constexpr qint32 kObjectFileVersion = 321;
+constexpr qint32 kObjectFileEnd = 0xAA55;
+
+/// All node classes of the language.
+const NodeFactory &programNodes();
+
+/// Fills a program object that has its system symbols and built-ins. A file with a wrong magic, version or end mark,
+/// one that ends too early or nests deeper than RecordReader::kMaxDepth leaves the program empty.
+/// On success the stored values of NON_VOLATILE and PERSISTENT globals are back. Returns whether the load succeeded.
+bool loadObjectFile(AST &program, QDataStream &stream);
+
+/// Writes the program's own parts (not the system's symbols and types).
+void writeObjectFile(const AST &program, QDataStream &stream);

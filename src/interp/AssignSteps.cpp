@@ -1,0 +1,477 @@
+#include "interp/BlockSteps.h"
+#include "interp/ChannelSteps.h"
+#include "interp/Interpreter.h"
+#include "interp/Operands.h"
+#include "interp/Places.h"
+#include "interp/Preparer.h"
+#include "interp/Statements.h"
+#include "interp/TextCode.h"
+#include "interp/VariableCode.h"
+#include "model/Values.h"
+#include "program/AST.h"
+
+#include <QCoreApplication>
+
+// Assignments, ++ and -- as statements.
+
+namespace {
+const char *const kConstant =
+    QT_TRANSLATE_NOOP("messages", "Reassign value to const data. Assignment will be ignored.");
+
+struct LocalTarget
+{
+    int slot;
+    double &get(Run &run) const { return run.frame[slot].number; }
+};
+
+struct StaticTarget
+{
+    double *storage;
+    double &get(Run &) const { return *storage; }
+};
+
+/// A plain number takes the number of an expression that cannot be an array. Type: the target's type code.
+template <int Type, class Target, class Source>
+class AssignNumber : public Step
+{
+public:
+    AssignNumber(Target target, Source source)
+        : m_target(target)
+        , m_source(std::move(source))
+    {}
+    Flow execute(Run &run) const override
+    {
+        if (const Number number = m_source.get(run); number.ok) {
+            m_target.get(run) = normalised(Type, number.value);
+        }
+        return Flow::Next;
+    }
+
+private:
+    Target m_target;
+    Source m_source;
+};
+
+/// A plain number moves by a constant: x++, x-- as statements.
+template <int Type, class Target>
+class MoveNumber : public Step
+{
+public:
+    MoveNumber(Target target, double by)
+        : m_target(target)
+        , m_by(by)
+    {}
+    Flow execute(Run &run) const override
+    {
+        double &number = m_target.get(run);
+        number = normalised(Type, number + m_by);
+        return Flow::Next;
+    }
+
+private:
+    Target m_target;
+    double m_by;
+};
+
+/// Any variable.
+class AssignVariable : public Step
+{
+public:
+    AssignVariable(std::unique_ptr<Code> target, std::unique_ptr<Code> source)
+        : m_target(std::move(target))
+        , m_source(std::move(source))
+    {}
+    Flow execute(Run &run) const override
+    {
+        const Place target = m_target->place(run);
+        if (!target) {
+            return Flow::Next;
+        }
+        if (target.object && target.object->isConst()) {
+            run.error(kConstant);
+            return Flow::Next;
+        }
+        ValueRef hold;
+        assignValue(target, m_source->view(run, hold));
+        if (target.object) {
+            run.program().storage().saveVariable(*target.object);
+        }
+        return Flow::Next;
+    }
+
+private:
+    std::unique_ptr<Code> m_target;
+    std::unique_ptr<Code> m_source;
+};
+
+/// A text variable takes a text: its bytes are written in place. One that begins with the variable itself is appended
+/// to.
+template <class Object>
+class AssignText : public Step
+{
+public:
+    AssignText(Object target, std::unique_ptr<TextCode> source, bool isAppend)
+        : m_target(std::move(target))
+        , m_source(std::move(source))
+        , m_isAppend(isAppend)
+    {}
+    Flow execute(Run &run) const override
+    {
+        Array *array = asArray(m_target.get(run));
+        if (!array) {
+            return Flow::Next;
+        }
+        if (array->isConst()) {
+            run.error(kConstant);
+            return Flow::Next;
+        }
+        QByteArray bytes;
+        if (m_isAppend && array->isPackedBytes()) {
+            m_source->appendItemsTo(bytes, run, 1);
+            array->appendBytes({ bytes.constData(), static_cast<size_t>(bytes.size()) });
+        } else {
+            m_source->appendTo(bytes, run);
+            const std::unique_ptr<Array> text =
+                Array::ofBytes({ bytes.constData(), static_cast<size_t>(bytes.size()) });
+            assignValue(*array, *text);
+        }
+        run.program().storage().saveVariable(*array);
+        return Flow::Next;
+    }
+
+private:
+    Object m_target;
+    std::unique_ptr<TextCode> m_source;
+    bool m_isAppend;
+};
+
+/// An element of an array of numbers takes the number of an expression that cannot be an array.
+template <class Base, class Index, class Source>
+class AssignNumberElement : public Step
+{
+public:
+    AssignNumberElement(Base base, Index index, Source source)
+        : m_base(std::move(base))
+        , m_index(std::move(index))
+        , m_source(std::move(source))
+    {}
+    Flow execute(Run &run) const override
+    {
+        auto *array = static_cast<Array *>(m_base.get(run));
+        const Number index = m_index.get(run);
+        if (!array || !index.ok) {
+            return Flow::Next;
+        }
+        const Number value = m_source.get(run);
+        const int at = elementIndex(index.value);
+        if (!value.ok || !array->setPackedNumber(at, value.value)) {
+            const Place place = array->place(at);
+            if (value.ok) {
+                assignValue(place, ValueView::ofNumber(value.value, DoubleType));
+            }
+        }
+        if (array->storageClass() != Volatile) {
+            run.program().storage().saveVariable(*array);
+        }
+        return Flow::Next;
+    }
+
+private:
+    Base m_base;
+    Index m_index;
+    Source m_source;
+};
+
+/// Any element.
+class AssignElement : public Step
+{
+public:
+    /// \param outermost  the variable at the root of a multi-dimensional element; nullptr when base is it
+    AssignElement(std::unique_ptr<Code> base, std::unique_ptr<Code> index, std::unique_ptr<Code> outermost,
+                  std::unique_ptr<Code> source)
+        : m_base(std::move(base))
+        , m_index(std::move(index))
+        , m_outermost(std::move(outermost))
+        , m_source(std::move(source))
+    {}
+    Flow execute(Run &run) const override
+    {
+        const Number index = m_index ? m_index->number(run) : Number{};
+        if (!index.ok) {
+            return Flow::Next;
+        }
+        // The value comes before the place: evaluating it may rearrange the array.
+        ValueRef hold;
+        const ValueView value = m_source->view(run, hold);
+        Array *array = asArray(m_base->place(run).object);
+        if (!array) {
+            return Flow::Next;
+        }
+        assignValue(array->place(elementIndex(index.value)), value);
+        run.program().storage().saveVariable(*array);
+        if (m_outermost) {
+            if (const BasicType *variable = m_outermost->place(run).object) {
+                run.program().storage().saveVariable(*variable);
+            }
+        }
+        return Flow::Next;
+    }
+
+private:
+    std::unique_ptr<Code> m_base;
+    std::unique_ptr<Code> m_index;
+    std::unique_ptr<Code> m_outermost;
+    std::unique_ptr<Code> m_source;
+};
+
+class AssignMember : public Step
+{
+public:
+    AssignMember(std::unique_ptr<Code> target, std::unique_ptr<Code> source)
+        : m_target(std::move(target))
+        , m_source(std::move(source))
+    {}
+    Flow execute(Run &run) const override
+    {
+        BasicType *target = m_target->place(run).object;
+        if (!target) {
+            return Flow::Next;
+        }
+        if (target->isConst()) {
+            run.error(kConstant);
+            return Flow::Next;
+        }
+        if (Double *number = asDouble(target); number && m_source->isNeverArray()) {
+            if (const Number value = m_source->number(run); value.ok) {
+                number->setValue(value.value);
+            }
+            return Flow::Next;
+        }
+        ValueRef hold;
+        assignValue(*target, m_source->view(run, hold));
+        return Flow::Next;
+    }
+
+private:
+    std::unique_ptr<Code> m_target;
+    std::unique_ptr<Code> m_source;
+};
+
+/// ++ and -- of anything that is not a plain number.
+class MoveStored : public Step
+{
+public:
+    MoveStored(std::unique_ptr<Code> target, std::unique_ptr<Code> holder, double by)
+        : m_target(std::move(target))
+        , m_holder(std::move(holder))
+        , m_by(by)
+    {}
+    Flow execute(Run &run) const override
+    {
+        const Place target = m_target->place(run);
+        const ValueView before = ValueView::of(target);
+        if (!before.isNumber()) {
+            return Flow::Next;
+        }
+        if (target.object && target.object->isConst()) {
+            run.error(kConstant);
+            return Flow::Next;
+        }
+        assignValue(target, ValueView::ofNumber(before.number + m_by, DoubleType));
+        if (target.object) {
+            run.program().storage().saveVariable(*target.object);
+        }
+        if (m_holder) {
+            if (const BasicType *array = m_holder->place(run).object) {
+                run.program().storage().saveVariable(*array);
+            }
+        }
+        return Flow::Next;
+    }
+
+private:
+    std::unique_ptr<Code> m_target;
+    std::unique_ptr<Code> m_holder; // of an element: the array
+    double m_by;
+};
+
+/// Calls make.template operator()<Type>() with the numeric type code as a constant.
+template <class Make>
+std::unique_ptr<Step> forType(int typeCode, Make make)
+{
+    switch (typeCode) {
+    case IntegerType:
+        return make.template operator()<IntegerType>();
+    case SIntegerType:
+        return make.template operator()<SIntegerType>();
+    case LongType:
+        return make.template operator()<LongType>();
+    case SLongType:
+        return make.template operator()<SLongType>();
+    case CharType:
+        return make.template operator()<CharType>();
+    case WideCharType:
+        return make.template operator()<WideCharType>();
+    case FloatType:
+        return make.template operator()<FloatType>();
+    default:
+        return make.template operator()<DoubleType>();
+    }
+}
+
+/// Whether a variable is nothing but its number: no level, no store and no message hangs on a change.
+bool isPlainNumber(const VariableAccess &variable, const Preparer &preparer)
+{
+    if (variable.kind == VariableAccess::Kind::LocalNumber) {
+        return true;
+    }
+    const BasicType *object = variable.object;
+    return variable.kind == VariableAccess::Kind::StaticNumber && object->storageClass() == Volatile &&
+           !object->isConst() && !preparer.mayMoveLevels(object->name());
+}
+
+/// Calls make(target) with the target that reaches a plain number.
+template <class Make>
+std::unique_ptr<Step> withTarget(const VariableAccess &variable, Make make)
+{
+    if (variable.kind == VariableAccess::Kind::LocalNumber) {
+        return make(LocalTarget{ variable.slot });
+    }
+    return make(StaticTarget{ static_cast<Double *>(variable.object)->storage() });
+}
+
+std::unique_ptr<Step> assignPlainNumber(const VariableAccess &variable, std::unique_ptr<Code> source)
+{
+    return forType(variable.typeCode, [&]<int Type>() {
+        return withTarget(variable, [&](auto target) -> std::unique_ptr<Step> {
+            if (source->leaf().kind == Leaf::Kind::Constant) {
+                return std::make_unique<AssignNumber<Type, decltype(target), ConstantOperand>>(
+                    target, ConstantOperand{ source->leaf().constant });
+            }
+            return std::make_unique<AssignNumber<Type, decltype(target), CodeOperand>>(
+                target, CodeOperand{ std::move(source) });
+        });
+    });
+}
+
+/// Whether a text begins with the variable itself and the rest cannot change it, so that it can be appended to.
+bool isAppend(const StringExpression &text, Name target, const TextCode &code)
+{
+    const auto *first = text.list && !text.list->items.empty()
+                            ? dynamic_cast<const VarExpression *>(text.list->items.front().get())
+                            : nullptr;
+    return first && Name(first->name) == target && code.isQuiet();
+}
+
+std::unique_ptr<Step> assignVariable(const VarExpression &target, const Expression &value, std::unique_ptr<Code> source,
+                                     Preparer &preparer)
+{
+    const VariableAccess variable = findVariable(preparer, target.name);
+    if (variable.kind == VariableAccess::Kind::Unknown) {
+        return makeNothingStep();
+    }
+    if (source->isNeverArray() && isPlainNumber(variable, preparer)) {
+        return assignPlainNumber(variable, std::move(source));
+    }
+    const auto *text = dynamic_cast<const StringExpression *>(&value);
+    const bool isStatic = variable.kind == VariableAccess::Kind::StaticObject && asArray(variable.object);
+    const bool isLocal = variable.kind == VariableAccess::Kind::LocalObject && variable.typeCode != 0;
+    if (text && !variable.isMatrix && (isStatic || isLocal)) {
+        std::unique_ptr<TextCode> code(static_cast<TextCode *>(source.release())); // what a StringExpression becomes
+        const bool append = isAppend(*text, Name(target.name), *code);
+        if (isStatic) {
+            return std::make_unique<AssignText<StaticObject>>(StaticObject{ variable.object }, std::move(code), append);
+        }
+        return std::make_unique<AssignText<LocalObject>>(LocalObject{ variable.slot }, std::move(code), append);
+    }
+    return std::make_unique<AssignVariable>(target.prepare(preparer, Context::Plain), std::move(source));
+}
+
+template <class Base>
+std::unique_ptr<Step> assignNumberElement(Base base, std::unique_ptr<Code> index, std::unique_ptr<Code> source)
+{
+    return withOperand(std::move(index), [&](auto indexOperand) {
+        return withOperand(std::move(source), [&](auto sourceOperand) -> std::unique_ptr<Step> {
+            return std::make_unique<AssignNumberElement<Base, decltype(indexOperand), decltype(sourceOperand)>>(
+                std::move(base), std::move(indexOperand), std::move(sourceOperand));
+        });
+    });
+}
+
+std::unique_ptr<Step> assignElement(const ArrayExpression &target, std::unique_ptr<Code> source, Preparer &preparer)
+{
+    ArrayBase array = prepareArrayBase(preparer, target.base);
+    std::unique_ptr<Code> index = preparer.expression(target.index);
+    if (!array.code) {
+        return makeNothingStep();
+    }
+    if (array.hasNumberElements && index && source->isNeverArray()) {
+        return array.variable.kind == VariableAccess::Kind::StaticObject
+                   ? assignNumberElement(StaticObject{ array.variable.object }, std::move(index), std::move(source))
+                   : assignNumberElement(LocalObject{ array.variable.slot }, std::move(index), std::move(source));
+    }
+    std::unique_ptr<Code> outermost;
+    if (const auto *inner = dynamic_cast<const ArrayExpression *>(target.base.get())) {
+        const std::unique_ptr<Expression> *base = &inner->base;
+        while (const auto *next = dynamic_cast<const ArrayExpression *>(base->get())) {
+            base = &next->base;
+        }
+        outermost = preparer.expression(*base);
+    }
+    return std::make_unique<AssignElement>(std::move(array.code), std::move(index), std::move(outermost),
+                                           std::move(source));
+}
+
+std::unique_ptr<Step> prepareMove(const StepStatement &node, Preparer &preparer, double by)
+{
+    if (!node.operand) {
+        return makeNothingStep();
+    }
+    if (const auto *target = dynamic_cast<const VarExpression *>(node.operand.get())) {
+        const VariableAccess variable = findVariable(preparer, target->name);
+        if (isPlainNumber(variable, preparer)) {
+            return forType(variable.typeCode, [&]<int Type>() {
+                return withTarget(variable, [by](auto place) -> std::unique_ptr<Step> {
+                    return std::make_unique<MoveNumber<Type, decltype(place)>>(place, by);
+                });
+            });
+        }
+    }
+    std::unique_ptr<Code> holder;
+    if (const auto *element = dynamic_cast<const ArrayExpression *>(node.operand.get())) {
+        holder = preparer.expression(element->base);
+    }
+    return std::make_unique<MoveStored>(preparer.expression(node.operand), std::move(holder), by);
+}
+} // namespace
+
+std::unique_ptr<Step> AssignStatement::prepare(Preparer &preparer) const
+{
+    if (!target || !value) {
+        return makeNothingStep();
+    }
+    std::unique_ptr<Code> source = preparer.expression(value, Context::Condition);
+    if (const auto *variable = dynamic_cast<const VarExpression *>(target.get())) {
+        return assignVariable(*variable, *value, std::move(source), preparer);
+    }
+    if (const auto *element = dynamic_cast<const ArrayExpression *>(target.get())) {
+        return assignElement(*element, std::move(source), preparer);
+    }
+    if (const auto *channels = dynamic_cast<const ButtonExpression *>(target.get())) {
+        return makeChannelAssignment(*channels, std::move(source), preparer);
+    }
+    if (dynamic_cast<const StructExpression *>(target.get())) {
+        return std::make_unique<AssignMember>(preparer.expression(target), std::move(source));
+    }
+    return makeNothingStep();
+}
+
+std::unique_ptr<Step> IncStatement::prepare(Preparer &preparer) const
+{
+    return prepareMove(*this, preparer, 1);
+}
+
+std::unique_ptr<Step> DecStatement::prepare(Preparer &preparer) const
+{
+    return prepareMove(*this, preparer, -1);
+}

@@ -1,0 +1,97 @@
+#include "interp/Builtin.h"
+
+#include "interp/FunctionCode.h"
+#include "model/ProgramContext.h"
+#include "model/Values.h"
+
+std::string_view Argument::bytes()
+{
+    return bytesOf(view, m_bytes);
+}
+
+Number ArgumentList::tryNumber(int index) const
+{
+    const Code *argument = code(index);
+    return argument ? argument->number(m_run) : Number{};
+}
+
+int ArgumentList::integer(int index) const
+{
+    return integerPart32(number(index));
+}
+
+qint64 ArgumentList::integer64(int index) const
+{
+    return integerPart(number(index));
+}
+
+Argument ArgumentList::value(int index) const
+{
+    Argument argument;
+    if (const Code *expression = code(index)) {
+        argument.view = expression->view(m_run, argument.m_hold);
+    }
+    if (argument.view.object && !argument.m_hold && mayRunProgramAfter(index)) { // which may change the variable
+        argument.m_hold = argument.view.toValue();
+        argument.view = ValueView::of(argument.m_hold.get());
+    }
+    return argument;
+}
+
+bool ArgumentList::mayRunProgramAfter(int index) const
+{
+    for (int later = index + 1; later < count(); ++later) {
+        if (has(later) && !code(later)->isQuiet()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Place ArgumentList::place(int index) const
+{
+    const Code *argument = code(index);
+    return argument ? argument->place(m_run) : Place{};
+}
+
+void BuiltinFunction::setResult(double number, int typeCode)
+{
+    const std::optional<ReturnType> &type = returnType();
+    const int code = type && isNumericType(type->typeCode) && type->sizes.empty() ? type->typeCode : typeCode;
+    m_result = { ValueView::ofNumber(normalised(code, number), code), {} };
+}
+
+void BuiltinFunction::setResult(std::unique_ptr<BasicType> value)
+{
+    ReturnValue result;
+    result.object = ValueRef(std::move(value));
+    result.seen = ValueView::of(result.object.get());
+    m_result = std::move(result);
+}
+
+void BuiltinFunction::setTextResult(std::string_view bytes)
+{
+    setResult(Array::ofBytes(bytes));
+}
+
+void BuiltinFunction::reportError(const char *sourceText)
+{
+    reportProgramError(sourceText);
+}
+
+ReturnValue converted(ReturnValue value, const std::optional<ReturnType> &type)
+{
+    if (!type || value.seen.isNone() || value.seen.typeCode == type->typeCode) {
+        return value;
+    }
+    std::unique_ptr<BasicType> made =
+        type->sizes.empty() ? makeValue(type->typeCode) : makeArray(Name(), type->typeCode, type->sizes);
+    if (!made) {
+        return {};
+    }
+    assignValue(*made, value.seen);
+    ReturnValue result;
+    result.object = ValueRef(std::move(made));
+    result.seen = ValueView::of(result.object.get());
+    return result;
+}

@@ -1,0 +1,237 @@
+#include "interp/CallCode.h"
+
+#include "interp/Expressions.h"
+#include "interp/FunctionCode.h"
+#include "interp/ProgramFunction.h"
+#include "model/Values.h"
+#include "program/AST.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace {
+const char *const kTooDeep = QT_TRANSLATE_NOOP("messages", "Call depth exceeded in function %1");
+const char *const kNoResult = QT_TRANSLATE_NOOP("messages", "Function %1 has no return value");
+
+Number numberIn(const ValueView &value)
+{
+    Number number;
+    number.ok = numberOf(value, number.value);
+    return number;
+}
+
+/// A call of a function of the program.
+class FunctionCallCode : public Code
+{
+public:
+    FunctionCallCode(const ProgramFunction &function, PreparedCall call)
+        : m_function(function)
+        , m_call(std::move(call))
+    {}
+
+    Number number(Run &run) const override
+    {
+        callAndCheck(run);
+        const ReturnValue &result = run.result;
+        return result.seen.isNumber() ? Number{ result.seen.number, true } : numberIn(result.seen);
+    }
+    ValueView view(Run &run, ValueRef &hold) const override
+    {
+        callAndCheck(run);
+        hold = std::move(run.result.object);
+        return run.result.seen;
+    }
+
+private:
+    void callAndCheck(Run &run) const
+    {
+        callFunction(run, m_function, m_call);
+        if (run.result.seen.isNone()) {
+            run.warning(kNoResult, m_call.name);
+            run.result.seen = ValueView::ofNumber(0, DoubleType);
+        }
+    }
+
+    const ProgramFunction &m_function;
+    PreparedCall m_call;
+};
+
+/// A call of a built-in.
+class BuiltinCallCode : public Code
+{
+public:
+    BuiltinCallCode(BuiltinFunction &function, PreparedCall call)
+        : m_function(function)
+        , m_call(std::move(call))
+        , m_isQuiet(function.isQuiet() &&
+                    std::all_of(m_call.arguments.begin(), m_call.arguments.end(),
+                                [](const auto &argument) { return !argument || argument->isQuiet(); }))
+    {}
+
+    bool isQuiet() const override { return m_isQuiet; }
+    Number number(Run &run) const override
+    {
+        ValueRef hold;
+        return numberIn(view(run, hold));
+    }
+    ValueView view(Run &run, ValueRef &hold) const override
+    {
+        m_function.call(ArgumentList(run, m_call.arguments, m_call.hasArguments));
+        const ReturnValue &result = m_function.result();
+        if (result.seen.isNone()) {
+            run.warning(kNoResult, m_call.name);
+            return ValueView::ofNumber(0, DoubleType);
+        }
+        hold = result.object; // built-ins never change a value that they gave out
+        return result.seen;
+    }
+
+private:
+    BuiltinFunction &m_function;
+    PreparedCall m_call;
+    bool m_isQuiet;
+};
+
+class UnknownFunctionCode : public Code
+{
+public:
+    Number number(Run &) const override { return {}; }
+    ValueView view(Run &, ValueRef &) const override { return {}; }
+};
+
+class RoutineNameCode : public NumberCode
+{
+public:
+    Number number(Run &) const override { return { 0, true }; }
+};
+
+class FunctionStep : public Step
+{
+public:
+    FunctionStep(const ProgramFunction &function, PreparedCall call)
+        : m_function(function)
+        , m_call(std::move(call))
+    {}
+    Flow execute(Run &run) const override
+    {
+        callFunction(run, m_function, m_call);
+        return Flow::Next;
+    }
+
+private:
+    const ProgramFunction &m_function;
+    PreparedCall m_call;
+};
+
+class BuiltinStep : public Step
+{
+public:
+    BuiltinStep(BuiltinFunction &function, PreparedCall call)
+        : m_function(function)
+        , m_call(std::move(call))
+    {}
+    Flow execute(Run &run) const override
+    {
+        m_function.call(ArgumentList(run, m_call.arguments, m_call.hasArguments));
+        return Flow::Next;
+    }
+
+private:
+    BuiltinFunction &m_function;
+    PreparedCall m_call;
+};
+
+class RoutineStep : public Step
+{
+public:
+    RoutineStep(const ProgramRoutine &routine, PreparedCall call)
+        : m_routine(routine)
+        , m_call(std::move(call))
+    {}
+    Flow execute(Run &run) const override
+    {
+        if (m_routine.code && !m_routine.code->call(run, m_call.arguments)) {
+            run.error(kTooDeep, m_routine.name());
+        }
+        return Flow::Next;
+    }
+
+private:
+    const ProgramRoutine &m_routine;
+    PreparedCall m_call;
+};
+} // namespace
+
+PreparedCall prepareCall(const CallBase &node, Preparer &preparer)
+{
+    PreparedCall call;
+    call.name = node.functionName;
+    call.hasArguments = node.arguments != nullptr;
+    if (node.arguments) {
+        for (const auto &argument : node.arguments->items) {
+            call.arguments.push_back(preparer.expression(argument));
+        }
+    }
+    return call;
+}
+
+void callFunction(Run &run, const ProgramFunction &function, const PreparedCall &call)
+{
+    if (!function.code) {
+        run.result = {};
+        return;
+    }
+    if (!function.code->call(run, call.arguments)) {
+        run.error(kTooDeep, function.name());
+        run.result = {};
+        return;
+    }
+    ValueView &seen = run.result.seen;
+    const std::optional<ReturnType> &type = function.returnType();
+    if (type && seen.isNumber() && isNumericType(type->typeCode) && type->sizes.empty()) {
+        seen = ValueView::ofNumber(normalised(type->typeCode, seen.number), type->typeCode);
+    } else if (type) {
+        run.result = converted(std::move(run.result), type);
+    }
+}
+
+std::unique_ptr<Step> makeFunctionStep(const CallBase &node, Preparer &preparer)
+{
+    Function *function = preparer.program().findFunction(Name(node.functionName));
+    if (!function) {
+        return nullptr;
+    }
+    if (function->isBuiltin()) {
+        return std::make_unique<BuiltinStep>(static_cast<BuiltinFunction &>(*function), prepareCall(node, preparer));
+    }
+    return std::make_unique<FunctionStep>(static_cast<const ProgramFunction &>(*function), prepareCall(node, preparer));
+}
+
+std::unique_ptr<Step> makeRoutineStep(const CallBase &node, Preparer &preparer)
+{
+    const CallRoutine *routine = preparer.program().findCallRoutine(Name(node.functionName));
+    if (!routine) {
+        return nullptr;
+    }
+    return std::make_unique<RoutineStep>(static_cast<const ProgramRoutine &>(*routine), prepareCall(node, preparer));
+}
+
+std::unique_ptr<Code> FuncCallExpression::prepare(Preparer &preparer, Context) const
+{
+    Function *function = preparer.program().findFunction(Name(functionName));
+    if (!function) {
+        return std::make_unique<UnknownFunctionCode>();
+    }
+    if (function->isBuiltin()) {
+        return std::make_unique<BuiltinCallCode>(static_cast<BuiltinFunction &>(*function),
+                                                 prepareCall(*this, preparer));
+    }
+    return std::make_unique<FunctionCallCode>(static_cast<const ProgramFunction &>(*function),
+                                              prepareCall(*this, preparer));
+}
+
+std::unique_ptr<Code> CallExpression::prepare(Preparer &, Context) const
+{
+    return std::make_unique<RoutineNameCode>();
+}

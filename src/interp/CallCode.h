@@ -1,0 +1,26 @@
+#pragma once
+#include "interp/Builtin.h"
+#include "interp/Preparer.h"
+
+#include <QString>
+
+class CallBase;
+class ProgramFunction;
+class ProgramRoutine;
+
+/// A call made ready: who is called, and with what.
+struct PreparedCall
+{
+    QString name; // as written
+    std::vector<std::unique_ptr<Code>> arguments;
+    bool hasArguments = false;
+};
+
+PreparedCall prepareCall(const CallBase &node, Preparer &preparer);
+
+/// Calls a function of the program and leaves its result, brought to the declared type, in run.result.
+void callFunction(Run &run, const ProgramFunction &function, const PreparedCall &call);
+
+/// The statement forms: the result is not looked at.
+std::unique_ptr<Step> makeFunctionStep(const CallBase &node, Preparer &preparer);
+std::unique_ptr<Step> makeRoutineStep(const CallBase &node, Preparer &preparer);

@@ -1,0 +1,81 @@
+#pragma once
+#include "model/Array.h"
+
+class Run;
+
+/// What a number-valued evaluation gives; value is 0 when it failed.
+struct Number
+{
+    double value = 0;
+    bool ok = false;
+};
+
+enum class Truth : quint8 { No, Yes, Failed };
+
+/// How control leaves a statement.
+enum class Flow : quint8 { Next, Break, Continue, Return };
+
+/// What a simple operand is, so that the code around it can reach it without a call.
+struct Leaf
+{
+    enum class Kind : quint8 { None, Constant, Local, Static };
+    Kind kind = Kind::None;
+    double constant = 0;
+    int slot = 0;                    // Local: in the frame
+    const double *storage = nullptr; // Static: of a global or a kept local
+};
+
+/// An expression made ready to run: names are resolved, operators chosen. Immutable; Run carries all state.
+class Code
+{
+public:
+    virtual ~Code() = default;
+    Code(const Code &) = delete;
+    Code &operator=(const Code &) = delete;
+
+    /// The expression as a number. Failing reports only what the kind of expression itself reports.
+    virtual Number number(Run &run) const = 0;
+    /// The expression's value, seen where it is stored or, if it is fresh, in hold. None when there is none.
+    virtual ValueView view(Run &run, ValueRef &hold) const = 0;
+    /// As a condition: whether the integer part of the number is not 0.
+    virtual Truth test(Run &run) const;
+    /// The stored value that a variable, element or member names; empty for anything else.
+    virtual Place place(Run &) const { return {}; }
+
+    /// Adds the value's bytes to what is there: one of a number, those of an array, none of anything else.
+    virtual void appendTo(QByteArray &bytes, Run &run) const;
+
+    virtual Leaf leaf() const { return {}; }
+    /// True when the value is a number or nothing, never an array, and number() tells the same as view().
+    virtual bool isNeverArray() const { return false; }
+    /// True when evaluating it runs no code of the program and changes nothing.
+    virtual bool isQuiet() const { return false; }
+
+protected:
+    Code() = default;
+};
+
+/// Code that always is a number.
+class NumberCode : public Code
+{
+public:
+    ValueView view(Run &run, ValueRef &hold) const final;
+    bool isNeverArray() const final { return true; }
+};
+
+/// A statement made ready to run.
+class Step
+{
+public:
+    virtual ~Step() = default;
+    Step(const Step &) = delete;
+    Step &operator=(const Step &) = delete;
+
+    virtual Flow execute(Run &run) const = 0;
+
+protected:
+    Step() = default;
+};
+
+/// A copy of what an evaluation saw, that outlives changes of the variable.
+ValueRef freshValue(const ValueView &seen, const ValueRef &hold);

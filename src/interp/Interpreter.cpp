@@ -1,0 +1,128 @@
+#include "interp/Interpreter.h"
+
+#include "interp/FunctionCode.h"
+#include "interp/ProgramFunction.h"
+#include "interp/Run.h"
+
+namespace {
+Interpreter *currentInterpreter = nullptr;
+
+/// Functions and routines have the same parts but no common class with them.
+template <class Callable>
+void makeCode(Callable &callable, AST &program, Interpreter &interpreter)
+{
+    Preparer preparer(program, interpreter);
+    callable.code = std::make_unique<FunctionCode>(preparer, callable.arguments.get());
+}
+
+template <class Callable>
+void prepareBodyOf(Callable &callable, AST &program, Interpreter &interpreter)
+{
+    Preparer preparer(program, interpreter);
+    callable.code->prepareBody(preparer, callable.body.get());
+}
+} // namespace
+
+Interpreter::Interpreter(AST &program)
+    : m_program(program)
+    , m_run(std::make_unique<Run>(program, *this))
+    , m_waits(*this)
+    , m_timelines(*this)
+{
+    currentInterpreter = this;
+}
+
+Interpreter::~Interpreter()
+{
+    if (currentInterpreter == this) {
+        currentInterpreter = nullptr;
+    }
+}
+
+Interpreter *Interpreter::current()
+{
+    return currentInterpreter;
+}
+
+void Interpreter::setEvents(EventRaiser *events)
+{
+    m_events = events;
+}
+
+void Interpreter::prepareFunctions()
+{
+    for (const auto &function : m_program.functions()) {
+        makeCode(static_cast<ProgramFunction &>(*function), m_program, *this);
+    }
+    for (const auto &routine : m_program.callRoutines()) {
+        makeCode(static_cast<ProgramRoutine &>(*routine), m_program, *this);
+    }
+    for (const auto &function : m_program.functions()) {
+        prepareBodyOf(static_cast<ProgramFunction &>(*function), m_program, *this);
+    }
+    for (const auto &routine : m_program.callRoutines()) {
+        prepareBodyOf(static_cast<ProgramRoutine &>(*routine), m_program, *this);
+    }
+}
+
+Body Interpreter::prepareBody(const Statement &statement, Name dataName)
+{
+    Preparer preparer(m_program, *this);
+    if (!dataName.isEmpty()) {
+        preparer.declare({ dataName, LocalVariable::Kind::Object, preparer.addSlot(), 0, nullptr, false });
+    }
+    Body body;
+    body.step = preparer.statement(&statement);
+    body.frameSize = preparer.frameSize();
+    return body;
+}
+
+std::unique_ptr<Code> Interpreter::prepareExpression(const Expression &expression)
+{
+    Preparer preparer(m_program, *this);
+    return expression.prepare(preparer, Context::Plain);
+}
+
+void Interpreter::execute(const Body &body, BasicType *data)
+{
+    if (!body.step || m_program.stopRequested()) {
+        return;
+    }
+    Slot *const base = m_run->top;
+    if (!m_run->hasRoom(body.frameSize)) {
+        return;
+    }
+    const FrameScope scope(*m_run, base, body.frameSize);
+    if (data) {
+        base->object = data;
+    }
+    body.step->execute(*m_run);
+}
+
+void Interpreter::executeWithLocals(const Body &body, const WaitTable::Values &locals)
+{
+    if (!body.step || m_program.stopRequested() || !m_run->hasRoom(body.frameSize)) {
+        return;
+    }
+    Slot *const base = m_run->top;
+    const FrameScope scope(*m_run, base, body.frameSize);
+    for (size_t index = 0; index < locals.size(); ++index) {
+        if (body.numberSlots[index]) {
+            const Double *number = asDouble(locals[index].get());
+            base[index].number = number ? number->value() : 0;
+        } else {
+            base[index].object = locals[index].get();
+        }
+    }
+    body.step->execute(*m_run);
+}
+
+bool Interpreter::mayMoveLevels(Name name) const
+{
+    return m_program.isBound(name);
+}
+
+bool Interpreter::isNeverChanged(const BasicType &global) const
+{
+    return global.isConst() || !(m_program.isChanged(global.name()) || m_program.isBound(global.name()));
+}

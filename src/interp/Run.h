@@ -1,0 +1,82 @@
+#pragma once
+#include "interp/Code.h"
+
+#include <memory>
+
+class AST;
+class Interpreter;
+
+/// One local variable of a frame: a number, or an object that the block or call owning the slot deletes.
+union Slot {
+    double number;
+    BasicType *object;
+};
+
+/// What RETURN handed over.
+struct ReturnValue
+{
+    ValueView seen{};  // none: a RETURN without a value, or no RETURN at all
+    ValueRef object{}; // what seen.object points to
+};
+
+/// The state of the running program: its frame stack, the value on its way out of a function, the loop flag.
+/// Thread: the main thread.
+class Run
+{
+public:
+    Run(AST &program, Interpreter &interpreter);
+
+    AST &program() const { return m_program; }
+    Interpreter &interpreter() const { return m_interpreter; }
+
+    Slot *frame = nullptr; // of the running body
+    Slot *top = nullptr;   // first free slot
+    ReturnValue result;
+    bool loopFlag = false; // a WHILE or FOR was entered and none has been left since
+
+    bool stopRequested() const;
+    /// Whether a further call fits on the machine's stack and on the frame stack.
+    bool hasRoom(int slots) const
+    {
+        return static_cast<const char *>(__builtin_frame_address(0)) > m_stackFloor && m_end - top > slots;
+    }
+
+    void error(const char *sourceText) const; // the program's error signal, translated
+    void error(const char *sourceText, const QString &argument) const;
+    void warning(const char *sourceText, const QString &argument) const;
+
+private:
+    static constexpr size_t kSlots = 1 << 18; // 2 MiB of address space, touched as needed
+
+    AST &m_program;
+    Interpreter &m_interpreter;
+    std::unique_ptr<Slot[]> m_slots;
+    Slot *m_end;
+    const char *m_stackFloor;
+};
+
+/// A frame of its own for a body; the old one is back when it ends.
+class FrameScope
+{
+public:
+    FrameScope(Run &run, Slot *base, int slots)
+        : m_run(run)
+        , m_frame(run.frame)
+        , m_base(base)
+    {
+        run.frame = base;
+        run.top = base + slots;
+    }
+    ~FrameScope()
+    {
+        m_run.top = m_base;
+        m_run.frame = m_frame;
+    }
+    FrameScope(const FrameScope &) = delete;
+    FrameScope &operator=(const FrameScope &) = delete;
+
+private:
+    Run &m_run;
+    Slot *m_frame;
+    Slot *m_base;
+};

@@ -1,0 +1,58 @@
+#pragma once
+#include <QtGlobal>
+
+#include <map>
+#include <memory>
+#include <vector>
+
+class Interpreter;
+
+/// What TIMELINE shows while a step of a timeline is handled.
+struct TimelineFigures
+{
+    int id = 0;
+    int sequence = 0;  // of the step, from 1
+    qint64 timeMs = 0; // counted for this step in this cycle
+    bool isRelative = false;
+    qint64 repetition = 0; // completed cycles
+};
+
+/// One programmed sequence of moments, counted in steps of 10 ms.
+struct Timeline
+{
+    int id = 0;
+    std::vector<int> timesMs; // offsets from the start of a cycle
+    bool isRelative = true;
+    bool repeats = false;
+    std::vector<qint64> countersMs; // one per step; the overshoot is carried into the next cycle
+    std::vector<bool> fired;
+    qint64 repetition = 0;
+    bool isRunning = false;
+    bool isKilled = false;
+};
+
+/// The timelines of a program, by id.
+/// Owns: them. Thread: the main thread. Ends: with the program.
+class TimelineTable
+{
+public:
+    explicit TimelineTable(Interpreter &interpreter)
+        : m_interpreter(interpreter)
+    {}
+    ~TimelineTable();
+    TimelineTable(const TimelineTable &) = delete;
+    TimelineTable &operator=(const TimelineTable &) = delete;
+
+    Timeline *find(int id) const; // nullptr: no such timeline
+    /// Starts it. The id must be free. Relative times must be running sums already.
+    void add(int id, std::vector<int> timesMs, bool isRelative, bool repeats);
+    bool kill(int id); // false: no such timeline. None of its steps fires after this, also in the running tick.
+
+private:
+    void tick();
+    void tickOne(const std::shared_ptr<Timeline> &timeline);
+
+    Interpreter &m_interpreter;
+    std::map<int, std::shared_ptr<Timeline>> m_timelines;
+    int m_tickTicket = 0;
+};

@@ -1,0 +1,107 @@
+#include "interp/WaitTable.h"
+
+#include "base/Clock.h"
+#include "interp/Interpreter.h"
+#include "interp/Run.h"
+#include "model/Values.h"
+
+namespace {
+/// Exchanges what two values of the same kind hold, so that pointers to the variable stay good.
+void swapContent(BasicType &variable, BasicType &copy)
+{
+    if (Double *number = asDouble(&variable); number && copy.isNumber()) {
+        std::swap(*number->storage(), *static_cast<Double &>(copy).storage());
+    } else if (Array *array = asArray(&variable); array && copy.isArray()) {
+        array->swapContent(static_cast<Array &>(copy));
+    } else if (const StructType *structure = asStruct(&variable); structure && copy.isStruct()) {
+        for (const StructType::Member &member : structure->members()) {
+            if (BasicType *other = static_cast<StructType &>(copy).member(member.name)) {
+                swapContent(*member.value, *other);
+            }
+        }
+    }
+}
+} // namespace
+
+WaitTable::WaitTable(Interpreter &interpreter)
+    : m_interpreter(interpreter)
+{}
+
+WaitTable::~WaitTable()
+{
+    Clock::instance().cancel(m_tickTicket);
+}
+
+void WaitTable::add(const QString &name, int tenths, Values globals, Values locals, const Body &body)
+{
+    if (tenths < 0 || isPending(name)) {
+        return;
+    }
+    auto wait = std::make_shared<Wait>();
+    wait->name = name;
+    wait->remainingTenths = tenths;
+    wait->globals = std::move(globals);
+    wait->locals = std::move(locals);
+    wait->body = &body;
+    m_waits.emplace(name, std::move(wait));
+    if (m_tickTicket == 0) {
+        m_tickTicket = Clock::instance().every(100, [this] { tick(); });
+    }
+}
+
+void WaitTable::cancel(const QString &name)
+{
+    const auto found = m_waits.find(name);
+    if (found != m_waits.end()) {
+        found->second->isCancelled = true;
+        m_waits.erase(found);
+    }
+}
+
+void WaitTable::cancelAll()
+{
+    for (const auto &[name, wait] : m_waits) {
+        wait->isCancelled = true;
+    }
+    m_waits.clear();
+}
+
+void WaitTable::tick()
+{
+    std::vector<std::shared_ptr<Wait>> snapshot;
+    snapshot.reserve(m_waits.size());
+    for (const auto &[name, wait] : m_waits) {
+        snapshot.push_back(wait);
+    }
+    std::vector<std::shared_ptr<Wait>> expired;
+    for (const auto &wait : snapshot) {
+        // One that is running waits for something itself, or it would not be ticked.
+        if (!wait->isCancelled && !wait->isRunning && --wait->remainingTenths < 1) {
+            runWait(*wait);
+            expired.push_back(wait);
+        }
+    }
+    for (const auto &wait : expired) {
+        const auto found = m_waits.find(wait->name);
+        if (found != m_waits.end() && found->second == wait) {
+            m_waits.erase(found);
+        }
+    }
+}
+
+void WaitTable::runWait(Wait &wait)
+{
+    wait.isRunning = true;
+    swapGlobals(wait.globals);
+    m_interpreter.executeWithLocals(*wait.body, wait.locals);
+    swapGlobals(wait.globals);
+}
+
+void WaitTable::swapGlobals(Values &copies)
+{
+    for (const auto &copy : copies) {
+        if (BasicType *global = m_interpreter.program().findGlobal(copy->name())) {
+            swapContent(*global, *copy);
+        }
+    }
+}

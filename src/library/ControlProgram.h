@@ -1,0 +1,36 @@
+#pragma once
+#include "events/Dispatcher.h"
+#include "interp/Interpreter.h"
+#include "program/AST.h"
+
+#include <memory>
+
+class Library;
+class QDataStream;
+
+/// One loaded program with everything that runs it: tree, built-ins, interpreter, dispatcher.
+/// Thread: the main thread. Ends: when the execution manager lets it go.
+class ControlProgram
+{
+public:
+    explicit ControlProgram(const QString &dataDirectory);
+    ~ControlProgram();
+    ControlProgram(const ControlProgram &) = delete;
+    ControlProgram &operator=(const ControlProgram &) = delete;
+
+    static ControlProgram *current(); // nullptr: no program is loaded
+
+    /// Reads an object file and makes it ready to run. False: it is no program of ours or damaged; this one is empty.
+    bool load(QDataStream &stream);
+
+    AST &tree() { return *m_tree; }
+    Interpreter &interpreter() { return *m_interpreter; }
+    Dispatcher &dispatcher() { return *m_dispatcher; }
+
+private:
+    // In order of construction; ended in reverse.
+    std::unique_ptr<AST> m_tree;
+    std::unique_ptr<Library> m_library;
+    std::unique_ptr<Interpreter> m_interpreter;
+    std::unique_ptr<Dispatcher> m_dispatcher;
+};

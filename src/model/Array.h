@@ -1,0 +1,169 @@
+#pragma once
+#include "model/BasicType.h"
+
+#include <QByteArray>
+
+#include <map>
+#include <string_view>
+#include <vector>
+
+class Array;
+
+/// Where a stored value is: an object, a packed element of an array, or a number in a frame. Empty: nothing is there.
+struct Place
+{
+    BasicType *object = nullptr;
+    Array *array = nullptr;   // set only for a packed element
+    int index = 0;            // of the packed element, from 1
+    double *number = nullptr; // set only for a number in a frame
+    int typeCode = 0;         // of the number in a frame
+
+    explicit operator bool() const { return object || array || number; }
+};
+
+/// What an evaluation saw, without making an object of a number and without copying a variable.
+/// object is borrowed and never a Double.
+struct ValueView
+{
+    enum class Kind : quint8 { None, Number, Object };
+    Kind kind = Kind::None;
+    int typeCode = DoubleType; // of the number
+    double number = 0;
+    const BasicType *object = nullptr;
+
+    static ValueView ofNumber(double number, int typeCode) { return { Kind::Number, typeCode, number, nullptr }; }
+    static ValueView of(const BasicType *value);
+    static ValueView of(const Place &place);
+    bool isNumber() const { return kind == Kind::Number; }
+    bool isNone() const { return kind == Kind::None; }
+    const Array *array() const;
+    ValueRef toValue() const; // a new value: a Double of the number, a clone of the object; empty for none
+};
+
+/// Elements from index 1 on; a character array is a string, its length the string's length.
+/// Numbers that differ only in value are packed: bytes for CHAR, doubles for the other numeric types; rows, structures,
+/// devices and elements of a type of their own are objects. Elements may be missing inside the bounds, and may exist
+/// behind the length; both keep their rules whatever the packing.
+class Array : public BasicType
+{
+public:
+    explicit Array(int typeCode = IntegerType);
+
+    /// A string: CHAR elements, length and maximum length the number of bytes.
+    static std::unique_ptr<Array> ofBytes(std::string_view bytes);
+
+    int length() const { return m_length; }
+    int maxLength() const { return m_maxLength; } // 0: not bounded
+    int capacity() const { return m_maxLength != 0 ? m_maxLength : m_length; }
+    void setLength(int length) { m_length = length < 0 ? 0 : length; }
+    void setMaxLength(int maxLength); // negative: stored, with "Array size cannot be negative"
+
+    /// Element access by the program's rules: a missing element inside the bounds is made. Empty outside the bounds.
+    Place place(int index);
+    bool hasElement(int index) const; // stored now, whatever the length
+    ValueView
+    view(int index) const;     // the stored element; inside the bounds a missing one reads as place() would make it
+    bool firstIsArray() const; // element 1 is stored and is an array: this is a matrix
+    const BasicType *object(int index) const; // stored element that is an object, else nullptr
+    BasicType *object(int index) { return const_cast<BasicType *>(std::as_const(*this).object(index)); }
+
+    /// Stores value at index and owns it; into the row when a row stands there. Does not change the length.
+    void setElement(int index, std::unique_ptr<BasicType> value);
+
+    /// Packed numbers, for prepared code. number() is defined for 1 <= index <= packedCount() while isPacked().
+    bool isPackedBytes() const { return m_packing == Packing::Bytes; }
+    bool isPackedNumbers() const { return m_packing == Packing::Numbers; }
+    bool isPacked() const { return m_packing <= Packing::Numbers; }
+    bool packedNumber(int index, double &number) const // false: go the long way round
+    {
+        const auto offset = static_cast<size_t>(index) - 1;
+        if (m_packing == Packing::Numbers && offset < m_numbers.size() && m_missing.empty()) {
+            number = m_numbers[offset];
+            return true;
+        }
+        if (m_packing == Packing::Bytes && offset < m_bytes.size() - m_begin && m_missing.empty()) {
+            number = static_cast<quint8>(m_bytes[m_begin + offset]);
+            return true;
+        }
+        return false;
+    }
+    bool setPackedNumber(int index, double number) // number in any range; false: go the long way round
+    {
+        const auto offset = static_cast<size_t>(index) - 1;
+        if (m_packing == Packing::Numbers && offset < m_numbers.size() && m_missing.empty()) {
+            m_numbers[offset] = normalised(typeCode(), number);
+            return true;
+        }
+        if (m_packing == Packing::Bytes && offset < m_bytes.size() - m_begin && m_missing.empty()) {
+            m_bytes[m_begin + offset] = static_cast<char>(integerPart(number));
+            return true;
+        }
+        return false;
+    }
+    double number(int index) const;          // of a packed element, 0 when missing
+    void setNumber(int index, double value); // of a packed element; index within place()'s bounds
+
+    /// The bytes of elements 1 to length that are stored and numbers: the low 8 bits of each integer part.
+    /// Borrowed from the array where it holds just these bytes, else built in hold.
+    std::string_view bytes(QByteArray &hold) const;
+    QByteArray toBytes() const;
+
+    /// Overwrites elements from 1 with bytes and sets the length, as far as the maximum length allows.
+    void assignBytes(std::string_view bytes);
+    /// Adds bytes behind the length; what passes the maximum length is cut off.
+    void appendBytes(std::string_view bytes);
+    /// Takes the first count of the elements 1 to length away; the rest moves down. Cost: the count, not the rest.
+    void dropFront(int count);
+    void clearElements(); // no element is stored afterwards; the length becomes 0
+
+    void swapContent(Array &other); // elements and lengths, not the attributes
+
+    void setType(int code) override; // and of every element
+    std::unique_ptr<BasicType> clone() const override;
+    void writeTo(RecordWriter &writer) const override;
+    void readFrom(RecordReader &reader) override;
+
+    /// The copy rule with an array as destination.
+    void assignFrom(const ValueView &source);
+
+private:
+    enum class Packing : quint8 { Bytes, Numbers, Objects, Sparse };
+    static constexpr int kDenseLimit = 1 << 20; // an index further out is dense only near what is stored
+
+    static Packing packingOf(int typeCode);
+    size_t storedCount() const; // dense packings: one more than the highest index
+    bool mayGrowDense(int index) const;
+    void growPacked(int index); // makes element index exist, with 0
+    void unpack();              // to objects
+    void makeSparse();
+    BasicType *storedObject(int index) const;
+    void storeObject(int index, std::unique_ptr<BasicType> value);
+    std::unique_ptr<BasicType> makeElement() const; // what place() makes for a missing element of objects
+    void assignElements(const Array &source);
+    void assignSizes(const Array &source);
+    void readElement(RecordReader &reader, int index);
+
+    int m_length = 0;
+    int m_maxLength = 0;
+    Packing m_packing;
+    std::vector<char> m_bytes; // from m_begin on
+    size_t m_begin = 0;
+    std::vector<double> m_numbers;
+    std::vector<bool> m_missing; // of packed elements; empty: none is missing
+    int m_missingCount = 0;
+    std::vector<std::unique_ptr<BasicType>> m_objects;
+    std::map<int, std::unique_ptr<BasicType>> m_sparse;
+};
+
+inline const Array *asArray(const BasicType *value)
+{
+    return value && value->isArray() ? static_cast<const Array *>(value) : nullptr;
+}
+inline Array *asArray(BasicType *value)
+{
+    return value && value->isArray() ? static_cast<Array *>(value) : nullptr;
+}
+inline const Array *ValueView::array() const
+{
+    return kind == Kind::Object ? asArray(object) : nullptr;
+}
