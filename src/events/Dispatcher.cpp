@@ -266,6 +266,30 @@ void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
     }
 }
 
+std::optional<ChannelAddress> Dispatcher::handledInput() const
+{
+    if (m_inProgress.empty()) {
+        return std::nullopt;
+    }
+    const CustomEvent &event = m_inProgress.back();
+    switch (event.type) {
+    case EventType::Push:
+    case EventType::Release:
+    case EventType::Hold:
+        return ChannelAddress{ event.device, event.channel };
+    case EventType::Level:
+        return ChannelAddress{ event.device, event.levelCode };
+    case EventType::Online:
+    case EventType::String:
+    case EventType::Offline:
+    case EventType::Error:
+    case EventType::Timeline:
+    case EventType::Command:
+        break;
+    }
+    return std::nullopt;
+}
+
 void Dispatcher::tickHold()
 {
     ++m_holdTenths;

@@ -38,6 +38,7 @@ public:
     void simulatePush(int deviceNumber, int port, int channel) override;
     void raiseCommand(const DeviceAddress &device, const QByteArray &text) override;
     void raiseTimeline(const TimelineFigures &figures) override;
+    std::optional<ChannelAddress> handledInput() const override;
 
     /// TO is over: the program's own held channels go off, then the ports', then those of linked controllers.
     void releaseToItems();

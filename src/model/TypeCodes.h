@@ -47,6 +47,9 @@ inline double normalised(int typeCode, double number)
     case SIntegerType:
         return static_cast<double>(static_cast<qint32>(static_cast<quint32>(integerPart(number))));
     case LongType:
+        if (number >= 9223372036854775808.0) { // the upper half of the unsigned range, where integers are not exact
+            return std::min(number, 18446744073709551615.0);
+        }
         return static_cast<double>(static_cast<quint64>(integerPart(number)));
     case SLongType:
         return static_cast<double>(integerPart(number));

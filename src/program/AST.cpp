@@ -137,6 +137,7 @@ void AST::declareGlobal(std::unique_ptr<BasicType> value)
     if (before && after && before->isConst() && after->isConst() &&
         fuzzyEqual(1 + before->value(), 1 + after->value())) {
         std::replace(m_globalOrder.begin(), m_globalOrder.end(), existing, value.get());
+        std::erase(m_systemSymbols, existing); // its address may be another value's from now on
         m_systemSymbols.erase(std::remove(m_systemSymbols.begin(), m_systemSymbols.end(), existing),
                               m_systemSymbols.end());
         m_globalsById[slot] = value.get();

@@ -120,9 +120,9 @@ public:
     void writeSubEventHandler(const SubEventHandler *node);
 };
 
-/// A node of a given class where only that class fits; any other is dropped.
+/// A node as the given class where only that class fits; any other stays where it is, and the result is empty.
 template <class Node, class Base>
-std::unique_ptr<Node> nodeAs(std::unique_ptr<Base> node)
+std::unique_ptr<Node> nodeAs(std::unique_ptr<Base> &&node)
 {
     if (auto *fitting = dynamic_cast<Node *>(node.get())) {
         node.release();

@@ -1,0 +1,86 @@
+#pragma once
+#include "admin/ConfigManager.h"
+#include "admin/SystemNetwork.h"
+#include <QString>
+#include <QStringList>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+/// The device settings: network, MAC address, system number, language, listen list; and the flags that say how the
+/// process ends. Every change is saved at once, with the old or the new file whole at any moment.
+/// Owns: its copy of the settings. Thread: any; every call takes the lock, none waits for the network.
+/// Ends: with its owner.
+class SettingManager
+{
+public:
+    struct Location
+    {
+        QString dataDirectory; // holds the file "mac"; made when a MAC is saved and it is missing
+        QString settingsFile;  // INI; empty: the settings of the organisation and application
+    };
+
+    /// DIR/settings.ini and DIR/mac; an empty DIR: the application's own data directory and settings.
+    static Location locationIn(const QString &directory);
+
+    /// Reads the settings; what is missing or unreadable gets its default. Sets the process's system number.
+    explicit SettingManager(const Location &location, std::unique_ptr<SystemNetwork> network = nullptr);
+
+    bool isDhcp() const;
+    QString netmask() const;
+    int systemNumber() const;
+    QString language() const;            // "zh_CN", "en", …; empty: the environment's
+    QStringList listenAddresses() const; // of the controllers whose ports we listen to
+
+    /// \name What is in force now: with DHCP what the system says, where it says nothing the stored value.
+    QString currentIp() const;
+    QString currentGateway() const;
+    QString currentNameServer() const;
+    QString currentMac() const; // the stored one when it is valid and not all zeros, else that of the interface
+
+    /// What tools and discovery show: mode and addresses in the first line, then version, model and MAC; UTF-8.
+    QByteArray informationString() const;
+
+    void setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
+                     const QString &mac); // an ip that is none: nothing changes
+    void setDhcp(const QString &mac);     // an empty mac, here and above, leaves the old one
+    void setMac(const QString &mac);      // an invalid one: nothing changes
+    void setSystemNumber(int number);     // below 1: 1
+    void setListenAddresses(const QStringList &addresses);
+
+    /// \name Why the process ends. Set once, from any thread, never cleared.
+    bool isRebootRequested() const { return m_rebootRequested; }
+    bool isRestartRequested() const { return m_restartRequested; }
+    void requestReboot() { m_rebootRequested = true; }
+    void requestRestart() { m_restartRequested = true; }
+
+private:
+    struct Values
+    {
+        bool isDhcp = true;
+        QString ip;
+        QString netmask;
+        QString gateway;
+        QString nameServer;
+        int systemNumber = 1;
+        QString language;
+        QStringList listenAddresses;
+        QString mac;
+    };
+    void load();
+    void save() const;
+    void saveMac(const QString &mac);
+    Values values() const; // a copy, taken under the lock
+
+    const Location m_location;
+    const std::unique_ptr<SystemNetwork> m_network;
+    const ConfigManager m_identity;
+    mutable std::mutex m_mutex; // guards m_values and the files
+    Values m_values;
+    std::atomic<bool> m_rebootRequested{ false };
+    std::atomic<bool> m_restartRequested{ false };
+};
+
+/// The MAC address of a controller that was never given one, from the milliseconds since midnight at its first start.
+QString macFromTimeOfDay(int msSinceMidnight);

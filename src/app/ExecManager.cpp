@@ -1,0 +1,179 @@
+#include "app/ExecManager.h"
+
+#include "admin/ConfigManager.h"
+#include "app/ProgramStop.h"
+#include "base/Clock.h"
+#include "base/Messages.h"
+#include "base/Monitor.h"
+#include "devices/DeviceManager.h"
+#include "devices/SwitchNotice.h"
+#include "interp/Statements.h"
+#include "library/ControlProgram.h"
+
+#include <QDataStream>
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryFile>
+#include <QThread>
+
+namespace {
+constexpr qint64 kCopyBlock = 4096; // bytes
+constexpr int kMainlineMs = 100;
+constexpr int kFewPorts = 4; // serial ports that come online, of model kind 1
+constexpr int kManyPorts = 8;
+
+bool copyWhole(QFile &source, QIODevice &copy)
+{
+    qint64 copied = 0;
+    while (true) {
+        const QByteArray block = source.read(kCopyBlock);
+        if (block.isEmpty()) {
+            return copied == source.size();
+        }
+        if (copy.write(block) != block.size()) {
+            return false;
+        }
+        copied += block.size();
+    }
+}
+
+/// An open temporary file in the working directory, else in the system's; nullptr when neither takes one.
+std::unique_ptr<QTemporaryFile> openTemporaryFile(const QString &name)
+{
+    const QString pattern = QStringLiteral("%1_temp.XXXXXX").arg(name);
+    for (const QString &path : { pattern, QDir::tempPath() + QLatin1Char('/') + pattern }) {
+        auto file = std::make_unique<QTemporaryFile>(path);
+        if (file->open()) {
+            return file;
+        }
+    }
+    return nullptr;
+}
+
+std::unique_ptr<QTemporaryFile> temporaryCopy(QFile &source)
+{
+    std::unique_ptr<QTemporaryFile> copy = openTemporaryFile(QFileInfo(source).fileName());
+    const bool isWhole = copy && source.open(QIODevice::ReadOnly) && copyWhole(source, *copy) && copy->seek(0);
+    return isWhole ? std::move(copy) : nullptr;
+}
+} // namespace
+
+ExecManager::ExecManager(const QString &directory, DeviceManager &devices, QObject *parent)
+    : QObject(parent)
+    , m_directory(directory)
+    , m_devices(devices)
+    , m_objectFilePath(inDirectory(QStringLiteral("program.pobj")))
+{
+    QDir().mkpath(directory);
+}
+
+ExecManager::~ExecManager()
+{
+    unloadProgram();
+}
+
+QString ExecManager::irFilePath(int port) const
+{
+    return Port::isIr(port) ? inDirectory(QStringLiteral("ir%1.ir").arg(Port::emitterOf(port))) : QString();
+}
+
+bool ExecManager::stopRequested() const
+{
+    return m_program && m_program->tree().stopRequested();
+}
+
+ExecManager::Load ExecManager::loadProgram()
+{
+    QFile file(m_objectFilePath);
+    if (!file.exists()) {
+        return Load::NoFile;
+    }
+    const std::unique_ptr<QTemporaryFile> copy = temporaryCopy(file);
+    if (!copy) {
+        return Load::CannotCopy;
+    }
+    unloadProgram();
+    m_program = std::make_unique<ControlProgram>(m_directory);
+    ProgramStop::watch(&m_program->tree());
+    m_program->tree().setDevices(&m_devices);
+    m_devices.setProgram(&m_program->tree(), &m_program->dispatcher());
+    connectReports();
+    QDataStream stream(copy.get());
+    return m_program->load(stream) ? Load::Done : Load::Damaged;
+}
+
+void ExecManager::runStart()
+{
+    if (!m_program) {
+        return;
+    }
+    m_program->dispatcher().runStartBlock();
+    const int ports = ConfigManager().modelKind() == 1 ? kFewPorts : kManyPorts;
+    for (int port = 1; port <= ports && !stopRequested(); ++port) {
+        monitorLog(MonitorMessageType::Online,
+                   translated(QT_TRANSLATE_NOOP("messages", "Online Event: 5001:%1:0")).arg(port));
+        CustomEvent online;
+        online.type = EventType::Online;
+        online.device = { kControllerDevice, port, 0 };
+        m_program->dispatcher().raiseData(online, {});
+    }
+}
+
+void ExecManager::startMainline()
+{
+    if (m_mainlineTicket != 0 || stopRequested() || !hasMainline()) {
+        return;
+    }
+    m_mainlineTicket = Clock::instance().every(kMainlineMs, [this] { m_program->dispatcher().runMainlinePass(); });
+}
+
+void ExecManager::stopProgram()
+{
+    ProgramStop::stop();
+    if (QThread::currentThread() == thread()) {
+        stopMainline();
+    } else {
+        QMetaObject::invokeMethod(
+            this, [this] { stopMainline(); }, Qt::QueuedConnection);
+    }
+}
+
+void ExecManager::unloadProgram()
+{
+    if (!m_program) {
+        return;
+    }
+    Q_EMIT programGoingAway();
+    stopMainline();
+    ProgramStop::watch(nullptr);
+    m_devices.setProgram(nullptr, nullptr);
+    m_program.reset();
+}
+
+void ExecManager::connectReports()
+{
+    const AST *tree = &m_program->tree();
+    connect(tree, &AST::error, this, [](const QString &text) {
+        monitorLog(MonitorMessageType::Error, translated(QT_TRANSLATE_NOOP("messages", "Error:%1")).arg(text));
+    });
+    connect(tree, &AST::warning, this, [](const QString &text) {
+        monitorLog(MonitorMessageType::Warning, translated(QT_TRANSLATE_NOOP("messages", "Warning:%1")).arg(text));
+    });
+    connect(tree, &AST::info, this,
+            [](int type, const QString &text) { monitorLog(static_cast<MonitorMessageType>(type), text); });
+}
+
+bool ExecManager::hasMainline() const
+{
+    const auto *block =
+        m_program ? dynamic_cast<const StatementList *>(m_program->tree().mainlineBlock.get()) : nullptr;
+    return block && !block->statements.empty();
+}
+
+void ExecManager::stopMainline()
+{
+    Clock::instance().cancel(std::exchange(m_mainlineTicket, 0));
+    if (m_program) {
+        m_program->dispatcher().dropPendingMainline();
+    }
+}

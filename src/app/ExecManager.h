@@ -1,0 +1,55 @@
+#pragma once
+#include <QObject>
+#include <QString>
+
+#include <memory>
+
+class ControlProgram;
+class DeviceManager;
+
+/// The program files of the controller, and the program that runs.
+/// Owns: the program with everything that runs it. Thread: the main thread, but for stopProgram().
+/// Ends: with the application, after the network's threads.
+class ExecManager : public QObject
+{
+    Q_OBJECT
+public:
+    enum class Load { Done, NoFile, CannotCopy, Damaged };
+
+    /// \param directory  where programs and variables are kept; made when it is missing
+    ExecManager(const QString &directory, DeviceManager &devices, QObject *parent = nullptr);
+    ~ExecManager() override;
+
+    QString objectFilePath() const { return m_objectFilePath; }
+    QString sourceFilePath() const { return inDirectory(QStringLiteral("source.src")); }
+    QString uiFilePath() const { return inDirectory(QStringLiteral("ui.dtp")); }
+    QString webArchivePath() const { return inDirectory(QStringLiteral("web.zip")); }
+    QString irFilePath(int port) const; // of device 5001; empty for a port that is no IR emitter
+    ControlProgram *program() const { return m_program.get(); } // nullptr: none is loaded
+    bool stopRequested() const;                                 // the loaded program's
+
+    void setObjectFilePath(const QString &path) { m_objectFilePath = path; }
+
+    /// Reads a copy of the object file, so that an upload meanwhile does no harm. A damaged file leaves an empty
+    /// program that runs nothing; without a file, or without room for the copy, there is no program.
+    Load loadProgram();
+    void runStart();      // the start block, then the controller's ports come online
+    void startMainline(); // every 100 ms from now on, when there is one
+    void stopProgram();   // any thread
+    void unloadProgram(); // at the end of the process
+
+Q_SIGNALS:
+    void programGoingAway(); // still whole
+
+private:
+    QString inDirectory(const QString &name) const { return m_directory + QLatin1Char('/') + name; }
+    void connectReports();
+    bool hasMainline() const;
+    void stopMainline();
+
+    const QString m_directory;
+    DeviceManager &m_devices;
+    QString m_objectFilePath;
+    std::unique_ptr<ControlProgram> m_program;
+    int m_mainlineTicket = 0;
+};

@@ -1,0 +1,265 @@
+#include "app/MainApplication.h"
+
+#include "admin/ConfigManager.h"
+#include "admin/SettingManager.h"
+#include "app/DaemonWorker.h"
+#include "app/ExecManager.h"
+#include "app/PanelBridge.h"
+#include "app/ProgramStop.h"
+#include "app/ServiceBridge.h"
+#include "app/SystemScripts.h"
+#include "app/TerminalMonitor.h"
+#include "app/Translations.h"
+#include "base/Messages.h"
+#include "base/Monitor.h"
+#include "base/StopSignals.h"
+#include "devices/DeviceManager.h"
+#include "library/ControlProgram.h"
+#include "net/NetworkManager.h"
+
+#include <QAbstractSocket>
+#include <QDir>
+#include <QSettings>
+#include <QThread>
+
+#include <cstdio>
+
+namespace {
+void sayOnStandardError(const QString &text)
+{
+    std::fputs((text + QLatin1Char('\n')).toLocal8Bit().constData(), stderr);
+}
+
+int refuse(const QString &why)
+{
+    sayOnStandardError(why);
+    return kUsageStatus;
+}
+
+/// The setting "portLink" names the device file of the line to the port hardware; without it the hardware is simulated.
+QString portLinkDevice(const SettingManager::Location &location)
+{
+    const QString key = QStringLiteral("portLink");
+    return location.settingsFile.isEmpty()
+               ? QSettings().value(key).toString()
+               : QSettings(location.settingsFile, QSettings::IniFormat).value(key).toString();
+}
+} // namespace
+
+/// In order of construction; they end in reverse.
+struct MainApplication::Parts
+{
+    Parts(const Options &options, const SettingManager::Location &where)
+        : location(where)
+        , settings(location)
+        , scripts(options.mayChangeSystem ? SystemScripts::Permission::AsRoot : SystemScripts::Permission::Never)
+    {}
+
+    const SettingManager::Location location;
+    Translations translations;
+    SettingManager settings;
+    SystemScripts scripts;
+    std::unique_ptr<TerminalMonitor> monitor;
+    SimulatedPortHardware *simulatedPorts = nullptr; // borrowed; nullptr when there is hardware
+    std::unique_ptr<DeviceManager> devices;
+    QThread daemonThread;
+    DaemonWorker *daemon = nullptr; // deleted when its thread finishes
+    std::unique_ptr<PanelBridge> panels;
+    std::unique_ptr<ServiceBridge> services;
+    std::unique_ptr<ExecManager> exec;
+    std::unique_ptr<NetworkManager> network; // its threads end before the program does
+    std::unique_ptr<StopSignals> signalsToStop;
+};
+
+MainApplication::MainApplication(int &argc, char **argv)
+    : QCoreApplication(argc, argv)
+{
+    const ConfigManager identity;
+    setApplicationName(identity.role());
+    setApplicationVersion(identity.version());
+    setOrganizationName(identity.organisation());
+    setOrganizationDomain(identity.applicationId());
+    qRegisterMetaType<QAbstractSocket::SocketError>("SocketError"); // travels in queued signals
+}
+
+MainApplication::~MainApplication()
+{
+    endParts();
+}
+
+std::optional<int> MainApplication::start()
+{
+    const auto parsed = parseOptions(arguments());
+    if (const auto *end = std::get_if<OptionsEnd>(&parsed)) {
+        if (end->status != 0) {
+            sayOnStandardError(end->text);
+        } else {
+            std::puts(end->text.toLocal8Bit().constData());
+        }
+        return end->status;
+    }
+    return startParts(std::get<Options>(parsed));
+}
+
+int MainApplication::run()
+{
+    int status = 0;
+    const SettingManager &settings = m_parts->settings;
+    do {
+        status = exec(); // a quit that nobody has given a reason for goes back to work
+    } while (!settings.isRebootRequested() && !settings.isRestartRequested() && !ProgramStop::isEndRequested());
+
+    PortManager &ports = m_parts->devices->ports();
+    if (settings.isRebootRequested()) {
+        ports.writeClosingFrame();
+    }
+    ports.writeClosingFrame();
+    endParts();
+    return status;
+}
+
+std::optional<int> MainApplication::startParts(const Options &options)
+{
+    if (!options.dataDirectory.isEmpty() && !QDir().mkpath(options.dataDirectory)) {
+        return refuse(QStringLiteral("Cannot make the data directory %1.").arg(options.dataDirectory));
+    }
+    const QString directory = options.dataDirectory.isEmpty() ? QString() : QDir(options.dataDirectory).absolutePath();
+    m_parts = std::make_unique<Parts>(options, SettingManager::locationIn(directory));
+    Parts &parts = *m_parts;
+    parts.translations.install(options.language.isEmpty() ? parts.settings.language() : options.language);
+    parts.signalsToStop = std::make_unique<StopSignals>(ProgramStop::requestEnd);
+    connect(parts.signalsToStop.get(), &StopSignals::received, this, [this] {
+        m_parts->exec->stopProgram();
+        quit();
+    });
+    if (options.hasMonitor) {
+        parts.monitor = std::make_unique<TerminalMonitor>();
+    }
+
+    std::unique_ptr<PortHardware> hardware;
+    if (const QString device = portLinkDevice(parts.location); !device.isEmpty()) {
+        hardware = std::make_unique<SerialPortHardware>(device);
+    } else {
+        auto simulated = std::make_unique<SimulatedPortHardware>();
+        parts.simulatedPorts = simulated.get();
+        hardware = std::move(simulated);
+    }
+    parts.devices = std::make_unique<DeviceManager>(std::move(hardware));
+    parts.devices->ports().open();
+    startSupervisorLink();
+
+    parts.panels = std::make_unique<PanelBridge>(*parts.devices);
+    parts.devices->setPanelLink(parts.panels.get());
+    parts.services = std::make_unique<ServiceBridge>(parts.settings, parts.scripts, [this] {
+        QMetaObject::invokeMethod(
+            this, [] { quit(); }, Qt::QueuedConnection);
+    });
+    parts.devices->setReboot([services = parts.services.get()] { services->reboot(); });
+    parts.exec = std::make_unique<ExecManager>(parts.location.dataDirectory, *parts.devices);
+    ExecManager &exec = *parts.exec;
+    parts.devices->ports().setIrFilePath([&exec](int port) { return exec.irFilePath(port); });
+
+    loadProgram(options);
+    if (const std::optional<int> status = startNetwork(options)) {
+        return status;
+    }
+    exec.runStart();
+    exec.startMainline();
+    return std::nullopt;
+}
+
+void MainApplication::startSupervisorLink()
+{
+    Parts &parts = *m_parts;
+    parts.daemon = new DaemonWorker;
+    connect(&parts.devices->ports(), &PortManager::sendLedInfo, parts.daemon, &DaemonWorker::sendLed);
+    if (parts.simulatedPorts) {
+        connect(parts.simulatedPorts, &SimulatedPortHardware::frameWritten, parts.daemon, &DaemonWorker::sendPortFrame);
+    }
+    connect(parts.daemon, &DaemonWorker::shouldQuit, this, &MainApplication::quitOnSupervisorsWish);
+    // The wish itself must reach a program in an endless loop too, so its flag is set on the worker's thread.
+    connect(parts.daemon, &DaemonWorker::shouldQuit, parts.daemon, ProgramStop::requestEnd);
+    parts.daemon->moveToThread(&parts.daemonThread);
+    connect(&parts.daemonThread, &QThread::finished, parts.daemon, &QObject::deleteLater);
+    const StopSignals::Blocked blocked;
+    parts.daemonThread.start();
+}
+
+void MainApplication::loadProgram(const Options &options)
+{
+    ExecManager &exec = *m_parts->exec;
+    connect(&exec, &ExecManager::programGoingAway, this, [this] { m_parts->panels->setProgram(nullptr); });
+    if (!options.objectFilePath.isEmpty()) {
+        exec.setObjectFilePath(options.objectFilePath);
+    }
+    QString problem;
+    switch (exec.loadProgram()) {
+    case ExecManager::Load::Done:
+        break;
+    case ExecManager::Load::NoFile:
+        if (!options.objectFilePath.isEmpty()) { // no default program is the state of a new controller
+            problem = translated(QT_TRANSLATE_NOOP("messages", "Object file %1 does not exist"));
+        }
+        break;
+    case ExecManager::Load::CannotCopy:
+        problem = translated(QT_TRANSLATE_NOOP("messages", "Object file %1 cannot be read"));
+        break;
+    case ExecManager::Load::Damaged:
+        problem = translated(QT_TRANSLATE_NOOP("messages", "Object file %1 is damaged or no program"));
+        break;
+    }
+    if (!problem.isEmpty()) {
+        const QString text = problem.arg(exec.objectFilePath());
+        sayOnStandardError(text);
+        monitorLog(MonitorMessageType::Error, translated(QT_TRANSLATE_NOOP("messages", "Error:%1")).arg(text));
+    }
+    m_parts->panels->setProgram(exec.program());
+}
+
+std::optional<int> MainApplication::startNetwork(const Options &options)
+{
+    Parts &parts = *m_parts;
+    parts.network =
+        std::make_unique<NetworkManager>(LinkHooks{ *parts.panels, *parts.panels, *parts.panels, *parts.services });
+    NetworkManager &network = *parts.network;
+    connect(&network, &NetworkManager::programError, this, [this](const QString &text) {
+        if (ControlProgram *program = m_parts->exec->program()) {
+            program->tree().reportError(text);
+        }
+    });
+    connect(parts.devices.get(), &DeviceManager::gotIRCode, &network, &NetworkManager::sendIrCode);
+    parts.panels->setNetwork(&network);
+    LinkOptions link;
+    link.bindAddress = options.bindAddress;
+    if (const std::optional<QString> problem = network.start(link)) {
+        return refuse(*problem);
+    }
+    monitorLog(MonitorMessageType::System, translated(QT_TRANSLATE_NOOP("messages", "Network started.")));
+    return std::nullopt;
+}
+
+void MainApplication::quitOnSupervisorsWish()
+{
+    m_parts->exec->stopProgram();
+    m_parts->settings.requestReboot();
+    quit();
+}
+
+void MainApplication::endParts()
+{
+    if (!m_parts) {
+        return;
+    }
+    Parts &parts = *m_parts;
+    if (parts.network) {
+        parts.panels->setNetwork(nullptr);
+        parts.network.reset(); // with its threads: from here on only the main thread knows the program
+    }
+    parts.daemonThread.quit();
+    parts.daemonThread.wait();
+    parts.signalsToStop.reset();
+    if (parts.exec) {
+        parts.exec->unloadProgram();
+    }
+    m_parts.reset();
+}

@@ -1,0 +1,29 @@
+#pragma once
+#include <QHostAddress>
+#include <QString>
+#include <QStringList>
+
+#include <variant>
+
+/// What the command line asks of the controller.
+struct Options
+{
+    QString objectFilePath; // empty: the default one
+    QString dataDirectory;  // empty: the application's own
+    QString language;       // empty: the setting's, else the environment's
+    QHostAddress bindAddress = QHostAddress(QHostAddress::Any);
+    bool hasMonitor = false;
+    bool mayChangeSystem = true;
+};
+
+/// A command line that is not to be run: a text for standard output or error, and the status to end with.
+struct OptionsEnd
+{
+    QString text;
+    int status = 0;
+};
+
+constexpr int kUsageStatus = 2; // something that the command line asks for cannot be done
+
+/// \param arguments  the program's name first
+std::variant<Options, OptionsEnd> parseOptions(const QStringList &arguments);

@@ -1,0 +1,32 @@
+#pragma once
+#include "net/LinkHooks.h"
+
+#include <functional>
+
+class SettingManager;
+class SystemScripts;
+
+/// What the link asks of the settings and the machine.
+/// Owns: nothing. Thread: any, as LinkServices says. Ends: after the network manager has stopped.
+class ServiceBridge : public LinkServices
+{
+public:
+    /// \param quit  ends the event loop; called on any thread
+    ServiceBridge(SettingManager &settings, const SystemScripts &scripts, std::function<void()> quit);
+
+    QByteArray informationString() override;
+    QStringList listenAddresses() override;
+    void setSystemNumber(int number) override;
+    void setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
+                     const QString &mac) override;
+    void setDhcp(const QString &mac) override;
+    void setMac(const QString &mac) override;
+    void reboot() override;
+    void setDateTime(const QString &text) override;
+    QByteArray listenStatus(const QString &text) override;
+
+private:
+    SettingManager &m_settings;
+    const SystemScripts &m_scripts;
+    const std::function<void()> m_quit;
+};

@@ -1,0 +1,159 @@
+#include "compiler/Compiler.h"
+
+#include "base/Clock.h"
+#include "compiler/ProgramParser.h"
+#include "events/ObjectFile.h"
+
+#include <QDataStream>
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+
+namespace {
+/// Nothing is stored while compiling: a place in the resources that does not exist.
+const QString kNoDirectory = QStringLiteral(":/no-such-directory");
+
+/// Cuts a file and all that it includes into one sequence of tokens.
+class TokenReader
+{
+public:
+    explicit TokenReader(Sources &sources)
+        : m_sources(sources)
+    {}
+
+    void read(const QString &name, const QString &text)
+    {
+        m_included.insert(QFileInfo(name).absoluteFilePath());
+        readFile(m_sources.add(name, text));
+    }
+
+    std::vector<Token> take() { return std::move(m_tokens); }
+
+private:
+    void readFile(int file)
+    {
+        const std::vector<Token> tokens = tokensOf(m_sources, file);
+        int depth = 0;
+        for (size_t i = 0; i + 1 < tokens.size(); ++i) {
+            const Token &token = tokens[i];
+            depth += token.is(TokenKind::LeftBrace) ? 1 : token.is(TokenKind::RightBrace) ? -1 : 0;
+            if (depth == 0 && token.startsLine && token.isName("include") && tokens[i + 1].is(TokenKind::Text)) {
+                include(tokens[i + 1]);
+                ++i;
+                continue;
+            }
+            m_tokens.push_back(token);
+        }
+        if (file == 0) {
+            m_tokens.push_back(tokens.back());
+        }
+    }
+
+    /// Once, wherever it is asked for; so a circle of includes ends, too.
+    void include(const Token &name)
+    {
+        constexpr int kMostDepth = 64;
+        const QFileInfo including(m_sources.file(name.position.file).name);
+        const QString path = QDir::cleanPath(including.dir().filePath(name.text));
+        const QFileInfo included(path);
+        const QString canonical =
+            included.canonicalFilePath().isEmpty() ? included.absoluteFilePath() : included.canonicalFilePath();
+        if (m_included.contains(canonical)) {
+            return;
+        }
+        m_included.insert(canonical);
+        const ReadSource source = readSource(path);
+        if (!source.problem.isNull()) {
+            const QString line = source.line > 0 ? QStringLiteral(" (line %1)").arg(source.line) : QString();
+            m_sources.error(name.position, QStringLiteral("the include '%1': %2%3").arg(path, source.problem, line));
+            return;
+        }
+        if (++m_depth > kMostDepth) {
+            m_sources.error(name.position, QStringLiteral("includes are nested too deeply"));
+        } else {
+            readFile(m_sources.add(path, source.text));
+        }
+        --m_depth;
+    }
+
+    Sources &m_sources;
+    std::vector<Token> m_tokens;
+    QSet<QString> m_included;
+    int m_depth = 0;
+};
+
+void warnOfUnused(Workspace &work)
+{
+    for (const auto &[name, symbol] : work.symbols.globals()) {
+        if (!symbol.isUsed && !symbol.isConst) {
+            work.sources.warning(symbol.position, QStringLiteral("the variable '%1' is never used").arg(symbol.name));
+        }
+    }
+}
+
+QByteArray objectFileOf(const AST &program)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    writeObjectFile(program, stream);
+    return bytes;
+}
+
+CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
+{
+    const Clock clock(Clock::Drive::ByHand); // the program object's ticks never come
+    AST program(kNoDirectory);
+    // What the program object itself refuses, the checks should have found; it must not get lost if they did not.
+    QObject::connect(&program, &AST::error, &program, [&sources](const QString &text) { sources.error({}, text); });
+    Symbols symbols(program);
+    TokenCursor cursor(sources, tokens);
+    const Outline outline = outlineOf(cursor);
+    HiddenLists hiddenLists(program);
+    Globals *globals = nullptr;
+    ConstantEvaluator constants(program, [&globals](const QString &name) { return globals->constantValue(name); });
+    Workspace work{ sources, cursor, symbols, constants, hiddenLists };
+    Globals declared(work, outline);
+    globals = &declared;
+    declared.declareTypes();
+    ProgramParser parser(work, declared, outline);
+    parser.nameCallables();
+    declared.declareVariables();
+    parser.parse();
+    warnOfUnused(work);
+    CompileResult result;
+    if (!sources.hasErrors()) {
+        result.objectFile = objectFileOf(program);
+    }
+    result.diagnostics = sources.takeDiagnostics();
+    return result;
+}
+} // namespace
+
+QString CompileResult::text() const
+{
+    QString all;
+    for (const Diagnostic &diagnostic : diagnostics) {
+        all += textOf(diagnostic);
+    }
+    return all;
+}
+
+CompileResult compileSource(const QString &text, const QString &fileName)
+{
+    Sources sources;
+    TokenReader reader(sources);
+    reader.read(fileName, text);
+    return compile(sources, reader.take());
+}
+
+CompileResult compileFile(const QString &path)
+{
+    const ReadSource source = readSource(path);
+    if (source.problem.isNull()) {
+        return compileSource(source.text, path);
+    }
+    CompileResult result;
+    result.diagnostics.push_back(
+        { Diagnostic::Severity::Error, path, source.line, source.line > 0 ? 1 : 0, source.problem });
+    return result;
+}

@@ -1,0 +1,395 @@
+#include "compiler/ExpressionWriter.h"
+
+#include "compiler/Words.h"
+#include "compiler/Workspace.h"
+#include "program/AST.h"
+
+#include <QLocale>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+namespace {
+constexpr int kUnary = 12;
+constexpr int kPostfix = 13;
+
+struct Operator
+{
+    int code;
+    const char *sign;
+    int binding; // as the parser's
+};
+
+constexpr Operator kCalculations[] = { { '|', "|", 6 },  { '^', "^", 7 },  { '&', "&", 8 },  { '+', "+", 10 },
+                                       { '-', "-", 10 }, { '*', "*", 11 }, { '/', "/", 11 }, { '%', "mod", 11 } };
+constexpr Operator kComparisons[] = {
+    { NumberBoolExpression::Or, "or", 1 },           { NumberBoolExpression::Xor, "xor", 2 },
+    { NumberBoolExpression::And, "and", 3 },         { NumberBoolExpression::Equal, "=", 4 },
+    { NumberBoolExpression::NotEqual, "<>", 4 },     { NumberBoolExpression::Less, "<", 5 },
+    { NumberBoolExpression::LessEqual, "<=", 5 },    { NumberBoolExpression::Greater, ">", 5 },
+    { NumberBoolExpression::GreaterEqual, ">=", 5 },
+};
+
+template <size_t Size>
+const Operator *rowOf(const Operator (&table)[Size], int code)
+{
+    const auto *const row =
+        std::find_if(std::begin(table), std::end(table), [code](const Operator &entry) { return entry.code == code; });
+    return row != std::end(table) ? row : nullptr;
+}
+
+bool isWritable(const QString &text)
+{
+    return std::none_of(text.begin(), text.end(),
+                        [](QChar character) {
+                            return character == QLatin1Char('\n') || character == QLatin1Char('\r') ||
+                                   character.isNull();
+                        }) &&
+           QString::fromUtf8(text.toUtf8()) == text;
+}
+
+bool isEventName(const QString &name)
+{
+    static const QStringList kNames{ QStringLiteral("BUTTON"), QStringLiteral("DATA"), QStringLiteral("LEVEL"),
+                                     QStringLiteral("TIMELINE") };
+    return kNames.contains(name, Qt::CaseInsensitive);
+}
+} // namespace
+
+QString remark(const QString &text)
+{
+    QString safe = text;
+    safe.replace(QLatin1String("*/"), QLatin1String("* /"));
+    safe.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    safe.replace(QLatin1Char('\r'), QLatin1Char(' '));
+    safe.remove(QChar(0));
+    return QStringLiteral("/* %1 */").arg(safe);
+}
+
+QString numberText(double number)
+{
+    return QString::number(number, 'g', QLocale::FloatingPointShortest);
+}
+
+QString quoted(const QString &text)
+{
+    if (!isWritable(text)) {
+        return bytesText(text.toUtf8());
+    }
+    QString doubled = text;
+    doubled.replace(QLatin1Char('\''), QLatin1String("''"));
+    return QStringLiteral("'%1'").arg(doubled);
+}
+
+QString bytesText(const QByteArray &bytes)
+{
+    const QString text = QString::fromUtf8(bytes);
+    const bool isPlain = std::none_of(bytes.begin(), bytes.end(),
+                                      [](char byte) { return static_cast<quint8>(byte) < 32 || byte == 127; });
+    if (isPlain && text.toUtf8() == bytes && isWritable(text)) {
+        return quoted(text);
+    }
+    QStringList parts;
+    QString run;
+    const auto endRun = [&parts, &run] {
+        if (!run.isEmpty()) {
+            parts += quoted(run);
+            run.clear();
+        }
+    };
+    for (const char byte : bytes) {
+        const auto code = static_cast<quint8>(byte);
+        if (code >= 32 && code < 127) {
+            run += QLatin1Char(byte);
+        } else {
+            endRun();
+            parts += QStringLiteral("$%1").arg(code, 2, 16, QLatin1Char('0')).toUpper();
+        }
+    }
+    endRun();
+    return QStringLiteral("\"%1\"").arg(parts.join(QStringLiteral(", ")));
+}
+
+QString ExpressionWriter::text(const Expression *node, int leastBinding) const
+{
+    if (!node) {
+        return QStringLiteral("0 ") + remark(QStringLiteral("an expression is missing here"));
+    }
+    int binding = kPostfix;
+    QString written = operatorText(node, binding);
+    if (written.isEmpty()) {
+        written = simpleText(node);
+    }
+    return binding < leastBinding ? QStringLiteral("(%1)").arg(written) : written;
+}
+
+QString ExpressionWriter::operatorText(const Expression *node, int &binding) const
+{
+    if (const auto *comparisonNode = dynamic_cast<const NumberBoolExpression *>(node)) {
+        return comparison(*comparisonNode, binding);
+    }
+    if (const auto *calculationNode = dynamic_cast<const CalcExpression *>(node)) {
+        return calculation(*calculationNode, binding);
+    }
+    if (const auto *shift = dynamic_cast<const ShiftExpression *>(node)) {
+        binding = 9;
+        const bool isLeft = shift->direction == ShiftExpression::Left;
+        const QString note = isLeft || shift->direction == ShiftExpression::Right
+                                 ? QString()
+                                 : remark(QStringLiteral("shift direction %1").arg(shift->direction));
+        return binary(shift->value.get(), isLeft ? QStringLiteral("<<") : QStringLiteral(">>") + note,
+                      shift->count.get(), binding);
+    }
+    return numericText(node, binding);
+}
+
+QString ExpressionWriter::numericText(const Expression *node, int &binding) const
+{
+    if (const auto *constant = dynamic_cast<const ConstExpression *>(node)) {
+        binding = std::signbit(constant->value) ? kUnary : kPostfix;
+        return std::isfinite(constant->value)
+                   ? numberText(constant->value)
+                   : QStringLiteral("0 ") + remark(QStringLiteral("the number is not finite"));
+    }
+    if (const auto *minus = dynamic_cast<const UMinusExpression *>(node)) {
+        binding = kUnary;
+        return unaryMinus(*minus);
+    }
+    if (const auto *negation = dynamic_cast<const NotExpression *>(node)) {
+        binding = kUnary;
+        return QStringLiteral("not ") + text(negation->operand.get(), kUnary);
+    }
+    if (const auto *inverse = dynamic_cast<const BNotExpression *>(node)) {
+        binding = kUnary;
+        return QStringLiteral("~") + text(inverse->operand.get(), kUnary);
+    }
+    if (const auto *step = dynamic_cast<const StepExpression *>(node)) {
+        binding = step->isPrefix ? kUnary : kPostfix;
+        const QString sign = node->typeTag() == IncExpression().typeTag() ? QStringLiteral("++") : QStringLiteral("--");
+        const QString operand = text(step->operand.get(), kPostfix);
+        return step->isPrefix ? sign + operand : operand + sign;
+    }
+    return {};
+}
+
+QString ExpressionWriter::unaryMinus(const UMinusExpression &node) const
+{
+    const auto *constant = dynamic_cast<const ConstExpression *>(node.operand.get());
+    const QString operand = text(node.operand.get(), kUnary);
+    if (constant && !std::signbit(constant->value)) { // -5 would be a number of its own
+        return QStringLiteral("-(%1)").arg(operand);
+    }
+    return operand.startsWith(QLatin1Char('-')) ? QStringLiteral("- ") + operand : QStringLiteral("-") + operand;
+}
+
+QString ExpressionWriter::binary(const Expression *left, const QString &sign, const Expression *right,
+                                 int binding) const
+{
+    return QStringLiteral("%1 %2 %3").arg(text(left, binding), sign, text(right, binding + 1));
+}
+
+QString ExpressionWriter::comparison(const NumberBoolExpression &node, int &binding) const
+{
+    if (const Operator *row = rowOf(kComparisons, node.operatorCode)) {
+        binding = row->binding;
+        return binary(node.left.get(), QString::fromLatin1(row->sign), node.right.get(), binding);
+    }
+    const QString note = remark(QStringLiteral("operator %1").arg(node.operatorCode));
+    if (node.operatorCode == NumberBoolExpression::Truth) {
+        binding = 4;
+        return binary(node.left.get(), QStringLiteral("<> ") + note, std::make_unique<ConstExpression>(0).get(),
+                      binding);
+    }
+    binding = 4;
+    return binary(node.left.get(), QStringLiteral("= ") + note, node.right.get(), binding);
+}
+
+QString ExpressionWriter::calculation(const CalcExpression &node, int &binding) const
+{
+    if (const Operator *row = rowOf(kCalculations, node.operatorCode)) {
+        binding = row->binding;
+        return binary(node.left.get(), QString::fromLatin1(row->sign), node.right.get(), binding);
+    }
+    binding = 9;
+    return binary(node.left.get(), QStringLiteral(">> ") + remark(QStringLiteral("operator %1").arg(node.operatorCode)),
+                  node.right.get(), binding);
+}
+
+QString ExpressionWriter::simpleText(const Expression *node) const
+{
+    if (const auto *variable = dynamic_cast<const VarExpression *>(node)) {
+        return nameText(variable->name);
+    }
+    if (const auto *element = dynamic_cast<const ArrayExpression *>(node)) {
+        return QStringLiteral("%1[%2]").arg(baseText(element->base.get()), text(element->index.get()));
+    }
+    if (const auto *member = dynamic_cast<const StructExpression *>(node)) {
+        return QStringLiteral("%1.%2").arg(baseText(member->base.get()), member->memberName);
+    }
+    if (const auto *string = dynamic_cast<const StringExpression *>(node)) {
+        return stringText(*string);
+    }
+    if (const auto *call = dynamic_cast<const CallBase *>(node)) {
+        const bool isFunction = dynamic_cast<const FuncCallExpression *>(node);
+        return isFunction
+                   ? callText(*call)
+                   : QStringLiteral("0 ") + remark(QStringLiteral("the routine %1 as a value").arg(call->functionName));
+    }
+    if (const auto *button = dynamic_cast<const ButtonExpression *>(node)) {
+        return buttonText(*button);
+    }
+    if (const auto *device = dynamic_cast<const DeviceExpr *>(node)) {
+        const QString note = device->variable ? QStringLiteral(" ") + remark(QStringLiteral("as a device")) : QString();
+        return deviceText(device) + note;
+    }
+    return QStringLiteral("0 ") + remark(QStringLiteral("expression tag %1").arg(node->typeTag()));
+}
+
+QString ExpressionWriter::baseText(const Expression *base) const
+{
+    const bool isPlace = dynamic_cast<const VarExpression *>(base) || dynamic_cast<const ArrayExpression *>(base) ||
+                         dynamic_cast<const StructExpression *>(base);
+    return isPlace ? text(base, kPostfix)
+                   : QStringLiteral("(%1)").arg(text(base)) + remark(QStringLiteral("not a variable"));
+}
+
+QString ExpressionWriter::nameText(const QString &name) const
+{
+    if (HiddenLists::isHiddenName(name)) {
+        if (const Array *list = asArray(m_program.findGlobal(Name(name)))) {
+            return valueText(*list);
+        }
+    }
+    if (isPlainName(name) || isEventName(name)) {
+        return name;
+    }
+    return QStringLiteral("0 ") + remark(QStringLiteral("the variable \"%1\"").arg(name));
+}
+
+QString ExpressionWriter::stringText(const StringExpression &node) const
+{
+    if (!node.list) {
+        const QString note =
+            isWritable(node.text) ? QString() : QStringLiteral(" ") + remark(QStringLiteral("one text"));
+        return quoted(node.text) + note;
+    }
+    QStringList parts;
+    for (const auto &item : node.list->items) {
+        const QString part = text(item.get());
+        parts += part.startsWith(QLatin1Char('"')) ? QStringLiteral("(%1)").arg(part) : part;
+    }
+    return QStringLiteral("\"%1\"").arg(parts.join(QStringLiteral(", ")));
+}
+
+QString ExpressionWriter::listText(const ExpressionList &list) const
+{
+    QStringList parts;
+    for (const auto &item : list.items) {
+        parts += text(item.get());
+    }
+    return parts.join(QStringLiteral(", "));
+}
+
+QString ExpressionWriter::callText(const CallBase &node) const
+{
+    const QString arguments = node.arguments ? listText(*node.arguments) : remark(QStringLiteral("no argument list"));
+    const QString name = isPlainName(node.functionName)
+                             ? node.functionName
+                             : remark(QStringLiteral("\"%1\"").arg(node.functionName)) + QStringLiteral("unknown");
+    return QStringLiteral("%1(%2)").arg(name, arguments);
+}
+
+QString ExpressionWriter::buttonText(const ButtonExpression &button) const
+{
+    QStringList parts;
+    for (const ButtonExpression::Item &item : button.items) {
+        if (const auto *expression = std::get_if<std::unique_ptr<Expression>>(&item)) {
+            parts += text(expression->get());
+        } else if (const auto *device = std::get_if<std::unique_ptr<Device>>(&item); device && *device) {
+            parts += (*device)->address().text();
+        } else {
+            parts += QStringLiteral("0 ") + remark(QStringLiteral("an empty item"));
+        }
+    }
+    if (parts.isEmpty()) {
+        parts += remark(QStringLiteral("no item"));
+    }
+    return QStringLiteral("[%1]").arg(parts.join(QStringLiteral(", ")));
+}
+
+QString ExpressionWriter::deviceText(const DeviceExpr *device) const
+{
+    if (device && device->device) {
+        return device->device->address().text();
+    }
+    if (device && device->variable) {
+        return text(device->variable.get());
+    }
+    if (!device || !device->parts || device->parts->items.size() != 3) {
+        return QStringLiteral("0:1:0 ") + remark(QStringLiteral("no device"));
+    }
+    QStringList parts;
+    for (const auto &part : device->parts->items) {
+        parts += QStringLiteral("(%1)").arg(text(part.get()));
+    }
+    return parts.join(QLatin1Char(':'));
+}
+
+QString ExpressionWriter::addressText(const DeviceAddress &address) const
+{
+    for (const BasicType *value : m_program.globalsInOrder()) {
+        const Device *device = asDevice(value);
+        if (device && device->isConst() && device->address() == address && isPlainName(device->name().text())) {
+            return device->name().text();
+        }
+    }
+    return address.text();
+}
+
+QString ExpressionWriter::valueText(const BasicType &value) const
+{
+    if (const Double *number = asDouble(&value)) {
+        return std::isfinite(number->value())
+                   ? numberText(number->value())
+                   : QStringLiteral("0 ") + remark(QStringLiteral("the number is not finite"));
+    }
+    if (const Device *device = asDevice(&value)) {
+        return addressText(device->address());
+    }
+    if (const StructType *structure = asStruct(&value)) {
+        return structText(*structure);
+    }
+    const Array *array = asArray(&value);
+    if (array->typeCode() == CharType && array->isPackedBytes() && !HiddenLists::isHiddenName(array->name().text())) {
+        return bytesText(array->toBytes());
+    }
+    QStringList items;
+    for (int index = 1; index <= array->length(); ++index) {
+        const ValueView element = array->view(index);
+        items += element.isNumber() ? valueText(Double(element.number))
+                 : element.object   ? valueText(*element.object)
+                                    : QStringLiteral("0");
+    }
+    return QStringLiteral("{%1}").arg(items.join(QStringLiteral(", ")));
+}
+
+/// The members in the order of their declaration, as far as they are set.
+QString ExpressionWriter::structText(const StructType &value) const
+{
+    const CustomTypeInfo *info = m_program.findType(value.typeCode());
+    if (!info) {
+        return QStringLiteral("{} ") + remark(QStringLiteral("a structure of unknown type %1").arg(value.typeCode()));
+    }
+    QStringList items;
+    int set = 0;
+    for (const TypeDecl &member : info->members()) {
+        const BasicType *content = value.member(Name(member.name));
+        items += content ? valueText(*content)
+                         : QStringLiteral("0 ") + remark(QStringLiteral("no member %1").arg(member.name));
+        if (content && content->isInitialised()) {
+            set = items.size();
+        }
+    }
+    return QStringLiteral("{%1}").arg(QStringList(items.mid(0, set)).join(QStringLiteral(", ")));
+}

@@ -1,0 +1,73 @@
+#pragma once
+#include "compiler/Sources.h"
+
+enum class TokenKind {
+    End,
+    Name,
+    Number,
+    Text,  // '…', with its doubled quotes made single
+    Quote, // ": opens or closes a list that is flattened into bytes
+    LeftParen,
+    RightParen,
+    LeftBracket,
+    RightBracket,
+    LeftBrace,
+    RightBrace,
+    Comma,
+    Colon,
+    Semicolon,
+    Dot,
+    Range, // ..
+    Assign,
+    Equal,
+    NotEqual,
+    Less,
+    LessEqual,
+    Greater,
+    GreaterEqual,
+    Plus,
+    Minus,
+    Star,
+    Slash,
+    Percent,
+    PlusPlus,
+    MinusMinus,
+    PlusAssign,
+    MinusAssign,
+    StarAssign,
+    SlashAssign,
+    PercentAssign,
+    ShiftLeft,
+    ShiftRight,
+    Ampersand,
+    Pipe,
+    Caret,
+    Tilde,
+    And,
+    Or,
+    Xor,
+    Not,
+};
+
+struct Token
+{
+    TokenKind kind = TokenKind::End;
+    SourcePosition position{};
+    int length = 0;
+    bool startsLine = false; // a line end stands before it, and no operator that would go on over it
+    QString text{};          // of a Name as written, of a Text its content
+    double number = 0;
+
+    bool is(TokenKind wanted) const { return kind == wanted; }
+    bool isName(const char *lowerCase) const; // a Name with that text, in any case
+};
+
+/// Cuts a file of the sources into tokens, up to and with the End. What is no token is reported and left out.
+/// The operator words (and, mod, band …) come as the tokens of their signs.
+std::vector<Token> tokensOf(Sources &sources, int file);
+
+bool isNameStart(QChar character);
+bool isNamePart(QChar character);
+
+/// As it stands in messages: 'nVolume', "end of file".
+QString describe(const Token &token, const Sources &sources);

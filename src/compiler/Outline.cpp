@@ -1,0 +1,425 @@
+#include "compiler/Outline.h"
+
+#include "compiler/Words.h"
+
+namespace {
+class Outliner
+{
+public:
+    explicit Outliner(TokenCursor cursor)
+        : m_cursor(cursor)
+    {}
+
+    Outline run()
+    {
+        while (!m_cursor.atEnd()) {
+            if (m_cursor.take(TokenKind::Semicolon)) {
+                continue;
+            }
+            const size_t start = m_cursor.index();
+            if (!readDeclaration()) {
+                recover(start);
+            }
+        }
+        return std::move(m_outline);
+    }
+
+private:
+    using Reader = bool (Outliner::*)();
+    struct Row
+    {
+        const char *word;
+        TokenKind follower; // some words are names elsewhere: they count only before this
+        Reader read;
+    };
+
+    bool readDeclaration()
+    {
+        static constexpr Row kRows[] = {
+            { "program", TokenKind::Text, &Outliner::readProgram },
+            { "struct", TokenKind::Name, &Outliner::readStructure },
+            { "exclusive", TokenKind::LeftBracket, &Outliner::readExclusive },
+            { "combine", TokenKind::LeftParen, &Outliner::readCombination },
+            { "level", TokenKind::LeftBracket, &Outliner::readLevel },
+            { "function", TokenKind::Name, &Outliner::readFunction },
+            { "routine", TokenKind::Name, &Outliner::readRoutine },
+            { "start", TokenKind::LeftBrace, &Outliner::readStart },
+            { "mainline", TokenKind::LeftBrace, &Outliner::readMainline },
+            { "button_event", TokenKind::LeftBracket, &Outliner::readHandler },
+            { "data_event", TokenKind::LeftBracket, &Outliner::readHandler },
+            { "level_event", TokenKind::LeftBracket, &Outliner::readHandler },
+            { "timeline_event", TokenKind::LeftBracket, &Outliner::readHandler },
+        };
+        for (const Row &row : kRows) {
+            if (m_cursor.atName(row.word) && m_cursor.peek(1).is(row.follower)) {
+                return (this->*row.read)();
+            }
+        }
+        if (isVariableStart()) {
+            return readVariables();
+        }
+        reportUnknown();
+        return false;
+    }
+
+    bool isVariableStart() const
+    {
+        const Token &first = m_cursor.peek();
+        if (!first.is(TokenKind::Name)) {
+            return false;
+        }
+        if (m_cursor.atName("const") || storageCodeOfWord(first.text) >= 0 || typeCodeOfWord(first.text) >= 0) {
+            return true;
+        }
+        const Token &second = m_cursor.peek(1);
+        return second.is(TokenKind::Name) && !second.startsLine && !isReservedWord(first.text);
+    }
+
+    void reportUnknown()
+    {
+        const Token &found = m_cursor.peek();
+        QString message = QStringLiteral("a declaration expected, found %1").arg(describe(found, m_cursor.sources()));
+        if (found.is(TokenKind::Name)) {
+            if (statementWords().contains(found.text, Qt::CaseInsensitive)) {
+                message = QStringLiteral("the statement '%1' can stand only in a block").arg(found.text);
+            } else if (declarationWords().contains(found.text, Qt::CaseInsensitive)) {
+                m_cursor.next();
+                m_cursor.expected(found.isName("start") || found.isName("mainline") ? "'{'"
+                                  : found.isName("combine")                         ? "'('"
+                                  : found.isName("program")                         ? "a text"
+                                  : found.isName("struct") || found.isName("function") || found.isName("routine")
+                                      ? "a name"
+                                      : "'['");
+                return;
+            } else if (const QString close = closestName(found.text, declarationWords()); !close.isEmpty()) {
+                message += QStringLiteral("; did you mean '%1'?").arg(close);
+            }
+        }
+        m_cursor.error(message);
+    }
+
+    /// On to the next line that begins outside all braces; always past start.
+    void recover(size_t start)
+    {
+        if (m_cursor.index() == start && !m_cursor.atEnd()) {
+            skipOne();
+        }
+        while (!m_cursor.atEnd() && !m_cursor.peek().startsLine) {
+            skipOne();
+        }
+    }
+
+    void skipOne()
+    {
+        if (!m_cursor.at(TokenKind::LeftBrace) || readBraces().isEmpty()) {
+            m_cursor.next();
+        }
+    }
+
+    /// From an opening brace to behind the one that closes it. A word that can only stand on the top level shows that
+    /// a closing brace is missing before it.
+    TokenRange readBraces()
+    {
+        const Token opening = m_cursor.peek();
+        TokenRange range{ m_cursor.index(), m_cursor.index() };
+        int depth = 0;
+        do {
+            const Token &token = m_cursor.peek();
+            const bool isProgramPart = token.startsLine && token.is(TokenKind::Name) && isProgramWord(token.text);
+            if (token.is(TokenKind::End) || isProgramPart) {
+                m_cursor.sources().error(
+                    opening.position,
+                    QStringLiteral("this '{' is not closed before %1").arg(describe(token, m_cursor.sources())));
+                break;
+            }
+            depth += token.is(TokenKind::LeftBrace) ? 1 : token.is(TokenKind::RightBrace) ? -1 : 0;
+            m_cursor.next();
+        } while (depth > 0);
+        range.last = m_cursor.index();
+        return range;
+    }
+
+    bool readBody(TokenRange &body)
+    {
+        if (!m_cursor.at(TokenKind::LeftBrace)) {
+            m_cursor.expected("'{'");
+            return false;
+        }
+        body = readBraces();
+        return true;
+    }
+
+    /// From an opening bracket to behind the one that closes it.
+    bool readBalanced(TokenRange &range)
+    {
+        const SourcePosition opening = m_cursor.position();
+        const QString text = describe(m_cursor.peek(), m_cursor.sources());
+        range.first = m_cursor.index();
+        if (!m_cursor.skipBalanced()) {
+            m_cursor.sources().error(opening, QStringLiteral("this %1 is not closed").arg(text));
+            m_cursor.moveTo(range.first + 1); // what follows is read as if it were not there
+            return false;
+        }
+        range.last = m_cursor.index();
+        return true;
+    }
+
+    bool readProgram()
+    {
+        m_cursor.next();
+        if (m_outline.programName != 0) {
+            m_cursor.error(QStringLiteral("the program has a name already (%1)")
+                               .arg(m_cursor.sources().lineReference(m_cursor.token(m_outline.programName).position,
+                                                                     m_cursor.position())));
+        } else {
+            m_outline.programName = m_cursor.index();
+        }
+        m_cursor.next();
+        return endOfDeclaration();
+    }
+
+    bool readStructure()
+    {
+        m_cursor.next();
+        Outline::Structure structure;
+        structure.name = m_cursor.index();
+        m_cursor.next();
+        TokenRange braces;
+        if (!readBody(braces)) {
+            return false;
+        }
+        structure.members = between(braces);
+        m_outline.structures.push_back(structure);
+        return true;
+    }
+
+    TokenRange between(TokenRange brackets) const
+    {
+        const TokenKind last = m_cursor.token(brackets.last - 1).kind;
+        const bool isClosed =
+            last == TokenKind::RightBrace || last == TokenKind::RightParen || last == TokenKind::RightBracket;
+        return { brackets.first + 1, isClosed ? brackets.last - 1 : brackets.last };
+    }
+
+    bool readExclusive()
+    {
+        m_cursor.next();
+        TokenRange range;
+        if (!readBalanced(range)) {
+            return false;
+        }
+        m_outline.exclusives.push_back(range);
+        return endOfDeclaration();
+    }
+
+    bool readCombination()
+    {
+        m_cursor.next();
+        TokenRange range;
+        if (!readBalanced(range)) {
+            return false;
+        }
+        m_outline.combinations.push_back(range);
+        return endOfDeclaration();
+    }
+
+    bool readLevel()
+    {
+        m_cursor.next();
+        Outline::Binding binding;
+        if (!readBalanced(binding.level)) {
+            return false;
+        }
+        if (!m_cursor.at(TokenKind::Name) || m_cursor.peek().startsLine) {
+            m_cursor.expected("the name of a variable");
+            return false;
+        }
+        binding.variable = m_cursor.index();
+        m_cursor.next();
+        m_outline.levels.push_back(binding);
+        return endOfDeclaration();
+    }
+
+    bool readFunction()
+    {
+        m_cursor.next();
+        Outline::Callable function;
+        if (!m_cursor.peek(1).is(TokenKind::LeftParen)) {
+            function.type = m_cursor.index();
+            m_cursor.next();
+            while (m_cursor.at(TokenKind::LeftBracket)) {
+                if (!readSize(function.sizes)) {
+                    return false;
+                }
+            }
+        }
+        return readCallable(function, m_outline.functions);
+    }
+
+    bool readRoutine()
+    {
+        m_cursor.next();
+        return readCallable({}, m_outline.routines);
+    }
+
+    bool readCallable(Outline::Callable callable, std::vector<Outline::Callable> &list)
+    {
+        if (!m_cursor.at(TokenKind::Name)) {
+            m_cursor.expected("a name");
+            return false;
+        }
+        callable.name = m_cursor.index();
+        m_cursor.next();
+        if (!m_cursor.at(TokenKind::LeftParen)) {
+            m_cursor.expected("'('");
+            return false;
+        }
+        TokenRange parentheses;
+        if (!readBalanced(parentheses)) {
+            return false;
+        }
+        callable.parameters = between(parentheses);
+        if (!readBody(callable.body)) {
+            return false;
+        }
+        list.push_back(callable);
+        return true;
+    }
+
+    bool readStart() { return readBlock(m_outline.startBlocks); }
+    bool readMainline() { return readBlock(m_outline.mainlineBlocks); }
+
+    bool readBlock(std::vector<Outline::Block> &list)
+    {
+        Outline::Block block;
+        block.word = m_cursor.index();
+        m_cursor.next();
+        block.body = readBraces();
+        list.push_back(block);
+        return true;
+    }
+
+    bool readHandler()
+    {
+        Outline::Handler handler;
+        handler.word = m_cursor.index();
+        m_cursor.next();
+        handler.specifications.first = m_cursor.index();
+        do {
+            TokenRange specification;
+            if (!m_cursor.at(TokenKind::LeftBracket)) {
+                m_cursor.expected("'['");
+                return false;
+            }
+            if (!readBalanced(specification)) {
+                return false;
+            }
+        } while (m_cursor.take(TokenKind::Comma));
+        handler.specifications.last = m_cursor.index();
+        if (!readBody(handler.body)) {
+            return false;
+        }
+        m_outline.handlers.push_back(handler);
+        return true;
+    }
+
+    bool readVariables()
+    {
+        Outline::Variables variables;
+        for (; m_cursor.at(TokenKind::Name); m_cursor.next()) {
+            if (m_cursor.atName("const")) {
+                variables.isConst = true;
+            } else if (storageCodeOfWord(m_cursor.peek().text) >= 0) {
+                variables.storageWords.push_back(m_cursor.index());
+            } else {
+                break;
+            }
+        }
+        if (!m_cursor.at(TokenKind::Name)) {
+            m_cursor.expected("the name of a type");
+            return false;
+        }
+        variables.type = m_cursor.index();
+        m_cursor.next();
+        do {
+            Outline::Declarator declarator;
+            if (!readDeclarator(declarator)) {
+                return false;
+            }
+            variables.declarators.push_back(declarator);
+        } while (m_cursor.take(TokenKind::Comma));
+        m_outline.variables.push_back(variables);
+        return endOfDeclaration();
+    }
+
+    bool readDeclarator(Outline::Declarator &declarator)
+    {
+        if (!m_cursor.at(TokenKind::Name)) {
+            m_cursor.expected("the name of a variable");
+            return false;
+        }
+        declarator.name = m_cursor.index();
+        m_cursor.next();
+        while (m_cursor.at(TokenKind::LeftBracket)) {
+            if (!readSize(declarator.sizes)) {
+                return false;
+            }
+        }
+        if (!m_cursor.take(TokenKind::Assign)) {
+            return true;
+        }
+        declarator.hasInitialValue = true;
+        declarator.initialValue.first = m_cursor.index();
+        bool inQuotes = false;
+        while (!m_cursor.atEnd()) {
+            const Token &token = m_cursor.peek();
+            const bool isFirst = m_cursor.index() == declarator.initialValue.first;
+            const bool ends = token.is(TokenKind::Comma) || token.is(TokenKind::Semicolon) ||
+                              token.is(TokenKind::RightBrace) || (token.startsLine && !isFirst);
+            if (ends && !inQuotes) {
+                break;
+            }
+            inQuotes = inQuotes != token.is(TokenKind::Quote);
+            const bool opens =
+                token.is(TokenKind::LeftParen) || token.is(TokenKind::LeftBracket) || token.is(TokenKind::LeftBrace);
+            if (!opens) {
+                m_cursor.next();
+                continue;
+            }
+            TokenRange inner;
+            if (!readBalanced(inner)) {
+                return false;
+            }
+        }
+        declarator.initialValue.last = m_cursor.index();
+        return true;
+    }
+
+    bool readSize(std::vector<TokenRange> &sizes)
+    {
+        TokenRange brackets;
+        if (!readBalanced(brackets)) {
+            return false;
+        }
+        sizes.push_back(between(brackets));
+        return true;
+    }
+
+    bool endOfDeclaration()
+    {
+        if (m_cursor.atEnd() || m_cursor.peek().startsLine || m_cursor.take(TokenKind::Semicolon)) {
+            return true;
+        }
+        m_cursor.expected("the end of the declaration");
+        return false;
+    }
+
+    TokenCursor m_cursor;
+    Outline m_outline;
+};
+} // namespace
+
+Outline outlineOf(TokenCursor cursor)
+{
+    return Outliner(cursor).run();
+}

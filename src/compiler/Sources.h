@@ -1,0 +1,67 @@
+#pragma once
+#include "compiler/Diagnostics.h"
+
+#include <QString>
+
+#include <set>
+#include <utility>
+#include <vector>
+
+/// A place in the text of a program: the file and the offset in it, in UTF-16 units.
+struct SourcePosition
+{
+    int file = 0;
+    int offset = 0;
+};
+
+/// The files of a program and what there is to say about them.
+class Sources
+{
+public:
+    struct File
+    {
+        QString name; // as it stands in diagnostics
+        QString text;
+    };
+
+    int add(const QString &name, const QString &text); // line ends of any kind; the file's index
+    const File &file(int index) const { return m_files[static_cast<size_t>(index)]; }
+
+    /// A remark that repeats another at the same place is dropped. After kMostErrors errors nothing more is kept.
+    void error(SourcePosition position, const QString &message);
+    void warning(SourcePosition position, const QString &message);
+    void fileError(const QString &name, const QString &message);
+    bool hasErrors() const { return m_errors > 0; }
+
+    /// All remarks, in the order of files and places. Leaves none behind.
+    std::vector<Diagnostic> takeDiagnostics();
+
+    /// "12" for the line of a position; with the file's name when that is not the file of nearTo: "a.src:12".
+    QString lineReference(SourcePosition position, SourcePosition nearTo) const;
+
+private:
+    static constexpr int kMostErrors = 200;
+    struct Remark
+    {
+        SourcePosition position;
+        Diagnostic diagnostic;
+    };
+    void add(Diagnostic::Severity severity, SourcePosition position, const QString &message);
+
+    std::vector<File> m_files;
+    std::vector<Remark> m_remarks;
+    std::set<std::pair<std::pair<int, int>, QString>> m_known;
+    int m_errors = 0;
+};
+
+/// Reads a source file. On failure text is null and problem says why; an offset into bad bytes is told as a line.
+struct ReadSource
+{
+    QString text;
+    QString problem;
+    int line = 0; // of the problem; 0: the file as a whole
+};
+ReadSource readSource(const QString &path);
+
+/// Bytes of a source as text: UTF-8, with or without a byte order mark, no NUL.
+ReadSource decodeSource(const QByteArray &bytes);

@@ -1,0 +1,26 @@
+#pragma once
+#include <QString>
+#include <QStringList>
+
+/// The words of the language. All are compared in any case.
+
+int typeCodeOfWord(const QString &word);      // 10 to 18; devchan 200, devlev 201; -1: not the name of a built-in type
+int storageCodeOfWord(const QString &word);   // 100 to 102; -1: no storage class
+int placementCodeOfWord(const QString &word); // 103, 104; -1: no placement
+QString wordOfTypeCode(int code);             // empty for a code that is not built in
+QString wordOfStorageCode(int code);
+QString wordOfPlacementCode(int code);
+
+/// Words that begin a declaration of the program and can stand nowhere else.
+bool isProgramWord(const QString &word);
+QStringList declarationWords(); // for suggestions
+QStringList statementWords();
+
+/// Words that a program cannot use as the name of a variable, function, routine, type or parameter.
+bool isReservedWord(const QString &word);
+
+/// The text as a name that the source form can write.
+bool isPlainName(const QString &text);
+
+/// The candidate that a mistyped name most likely means; empty when none is close.
+QString closestName(const QString &written, const QStringList &candidates);

@@ -1,0 +1,56 @@
+#include "devices/AnswerLoop.h"
+
+#include "base/Clock.h"
+
+namespace {
+constexpr int kRepeatMs = 100;
+}
+
+AnswerLoop::AnswerLoop(AST *program, int ticks)
+    : m_program(program)
+    , m_hasProgram(program != nullptr)
+    , m_ticksLeft(ticks)
+{}
+
+void AnswerLoop::run(const Ask &ask)
+{
+    if (isProgramGone()) {
+        m_isOver = true;
+        return;
+    }
+    ask();
+    if (m_isOver) {
+        return;
+    }
+    const int ticket = Clock::instance().every(kRepeatMs, [this, &ask] { tick(ask); });
+    m_loop.exec();
+    Clock::instance().cancel(ticket);
+    m_isOver = true; // also when the process quits
+}
+
+void AnswerLoop::finish()
+{
+    m_isOver = true;
+    m_loop.quit();
+}
+
+void AnswerLoop::tick(const Ask &ask)
+{
+    // A wait that is over can still tick: a question asked meanwhile keeps this loop from returning.
+    if (m_isOver) {
+        return;
+    }
+    if (isProgramGone()) {
+        finish();
+        return;
+    }
+    ask();
+    if (--m_ticksLeft <= 0) {
+        finish();
+    }
+}
+
+bool AnswerLoop::isProgramGone() const
+{
+    return m_hasProgram && (!m_program || m_program->stopRequested());
+}

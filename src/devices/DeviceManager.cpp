@@ -1,0 +1,470 @@
+#include "devices/DeviceManager.h"
+
+#include "base/Messages.h"
+#include "base/Monitor.h"
+#include "base/SystemNumber.h"
+#include "devices/AnswerLoop.h"
+#include "devices/RemoteText.h"
+#include "devices/SwitchNotice.h"
+#include "events/Dispatcher.h"
+#include "program/AST.h"
+
+namespace {
+constexpr int kPanelTicks = 6; // of 100 ms
+constexpr int kPortTicks = 4;
+constexpr int kDefaultPulseMs = 500;
+
+DeviceManager *theManager = nullptr;
+
+bool isLocal(const DeviceAddress &device)
+{
+    return isLocalSystem(device.system);
+}
+
+/// Two system numbers that mean the same controller: 0 is this one.
+bool isSameSystem(int left, int right)
+{
+    return left == right || (isLocalSystem(left) && isLocalSystem(right));
+}
+
+/// A message that another controller addresses to this one, with the number that it must carry.
+bool isForUs(const DeviceAddress &device)
+{
+    return device.system == localSystemNumber();
+}
+
+/// Monitor lines about data that goes to a device of another controller, or to a port or socket of this one.
+void logRemoteData(const char *source, const DeviceAddress &device, const QByteArray &data)
+{
+    if (isMonitored()) {
+        monitorLog(MonitorMessageType::PortTraffic,
+                   translated(source).arg(device.number).arg(device.port).arg(device.system).arg(printableOrHex(data)));
+    }
+}
+
+void logPortData(const char *source, int port, const QByteArray &data)
+{
+    if (isMonitored()) {
+        monitorLog(MonitorMessageType::PortTraffic, translated(source).arg(port).arg(printableOrHex(data)));
+    }
+}
+
+void logSwitch(const DeviceAddress &device, PortAction action, int channel, SwitchNotice::Place place)
+{
+    if (device.number != kControllerDevice || !isMonitored()) {
+        return;
+    }
+    if (const auto notice = SwitchNotice::of(device, action, channel, place)) {
+        monitorLog(notice->type, notice->text);
+    }
+}
+
+void logLevel(int deviceNumber, qint64 levelCode, qint64 value)
+{
+    if (isMonitored()) {
+        const QString text = translated(
+            QT_TRANSLATE_NOOP("messages", "set level value: device ID is %1, level code is %2 and level value is %3"));
+        monitorLog(MonitorMessageType::Level, text.arg(deviceNumber).arg(levelCode).arg(value));
+    }
+}
+} // namespace
+
+DeviceManager::DeviceManager(std::unique_ptr<PortHardware> hardware, QObject *parent)
+    : QObject(parent)
+    , m_ports(std::move(hardware))
+{
+    Q_ASSERT(!theManager);
+    theManager = this;
+    m_ports.setPulseTime([this] { return m_program ? m_program->pulseTimeMs() : kDefaultPulseMs; });
+    connect(&m_ports, &PortManager::gotIRCode, this, &DeviceManager::gotIRCode);
+    connect(&m_ports, &PortManager::gotPortStatus, this,
+            [this](int port, int channel, int status) { Q_EMIT gotPortStatus(0, port, channel, status); });
+}
+
+DeviceManager::~DeviceManager()
+{
+    theManager = nullptr;
+}
+
+DeviceManager *DeviceManager::instance()
+{
+    return theManager;
+}
+
+void DeviceManager::setProgram(AST *program, Dispatcher *dispatcher)
+{
+    m_program = program;
+    m_dispatcher = dispatcher;
+}
+
+void DeviceManager::switchChannel(const DeviceAddress &device, PortAction action, int channel)
+{
+    if (isLocal(device)) {
+        m_ports.switchPort(device.port, action, channel);
+        logSwitch(device, action, channel, SwitchNotice::Place::Here);
+        return;
+    }
+    if (m_controllers) {
+        m_controllers->setupPort(device, channel, static_cast<int>(action));
+    }
+    logSwitch(device, action, channel, SwitchNotice::Place::Elsewhere);
+}
+
+void DeviceManager::sendDeviceCommand(const DeviceAddress &device, const QByteArray &data, Log logLocal)
+{
+    if (data.isEmpty()) {
+        return;
+    }
+    if (!isLocal(device)) {
+        logRemoteData(QT_TRANSLATE_NOOP("messages", "[%1:%2:%3]send device command: %4"), device, data);
+        if (m_controllers) {
+            m_controllers->sendListenCommand(device, data);
+        }
+        return;
+    }
+    if (logLocal == Log::Yes && isMonitored()) {
+        const QString text = translated(QT_TRANSLATE_NOOP(
+            "messages", "send device command: device id is %1, port number is %2 and sended data is %3"));
+        monitorLog(MonitorMessageType::LocalCommand,
+                   text.arg(device.number).arg(device.port).arg(printableOrHex(data)));
+    }
+    if (device.number == kControllerDevice) {
+        m_ports.setUpSerial(device.port, data);
+    } else if (m_panels) {
+        m_panels->sendCommand(device.number, data);
+    }
+}
+
+void DeviceManager::sendPortString(const DeviceAddress &device, const QByteArray &data)
+{
+    if (device.number == 0) {
+        if (isLocal(device)) {
+            writeSocket(device.port, data);
+        }
+        return;
+    }
+    if (!isLocal(device)) {
+        logRemoteData(QT_TRANSLATE_NOOP("messages", "[%1:%2:%3]send port command: %4"), device, data);
+        if (m_controllers) {
+            m_controllers->sendListenString(device, data);
+        }
+        return;
+    }
+    logPortData(QT_TRANSLATE_NOOP("messages", "send port command: port number is %1 and sended data is %2"),
+                device.port, data);
+    if (device.number == kControllerDevice) {
+        m_ports.sendSerial(device.port, data);
+    }
+}
+
+void DeviceManager::setLevel(const DeviceAddress &device, int levelCode, int value)
+{
+    if (!isLocal(device)) {
+        return;
+    }
+    logLevel(device.number, levelCode, value);
+    if (m_panels) {
+        m_panels->sendLevel(device.number, levelCode, value);
+    }
+    noteLevel(device.number, levelCode, value, m_lastLevel);
+}
+
+void DeviceManager::setLevels(const DeviceAddress &device, const QVector<qint64> &codes, const QVector<qint64> &values)
+{
+    if (codes.size() == 1 && values.size() == 1) {
+        setLevel(device, static_cast<int>(codes.first()), static_cast<int>(values.first()));
+        return;
+    }
+    if (!isLocal(device)) {
+        return;
+    }
+    if (m_panels) {
+        m_panels->sendLevels(device.number, codes, values);
+    }
+    for (int index = 0; index < codes.size(); ++index) {
+        const qint64 code = codes.at(index);
+        const qint64 value = values.value(index);
+        logLevel(device.number, code, value);
+        noteLevel(device.number, code, value, m_lastOfLevels);
+    }
+}
+
+void DeviceManager::setButtonStatusRange(int deviceNumber, int channel, int status, int first, int last)
+{
+    if (m_dispatcher) {
+        m_dispatcher->buttonStatus(deviceNumber).recordRange(channel, status, first, last);
+    }
+    if (m_panels) {
+        m_panels->setRangeButtonStatus(deviceNumber, channel, status, first, last);
+    }
+}
+
+void DeviceManager::setButtonStatusList(int deviceNumber, int channel, int status, const QVector<int> &channels)
+{
+    if (m_dispatcher) {
+        m_dispatcher->buttonStatus(deviceNumber)
+            .recordList(channel, status, std::vector<int>(channels.begin(), channels.end()));
+    }
+    if (m_panels) {
+        m_panels->setListButtonStatus(deviceNumber, channel, status, channels);
+    }
+}
+
+void DeviceManager::setButtonStatuses(int deviceNumber, const QVector<qint64> &channels,
+                                      const QVector<qint64> &statuses)
+{
+    if (m_dispatcher) {
+        ButtonStatusSaver &saver = m_dispatcher->buttonStatus(deviceNumber);
+        for (int index = 0; index < channels.size(); ++index) {
+            saver.recordChannel(static_cast<int>(channels.at(index)), static_cast<int>(statuses.value(index)));
+        }
+    }
+    if (m_panels) {
+        m_panels->setRangeButtonStatusVals(deviceNumber, channels, statuses);
+    }
+}
+
+int DeviceManager::relayState(const DeviceAddress &device, int channel) const
+{
+    return isLocal(device) && device.port == Port::kRelays && m_ports.isRelayOn(channel) ? 1 : 0;
+}
+
+bool DeviceManager::askPanelChannel(int deviceNumber, int channel)
+{
+    if (!m_panels) {
+        return false;
+    }
+    bool isOn = false;
+    AnswerLoop loop(m_program, kPanelTicks);
+    connect(this, &DeviceManager::gotButtonStatus, &loop, [&](int device, int answeredChannel, int status) {
+        if (loop.isOpen() && device == deviceNumber && answeredChannel == channel) {
+            isOn = status != 0;
+            loop.finish();
+        }
+    });
+    loop.run([&] { m_panels->queryButtonStatus(deviceNumber, channel); });
+    return isOn;
+}
+
+bool DeviceManager::askPortChannel(const DeviceAddress &device, int channel)
+{
+    if (isLocal(device) && device.port == Port::kRelays) {
+        return relayState(device, channel) != 0;
+    }
+    bool isOn = false;
+    AnswerLoop loop(m_program, kPortTicks);
+    connect(this, &DeviceManager::gotPortStatus, &loop, [&](int system, int port, int answeredChannel, int status) {
+        if (loop.isOpen() && isSameSystem(system, device.system) && port == device.port && answeredChannel == channel) {
+            isOn = status != 0;
+            loop.finish();
+        }
+    });
+    loop.run([&] { queryPortStatus(device, channel); });
+    return isOn;
+}
+
+void DeviceManager::queryPortStatus(const DeviceAddress &device, int channel)
+{
+    if (isLocal(device)) {
+        m_ports.queryStatus(device.port, channel);
+    } else if (m_controllers) {
+        m_controllers->queryDeviceState(device, channel);
+    }
+}
+
+std::optional<QByteArray> DeviceManager::askButtonText(int deviceNumber, int channel, int state)
+{
+    std::optional<QByteArray> answer;
+    if (!m_panels) {
+        return answer;
+    }
+    AnswerLoop loop(m_program, kPanelTicks);
+    connect(this, &DeviceManager::gotButtonText, &loop,
+            [&](int device, int answeredChannel, int answeredState, const QByteArray &text) {
+                if (loop.isOpen() && device == deviceNumber && answeredChannel == channel && answeredState == state) {
+                    answer = text;
+                    loop.finish();
+                }
+            });
+    loop.run([&] { m_panels->queryButtonText(deviceNumber, channel, state); });
+    return answer;
+}
+
+QVariant DeviceManager::askButtonProperty(int deviceNumber, int channel, const QByteArray &name)
+{
+    QVariant answer;
+    if (!m_panels) {
+        return answer;
+    }
+    AnswerLoop loop(m_program, kPanelTicks);
+    connect(this, &DeviceManager::gotButtonProperty, &loop,
+            [&](int device, int answeredChannel, const QByteArray &answeredName, const QVariant &value) {
+                if (loop.isOpen() && device == deviceNumber && answeredChannel == channel && answeredName == name) {
+                    answer = value;
+                    loop.finish();
+                }
+            });
+    loop.run([&] { m_panels->queryButtonProperty(deviceNumber, channel, name); });
+    return answer;
+}
+
+QVariant DeviceManager::askButtonStateProperty(int deviceNumber, int channel, int state, const QByteArray &name)
+{
+    QVariant answer;
+    if (!m_panels) {
+        return answer;
+    }
+    AnswerLoop loop(m_program, kPanelTicks);
+    connect(
+        this, &DeviceManager::gotButtonStateProperty, &loop,
+        [&](int device, int answeredChannel, int answeredState, const QByteArray &answeredName, const QVariant &value) {
+            if (loop.isOpen() && device == deviceNumber && answeredChannel == channel && answeredState == state &&
+                answeredName == name) {
+                answer = value;
+                loop.finish();
+            }
+        });
+    loop.run([&] { m_panels->queryButtonStateProperty(deviceNumber, channel, state, name); });
+    return answer;
+}
+
+QVariant DeviceManager::askPageProperty(int deviceNumber, const QByteArray &page, const QByteArray &name)
+{
+    QVariant answer;
+    if (!m_panels) {
+        return answer;
+    }
+    AnswerLoop loop(m_program, kPanelTicks);
+    connect(this, &DeviceManager::gotPageProperty, &loop,
+            [&](int device, const QByteArray &answeredPage, const QByteArray &answeredName, const QVariant &value) {
+                if (loop.isOpen() && device == deviceNumber && answeredPage == page && answeredName == name) {
+                    answer = value;
+                    loop.finish();
+                }
+            });
+    loop.run([&] { m_panels->queryPageProperty(deviceNumber, page, name); });
+    return answer;
+}
+
+void DeviceManager::setButtonProperty(int deviceNumber, const Channels &channels, const QByteArray &name,
+                                      const QVariant &value)
+{
+    if (m_panels) {
+        m_panels->setButtonProperty(deviceNumber, channels, name, value);
+    }
+}
+
+void DeviceManager::setButtonStateProperty(int deviceNumber, const Channels &channels, int state,
+                                           const QByteArray &name, const QVariant &value)
+{
+    if (m_panels) {
+        m_panels->setButtonStateProperty(deviceNumber, channels, state, name, value);
+    }
+}
+
+void DeviceManager::setPageProperty(int deviceNumber, const QByteArray &page, const QByteArray &name,
+                                    const QVariant &value)
+{
+    if (m_panels) {
+        m_panels->setPageProperty(deviceNumber, page, name, value);
+    }
+}
+
+void DeviceManager::setContainerProperty(int deviceNumber, const Channels &channels, const QByteArray &name,
+                                         const QByteArray &data)
+{
+    if (m_panels) {
+        m_panels->setContainerProperty(deviceNumber, channels, name, data);
+    }
+}
+
+void DeviceManager::containerCall(int deviceNumber, const Channels &channels, const QByteArray &method,
+                                  const QByteArray &data)
+{
+    if (m_panels) {
+        m_panels->containerCall(deviceNumber, channels, method, data);
+    }
+}
+
+void DeviceManager::rebootController()
+{
+    if (m_reboot) {
+        m_reboot();
+    }
+}
+
+void DeviceManager::releaseHeldOutputs()
+{
+    m_ports.releaseHeldOutputs();
+}
+
+void DeviceManager::cancelRemoteToItems()
+{
+    if (m_controllers) {
+        m_controllers->cancelToItem();
+    }
+}
+
+void DeviceManager::performSetup(const QByteArray &text)
+{
+    const auto setup = RemoteText::parseSetup(text);
+    if (setup && isForUs(setup->device)) {
+        switchChannel(setup->device, setup->action, setup->channel);
+    }
+}
+
+void DeviceManager::performQuery(const QByteArray &text)
+{
+    const auto query = RemoteText::parseAddressed(text);
+    if (query && isForUs(query->device)) {
+        queryPortStatus(query->device, query->rest.toInt());
+    }
+}
+
+void DeviceManager::performCommand(const QByteArray &text)
+{
+    const auto command = RemoteText::parseAddressed(text);
+    if (command && isForUs(command->device)) {
+        sendDeviceCommand(command->device, command->rest, Log::Yes);
+    }
+}
+
+void DeviceManager::performString(const QByteArray &text)
+{
+    const auto data = RemoteText::parseAddressed(text);
+    if (data && isForUs(data->device)) {
+        sendPortString(data->device, data->rest);
+    }
+}
+
+void DeviceManager::performPortMessage(const QByteArray &bytes)
+{
+    if (const auto message = parseRemotePortMessage(bytes)) {
+        m_ports.perform(*message);
+    }
+}
+
+void DeviceManager::queryIRCode(int number)
+{
+    m_ports.queryIRCode(number);
+}
+
+void DeviceManager::writeSocket(int port, const QByteArray &data)
+{
+    if (m_sockets && m_sockets->write(port, data)) {
+        logPortData(QT_TRANSLATE_NOOP("messages", "send socket command: port number is %1 and sended data is %2"), port,
+                    data);
+    }
+}
+
+void DeviceManager::noteLevel(int deviceNumber, qint64 levelCode, qint64 value, LevelMemory &memory)
+{
+    // Both must differ: a second value of the same level moves no handler.
+    if (levelCode == memory.code || value == memory.value) {
+        return;
+    }
+    memory = { levelCode, value };
+    if (m_dispatcher) {
+        m_dispatcher->changeLevel(deviceNumber, static_cast<int>(levelCode), static_cast<int>(value));
+    }
+}

@@ -1,0 +1,30 @@
+#pragma once
+#include <QByteArray>
+
+/// What a serial port of the controller is set to.
+struct SerialSetup
+{
+    enum class Protocol { Rs232, Rs485 };
+    enum class Parity { None = 0, Odd = 1, Even = 2 };
+    Protocol protocol = Protocol::Rs232;
+    quint32 baudRate = 0;
+    Parity parity = Parity::None;
+    int stopBits = 1;
+};
+
+/// Frames as the port hardware takes them; docs/formats/port-frames.md has the offsets.
+namespace PortFrames {
+constexpr int kMaxSerialData = 0xFFFF - 3; // bytes of one data frame: the port link counts a frame in 16 bits
+
+QByteArray serialSetup(int port, const SerialSetup &setup);
+QByteArray serialData(int port, const QByteArray &data); // at most kMaxSerialData bytes
+QByteArray io(int number, int state);                    // state 1 drives the output low, 0 high
+QByteArray irOnce(int emitter, const QByteArray &code);
+QByteArray irRepeat(int emitter, const QByteArray &code); // until irEnd
+QByteArray irEnd(int emitter);
+QByteArray irQuery(int number);
+QByteArray closing(); // the controller's program ends
+
+/// A frame as it travels on the port link: 0xCA, its length in 16 bits, the frame, 0xAC.
+QByteArray onPortLink(const QByteArray &frame);
+} // namespace PortFrames

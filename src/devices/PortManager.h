@@ -1,0 +1,68 @@
+#pragma once
+#include "devices/Delays.h"
+#include "devices/HeldOutputs.h"
+#include "devices/PortHardware.h"
+#include "devices/RemotePortMessage.h"
+#include "program/DeviceActions.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+/// The controller's own ports: serial lines, relays, IR emitters and digital IO.
+/// Owns: the hardware behind them. Thread: the main thread. Ends: with the device manager; pulses that run then do
+/// not end, the hardware's closing frame takes care of them.
+class PortManager : public QObject
+{
+    Q_OBJECT
+public:
+    using IrFilePath = std::function<QString(int port)>; // empty: the port has no code file
+    using PulseTime = std::function<int()>;              // milliseconds
+
+    explicit PortManager(std::unique_ptr<PortHardware> hardware, QObject *parent = nullptr);
+    ~PortManager() override;
+
+    bool isRelayOn(int relay) const { return m_relays.isOn(relay); }
+
+    void setIrFilePath(IrFilePath lookup) { m_irFilePath = std::move(lookup); }
+    void setPulseTime(PulseTime pulseTime) { m_pulseTime = std::move(pulseTime); }
+
+    /// \param pulseMs  of PortAction::Pulse; 0: the program's pulse time
+    void switchPort(int port, PortAction action, int channel, int pulseMs = 0);
+    void setUpSerial(int port, const QByteArray &command);
+    void sendSerial(int port, const QByteArray &data);
+    void perform(const RemotePortMessage &message); // with the monitor lines of its own
+    void queryStatus(int port, int channel);        // answered by gotPortStatus at once, or not at all
+    void queryIRCode(int number);                   // answered by gotIRCode, where there is hardware
+    void releaseHeldOutputs();
+    void writeClosingFrame(); // and wait until it is out, at most a second
+
+public Q_SLOTS:
+    void open();
+
+Q_SIGNALS:
+    void gotPortStatus(int port, int channel, int status);
+    void gotIRCode(int number, const QByteArray &data);
+    void sendLedInfo(int led, bool on);
+
+private:
+    void switchRelay(PortAction action, int relay);
+    void switchIo(PortAction action, int number, int pulseMs);
+    void switchIr(int port, PortAction action, int channel, int pulseMs);
+    void playIr(int port, PortAction action, const QByteArray &code, int pulseMs);
+    void perform(const RemoteSerialSend &send);
+    void perform(const RemoteSwitch &change);
+    void perform(const RemoteHeldRelease &);
+    int pulseMsOr(int pulseMs) const;
+    void write(const QByteArray &frame);
+
+    std::unique_ptr<PortHardware> m_hardware;
+    IrFilePath m_irFilePath;
+    PulseTime m_pulseTime;
+    RelayStateTable m_relays;
+    HeldOutputList m_heldEmitters;
+    HeldOutputList m_heldIos;
+    int m_litTransmissions = 0; // serial transmissions whose LED is still on
+    Delays m_delays;
+};

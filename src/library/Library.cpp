@@ -1,0 +1,207 @@
+#include "library/Library.h"
+
+#include "library/AudioFunctions.h"
+#include "library/ConversionFunctions.h"
+#include "library/DateTimeFunctions.h"
+#include "library/FileFunctions.h"
+#include "library/MathFunctions.h"
+#include "library/MiscFunctions.h"
+#include "library/PanelFunctions.h"
+#include "library/StringFunctions.h"
+#include "library/TimelineFunctions.h"
+#include "program/AST.h"
+
+#include <QHash>
+
+namespace {
+template <class Func>
+std::unique_ptr<BuiltinFunction> make(const QString &name)
+{
+    return std::make_unique<Func>(name);
+}
+
+// Every built-in, in registration order. A new one is a class in its family's file and a row here.
+// Columns: name, alias, declared result, least and most arguments, maker.
+// clang-format off
+constexpr Builtin kBuiltins[] = {
+    { "combine_devices", Alias::Lower, ResultKind::None, 1, kAnyNumber, make<CombineDeviceFunc> },
+    { "set_virtual_channel_count", Alias::None, ResultKind::None, 2, 2, make<SetVirtualChannelCountFunc> },
+    { "set_virtual_level_count", Alias::None, ResultKind::None, 2, 2, make<SetVirtualLevelCountFunc> },
+    { "do_push", Alias::Lower, ResultKind::None, 1, kAnyNumber, make<DoPushFunc> },
+    { "abs_value", Alias::None, ResultKind::Number, 1, 1, make<AbsValueFunc> },
+    { "max_value", Alias::Lower, ResultKind::Number, 2, 2, make<MaxValueFunc> },
+    { "min_value", Alias::Lower, ResultKind::Number, 2, 2, make<MinValueFunc> },
+    { "random_number", Alias::None, ResultKind::Number, 1, 1, make<RandomNumberFunc> },
+    { "length_string", Alias::Lower, ResultKind::Number, 1, 1, make<LengthStringFunc> },
+    { "compare_string", Alias::Lower, ResultKind::Number, 2, 2, make<CompareStringFunc> },
+    { "find_string", Alias::Lower, ResultKind::Number, 2, 3, make<FindStringFunc> },
+    { "left_string", Alias::None, ResultKind::None, 2, 2, make<LeftStringFunc> },
+    { "right_string", Alias::None, ResultKind::None, 2, 2, make<RightStringFunc> },
+    { "lower_string", Alias::Lower, ResultKind::None, 1, 1, make<LowerStringFunc> },
+    { "upper_string", Alias::Lower, ResultKind::None, 1, 1, make<UpperStringFunc> },
+    { "mid_string", Alias::None, ResultKind::None, 2, 3, make<MidStringFunc> },
+    { "remove_string", Alias::None, ResultKind::None, 2, 3, make<RemoveStringFunc> },
+    { "length_array", Alias::Lower, ResultKind::Number, 1, 1, make<LengthArrayFunc> },
+    { "atoi", Alias::None, ResultKind::Number, 1, 1, make<AToIFunc> },
+    { "itoa", Alias::None, ResultKind::None, 1, 1, make<IToAFunc> },
+    { "atol", Alias::None, ResultKind::Number, 1, 1, make<AToLFunc> },
+    { "ftoa", Alias::None, ResultKind::None, 1, 1, make<FToAFunc> },
+    { "atof", Alias::None, ResultKind::Number, 1, 1, make<AToFFunc> },
+    { "itohex", Alias::None, ResultKind::None, 1, 1, make<IToHexFunc> },
+    { "hextoi", Alias::None, ResultKind::Number, 1, 1, make<HexToIFunc> },
+    { "uncombine_devices", Alias::Lower, ResultKind::None, 1, kAnyNumber, make<UncombineDeviceFunc> },
+    { "exp_value", Alias::None, ResultKind::Number, 1, 1, make<ExpValueFunc> },
+    { "log_value", Alias::None, ResultKind::Number, 1, 1, make<LogValueFunc> },
+    { "log10_value", Alias::None, ResultKind::Number, 1, 1, make<Log10ValueFunc> },
+    { "power_value", Alias::None, ResultKind::Number, 2, 2, make<PowerValueFunc> },
+    { "sqrt_value", Alias::None, ResultKind::Number, 1, 1, make<SqrtValueFunc> },
+    { "ip_client_open", Alias::None, ResultKind::None, 3, 4, nullptr },
+    { "ip_bound_client_open", Alias::None, ResultKind::None, 4, 5, nullptr },
+    { "format", Alias::None, ResultKind::None, 2, 2, make<FormatFunc> },
+    { "sin_value", Alias::None, ResultKind::Number, 1, 1, make<SinValueFunc> },
+    { "cos_value", Alias::None, ResultKind::Number, 1, 1, make<CosValueFunc> },
+    { "reboot", Alias::Lower, ResultKind::None, 1, 1, make<RebootFunc> },
+    { "ip_client_close", Alias::Lower, ResultKind::None, 1, 1, nullptr },
+    { "ip_server_open", Alias::Lower, ResultKind::None, 2, 3, nullptr },
+    { "ip_server_close", Alias::None, ResultKind::None, 1, 1, nullptr },
+    { "date_to_day", Alias::None, ResultKind::Number, 1, 1, make<DateToDayFunc> },
+    { "date_to_month", Alias::None, ResultKind::Number, 1, 1, make<DateToMonthFunc> },
+    { "date_to_year", Alias::None, ResultKind::Number, 1, 1, make<DateToYearFunc> },
+    { "day_of_week", Alias::None, ResultKind::Number, 1, 1, make<DayOfWeekFunc> },
+    { "time_to_hour", Alias::None, ResultKind::Number, 1, 1, make<TimeToHourFunc> },
+    { "time_to_minute", Alias::None, ResultKind::Number, 1, 1, make<TimeToMinuteFunc> },
+    { "time_to_second", Alias::None, ResultKind::Number, 1, 1, make<TimeToSecondFunc> },
+    { "get_buffer_char", Alias::None, ResultKind::Array, 1, 1, make<GetBufferCharFunc> },
+    { "type_cast", Alias::None, ResultKind::Number, 1, 1, make<TypeCastFunc> },
+    { "timeline_create", Alias::None, ResultKind::Number, 3, 5, make<TimelineCreateFunc> },
+    { "set_length_array", Alias::None, ResultKind::None, 2, 2, make<SetLengthArrayFunc> },
+    { "set_length_string", Alias::None, ResultKind::None, 2, 2, make<SetLengthStringFunc> },
+    { "timeline_kill", Alias::None, ResultKind::None, 1, 1, make<TimelineKillFunc> },
+    { "get_buffer_string", Alias::None, ResultKind::None, 2, 2, make<GetBufferStringFunc> },
+    { "timeline_active", Alias::None, ResultKind::None, 1, 1, make<TimelineActiveFunc> },
+    { "timeline_pause", Alias::None, ResultKind::None, 1, 1, make<TimelinePauseFunc> },
+    { "timeline_restart", Alias::None, ResultKind::None, 1, 1, make<TimelineRestartFunc> },
+    { "get_last", Alias::None, ResultKind::None, 1, 1, make<GetLastFunc> },
+    { "max_length_array", Alias::None, ResultKind::None, 1, 1, make<MaxLengthArrayFunc> },
+    { "max_length_string", Alias::None, ResultKind::None, 1, 1, make<MaxLengthStringFunc> },
+    { "get_master_build", Alias::None, ResultKind::None, 0, 0, make<GetMasterBuildFunc> },
+    { "get_system_number", Alias::None, ResultKind::None, 0, 0, make<GetSystemNumberFunc> },
+    { "ch_to_wc", Alias::None, ResultKind::None, 1, 1, make<Ch2WcFunc> },
+    { "wc_to_ch", Alias::None, ResultKind::None, 1, 1, make<Wc2ChFunc> },
+    { "device_id", Alias::None, ResultKind::None, 1, 1, make<DeviceIdFunc> },
+    { "process_start", Alias::None, ResultKind::None, 2, 2, make<ProcessStartFunc> },
+    { "url_open", Alias::None, ResultKind::None, 2, 2, make<OpenUrlFunc> },
+    { "button_text", Alias::None, ResultKind::None, 3, 3, make<ButtonTextFunc> },
+    { "button_property", Alias::None, ResultKind::None, 3, 3, make<ButtonPropertyFunc> },
+    { "set_button_property", Alias::None, ResultKind::None, 4, 4, make<SetButtonPropertyFunc> },
+    { "set_button_state_property", Alias::None, ResultKind::None, 5, 5, make<SetButtonStatePropertyFunc> },
+    { "page_property", Alias::None, ResultKind::None, 3, 3, make<PagePropertyFunc> },
+    { "set_page_property", Alias::None, ResultKind::None, 4, 4, make<SetPagePropertyFunc> },
+    { "button_state_property", Alias::None, ResultKind::None, 4, 4, make<ButtonStatePropertyFunc> },
+    { "modbus_crc16", Alias::None, ResultKind::Number, 1, 1, make<ModbusCRC16Func> },
+    { "base64_to_array", Alias::None, ResultKind::Array, 1, 1, make<Base64ToArrayFunc> },
+    { "array_to_base64", Alias::None, ResultKind::Array, 1, 1, make<ArrayToBase64Func> },
+    { "array_to_float", Alias::None, ResultKind::Number, 1, 1, make<ArrayToFloatFunc> },
+    { "float_to_array", Alias::None, ResultKind::Array, 1, 1, make<FloatToArrayFunc> },
+    { "array_to_double", Alias::None, ResultKind::Number, 1, 1, make<ArrayToDoubleFunc> },
+    { "double_to_array", Alias::None, ResultKind::Array, 1, 1, make<DoubleToArrayFunc> },
+    { "bss_gain_value", Alias::None, ResultKind::None, 1, 1, make<BssGainFunc> },
+    { "bss_make_cmd", Alias::None, ResultKind::None, 4, 4, make<MakeBssCmdFunc> },
+    { "bss_escape_cmd", Alias::None, ResultKind::None, 1, 1, make<EscapeBssCmdFunc> },
+    { "bss_unescape_cmd", Alias::None, ResultKind::None, 1, 1, make<UnescapeBssCmdFunc> },
+    { "bss_gain_mono_vol", Alias::None, ResultKind::Array, 2, 2, make<BssGainMonoVolFunc> },
+    { "bss_gain_mono_mute", Alias::None, ResultKind::Array, 2, 2, make<BssGainMonoMuteFunc> },
+    { "bss_gain_ninput_vol", Alias::None, ResultKind::Array, 3, 3, make<BssGainNInputVolFunc> },
+    { "bss_gain_ninput_mute", Alias::None, ResultKind::Array, 3, 3, make<BssGainNInputMuteFunc> },
+    { "bss_meter_trigger_meter", Alias::None, ResultKind::None, 1, 1, make<BssMeterTriggerReadMeterFunc> },
+    { "bss_para_preset", Alias::None, ResultKind::Array, 1, 1, make<BssParaPresetFunc> },
+    { "bss_venue_preset", Alias::None, ResultKind::Array, 1, 1, make<BssVenuePresetFunc> },
+    { "bss_source_matrix", Alias::None, ResultKind::Array, 3, 3, make<BssSourceMatrixFunc> },
+    { "bss_source_selector", Alias::None, ResultKind::Array, 2, 2, make<BssSourceSelectorFunc> },
+    { "bss_matrix_mixer_joint", Alias::None, ResultKind::None, 4, 4, make<BssMatrixMixerJointFunc> },
+    { "bss_matrix_router", Alias::None, ResultKind::None, 4, 4, make<BssMatrixRouterFunc> },
+    { "websocket_server_open", Alias::None, ResultKind::None, 3, 3, nullptr },
+    { "websocket_server_close", Alias::None, ResultKind::None, 1, 1, nullptr },
+    { "websocket_client_open", Alias::None, ResultKind::None, 2, 2, nullptr },
+    { "websocket_client_close", Alias::None, ResultKind::None, 1, 1, nullptr },
+    { "file_open", Alias::None, ResultKind::None, 2, 2, make<FileOpenFunc> },
+    { "file_close", Alias::None, ResultKind::None, 1, 1, make<FileCloseFunc> },
+    { "file_copy", Alias::None, ResultKind::None, 2, 2, make<FileCopyFunc> },
+    { "file_delete", Alias::None, ResultKind::None, 1, 1, make<FileDeleteFunc> },
+    { "FILE_RENAME", Alias::None, ResultKind::None, 2, 2, make<FileRenameFunc> },
+    { "FILE_READ", Alias::None, ResultKind::None, 3, 3, make<FileReadFunc> },
+    { "FILE_READ_LINE", Alias::None, ResultKind::None, 3, 3, make<FileReadLineFunc> },
+    { "FILE_SEEK", Alias::None, ResultKind::None, 2, 2, make<FileSeekFunc> },
+    { "FILE_WRITE", Alias::None, ResultKind::None, 3, 3, make<FileWriteFunc> },
+    { "FILE_WRITE_LINE", Alias::None, ResultKind::None, 3, 3, make<FileWriteLineFunc> },
+    { "SET_PULSE_TIME", Alias::None, ResultKind::None, 1, 1, make<SetPulseTimeFunc> },
+    { "MD5_VALUE", Alias::None, ResultKind::None, 1, 2, make<Md5Func> },
+    { "raw_be", Alias::None, ResultKind::None, 1, 1, make<RawBeFunc> },
+    { "raw_le", Alias::None, ResultKind::None, 1, 1, make<RawLeFunc> },
+    { "get_ip_addr", Alias::None, ResultKind::None, 0, 1, nullptr },
+    { "get_mac_addr", Alias::None, ResultKind::None, 0, 1, nullptr },
+    { "play_sound", Alias::None, ResultKind::None, 2, 2, make<PlaySoundFunc> },
+    { "wakeup_onlan", Alias::None, ResultKind::None, 1, 3, nullptr },
+    { "save_var", Alias::None, ResultKind::None, 2, 2, make<SaveParamFunc> },
+    { "load_var", Alias::None, ResultKind::None, 2, 2, make<LoadParamFunc> },
+    { "delete_all_vars", Alias::None, ResultKind::None, 0, 0, make<DeleteAllParamFunc> },
+    { "set_container_property", Alias::None, ResultKind::None, 4, 4, make<SetContainerPropertyFunc> },
+    { "container_call", Alias::None, ResultKind::None, 3, 4, make<ContainerCallFunc> },
+    { "tcp_send", Alias::None, ResultKind::None, 3, 3, nullptr },
+    { "udp_send", Alias::None, ResultKind::None, 3, 3, nullptr },
+};
+// clang-format on
+
+const QHash<QString, const Builtin *> &rowsByName()
+{
+    static const QHash<QString, const Builtin *> rows = [] {
+        QHash<QString, const Builtin *> found;
+        for (const Builtin &row : kBuiltins) {
+            found.insert(normalisedName(QString::fromLatin1(row.name)), &row);
+        }
+        return found;
+    }();
+    return rows;
+}
+} // namespace
+
+Library::Library()
+{
+    for (const Builtin &row : kBuiltins) {
+        if (!row.isAvailable()) {
+            continue;
+        }
+        const QString name = QString::fromLatin1(row.name);
+        std::unique_ptr<BuiltinFunction> function = row.make(name);
+        m_keys.insert(normalisedName(name));
+        if (row.alias == Alias::Lower) {
+            function->addAlias(name.toLower());
+            m_keys.insert(name.toLower());
+        }
+        if (row.result == ResultKind::Number) {
+            function->setReturnType({ DoubleType, {} });
+        } else if (row.result == ResultKind::Array) {
+            function->setReturnType({ CharType, { 0 } }); // size 0: not bounded
+        }
+        m_functions.push_back(std::move(function));
+    }
+}
+
+Library::~Library() = default;
+
+std::span<const Builtin> Library::table()
+{
+    return kBuiltins;
+}
+
+const Builtin *Library::find(const QString &name)
+{
+    return rowsByName().value(normalisedName(name), nullptr);
+}
+
+void Library::registerIn(AST &program) const
+{
+    for (const auto &function : m_functions) {
+        program.addBuiltin(function.get());
+    }
+}

@@ -1,0 +1,204 @@
+#include "net/Discovery.h"
+#include "base/Messages.h"
+#include "net/LinkCodes.h"
+#include "net/SocketAddress.h"
+#include <QNetworkInterface>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+const QHostAddress &groupAddress()
+{
+    static const QHostAddress address(QStringLiteral("239.20.1.98"));
+    return address;
+}
+
+int openDatagramSocket(bool isShared)
+{
+    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    ::setsockopt(socket, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    if (isShared) {
+        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    }
+    return socket;
+}
+
+bool bindTo(int socket, const QHostAddress &address, quint16 port)
+{
+    const SocketAddress where(address, port);
+    return ::bind(socket, where.get(), where.size) == 0;
+}
+
+bool joinGroup(int socket, int interfaceIndex)
+{
+    ip_mreqn request{};
+    request.imr_multiaddr.s_addr = htonl(groupAddress().toIPv4Address());
+    request.imr_ifindex = interfaceIndex;
+    const int ownGroupsOnly = 0; // not those that another socket of this machine has joined
+    ::setsockopt(socket, IPPROTO_IP, IP_MULTICAST_ALL, &ownGroupsOnly, sizeof ownGroupsOnly);
+    ::setsockopt(socket, IPPROTO_IP, IP_MULTICAST_IF, &request, sizeof request);
+    return ::setsockopt(socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, &request, sizeof request) == 0;
+}
+
+bool hasAddress(const QNetworkInterface &card, const QHostAddress &address)
+{
+    const QList<QNetworkAddressEntry> entries = card.addressEntries();
+    return std::any_of(entries.begin(), entries.end(),
+                       [&](const QNetworkAddressEntry &entry) { return entry.ip() == address; });
+}
+
+/// The interfaces on which the group is joined: all fit ones, or the one that has the address we are bound to.
+QList<QNetworkInterface> groupInterfaces(const QHostAddress &bindAddress, bool isAnyAddress)
+{
+    QList<QNetworkInterface> fit;
+    const QList<QNetworkInterface> all = QNetworkInterface::allInterfaces();
+    std::copy_if(all.begin(), all.end(), std::back_inserter(fit), [&](const QNetworkInterface &card) {
+        constexpr QNetworkInterface::InterfaceFlags kNeeded =
+            QNetworkInterface::IsUp | QNetworkInterface::IsRunning | QNetworkInterface::CanMulticast;
+        const QNetworkInterface::InterfaceFlags flags = card.flags();
+        return (flags & kNeeded) == kNeeded && !flags.testFlag(QNetworkInterface::IsLoopBack) &&
+               (isAnyAddress || hasAddress(card, bindAddress));
+    });
+    return fit;
+}
+
+QString problem(const QHostAddress &address, quint16 port)
+{
+    return translated(QT_TRANSLATE_NOOP("messages", "Cannot listen on address %1, UDP port %2: %3"))
+        .arg(address.toString())
+        .arg(port)
+        .arg(QString::fromLocal8Bit(std::strerror(errno)));
+}
+} // namespace
+
+/// One UDP socket of the discovery. The first one also keeps the time for the broadcasts.
+class DiscoverySocket final : public IoHandler
+{
+public:
+    enum class Role { AnswersOnly, AlsoBroadcasts };
+
+    DiscoverySocket(int socket, std::shared_ptr<Discovery> discovery, Role role)
+        : m_socket(socket)
+        , m_discovery(std::move(discovery))
+        , m_role(role)
+        , m_broadcastAtMs(linkClockMs() + Discovery::kBroadcastMs)
+    {}
+
+    ~DiscoverySocket() override { ::close(m_socket); }
+
+    int descriptor() const override { return m_socket; }
+
+    void sendTo(const SocketAddress &receiver, const QByteArray &datagram) const
+    {
+        ::sendto(m_socket, datagram.constData(), static_cast<size_t>(datagram.size()), MSG_NOSIGNAL, receiver.get(),
+                 receiver.size); // a datagram may always get lost, also here
+    }
+
+    bool ready(quint32, qint64) override
+    {
+        char bytes[kMaxDatagram]; // of a longer one only the beginning counts
+        SocketAddress sender;
+        const ssize_t count = ::recvfrom(m_socket, bytes, sizeof bytes, 0, sender.get(), &sender.size);
+        if (count > 0) {
+            m_discovery->takeDatagram(bytes, static_cast<int>(count), sender);
+        }
+        return true;
+    }
+
+    bool tick(qint64 nowMs) override
+    {
+        if (m_role == Role::AlsoBroadcasts && nowMs >= m_broadcastAtMs) {
+            m_broadcastAtMs = nowMs + Discovery::kBroadcastMs;
+            m_discovery->broadcast(*this);
+        }
+        return true;
+    }
+
+    void removed() override
+    {
+        std::vector<DiscoverySocket *> &sockets = m_discovery->m_sockets;
+        sockets.erase(std::remove(sockets.begin(), sockets.end(), this), sockets.end());
+    }
+
+private:
+    const int m_socket;
+    const std::shared_ptr<Discovery> m_discovery;
+    const Role m_role;
+    qint64 m_broadcastAtMs;
+};
+
+void Discovery::start(IoThread &thread, LinkServices &services, const QHostAddress &bindAddress,
+                      const DiscoveryPorts &ports, QStringList &problems)
+{
+    const std::shared_ptr<Discovery> discovery(new Discovery(services, bindAddress, ports));
+    std::vector<std::shared_ptr<DiscoverySocket>> sockets;
+    const auto add = [&](int socket, DiscoverySocket::Role role) {
+        sockets.push_back(std::make_shared<DiscoverySocket>(socket, discovery, role));
+        discovery->m_sockets.push_back(sockets.back().get());
+    };
+    const QHostAddress anyAddress(QHostAddress::AnyIPv4);
+    const bool isAnyAddress = bindAddress == QHostAddress(QHostAddress::Any) || bindAddress == anyAddress;
+    const QHostAddress directAddress = isAnyAddress ? anyAddress : bindAddress;
+
+    const int direct = openDatagramSocket(false);
+    if (!bindTo(direct, directAddress, ports.direct)) {
+        problems.append(problem(directAddress, ports.direct)); // it still answers and broadcasts
+    }
+    add(direct, DiscoverySocket::Role::AlsoBroadcasts);
+    if (!isAnyAddress) { // a socket bound to the group does not hear what is sent to the address itself
+        const int own = openDatagramSocket(true);
+        if (!bindTo(own, bindAddress, ports.group)) {
+            problems.append(problem(bindAddress, ports.group));
+        }
+        add(own, DiscoverySocket::Role::AnswersOnly);
+    }
+    for (const QNetworkInterface &card : groupInterfaces(bindAddress, isAnyAddress)) {
+        const QHostAddress where = isAnyAddress ? anyAddress : groupAddress();
+        const int socket = openDatagramSocket(true);
+        if (!bindTo(socket, where, ports.group) || !joinGroup(socket, card.index())) {
+            problems.append(problem(where, ports.group));
+        }
+        add(socket, DiscoverySocket::Role::AnswersOnly);
+    }
+    for (std::shared_ptr<DiscoverySocket> &socket : sockets) { // only now: the list of all no longer changes
+        thread.add(std::move(socket));
+    }
+}
+
+Discovery::Discovery(LinkServices &services, const QHostAddress &bindAddress, const DiscoveryPorts &ports)
+    : m_services(services)
+    , m_broadcastAddress(bindAddress.isLoopback() ? QStringLiteral("127.255.255.255")
+                                                  : QStringLiteral("255.255.255.255"))
+    , m_ports(ports)
+{}
+
+void Discovery::takeDatagram(const char *bytes, int count, const SocketAddress &sender)
+{
+    std::vector<Frame> frames;
+    m_parser.feed(bytes, count, frames);
+    for (const Frame &frame : frames) {
+        if (frame.code == LinkCode::kInformationRequest && frame.checksumOk) {
+            const QByteArray answer = informationFrame();
+            for (const DiscoverySocket *socket : m_sockets) {
+                socket->sendTo(sender, answer);
+            }
+        }
+    }
+}
+
+void Discovery::broadcast(const DiscoverySocket &socket)
+{
+    socket.sendTo(SocketAddress(m_broadcastAddress, m_ports.broadcast), informationFrame());
+}
+
+QByteArray Discovery::informationFrame() const
+{
+    return frameBytes(LinkCode::kInformation, m_services.informationString());
+}

@@ -1,0 +1,85 @@
+#pragma once
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <functional>
+#include <memory>
+
+class SocketClient;
+
+/// What the panel link asks of the rest of the system. The application ties these to the program object, the device
+/// manager and the settings; the link owns none of them, and all must outlive it.
+
+/// Input from panels. Called on an I/O thread, after the peer has its acknowledgement: post and return.
+class PanelEvents
+{
+public:
+    virtual ~PanelEvents() = default;
+    virtual void buttonPressed(quint16 device, int channel) = 0;
+    virtual void buttonReleased(quint16 device, int channel) = 0;
+    virtual void levelChanged(quint16 device, int level, int value) = 0;
+};
+
+/// Answers of panels to the program's queries, and a tool's question for an IR code. Called on the main thread.
+/// A property value holds a QByteArray for a text property, otherwise a qint64.
+class PanelReplies
+{
+public:
+    virtual ~PanelReplies() = default;
+    virtual void gotButtonStatus(int deviceId, int channelCode, int status) = 0;
+    virtual void gotButtonText(int deviceId, int channelCode, int stateIndex, const QByteArray &text) = 0;
+    virtual void gotButtonProperty(int deviceId, int channelCode, const QByteArray &name, const QVariant &value) = 0;
+    virtual void gotPageProperty(int deviceId, const QByteArray &page, const QByteArray &name,
+                                 const QVariant &value) = 0;
+    virtual void gotButtonStateProperty(int deviceId, int channelCode, int stateIndex, const QByteArray &name,
+                                        const QVariant &value) = 0;
+    virtual void queryIRCode(int number) = 0; // answered through NetworkManager::sendIrCode
+};
+
+/// Peers that come and go, by device number. Called on the main thread.
+class PanelPresence
+{
+public:
+    virtual ~PanelPresence() = default;
+
+    /// The saved button states of a panel that has just connected, as frame 0x34 carries them.
+    /// Empty when nothing is to be sent: no program, device not declared, or nothing recorded.
+    virtual QByteArray buttonStatusSnapshot(int deviceId) = 0;
+
+    virtual void peerOnline(int deviceId) = 0;  // never for number 100; after the snapshot was sent
+    virtual void peerOffline(int deviceId) = 0; // for every peer that had introduced itself
+};
+
+/// Settings and the machine. Called on any thread, also while the main thread is busy in an endless program:
+/// guard what is shared and return at once. Only the last two are called on the main thread.
+class LinkServices
+{
+public:
+    virtual ~LinkServices() = default;
+    virtual QByteArray informationString() = 0; // the body of frame 0x11
+    virtual QStringList listenAddresses() = 0;
+
+    virtual void setSystemNumber(int number) = 0; // at least 1
+    virtual void setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
+                             const QString &mac) = 0;
+    virtual void setDhcp(const QString &mac) = 0; // mac may be empty
+    virtual void setMac(const QString &mac) = 0;
+
+    /// Stops the running program (by a flag that every loop looks at), sets the reboot flag, queues the quit.
+    virtual void reboot() = 0;
+
+    virtual void setDateTime(const QString &text) = 0; // main thread
+
+    /// What follows "listenstatus:". The text is the new listen list, one address a line; empty only asks. Main thread.
+    virtual QByteArray listenStatus(const QString &text) = 0;
+};
+
+struct LinkHooks
+{
+    PanelEvents &events;
+    PanelReplies &replies;
+    PanelPresence &presence;
+    LinkServices &services;
+};

@@ -1,0 +1,59 @@
+#pragma once
+#include "base/Frame.h"
+#include "net/DuplicateFilter.h"
+#include "net/LinkCodes.h"
+#include "net/LinkEvents.h"
+#include "net/OutBuffer.h"
+#include "net/ResendTable.h"
+
+#include <vector>
+
+/// The controller's side of one link connection, without socket, thread or clock: bytes and the time go in, bytes and
+/// events come out. Frames to the peer gather in output(), for the owner to write.
+/// Times are milliseconds on a monotonic clock. Source: docs/formats/link-frame.md, "Reliability".
+class LinkSession
+{
+public:
+    static constexpr qint64 kIdentifyMs = 1000;
+    static constexpr qint64 kWatchdogMs = 1000;
+    static constexpr int kMissedHeartbeats = 10;
+
+    /// Begins with an identify request in output().
+    explicit LinkSession(qint64 nowMs, quint32 lastMessageId = 0);
+
+    int peerType() const { return m_peerType; }         // PeerType::kUnknown until the handshake
+    int deviceNumber() const { return m_deviceNumber; } // -1 until the handshake
+    int pendingMessages() const { return m_pending.pending(); }
+    OutBuffer &output() { return m_output; }
+
+    /// Takes what the peer has sent. Acknowledgements and answers to heartbeats are in output() on return; write them
+    /// before acting on the events, which are appended in the order of their frames.
+    void receive(const char *bytes, int count, qint64 nowMs, std::vector<LinkEvent> &events);
+
+    /// To be called every 200 ms: asks for the handshake, sends again what is due and counts heartbeats.
+    /// Returns false when the peer has been silent for too long.
+    bool tick(qint64 nowMs);
+
+    void sendPlain(quint8 code, const QByteArray &body) { sendFrame(frameBytes(code, body)); }
+    void sendFrame(const QByteArray &frame) { m_output.append(frame); }  // a whole one
+    void sendMessage(quint8 code, const QByteArray &body, qint64 nowMs); // acknowledged, sent again until it is
+    void sendLevel(int levelCode, int level, qint64 nowMs);
+
+private:
+    void takeFrame(Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events);
+    void takeMessage(Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events);
+    void addEvent(quint8 code, const QByteArray &body, std::vector<LinkEvent> &events);
+    quint32 nextMessageId();
+
+    FrameParser m_parser;
+    std::vector<Frame> m_frames; // of one read; kept for its capacity
+    OutBuffer m_output;
+    ResendTable m_pending;
+    DuplicateFilter m_received;
+    quint32 m_lastMessageId;
+    int m_peerType = PeerType::kUnknown;
+    int m_deviceNumber = -1;
+    int m_missedHeartbeats = 0;
+    qint64 m_identifyAtMs;
+    qint64 m_watchdogAtMs;
+};

@@ -1,0 +1,46 @@
+#pragma once
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+#include <variant>
+
+/// The text commands of the management tool (code 0x18), one type each.
+namespace Management {
+struct SetSystemNumber
+{
+    int number = 0;
+};
+struct Reboot
+{};
+struct UseDhcp
+{
+    QString mac; // empty, or a valid one
+};
+struct UseStaticIp
+{
+    QString ip, netmask, gateway, dns, mac; // the first three are addresses
+};
+struct AskDateTime
+{};
+struct SetDateTime
+{
+    QString text;
+};
+struct AskIrCode
+{
+    int number = 0;
+};
+struct AskListenAddresses
+{};
+struct AskListenStatus
+{
+    QString text; // the new listen list; empty only asks
+};
+
+using Command = std::variant<SetSystemNumber, Reboot, UseDhcp, UseStaticIp, AskDateTime, SetDateTime, AskIrCode,
+                             AskListenAddresses, AskListenStatus>;
+
+/// Reads a command; nothing when it is unknown or its fields do not fit, it is then ignored.
+std::optional<Command> parse(const QByteArray &text);
+} // namespace Management

@@ -1,0 +1,68 @@
+#pragma once
+#include "net/IoThread.h"
+#include "net/LinkSession.h"
+#include <QString>
+
+#include <mutex>
+
+class SocketClient;
+
+/// Takes what the peers of many connections tell, and hears when one is gone.
+/// Both are called on the connection's I/O thread, with no lock held.
+class LinkEventSink
+{
+public:
+    virtual ~LinkEventSink() = default;
+    virtual void takeEvent(SocketClient &client, LinkEvent &event) = 0;
+    virtual void clientClosed(SocketClient &client) = 0;
+};
+
+/// One accepted link connection: a touch panel, a management tool or another controller.
+/// Owns: the socket and the session. Thread: reading and ticking on one I/O thread for life; the sending functions may
+///       be called on any thread and write to the socket themselves, which saves waking the I/O thread.
+/// Ends: with its last holder; the socket is closed when the I/O thread removes it.
+class SocketClient final : public IoHandler, public std::enable_shared_from_this<SocketClient>
+{
+public:
+    /// Bytes that may wait for a peer which does not read; with more its connection is closed.
+    static constexpr int kMaxWaitingBytes = 1024 * 1024;
+
+    /// Takes over a connected non-blocking socket. The thread and the sink outlive the client.
+    SocketClient(int socket, const QString &peerAddress, IoThread &thread, LinkEventSink &sink);
+    ~SocketClient() override;
+
+    QString peerAddress() const { return m_peerAddress; }
+    bool isTooSlow() const;                                       // closed because it does not read
+    int peerType() const { return m_session.peerType(); }         // I/O thread only
+    int deviceNumber() const { return m_session.deviceNumber(); } // I/O thread only
+
+    void begin(); // writes the identify request
+    void sendPlain(quint8 code, const QByteArray &body);
+    void sendFrame(const QByteArray &frame); // a whole one
+    void sendMessage(quint8 code, const QByteArray &body);
+    void sendLevel(int levelCode, int level);
+    void close();
+
+    int descriptor() const override { return m_socket; }
+    bool ready(quint32 epollEvents, qint64 nowMs) override;
+    bool tick(qint64 nowMs) override;
+    void removed() override;
+
+private:
+    template <class Action>
+    void send(Action action);
+    bool readAvailable(qint64 nowMs);
+    void flush(); // with the lock held, like the next
+    void hangUp();
+
+    const int m_socket;
+    const QString m_peerAddress;
+    IoThread &m_thread;
+    LinkEventSink &m_sink;
+    mutable std::mutex m_mutex; // guards everything below but m_events
+    LinkSession m_session;
+    bool m_isOpen = true;
+    bool m_isTooSlow = false;
+    bool m_waitsForRoom = false;     // the I/O thread watches for room in the socket
+    std::vector<LinkEvent> m_events; // of one read; kept for its capacity
+};

@@ -1,0 +1,79 @@
+#include "tools/arkctl/LinkRun.h"
+#include <QCoreApplication>
+#include <QRegularExpression>
+#include <QTimer>
+
+std::string Endpoint::text() const
+{
+    const bool isIpv6 = host.contains(QLatin1Char(':'));
+    const QString shown = isIpv6 ? QStringLiteral("[%1]").arg(host) : host;
+    return QStringLiteral("%1:%2").arg(shown).arg(port).toStdString();
+}
+
+std::optional<Endpoint> parseEndpoint(const QString &text)
+{
+    static const QRegularExpression form(
+        QStringLiteral("\\A(?:\\[([0-9A-Fa-f:.]+)\\]|([^\\s:\\[\\]]+))(?::([0-9]{1,5}))?\\z"));
+    const QRegularExpressionMatch match = form.match(text);
+    if (!match.hasMatch()) {
+        return std::nullopt;
+    }
+    Endpoint endpoint{ match.captured(1) + match.captured(2) };
+    if (const QString port = match.captured(3); !port.isEmpty()) {
+        const int number = port.toInt();
+        if (number < 1 || number > 65535) {
+            return std::nullopt;
+        }
+        endpoint.port = static_cast<quint16>(number);
+    }
+    return endpoint;
+}
+
+LinkRun::LinkRun(const LinkClient::Identity &identity, const RunOptions &options)
+    : m_options(options)
+    , m_console(new Console(this))
+    , m_client(new LinkClient(identity, this))
+{
+    connect(m_console, &Console::stopRequested, this, [this] { finish(Outcome::Done); });
+    connect(m_client, &LinkClient::introduced, this, [this] { begin(); });
+    connect(m_client, &LinkClient::failed, this, [this](const QString &reason) {
+        fail("no connection to " + m_options.endpoint.text() + ": " + reason.toStdString(),
+             "is the controller running there? --host ADDRESS[:PORT] names another");
+    });
+    connect(m_client, &LinkClient::disconnected, this, [this] {
+        fail("the controller at " + m_options.endpoint.text() + " closed the connection",
+             "see whether it is restarting, and try again");
+    });
+}
+
+Outcome LinkRun::run()
+{
+    m_client->connectTo(m_options.endpoint.host, m_options.endpoint.port);
+    QTimer::singleShot(m_options.timeoutMs, this, [this] {
+        if (!m_client->isIntroduced()) {
+            fail("no answer from " + m_options.endpoint.text() + " in time",
+                 "see whether a controller listens there, or give it longer with --timeout SECONDS");
+        }
+    });
+    if (!m_outcome) {
+        QCoreApplication::exec();
+    }
+    m_client->disconnect(this);
+    return m_outcome.value_or(Outcome::Done);
+}
+
+void LinkRun::finish(Outcome outcome)
+{
+    if (!m_outcome) {
+        m_outcome = outcome;
+        QCoreApplication::quit();
+    }
+}
+
+void LinkRun::fail(const std::string &what, const std::string &tryThis)
+{
+    if (!m_outcome) {
+        Console::complain(what, tryThis);
+        finish(Outcome::Failed);
+    }
+}

@@ -1,0 +1,53 @@
+#pragma once
+#include "net/LinkClient.h"
+#include "tools/arkctl/Console.h"
+#include <QObject>
+#include <QString>
+
+#include <optional>
+#include <string>
+
+/// A controller's address as given on the command line.
+struct Endpoint
+{
+    QString host;
+    quint16 port = LinkClient::kDefaultPort;
+
+    std::string text() const;
+};
+
+/// ADDRESS, ADDRESS:PORT, [IPV6] or [IPV6]:PORT; nothing when it is none of them.
+std::optional<Endpoint> parseEndpoint(const QString &text);
+
+struct RunOptions
+{
+    Endpoint endpoint;
+    int timeoutMs = 5000;
+};
+
+/// What every command with a connection has in common: it connects, begins once the controller has asked who we are,
+/// and ends the event loop with an outcome.
+/// Owns: console and client (Qt children). Thread: the main thread.
+/// Ends: with main(), after run().
+class LinkRun : public QObject
+{
+    Q_OBJECT
+public:
+    LinkRun(const LinkClient::Identity &identity, const RunOptions &options);
+    Outcome run(); // until finish()
+
+protected:
+    virtual void begin() = 0; // introduced: to work
+
+    Console &console() { return *m_console; }
+    LinkClient &client() { return *m_client; }
+    const RunOptions &options() const { return m_options; }
+    void finish(Outcome outcome);                                   // the first one counts
+    void fail(const std::string &what, const std::string &tryThis); // says so, with the address, and finishes
+
+private:
+    const RunOptions m_options;
+    Console *m_console = nullptr;   // Qt child
+    LinkClient *m_client = nullptr; // Qt child
+    std::optional<Outcome> m_outcome;
+};

@@ -1,0 +1,22 @@
+#pragma once
+#include <string>
+#include <variant>
+#include <vector>
+
+/// One step of arkctl panel.
+struct PanelAction
+{
+    enum class Kind { Push, Release, Level };
+    Kind kind = Kind::Push;
+    int code = 0;  // channel, or level code
+    int value = 0; // of a level
+};
+
+struct PanelScript
+{
+    std::vector<PanelAction> actions; // press is a push and a release
+    bool watches = false;             // to the end, and shows what comes from the start
+};
+
+/// Reads the words after the device number; otherwise a text says what is wrong with them.
+std::variant<PanelScript, std::string> parsePanelScript(const std::vector<std::string> &words);

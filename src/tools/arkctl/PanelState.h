@@ -1,0 +1,31 @@
+#pragma once
+#include "net/LinkMessage.h"
+#include <QHash>
+#include <QPair>
+
+class LinkClient;
+
+/// What a panel would show: remembers what the controller has set, to answer its questions from it.
+/// Groups are radio buttons: one that goes on turns the others of its list or range off.
+class PanelState
+{
+public:
+    int status(qint64 channel) const { return m_statuses.value(channel); }
+    QByteArray property(qint64 channel, const QByteArray &name) const { return m_properties.value({ channel, name }); }
+
+    void take(const LinkMessage &message);
+
+    /// Answers a question; a property that was never set is 0 or empty. Other messages: nothing.
+    void answer(const LinkMessage &question, LinkClient &client) const;
+
+private:
+    using StateKey = QPair<QPair<qint64, qint64>, QByteArray>; // channel, state, name
+    void takeRange(qint64 channel, int status, qint64 first, qint64 last);
+    void takeList(qint64 channel, int status, const QVector<qint64> &group);
+    void takeSnapshot(const QByteArray &body);
+
+    QHash<qint64, int> m_statuses; // by channel
+    QHash<QPair<qint64, QByteArray>, QByteArray> m_properties;
+    QHash<StateKey, QByteArray> m_stateProperties;
+    QHash<QPair<QByteArray, QByteArray>, QByteArray> m_pageProperties;
+};

@@ -1,0 +1,153 @@
+#include "tools/arkctl/Rendering.h"
+#include "base/Monitor.h"
+#include <QDateTime>
+
+#include <array>
+
+#include <nlohmann/json.hpp>
+
+namespace Rendering {
+namespace {
+using Json = nlohmann::ordered_json;
+
+constexpr std::array kTypeNames = {
+    "remote-io", "system", "connection", "online", "error", "warning", "port-traffic",
+    "command",   "level",  "pulse",      "on",     "off",   "to",      "received",
+};
+static_assert(kTypeNames.size() == static_cast<size_t>(MonitorMessageType::Received) + 1);
+
+std::string typeName(qint64 type)
+{
+    const bool isKnown = type >= 0 && type < static_cast<qint64>(kTypeNames.size());
+    return isKnown ? kTypeNames.at(static_cast<size_t>(type)) : "type-" + std::to_string(type);
+}
+
+std::string escaped(const QByteArray &bytes)
+{
+    const QString text = QString::fromUtf8(bytes); // what is no text gets replacement characters
+    QString shown;
+    for (const QChar c : text) {
+        const ushort code = c.unicode();
+        const bool isControl = code < 0x20 || (code >= 0x7F && code < 0xA0);
+        shown += isControl ? QStringLiteral("\\x%1").arg(code, 2, 16, QLatin1Char('0')) : QString(c);
+    }
+    return shown.toStdString();
+}
+
+std::string timeText(const QDateTime &when)
+{
+    return when.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")).toStdString();
+}
+
+std::string dump(const Json &object)
+{
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json jsonStart(const QDateTime &when)
+{
+    Json object;
+    object["time"] = when.toString(Qt::ISODateWithMs).toStdString();
+    return object;
+}
+
+/// Numbers and lists of channels as such, everything else as text.
+Json jsonValue(const LinkMessage &message, const LinkMessage::Field &field)
+{
+    const auto &[name, value] = field;
+    if (name == "channels") {
+        const QVector<qint64> channels = message.channels();
+        return Json(std::vector<qint64>(channels.begin(), channels.end()));
+    }
+    bool converts = false;
+    const qint64 number = value.toLongLong(&converts);
+    const bool isText = name == "text" || name == "value" || name == "page";
+    return converts && !isText ? Json(number) : Json(value.toStdString());
+}
+
+Json snapshotRecords(const QByteArray &body)
+{
+    Json records = Json::array();
+    const QVector<SnapshotRecord> all = decodeSnapshot(body);
+    for (const SnapshotRecord &record : all) {
+        Json one;
+        const bool isLevel = record.kind == 0 && record.third != 0;
+        if (isLevel) {
+            one["level"] = record.third;
+            one["value"] = record.fourth;
+        } else {
+            one["channel"] = record.channel;
+            one["status"] = record.status;
+        }
+        if (record.kind == 1) {
+            one["first"] = record.third;
+            one["last"] = record.fourth;
+        } else if (record.kind == 2) {
+            one["channels"] = std::vector<int>(record.channels.begin(), record.channels.end());
+        }
+        records.push_back(one);
+    }
+    return records;
+}
+
+std::string panelText(const LinkMessage &message)
+{
+    std::string text = linkMessageKindName(message.kind);
+    for (const auto &[name, value] : message.fields) {
+        text += ' ' + name.toStdString() + '=' + escaped(value);
+    }
+    for (const LinkMessage::Pair &pair : message.pairs) {
+        text += ' ' + std::to_string(pair.first) + '=' + std::to_string(pair.second);
+    }
+    if (message.kind == LinkMessage::Kind::Snapshot) {
+        text += ' ' + dump(snapshotRecords(message.body));
+    } else if (message.kind == LinkMessage::Kind::Other) {
+        text += " code=" + std::to_string(message.code) + " body=" + message.body.toHex(' ').toStdString();
+    }
+    return text;
+}
+
+Json panelJson(const QDateTime &when, const LinkMessage &message)
+{
+    Json object = jsonStart(when);
+    object["kind"] = linkMessageKindName(message.kind);
+    for (const LinkMessage::Field &field : message.fields) {
+        object[field.first.toStdString()] = jsonValue(message, field);
+    }
+    if (!message.pairs.isEmpty()) {
+        Json pairs = Json::array();
+        for (const LinkMessage::Pair &pair : message.pairs) {
+            pairs.push_back({ pair.first, pair.second });
+        }
+        object["pairs"] = pairs;
+    }
+    if (message.kind == LinkMessage::Kind::Snapshot) {
+        object["records"] = snapshotRecords(message.body);
+    } else if (message.kind == LinkMessage::Kind::Other) {
+        object["code"] = message.code;
+        object["body"] = message.body.toHex().toStdString();
+    }
+    return object;
+}
+} // namespace
+
+std::string monitorLine(Form form, const QDateTime &when, const LinkMessage &message)
+{
+    const qint64 type = message.number("type");
+    if (form == Form::Json) {
+        Json object = jsonStart(when);
+        object["type"] = type;
+        object["name"] = typeName(type);
+        object["text"] = message.field("text").toStdString();
+        return dump(object);
+    }
+    std::string name = typeName(type);
+    name.resize(std::max<size_t>(name.size(), 12), ' ');
+    return timeText(when) + "  " + name + "  " + escaped(message.field("text"));
+}
+
+std::string panelMessage(Form form, const QDateTime &when, const LinkMessage &message)
+{
+    return form == Form::Json ? dump(panelJson(when, message)) : timeText(when) + "  " + panelText(message);
+}
+} // namespace Rendering

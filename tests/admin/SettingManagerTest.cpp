@@ -1,0 +1,277 @@
+#include "admin/SettingManager.h"
+#include "base/SystemNumber.h"
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+const QByteArray kHeading = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
+
+/// A machine whose network is what the test says.
+struct Machine : SystemNetwork
+{
+    QStringList interfaces{ QStringLiteral("eth0") };
+    QString address;
+    QString hardware;
+    QByteArray routes;
+    QByteArray resolver;
+
+    bool hasInterface(const QString &name) const override { return interfaces.contains(name); }
+    QString firstIpv4Address(const QString &name) const override { return hasInterface(name) ? address : QString(); }
+    QString hardwareAddress(const QString &name) const override { return hasInterface(name) ? hardware : QString(); }
+    QByteArray routeTable() const override { return routes; }
+    QByteArray resolverConfiguration() const override { return resolver; }
+};
+
+/// A settings store in a directory of its own.
+struct Store
+{
+    QTemporaryDir directory;
+
+    void write(const char *name, const QByteArray &content) const
+    {
+        QFile file(directory.filePath(QString::fromLatin1(name)));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
+    }
+
+    QByteArray read(const char *name) const
+    {
+        QFile file(directory.filePath(QString::fromLatin1(name)));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArrayLiteral("(missing)");
+    }
+
+    std::unique_ptr<SettingManager> open(const Machine &machine = Machine()) const
+    {
+        return std::make_unique<SettingManager>(SettingManager::locationIn(directory.path()),
+                                                std::make_unique<Machine>(machine));
+    }
+};
+} // namespace
+
+class SettingManagerTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void defaultRoutes_data();
+    void defaultRoutes();
+    void nameServers_data();
+    void nameServers();
+    void readsWhatIsStored_data();
+    void readsWhatIsStored();
+    void informationString();
+    void showsWhatIsInForce_data();
+    void showsWhatIsInForce();
+    void macAddresses_data();
+    void macAddresses();
+    void changesAreKept();
+    void wrongChangesAreIgnored();
+};
+
+void SettingManagerTest::defaultRoutes_data()
+{
+    QTest::addColumn<QByteArray>("table");
+    QTest::addColumn<QString>("interfaceName");
+    QTest::addColumn<QString>("route");
+    const QString eth0 = QStringLiteral("eth0");
+    const QString none = QStringLiteral("none");
+    const QByteArray ours = "eth0\t00000000\t0102A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n";
+    const QByteArray network = "eth0\t0002A8C0\t00000000\t0001\t0\t0\t100\t00FFFFFF\t0\t0\t0\n";
+    const QByteArray theirs = "wlan0\t00000000\tFE01A8C0\t0003\t0\t0\t600\t00000000\t0\t0\t0\n";
+    QTest::newRow("ours") << kHeading + network + theirs + ours << eth0 << QStringLiteral("eth0 192.168.2.1");
+    QTest::newRow("another interface's only") << kHeading + theirs + network << eth0 << none;
+    QTest::newRow("any interface") << kHeading + network + theirs << QString() << QStringLiteral("wlan0 192.168.1.254");
+    QTest::newRow("without a gateway") << kHeading + "eth0 00000000 00000000 0001\n" << eth0 << none;
+    QTest::newRow("the next has one") << kHeading + "eth0 00000000 00000000 0001\n" + ours << eth0
+                                      << QStringLiteral("eth0 192.168.2.1");
+    QTest::newRow("the heading is no route") << QByteArray("eth0 00000000 0102A8C0\n") << eth0 << none;
+    QTest::newRow("two fields") << kHeading + "eth0 00000000\n" << eth0 << none;
+    QTest::newRow("no numbers") << kHeading + "eth0 zero gate\n" << eth0 << none;
+    QTest::newRow("highest bytes") << kHeading + "eth0 00000000 FFFEFDFC" << eth0
+                                   << QStringLiteral("eth0 252.253.254.255");
+    QTest::newRow("empty") << QByteArray() << eth0 << none;
+}
+
+void SettingManagerTest::defaultRoutes()
+{
+    QFETCH(QByteArray, table);
+    QFETCH(QString, interfaceName);
+    QFETCH(QString, route);
+    const std::optional<DefaultRoute> found = defaultRoute(table, interfaceName);
+    QCOMPARE(found ? found->interfaceName + QLatin1Char(' ') + found->gateway : QStringLiteral("none"), route);
+}
+
+void SettingManagerTest::nameServers_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("server");
+    QTest::newRow("first of two") << QByteArray("# made\nsearch x\nnameserver 8.8.8.8\nnameserver 1.1.1.1\n")
+                                  << QStringLiteral("8.8.8.8");
+    QTest::newRow("tabs and blanks") << QByteArray(" nameserver\t  8.8.4.4  # x") << QStringLiteral("8.8.4.4");
+    QTest::newRow("commented out") << QByteArray("#nameserver 8.8.8.8\n; nameserver 1.1.1.1\n") << QStringLiteral("");
+    QTest::newRow("no address") << QByteArray("nameserver\nnameservers 1.1.1.1\n") << QStringLiteral("");
+}
+
+void SettingManagerTest::nameServers()
+{
+    QFETCH(QByteArray, text);
+    QTEST(firstNameServer(text), "server");
+}
+
+void SettingManagerTest::readsWhatIsStored_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("firstLine"); // of the information string
+    QTest::addColumn<int>("systemNumber");
+    const QString defaults = QStringLiteral("dhcp_192.168.1.2_255.255.255.0_192.168.1.1_192.168.1.1_1");
+    QTest::newRow("no file") << QByteArray() << defaults << 1;
+    QTest::newRow("system number 0") << QByteArray("[General]\nsystemNum=0\n") << defaults << 1;
+    QTest::newRow("system number below 0") << QByteArray("[General]\nsystemNum=-4\n") << defaults << 1;
+    QTest::newRow("system number no number") << QByteArray("[General]\nsystemNum=seven\n") << defaults << 1;
+    QTest::newRow("all") << QByteArray("[General]\ndhcp=false\nip=10.0.0.2\nmask=255.0.0.0\ngateway=10.0.0.1\n"
+                                       "dns=8.8.8.8\nsystemNum=7\n")
+                         << QStringLiteral("staticip_10.0.0.2_255.0.0.0_10.0.0.1_8.8.8.8_7") << 7;
+    QTest::newRow("half a file") << QByteArray("[General]\nsystemNum=9\ndhcp=tr\x00\xFF\n[Gen", 34)
+                                 << QStringLiteral("dhcp_192.168.1.2_255.255.255.0_192.168.1.1_192.168.1.1_9") << 9;
+    QTest::newRow("no text at all") << QByteArray("\x00\x01\x02\xFF\xFE=]][[\n\n\x00", 14) << defaults << 1;
+}
+
+void SettingManagerTest::readsWhatIsStored()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(int, systemNumber);
+    const Store store;
+    if (!file.isEmpty()) {
+        store.write("settings.ini", file);
+    }
+    setLocalSystemNumber(99);
+    const auto settings = store.open();
+    QTEST(QString::fromUtf8(settings->informationString().split('\n').first()), "firstLine");
+    QCOMPARE(settings->systemNumber(), systemNumber);
+    QCOMPARE(localSystemNumber(), systemNumber);
+}
+
+void SettingManagerTest::informationString()
+{
+    const Store store;
+    store.write("mac", "08:90:00:01:02:03\n");
+    Machine machine;
+    machine.address = QStringLiteral("10.1.2.3");
+    machine.routes = kHeading + "eth0 00000000 0102010A 0003\n";
+    machine.resolver = "nameserver 10.1.2.9\n";
+    const auto settings = store.open(machine);
+    QCOMPARE(settings->informationString(),
+             QByteArray("dhcp_10.1.2.3_255.255.255.0_10.1.2.1_10.1.2.9_1\n2.3.15.008\nKV LITE\n08:90:00:01:02:03"));
+}
+
+void SettingManagerTest::showsWhatIsInForce_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QStringList>("interfaces");
+    QTest::addColumn<QByteArray>("routes");
+    QTest::addColumn<QString>("inForce"); // address and gateway
+    const QStringList eth0{ QStringLiteral("eth0"), QStringLiteral("wlan0") };
+    const QStringList wlan{ QStringLiteral("wlan0") };
+    const QByteArray wlanRoute = kHeading + "wlan0 00000000 0101000A 0003\n";
+    QTest::newRow("static: the stored ones")
+        << QByteArray("[General]\ndhcp=false\n") << eth0 << wlanRoute << QStringLiteral("192.168.1.2 192.168.1.1");
+    QTest::newRow("route of another interface")
+        << QByteArray() << eth0 << wlanRoute << QStringLiteral("10.0.1.7 192.168.1.1");
+    QTest::newRow("no eth0: that of the route")
+        << QByteArray() << wlan << wlanRoute << QStringLiteral("10.0.1.7 10.0.1.1");
+    QTest::newRow("no eth0, no route") << QByteArray() << wlan << QByteArray()
+                                       << QStringLiteral("192.168.1.2 192.168.1.1");
+}
+
+void SettingManagerTest::showsWhatIsInForce()
+{
+    QFETCH(QByteArray, file);
+    Machine machine;
+    machine.address = QStringLiteral("10.0.1.7");
+    machine.interfaces = *static_cast<QStringList *>(QTest::qData("interfaces", qMetaTypeId<QStringList>()));
+    machine.routes = *static_cast<QByteArray *>(QTest::qData("routes", qMetaTypeId<QByteArray>()));
+    const Store store;
+    store.write("settings.ini", file);
+    const auto settings = store.open(machine);
+    QTEST(settings->currentIp() + QLatin1Char(' ') + settings->currentGateway(), "inForce");
+}
+
+void SettingManagerTest::macAddresses_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("hardware");
+    QTest::addColumn<QString>("mac"); // a regular expression
+    const QString hardware = QStringLiteral("aa:bb:cc:dd:ee:ff");
+    QTest::newRow("stored") << QByteArray("08:90:00:0a:0B:0c") << hardware << QStringLiteral("08:90:00:0a:0B:0c");
+    QTest::newRow("stored with a line end")
+        << QByteArray("08:90:00:0a:0B:0c\r\n") << hardware << QStringLiteral("08:90:00:0a:0B:0c");
+    QTest::newRow("all zeros") << QByteArray("00:00:00:00:00:00") << hardware << QStringLiteral("aa:bb:cc:dd:ee:ff");
+    QTest::newRow("none that is valid") << QByteArray("08-90-00-0a-0b-0c") << hardware
+                                        << QStringLiteral("aa:bb:cc:dd:ee:ff");
+    QTest::newRow("one pair too many") << QByteArray("08:90:00:0a:0b:0c:0d") << hardware
+                                       << QStringLiteral("aa:bb:cc:dd:ee:ff");
+    QTest::newRow("nothing anywhere") << QByteArray("x") << QString() << QStringLiteral("00:00:00:00:00:00");
+    QTest::newRow("empty file: made up") << QByteArray("\n") << hardware << QStringLiteral("08:90:00(:[0-9a-f]{2}){3}");
+    QTest::newRow("no file: made up") << QByteArray() << hardware << QStringLiteral("08:90:00(:[0-9a-f]{2}){3}");
+}
+
+void SettingManagerTest::macAddresses()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QString, mac);
+    const Store store;
+    if (!file.isEmpty()) {
+        store.write("mac", file);
+    }
+    Machine machine;
+    machine.hardware = *static_cast<QString *>(QTest::qData("hardware", qMetaTypeId<QString>()));
+    const QString found = store.open(machine)->currentMac();
+    QVERIFY2(QRegularExpression(QRegularExpression::anchoredPattern(mac)).match(found).hasMatch(), qPrintable(found));
+    QCOMPARE(store.read("mac"), file.isEmpty() ? QByteArray("(missing)") : file); // a made-up one is not written
+    QCOMPARE(macFromTimeOfDay(0x04A00B), QStringLiteral("08:90:00:04:a0:0b"));
+}
+
+void SettingManagerTest::changesAreKept()
+{
+    const Store store;
+    {
+        const auto settings = store.open();
+        settings->setStaticIp(QStringLiteral("10.0.0.2"), QStringLiteral("255.0.0.0"), QStringLiteral("10.0.0.1"),
+                              QStringLiteral("8.8.8.8"), QStringLiteral("08:90:00:01:02:03"));
+        settings->setSystemNumber(5);
+        settings->setListenAddresses({ QStringLiteral("10.0.0.3"), QStringLiteral("10.0.0.4") });
+    }
+    QCOMPARE(localSystemNumber(), 5);
+    QCOMPARE(store.read("mac"), QByteArray("08:90:00:01:02:03"));
+    {
+        const auto settings = store.open();
+        QCOMPARE(settings->informationString(),
+                 QByteArray("staticip_10.0.0.2_255.0.0.0_10.0.0.1_8.8.8.8_5\n2.3.15.008\nKV LITE\n08:90:00:01:02:03"));
+        QCOMPARE(settings->listenAddresses(), (QStringList{ QStringLiteral("10.0.0.3"), QStringLiteral("10.0.0.4") }));
+        settings->setDhcp(QString());
+        settings->setListenAddresses({ QStringLiteral("10.0.0.3") });
+    }
+    const auto settings = store.open();
+    QVERIFY(settings->isDhcp());
+    QCOMPARE(settings->currentMac(), QStringLiteral("08:90:00:01:02:03"));
+    QCOMPARE(settings->currentIp(), QStringLiteral("10.0.0.2")); // DHCP has nothing yet: the last known
+    QCOMPARE(settings->listenAddresses(), QStringList{ QStringLiteral("10.0.0.3") });
+}
+
+void SettingManagerTest::wrongChangesAreIgnored()
+{
+    const Store store;
+    const auto settings = store.open();
+    settings->setStaticIp(QStringLiteral("10.0.0.256"), QStringLiteral("255.0.0.0"), QStringLiteral("10.0.0.1"),
+                          QStringLiteral("8.8.8.8"), QStringLiteral("08:90:00:01:02:03"));
+    settings->setMac(QStringLiteral("08:90:00:01:02"));
+    settings->setMac(QString());
+    QVERIFY(settings->isDhcp());
+    QCOMPARE(settings->netmask(), QStringLiteral("255.255.255.0"));
+    QCOMPARE(store.read("mac"), QByteArray("(missing)"));
+    settings->setSystemNumber(-3);
+    QCOMPARE(settings->systemNumber(), 1);
+    QVERIFY(store.read("settings.ini").contains("systemNum=1"));
+}
+
+QTEST_GUILESS_MAIN(SettingManagerTest)
+#include "SettingManagerTest.moc"

@@ -1,0 +1,112 @@
+#include "app/LogOutput.h"
+#include "app/Options.h"
+#include "app/TerminalMonitor.h"
+
+#include <QtTest>
+
+/// What the process reads from its command line, and the form of what it prints.
+class CommandLineTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void options_data();
+    void options();
+    void refusals_data();
+    void refusals();
+    void logLines_data();
+    void logLines();
+    void monitorLines();
+};
+
+void CommandLineTest::options_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("meaning"); // file, directory, language, address, monitor, changes
+    QTest::newRow("nothing") << "" << ";;;0.0.0.0;0;1";
+    QTest::newRow("one file") << "a.pobj" << "a.pobj;;;0.0.0.0;0;1";
+    QTest::newRow("two files: neither") << "a.pobj b.pobj" << ";;;0.0.0.0;0;1";
+    QTest::newRow("everything") << "--monitor --data-dir d --bind 127.0.0.7 --language zh_CN --no-system-changes f"
+                                << "f;d;zh_CN;127.0.0.7;1;0";
+    QTest::newRow("a file with a dash") << "-- -f" << "-f;;;0.0.0.0;0;1";
+    QTest::newRow("a language with a country") << "--language en_US" << ";;en_US;0.0.0.0;0;1";
+}
+
+void CommandLineTest::options()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, meaning);
+    const QStringList arguments =
+        QStringList(QStringLiteral("arkivon")) + line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const auto parsed = parseOptions(arguments);
+    QVERIFY(std::holds_alternative<Options>(parsed));
+    const auto &options = std::get<Options>(parsed);
+    const QString address = options.bindAddress == QHostAddress(QHostAddress::Any) ? QStringLiteral("0.0.0.0")
+                                                                                   : options.bindAddress.toString();
+    const QStringList fields{ options.objectFilePath,
+                              options.dataDirectory,
+                              options.language,
+                              address,
+                              QString::number(options.hasMonitor),
+                              QString::number(options.mayChangeSystem) };
+    QCOMPARE(fields.join(QLatin1Char(';')), meaning);
+}
+
+void CommandLineTest::refusals_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("word"); // of what is said
+    QTest::newRow("unknown option") << QStringList{ "--nope" } << 2 << "nope";
+    QTest::newRow("value missing") << QStringList{ "--bind" } << 2 << "bind";
+    QTest::newRow("no address") << QStringList{ "--bind", "localhost" } << 2 << "localhost";
+    QTest::newRow("no language") << QStringList{ "--language", "klingon" } << 2 << "klingon";
+    QTest::newRow("almost a language") << QStringList{ "--language", "zhx" } << 2 << "zhx";
+    QTest::newRow("empty directory") << QStringList{ "--data-dir", "" } << 2 << "data-dir";
+    QTest::newRow("help") << QStringList{ "--help" } << 0 << "Central controller program.";
+    QTest::newRow("version") << QStringList{ "-v" } << 0 << QCoreApplication::applicationVersion();
+}
+
+void CommandLineTest::refusals()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, status);
+    QFETCH(QString, word);
+    const auto parsed = parseOptions(QStringList{ QStringLiteral("arkivon") } + arguments);
+    QVERIFY(std::holds_alternative<OptionsEnd>(parsed));
+    const auto &end = std::get<OptionsEnd>(parsed);
+    QCOMPARE(end.status, status);
+    QVERIFY2(end.text.contains(word), qPrintable(end.text));
+}
+
+void CommandLineTest::logLines_data()
+{
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QByteArray>("line");
+    QTest::newRow("plain") << "text" << QByteArray("text");
+    QTest::newRow("line ends") << "text\r\n\r\n" << QByteArray("text");
+    QTest::newRow("inner line end stays") << "a\nb\n" << QByteArray("a\nb");
+    QTest::newRow("only line ends") << "\n\r\n" << QByteArray();
+    QTest::newRow("empty") << "" << QByteArray();
+    QTest::newRow("Http") << "HTTPlistener up" << QByteArray();
+    QTest::newRow("Http later") << "an Http message" << QByteArray("an Http message");
+    QTest::newRow("blanks stay") << " x " << QByteArray(" x ");
+}
+
+void CommandLineTest::logLines()
+{
+    QFETCH(QString, message);
+    QFETCH(QByteArray, line);
+    QCOMPARE(LogOutput::lineOf(message), line);
+}
+
+void CommandLineTest::monitorLines()
+{
+    const QTime time(7, 8, 9, 10);
+    QCOMPARE(TerminalMonitor::lineOf(time, 5, QStringLiteral("Warning:x")),
+             QStringLiteral("07:08:09.010 warning   Warning:x"));
+    QCOMPARE(TerminalMonitor::lineOf(time, 13, QString()), QStringLiteral("07:08:09.010 received  "));
+    QCOMPARE(TerminalMonitor::lineOf(time, 77, QStringLiteral("y")), QStringLiteral("07:08:09.010 77        y"));
+}
+
+QTEST_GUILESS_MAIN(CommandLineTest)
+#include "CommandLineTest.moc"

@@ -1,0 +1,249 @@
+#include "../devices/MonitorLines.h"
+#include "app/ExecManager.h"
+#include "base/Clock.h"
+#include "compiler/Compiler.h"
+#include "devices/DeviceManager.h"
+#include "events/Events.h"
+#include "library/ControlProgram.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+/// Loading, starting, running and stopping a program, on a clock driven by hand.
+class ExecManagerTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void withoutAFile();
+    void damagedFiles_data();
+    void damagedFiles();
+    void startOrder();
+    void firstLinesOfTheLoadAreSeen();
+    void mainlinePasses();
+    void aWaitingMainlineStretchesThePass();
+    void stopping();
+    void filesOfTheEmitters();
+
+private:
+    void install(const char *source); // as the default program
+    QStringList said();               // what the program has sent to its port 1, without the monitor's wording
+
+    QString m_startDirectory = QDir::currentPath();
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<Clock> m_clock;
+    std::unique_ptr<MonitorLines> m_monitor;
+    std::unique_ptr<DeviceManager> m_devices;
+    std::unique_ptr<ExecManager> m_exec;
+};
+
+namespace
+{
+void drain() // posted statements and events
+{
+    QCoreApplication::processEvents();
+}
+} // namespace
+
+void ExecManagerTest::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+    QVERIFY(QDir::setCurrent(m_directory->path()));
+    m_clock = std::make_unique<Clock>(Clock::Drive::ByHand);
+    m_monitor = std::make_unique<MonitorLines>();
+    m_devices = std::make_unique<DeviceManager>(std::make_unique<SimulatedPortHardware>());
+    m_exec = std::make_unique<ExecManager>(m_directory->filePath(QStringLiteral("data/here")), *m_devices);
+}
+
+void ExecManagerTest::cleanup()
+{
+    m_exec.reset();
+    m_devices.reset();
+    m_monitor.reset();
+    m_clock.reset();
+    QDir::setCurrent(m_startDirectory);
+    m_directory.reset();
+}
+
+void ExecManagerTest::install(const char *source)
+{
+    const CompileResult result = compileSource(QString::fromUtf8(source));
+    QVERIFY2(result.isGood(), qPrintable(result.text()));
+    QFile file(m_exec->objectFilePath());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(result.objectFile), result.objectFile.size());
+}
+
+QStringList ExecManagerTest::said()
+{
+    QStringList texts;
+    const QString head = QStringLiteral("6 send port command: port number is 1 and sended data is ");
+    for (const QString &line : m_monitor->take()) {
+        if (line.startsWith(head)) {
+            texts << line.mid(head.size());
+        }
+    }
+    return texts;
+}
+
+void ExecManagerTest::withoutAFile()
+{
+    QVERIFY(QFileInfo::exists(m_directory->filePath(QStringLiteral("data/here")))); // made with all its parents
+    QCOMPARE(m_exec->loadProgram(), ExecManager::Load::NoFile);
+    QVERIFY(!m_exec->program());
+    m_exec->runStart();
+    m_exec->startMainline();
+    m_exec->stopProgram();
+    m_clock->advance(1000);
+    QVERIFY(!m_exec->stopRequested());
+    QCOMPARE(m_monitor->take(), QStringList());
+}
+
+void ExecManagerTest::damagedFiles_data()
+{
+    QTest::addColumn<int>("flippedByte"); // from the end when negative
+    QTest::addColumn<int>("cut");         // bytes
+    QTest::newRow("magic") << 0 << 0;
+    QTest::newRow("version") << 7 << 0;
+    QTest::newRow("end mark") << -1 << 0;
+    QTest::newRow("cut") << 100000 << 1;
+}
+
+void ExecManagerTest::damagedFiles()
+{
+    QFETCH(int, flippedByte);
+    QFETCH(int, cut);
+    install("device dvPort = 5001:1:0\n start { send_string dvPort, 'started' }\n"
+            "data_event [dvPort] { online: { send_string dvPort, 'online' } }\n"
+            "mainline { send_string dvPort, 'main' }");
+    QFile file(m_exec->objectFilePath());
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QByteArray bytes = file.readAll();
+    const int index = flippedByte < 0 ? bytes.size() + flippedByte : flippedByte;
+    if (index < bytes.size()) {
+        bytes[index] = static_cast<char>(bytes.at(index) ^ 1);
+    }
+    bytes.chop(cut);
+    QVERIFY(file.resize(0) && file.seek(0));
+    file.write(bytes);
+    file.close();
+
+    QCOMPARE(m_exec->loadProgram(), ExecManager::Load::Damaged);
+    QVERIFY(m_exec->program()); // an empty one: ports come online and nobody hears of it
+    m_exec->runStart();
+    m_exec->startMainline();
+    m_clock->advance(1000);
+    drain();
+    QCOMPARE(said(), QStringList());
+}
+
+void ExecManagerTest::startOrder()
+{
+    install("device dvPorts[] = {5001:1:0, 5001:2:0, 5001:3:0, 5001:4:0, 5001:5:0, 5001:8:0}\n"
+            "device dvPort = 5001:1:0\n"
+            "start { send_string dvPort, 'start' }\n"
+            "data_event [dvPorts] { online: { send_string dvPort, itoa(data.device.port) } }");
+    QCOMPARE(m_exec->loadProgram(), ExecManager::Load::Done);
+    QCOMPARE(QDir::current().entryList({ QStringLiteral("*_temp.*") }), QStringList()); // the copy has gone
+    QCOMPARE(m_monitor->take(), QStringList());
+    m_exec->runStart();
+    const QString sent = QStringLiteral("6 send port command: port number is 1 and sended data is ");
+    QStringList expected{ sent + QStringLiteral("start") };
+    for (int port = 1; port <= 4; ++port) {
+        expected << QStringLiteral("3 Online Event: 5001:%1:0").arg(port) << sent + QString::number(port);
+    }
+    QCOMPARE(m_monitor->take(), expected);
+}
+
+void ExecManagerTest::firstLinesOfTheLoadAreSeen()
+{
+    install("integer list[2]\n integer n\n start { n = list[5] / 0 }");
+    QCOMPARE(m_exec->loadProgram(), ExecManager::Load::Done);
+    m_exec->runStart();
+    const QStringList lines = m_monitor->take();
+    QVERIFY2(lines.contains(QStringLiteral("4 Error:Divided by 0")), qPrintable(lines.join(QLatin1Char('\n'))));
+}
+
+void ExecManagerTest::mainlinePasses()
+{
+    install("device dvPort = 5001:1:0\n device dvPanel = 10001:1:0\n integer n\n"
+            "mainline { n = n + 1  send_string dvPort, \"'pass ', itoa(n)\" }\n"
+            "button_event [dvPanel, 5] { push: { send_string dvPort, 'push' } }\n"
+            "level_event [dvPanel, 2] { send_string dvPort, 'level' }");
+    m_exec->loadProgram();
+    m_exec->startMainline();
+    m_clock->advance(99);
+    drain();
+    QCOMPARE(said(), QStringList());
+    m_clock->advance(1);
+    QCOMPARE(said(), QStringList()); // posted, not run
+    drain();
+    QCOMPARE(said(), QStringList{ QStringLiteral("pass 1") });
+
+    // Ticks that find statements pending start no new pass.
+    m_clock->advance(300);
+    drain();
+    QCOMPARE(said(), QStringList{ QStringLiteral("pass 2") });
+
+    // Panels that have reported already are heard before the pass: levels first, then pushes.
+    Dispatcher *dispatcher = &m_exec->program()->dispatcher();
+    QCoreApplication::postEvent(dispatcher, new PanelEvent(PanelEvent::Pressed, 10001, 5), kPanelEventPriority);
+    QCoreApplication::postEvent(dispatcher, new PanelEvent(PanelEvent::LevelChanged, 10001, 2, 7),
+                                kPanelEventPriority);
+    m_clock->advance(100);
+    QCOMPARE(said(), (QStringList{ QStringLiteral("level"), QStringLiteral("push") }));
+    drain();
+    QCOMPARE(said(), QStringList{ QStringLiteral("pass 3") });
+}
+
+void ExecManagerTest::aWaitingMainlineStretchesThePass()
+{
+    // The second statement asks a panel that does not answer; the pass is not over until the third has run.
+    install("device dvPort = 5001:1:0\n device dvPanel = 10001:1:0\n"
+            "mainline { send_string dvPort, 'a'\n if ([5001:18:2, 1]) { send_string dvPort, 'on' }\n"
+            "           send_string dvPort, 'c' }");
+    m_exec->loadProgram();
+    m_exec->startMainline();
+    m_clock->advance(100);
+    // 400 ms pass while the question waits in its own event loop.
+    QTimer::singleShot(0, m_exec.get(), [this] { m_clock->advance(400); });
+    drain();
+    drain();
+    QCOMPARE(said().join(QLatin1Char(' ')), QStringLiteral("a c"));
+    m_clock->advance(100);
+    QTimer::singleShot(0, m_exec.get(), [this] { m_clock->advance(400); });
+    drain();
+    drain();
+    QCOMPARE(said().join(QLatin1Char(' ')), QStringLiteral("a c"));
+}
+
+void ExecManagerTest::stopping()
+{
+    install("device dvPort = 5001:1:0\n mainline { send_string dvPort, 'pass' }");
+    m_exec->loadProgram();
+    m_exec->startMainline();
+    m_clock->advance(100);
+    m_exec->stopProgram();
+    QVERIFY(m_exec->stopRequested());
+    drain();
+    m_clock->advance(1000);
+    drain();
+    QCOMPARE(said(), QStringList()); // the posted statement was taken back
+
+    m_exec->unloadProgram();
+    QVERIFY(!m_exec->program());
+    m_exec->loadProgram();
+    QVERIFY(!m_exec->stopRequested()); // a stop concerns the program that ran then
+}
+
+void ExecManagerTest::filesOfTheEmitters()
+{
+    QVERIFY(m_exec->irFilePath(10).endsWith(QStringLiteral("/data/here/ir1.ir")));
+    QVERIFY(m_exec->irFilePath(17).endsWith(QStringLiteral("/data/here/ir8.ir")));
+    QCOMPARE(m_exec->irFilePath(9), QString());
+    QCOMPARE(m_exec->irFilePath(18), QString());
+}
+
+QTEST_GUILESS_MAIN(ExecManagerTest)
+#include "ExecManagerTest.moc"

@@ -1,0 +1,538 @@
+#include "devices/DeviceManager.h"
+#include "MonitorLines.h"
+#include "base/Clock.h"
+#include "base/SystemNumber.h"
+#include "devices/AnswerLoop.h"
+#include "events/Dispatcher.h"
+#include "interp/Interpreter.h"
+#include "program/AST.h"
+
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+/// Records every call as a line.
+struct RecordingLinks : PanelLink, ControllerLink, SocketOutputs
+{
+    QStringList calls;
+    std::function<void()> onQuery; // while a question goes out
+    int socketPort = -1;
+
+    void note(const QString &text) { calls << text; }
+    static QString joined(const QVector<qint64> &numbers)
+    {
+        QStringList texts;
+        for (const qint64 number : numbers) {
+            texts << QString::number(number);
+        }
+        return texts.join(QLatin1Char(','));
+    }
+
+    void queryButtonStatus(int device, int channel) override
+    {
+        note(QStringLiteral("query %1 %2").arg(device).arg(channel));
+        if (onQuery) {
+            onQuery();
+        }
+    }
+    void queryButtonText(int device, int channel, int state) override
+    {
+        note(QStringLiteral("text %1 %2 %3").arg(device).arg(channel).arg(state));
+        onQuery();
+    }
+    void queryButtonProperty(int device, int channel, const QByteArray &name) override
+    {
+        note(QStringLiteral("property %1 %2 ").arg(device).arg(channel) + QString::fromUtf8(name));
+        onQuery();
+    }
+    void queryButtonStateProperty(int device, int channel, int state, const QByteArray &name) override
+    {
+        note(QStringLiteral("state property %1 %2 %3 ").arg(device).arg(channel).arg(state) + QString::fromUtf8(name));
+        onQuery();
+    }
+    void queryPageProperty(int device, const QByteArray &page, const QByteArray &name) override
+    {
+        note(QStringLiteral("page property %1 ").arg(device) + QString::fromUtf8(page + ' ' + name));
+        onQuery();
+    }
+    void setButtonProperty(int, const Channels &, const QByteArray &, const QVariant &) override {}
+    void setButtonStateProperty(int, const Channels &, int, const QByteArray &, const QVariant &) override {}
+    void setPageProperty(int, const QByteArray &, const QByteArray &, const QVariant &) override {}
+    void setContainerProperty(int, const Channels &, const QByteArray &, const QByteArray &) override {}
+    void containerCall(int, const Channels &, const QByteArray &, const QByteArray &) override {}
+    void setRangeButtonStatus(int device, int channel, int status, int first, int last) override
+    {
+        note(QStringLiteral("range %1 %2 %3 %4-%5").arg(device).arg(channel).arg(status).arg(first).arg(last));
+    }
+    void setRangeButtonStatusVals(int device, const QVector<qint64> &channels, const QVector<qint64> &values) override
+    {
+        note(QStringLiteral("plain %1 %2 %3").arg(QString::number(device), joined(channels), joined(values)));
+    }
+    void setListButtonStatus(int device, int channel, int status, const QVector<int> &channels) override
+    {
+        QVector<qint64> wide;
+        std::copy(channels.begin(), channels.end(), std::back_inserter(wide));
+        note(QStringLiteral("list %1 %2 %3 ").arg(device).arg(channel).arg(status) + joined(wide));
+    }
+    void sendLevel(int device, int code, int value) override
+    {
+        note(QStringLiteral("level %1 %2 %3").arg(device).arg(code).arg(value));
+    }
+    void sendLevels(int device, const QVector<qint64> &codes, const QVector<qint64> &values) override
+    {
+        note(QStringLiteral("levels %1 %2 %3").arg(QString::number(device), joined(codes), joined(values)));
+    }
+    void sendCommand(int device, const QByteArray &data) override
+    {
+        note(QStringLiteral("command %1 ").arg(device) + QString::fromLatin1(data));
+    }
+
+    void setupPort(const DeviceAddress &device, int channel, int action) override
+    {
+        note(QStringLiteral("setup %1 %2 %3").arg(device.text()).arg(channel).arg(action));
+    }
+    void sendListenString(const DeviceAddress &device, const QByteArray &data) override
+    {
+        note(QStringLiteral("listen string %1 ").arg(device.text()) + QString::fromLatin1(data.toHex()));
+    }
+    void sendListenCommand(const DeviceAddress &device, const QByteArray &data) override
+    {
+        note(QStringLiteral("listen command %1 ").arg(device.text()) + QString::fromLatin1(data));
+    }
+    void queryDeviceState(const DeviceAddress &device, int channel) override
+    {
+        note(QStringLiteral("state %1 %2").arg(device.text()).arg(channel));
+        if (onQuery) {
+            onQuery();
+        }
+    }
+    void cancelToItem() override { note(QStringLiteral("cancel")); }
+
+    bool write(int port, const QByteArray &data) override
+    {
+        if (port == socketPort) {
+            note(QStringLiteral("socket %1 ").arg(port) + QString::fromLatin1(data));
+        }
+        return port == socketPort;
+    }
+};
+} // namespace
+
+class DeviceManagerTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void switching_data();
+    void switching();
+    void data_data();
+    void data();
+    void levels();
+    void levelHandlingSeesTheProgram();
+    void buttonStatus();
+    void remoteTexts_data();
+    void remoteTexts();
+    void panelQuestions();
+    void propertyQuestions();
+    void portQuestions();
+    void nestedQuestions();
+    void questionsOfAStoppedProgram();
+
+private:
+    QStringList frames() const;
+    void advanceInside(int ms); // once the question waits
+
+    QTemporaryDir m_directory;
+    std::unique_ptr<Clock> m_clock;
+    std::unique_ptr<MonitorLines> m_monitor;
+    std::unique_ptr<AST> m_program;
+    std::unique_ptr<Interpreter> m_interpreter;
+    std::unique_ptr<Dispatcher> m_dispatcher;
+    std::unique_ptr<DeviceManager> m_devices;
+    SimulatedPortHardware *m_hardware = nullptr;
+    RecordingLinks m_links;
+};
+
+void DeviceManagerTest::init()
+{
+    setLocalSystemNumber(1);
+    m_clock = std::make_unique<Clock>(Clock::Drive::ByHand);
+    m_monitor = std::make_unique<MonitorLines>();
+    m_program = std::make_unique<AST>(m_directory.path());
+    m_interpreter = std::make_unique<Interpreter>(*m_program);
+    m_dispatcher = std::make_unique<Dispatcher>(*m_program, *m_interpreter);
+    m_dispatcher->prepare();
+    auto hardware = std::make_unique<SimulatedPortHardware>();
+    m_hardware = hardware.get();
+    m_devices = std::make_unique<DeviceManager>(std::move(hardware));
+    m_links = {};
+    m_devices->setPanelLink(&m_links);
+    m_devices->setControllerLink(&m_links);
+    m_devices->setSocketOutputs(&m_links);
+    m_devices->setProgram(m_program.get(), m_dispatcher.get());
+    m_program->setDevices(m_devices.get());
+}
+
+void DeviceManagerTest::cleanup()
+{
+    m_dispatcher.reset();
+    m_interpreter.reset();
+    m_program.reset();
+    m_devices.reset();
+    m_monitor.reset();
+    m_clock.reset();
+}
+
+QStringList DeviceManagerTest::frames() const
+{
+    QStringList written;
+    for (const QByteArray &frame : m_hardware->frames()) {
+        written << QStringLiteral("frame ") + QString::fromLatin1(frame.toHex());
+    }
+    return written;
+}
+
+void DeviceManagerTest::advanceInside(int ms)
+{
+    QTimer::singleShot(0, m_devices.get(), [this, ms] { m_clock->advance(ms); });
+}
+
+void DeviceManagerTest::switching_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::addColumn<int>("port");
+    QTest::addColumn<int>("system");
+    QTest::addColumn<int>("action");
+    QTest::addColumn<QStringList>("calls");
+    QTest::addColumn<QStringList>("lines");
+    const QString wrongPort = QStringLiteral("5 Warning: Wrong port number was referred.");
+    const auto row = [](const char *name, int number, int port, int system, int action, const QStringList &calls,
+                        const QStringList &lines) {
+        QTest::newRow(name) << number << port << system << action << calls << lines;
+    };
+    const QString low = QStringLiteral("frame 1803000001");
+    const QString high = QStringLiteral("frame 1803000000");
+    row("relay off", 5001, 9, 0, 0, {}, { QStringLiteral("11 Off relay: 3") });
+    row("relay on", 5001, 9, 1, 1, {}, { QStringLiteral("10 On relay: 3") });
+    row("relay pulse", 5001, 9, 0, 2, {}, { wrongPort, QStringLiteral("9 Pulse relay: 3") });
+    row("relay to", 5001, 9, 0, 3, {}, { wrongPort, QStringLiteral("12 To relay: 3") });
+    row("io off", 5001, 18, 0, 0, { high }, { QStringLiteral("11 IO 3 output high") });
+    row("io on", 5001, 18, 0, 1, { low }, { QStringLiteral("10 IO 3 output low") });
+    row("io pulse", 5001, 18, 0, 2, { low }, { QStringLiteral("9 Pulse IO 3") });
+    row("io to", 5001, 18, 0, 3, { low }, { QStringLiteral("12 To IO 3") });
+    row("ir on, no output", 5001, 15, 0, 1, {}, { wrongPort, QStringLiteral("10 IR6 output ir code 3") });
+    row("ir off", 5001, 10, 0, 0, {}, { QStringLiteral("11 IR1 output ir code 3") });
+    row("ir pulse", 5001, 10, 0, 2, {}, { QStringLiteral("9 IR1 pulse ir code 3") });
+    row("ir to", 5001, 17, 0, 3, {}, { wrongPort, QStringLiteral("12 IR8 to ir code 3") });
+    row("serial port", 5001, 1, 0, 1, {}, { wrongPort });
+    row("action that does not exist", 5001, 18, 0, 4, {}, {});
+    row("remote relay", 5001, 9, 2, 1, { QStringLiteral("setup 5001:9:2 3 1") },
+        { QStringLiteral("10 [5001:9:2]On relay: 3") });
+    row("remote relay off", 5001, 9, 2, 0, { QStringLiteral("setup 5001:9:2 3 0") },
+        { QStringLiteral("11 [5001:9:2]Off relay: 3") });
+    row("remote io", 5001, 18, 2, 2, { QStringLiteral("setup 5001:18:2 3 2") },
+        { QStringLiteral("9 [5001:18:2]Pulse IO 3") });
+    row("remote ir", 5001, 11, 2, 3, { QStringLiteral("setup 5001:11:2 3 3") },
+        { QStringLiteral("12 [5001:11:2]IR2 to ir code 3") });
+    row("remote panel, no line", 10001, 9, 2, 1, { QStringLiteral("setup 10001:9:2 3 1") }, {});
+}
+
+void DeviceManagerTest::switching()
+{
+    QFETCH(int, number);
+    QFETCH(int, port);
+    QFETCH(int, system);
+    QFETCH(int, action);
+    QFETCH(QStringList, calls);
+    QFETCH(QStringList, lines);
+    m_devices->switchChannel({ number, port, system }, static_cast<PortAction>(action), 3);
+    QCOMPARE(frames() + m_links.calls, calls);
+    QCOMPARE(m_monitor->take(), lines);
+}
+
+void DeviceManagerTest::data_data()
+{
+    QTest::addColumn<bool>("isCommand");
+    QTest::addColumn<int>("number");
+    QTest::addColumn<int>("port");
+    QTest::addColumn<int>("system");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QStringList>("calls");
+    QTest::addColumn<QStringList>("lines");
+    const auto row = [](const char *name, bool isCommand, const DeviceAddress &device, const QByteArray &bytes,
+                        const QStringList &calls, const QStringList &lines) {
+        QTest::newRow(name) << isCommand << device.number << device.port << device.system << bytes << calls << lines;
+    };
+    row("string to another controller", false, { 5001, 1, 2 }, "AB\r",
+        { QStringLiteral("listen string 5001:1:2 41420d") },
+        { QStringLiteral("6 [5001:1:2]send port command: 41 42 0D") });
+    row("string to a port", false, { 5001, 1, 1 }, "50%1", { QStringLiteral("frame 15010135302531") },
+        { QStringLiteral("6 send port command: port number is 1 and sended data is 50%1") });
+    row("string to a panel goes nowhere", false, { 10001, 1, 0 }, "x", {},
+        { QStringLiteral("6 send port command: port number is 1 and sended data is x") });
+    row("string to a socket", false, { 0, 3, 0 }, "x", { QStringLiteral("socket 3 x") },
+        { QStringLiteral("6 send socket command: port number is 3 and sended data is x") });
+    row("string to a socket that is not open", false, { 0, 4, 0 }, "x", {}, {});
+    row("string to a socket elsewhere", false, { 0, 3, 2 }, "x", {}, {});
+    row("command to a panel", true, { 10001, 1, 0 }, "go", { QStringLiteral("command 10001 go") },
+        { QStringLiteral("7 send device command: device id is 10001, port number is 1 and sended data is go") });
+    row("command to a port", true, { 5001, 2, 0 }, "set baud 9600,n,8,1 485 disable",
+        { QStringLiteral("frame 150200010000002580") },
+        { QStringLiteral("7 send device command: device id is 5001, port number is 2 and sended data is "
+                         "set baud 9600,n,8,1 485 disable") });
+    row("command to another controller", true, { 10001, 1, 2 }, "go", { QStringLiteral("listen command 10001:1:2 go") },
+        { QStringLiteral("6 [10001:1:2]send device command: go") });
+    row("empty command", true, { 10001, 1, 0 }, "", {}, {});
+}
+
+void DeviceManagerTest::data()
+{
+    QFETCH(bool, isCommand);
+    QFETCH(int, number);
+    QFETCH(int, port);
+    QFETCH(int, system);
+    QFETCH(QByteArray, bytes);
+    QFETCH(QStringList, calls);
+    QFETCH(QStringList, lines);
+    m_links.socketPort = 3;
+    if (isCommand) {
+        m_devices->sendDeviceCommand({ number, port, system }, bytes, DeviceActions::Log::Yes);
+    } else {
+        m_devices->sendPortString({ number, port, system }, bytes);
+    }
+    QCOMPARE(frames() + m_links.calls, calls);
+    QCOMPARE(m_monitor->take(), lines);
+}
+
+void DeviceManagerTest::levels()
+{
+    // A level is handled only when its code and its value both differ from those of the last one of the same path.
+    QStringList handled;
+    m_dispatcher->observer = [&](const CustomEvent &event) {
+        handled << QStringLiteral("%1:%2").arg(event.levelCode).arg(event.levelValue);
+    };
+    m_devices->setLevel({ 10001, 1, 0 }, 2, 40);
+    m_devices->setLevel({ 10001, 1, 0 }, 2, 41);
+    m_devices->setLevel({ 10001, 1, 0 }, 3, 40);
+    m_devices->setLevel({ 10001, 1, 0 }, 3, 42);
+    m_devices->setLevel({ 10001, 1, 2 }, 9, 9); // elsewhere
+    QCOMPARE(handled.join(QLatin1Char(' ')), QStringLiteral("2:40 3:42"));
+    QCOMPARE(m_links.calls.size(), 4);
+    QCOMPARE(m_monitor->take().last(),
+             QStringLiteral("8 set level value: device ID is 10001, level code is 3 and level value is 42"));
+
+    handled.clear();
+    m_links.calls.clear();
+    m_devices->setLevels({ 10001, 1, 0 }, { 3, 4, 5 }, { 42, 7 }); // a memory of its own; a missing value is 0
+    QCOMPARE(handled.join(QLatin1Char(' ')), QStringLiteral("3:42 4:7 5:0"));
+    QCOMPARE(m_links.calls, QStringList{ QStringLiteral("levels 10001 3,4,5 42,7") });
+    m_links.calls.clear();
+    m_devices->setLevels({ 10001, 1, 0 }, { 6 }, { 1 }); // one of each: as a single level
+    QCOMPARE(m_links.calls, QStringList{ QStringLiteral("level 10001 6 1") });
+}
+
+void DeviceManagerTest::levelHandlingSeesTheProgram()
+{
+    auto variable = std::make_unique<Double>(DoubleType);
+    variable->setName(Name(QStringLiteral("X")));
+    Double *const x = variable.get();
+    m_program->declareGlobal(std::move(variable));
+    m_program->levels().addAssociation({ { 10001, 1, 0 }, 2, QStringLiteral("X") });
+    x->setValue(2.5);
+    QCOMPARE(m_links.calls, QStringList{ QStringLiteral("level 10001 2 2") });
+    QCOMPARE(x->value(), 2.0); // the level has come back
+    m_links.calls.clear();
+    m_dispatcher->changeLevel(10001, 2, 55);
+    QCOMPARE(x->value(), 55.0);
+    QCOMPARE(m_links.calls, QStringList()); // without an echo
+}
+
+void DeviceManagerTest::buttonStatus()
+{
+    m_devices->setButtonStatusRange(10001, 4, 1, 1, 10);
+    m_devices->setButtonStatusList(10001, 5, 1, { 3, 5, 7 });
+    m_devices->setButtonStatuses(10001, { 8, 9 }, { 1 });
+    QCOMPARE(m_links.calls,
+             (QStringList{ QStringLiteral("range 10001 4 1 1-10"), QStringLiteral("list 10001 5 1 3,5,7"),
+                           QStringLiteral("plain 10001 8,9 1") }));
+    const ButtonStatusSaver *saver = m_dispatcher->findButtonStatus(10001);
+    QVERIFY(saver);
+    const QByteArray snapshot = QByteArray::fromHex("00000001 00000004"
+                                                    "00000001 00000004 00000001 00000001 0000000a"
+                                                    "00000002 00000005 00000001 00000003 00000003 00000005 00000007"
+                                                    "00000000 00000008 00000001 00000000 00000000"
+                                                    "00000000 00000009 00000000 00000000 00000000");
+    QCOMPARE(saver->snapshot().toHex(), snapshot.toHex());
+}
+
+void DeviceManagerTest::remoteTexts_data()
+{
+    QTest::addColumn<QByteArray>("form");
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QStringList>("effects");
+    const auto row = [](const char *form, const char *text, const QStringList &effects) {
+        QTest::addRow("%s %s", form, text) << QByteArray(form) << QByteArray(text) << effects;
+    };
+    row("setup", "5001:18:1:3:1", { QStringLiteral("frame 1803000001") });
+    row("setup", "5001:18:0:3:1", {}); // 0 is not a number that a message may carry
+    row("setup", "5001:18:2:3:1", {});
+    row("command", "10001:1:1:a:b", { QStringLiteral("command 10001 a:b") });
+    row("command", "10001:1:2:ab", {});
+    row("string", "5001:1:1::", { QStringLiteral("frame 1501013a") });
+    row("string", "5001:1:1", {});
+    row("query", "5001:18:1:4", { QStringLiteral("status 0 18 4 0") });
+    row("query", "5001:18:2:4", {});
+}
+
+void DeviceManagerTest::remoteTexts()
+{
+    QFETCH(QByteArray, form);
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, effects);
+    connect(m_devices.get(), &DeviceManager::gotPortStatus, this,
+            [this](int system, int port, int channel, int status) {
+                m_links.note(QStringLiteral("status %1 %2 %3 %4").arg(system).arg(port).arg(channel).arg(status));
+            });
+    if (form == "setup") {
+        m_devices->performSetup(text);
+    } else if (form == "command") {
+        m_devices->performCommand(text);
+    } else if (form == "string") {
+        m_devices->performString(text);
+    } else {
+        m_devices->performQuery(text);
+    }
+    QCOMPARE(frames() + m_links.calls, effects);
+}
+
+void DeviceManagerTest::panelQuestions()
+{
+    m_links.onQuery = [this] {
+        m_devices->gotButtonStatus(10002, 4, 1); // of another panel
+        m_devices->gotButtonStatus(10001, 5, 1); // of another channel
+        m_devices->gotButtonStatus(10001, 4, 1);
+        m_devices->gotButtonStatus(10001, 4, 0); // too late
+    };
+    QVERIFY(m_devices->askPanelChannel(10001, 4)); // answered at once: no event loop
+
+    m_links.calls.clear();
+    m_links.onQuery = [this] { advanceInside(600); };
+    QVERIFY(!m_devices->askPanelChannel(10001, 4));
+    QCOMPARE(m_links.calls.size(), 7); // at once and six times again
+
+    m_links.calls.clear();
+    m_links.onQuery = [this] {
+        if (m_links.calls.size() == 1) {
+            advanceInside(100);
+        } else {
+            m_devices->gotButtonStatus(10001, 4, 2);
+        }
+    };
+    QVERIFY(m_devices->askPanelChannel(10001, 4));
+    QCOMPARE(m_links.calls.size(), 2);
+}
+
+void DeviceManagerTest::propertyQuestions()
+{
+    // Every kind of question: answers that differ in one field from what was asked do not count.
+    m_links.onQuery = [this] {
+        m_devices->gotButtonText(10001, 4, 2, "wrong state");
+        m_devices->gotButtonText(10001, 5, 1, "wrong channel");
+        m_devices->gotButtonText(10001, 4, 1, "");
+        m_devices->gotButtonText(10001, 4, 1, "late");
+    };
+    QCOMPARE(m_devices->askButtonText(10001, 4, 1), std::optional<QByteArray>(""));
+    m_links.onQuery = [this] {
+        m_devices->gotButtonProperty(10001, 4, "width", 1);
+        m_devices->gotButtonProperty(10002, 4, "height", 2);
+        m_devices->gotButtonProperty(10001, 4, "height", 3);
+    };
+    QCOMPARE(m_devices->askButtonProperty(10001, 4, "height"), QVariant(3));
+    m_links.onQuery = [this] {
+        m_devices->gotButtonProperty(10001, 4, "text", QByteArray("of the button"));
+        m_devices->gotButtonStateProperty(10001, 4, 2, "text", QByteArray("wrong state"));
+        m_devices->gotButtonStateProperty(10001, 4, 1, "text", QByteArray("right"));
+    };
+    QCOMPARE(m_devices->askButtonStateProperty(10001, 4, 1, "text"), QVariant(QByteArray("right")));
+    m_links.onQuery = [this] {
+        m_devices->gotPageProperty(10001, "main", "width", 5);
+        m_devices->gotPageProperty(10001, "Main", "width", 6);
+    };
+    QCOMPARE(m_devices->askPageProperty(10001, "Main", "width"), QVariant(6));
+
+    m_links.calls.clear();
+    m_links.onQuery = [this] { advanceInside(600); };
+    QVERIFY(!m_devices->askButtonText(10001, 4, 1));
+    QVERIFY(!m_devices->askPageProperty(10001, "Main", "width").isValid());
+    QCOMPARE(m_links.calls.count(QStringLiteral("text 10001 4 1")), 7);
+    QCOMPARE(m_links.calls.count(QStringLiteral("page property 10001 Main width")), 7);
+}
+
+void DeviceManagerTest::portQuestions()
+{
+    m_devices->switchChannel({ 5001, 9, 0 }, PortAction::On, 3);
+    QVERIFY(m_devices->askPortChannel({ 5001, 9, 1 }, 3));
+    QVERIFY(!m_devices->askPortChannel({ 5001, 18, 0 }, 3)); // inputs read 0
+
+    m_links.onQuery = [this] { m_devices->gotPortStatus(2, 18, 3, 1); };
+    QVERIFY(m_devices->askPortChannel({ 5001, 18, 2 }, 3));
+    m_links.onQuery = [this] { advanceInside(400); };
+    m_links.calls.clear();
+    QVERIFY(!m_devices->askPortChannel({ 5001, 18, 2 }, 3));
+    QCOMPARE(m_links.calls.size(), 5);
+}
+
+void DeviceManagerTest::nestedQuestions()
+{
+    // While the first question waits, an event asks a second one; the first one's answer comes during the second.
+    bool inner = true;
+    m_links.onQuery = [&] {
+        if (m_links.calls.size() == 1) {
+            QTimer::singleShot(0, m_devices.get(), [&] { inner = m_devices->askPanelChannel(10002, 1); });
+        } else if (m_links.calls.size() == 2) {
+            m_devices->gotButtonStatus(10001, 1, 1);
+            advanceInside(600);
+        }
+    };
+    QVERIFY(m_devices->askPanelChannel(10001, 1));
+    QVERIFY(!inner);
+    QCOMPARE(m_links.calls.count(QStringLiteral("query 10001 1")), 1); // an answered question is not asked again
+    QCOMPARE(m_links.calls.count(QStringLiteral("query 10002 1")), 7);
+}
+
+void DeviceManagerTest::questionsOfAStoppedProgram()
+{
+    m_links.onQuery = [this] {
+        m_program->requestStop();
+        advanceInside(100);
+    };
+    QVERIFY(!m_devices->askPanelChannel(10001, 1));
+    QCOMPARE(m_links.calls.size(), 1);
+    m_links.calls.clear();
+    QVERIFY(!m_devices->askPanelChannel(10001, 1));
+    QCOMPARE(m_links.calls, QStringList()); // a stopped program asks nothing
+
+    // A question for a program that vanishes meanwhile is over.
+    int asked = 0;
+    auto passing = std::make_unique<QTemporaryDir>();
+    auto other = std::make_unique<Clock>(Clock::Drive::ByHand); // the ticks of the question alone
+    m_dispatcher.reset();
+    m_interpreter.reset();
+    m_program.reset();
+    auto program = std::make_unique<AST>(passing->path());
+    AnswerLoop loop(program.get(), 6);
+    loop.run([&] {
+        ++asked;
+        QTimer::singleShot(0, this, [&] {
+            program.reset();
+            other->advance(100);
+        });
+    });
+    QCOMPARE(asked, 1);
+    QVERIFY(!loop.isOpen());
+}
+
+QTEST_GUILESS_MAIN(DeviceManagerTest)
+#include "DeviceManagerTest.moc"

@@ -1,0 +1,101 @@
+#pragma once
+#include "interp/Interpreter.h"
+#include "library/Library.h"
+#include "model/Values.h"
+#include "program/AST.h"
+
+#include <QTemporaryDir>
+#include <QVariant>
+
+#include <functional>
+
+Q_DECLARE_METATYPE(ValueRef)
+
+/// The program's calls to the outside, as lines; questions answer with what the test set.
+class RecordingDevices : public DeviceActions
+{
+public:
+    QStringList calls;
+    QVariant answer;
+
+    void switchChannel(const DeviceAddress &, PortAction, int) override {}
+    void sendDeviceCommand(const DeviceAddress &device, const QByteArray &data, Log log) override;
+    void sendPortString(const DeviceAddress &, const QByteArray &) override {}
+    void setLevel(const DeviceAddress &, int, int) override {}
+    void setLevels(const DeviceAddress &, const QVector<qint64> &, const QVector<qint64> &) override {}
+    void setButtonStatusRange(int, int, int, int, int) override {}
+    void setButtonStatusList(int, int, int, const QVector<int> &) override {}
+    void setButtonStatuses(int, const QVector<qint64> &, const QVector<qint64> &) override {}
+    int relayState(const DeviceAddress &, int) const override { return 0; }
+    bool askPanelChannel(int, int) override { return false; }
+    bool askPortChannel(const DeviceAddress &, int) override { return false; }
+    void releaseHeldOutputs() override {}
+    void cancelRemoteToItems() override {}
+
+    std::optional<QByteArray> askButtonText(int device, int channel, int state) override;
+    QVariant askButtonProperty(int device, int channel, const QByteArray &name) override;
+    QVariant askButtonStateProperty(int device, int channel, int state, const QByteArray &name) override;
+    QVariant askPageProperty(int device, const QByteArray &page, const QByteArray &name) override;
+    void setButtonProperty(int device, const Channels &channels, const QByteArray &name,
+                           const QVariant &value) override;
+    void setButtonStateProperty(int device, const Channels &channels, int state, const QByteArray &name,
+                                const QVariant &value) override;
+    void setPageProperty(int device, const QByteArray &page, const QByteArray &name, const QVariant &value) override;
+    void setContainerProperty(int device, const Channels &channels, const QByteArray &name,
+                              const QByteArray &data) override;
+    void containerCall(int device, const Channels &channels, const QByteArray &method, const QByteArray &data) override;
+    void rebootController() override { calls << QStringLiteral("reboot"); }
+
+private:
+    void note(const char *what, std::initializer_list<QVariant> parts); // joined by blanks
+};
+
+/// Stands where the dispatcher stands.
+class RecordingEvents : public EventRaiser
+{
+public:
+    QStringList calls;
+    std::vector<TimelineFigures> timelines;
+    std::optional<ChannelAddress> input;
+
+    void simulatePush(int deviceNumber, int port, int channel) override;
+    void raiseCommand(const DeviceAddress &, const QByteArray &) override {}
+    void raiseTimeline(const TimelineFigures &figures) override { timelines.push_back(figures); }
+    std::optional<ChannelAddress> handledInput() const override { return input; }
+};
+
+/// A program object with the library, and built-ins called by name without a program around them.
+class LibraryBench
+{
+public:
+    LibraryBench();
+
+    /// A call. An argument is a QByteArray (a string literal), a number (DOUBLE), a ValueRef (a variable), or an
+    /// invalid QVariant for one that is left empty. What the calling expression would see: a QByteArray of an array, a
+    /// double, or an invalid QVariant.
+    QVariant call(const char *name, const QVariantList &arguments);
+    QVariant callWithoutList(const char *name);
+
+    QTemporaryDir directory;
+    AST program;
+    Library library;
+    Interpreter interpreter;
+    RecordingDevices devices;
+    RecordingEvents events;
+    QStringList messages;
+    std::function<void()> beforeEveryEvaluation; // so that arguments can change each other's variables
+
+private:
+    QVariant run(const char *name, const QVariantList &arguments, bool isPresent);
+};
+
+// Values for arguments.
+QVariant variable(const ValueRef &value);
+QVariant number(int typeCode, double value);                         // a number of that type
+ValueRef text(const QByteArray &bytes, int maxLength = 0);           // a CHAR array variable; 0: not bounded
+ValueRef numbers(int typeCode, const std::vector<double> &elements); // an array variable
+ValueRef device(int deviceNumber, int port = 1, int system = 0);
+ValueRef devChan(int deviceNumber, int channel);
+ValueRef devLev(int deviceNumber, int level);
+ValueRef listOf(int typeCode, const std::vector<ValueRef> &elements); // an array of clones
+QByteArray bytesOf(const ValueRef &value);

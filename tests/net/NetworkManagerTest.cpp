@@ -1,0 +1,562 @@
+#include "net/NetworkManager.h"
+#include "base/Frame.h"
+#include "base/Monitor.h"
+#include "net/LinkClient.h"
+#include <QNetworkDatagram>
+#include <QSignalSpy>
+#include <QTcpSocket>
+#include <QUdpSocket>
+#include <QtTest>
+
+#include <mutex>
+
+namespace {
+constexpr int kPanel = 10001;
+const QHostAddress kHere(QStringLiteral("127.0.0.1"));
+
+/// The rest of the system: writes down what the link asks of it. Safe for the I/O threads.
+class System : public PanelEvents, public PanelReplies, public PanelPresence, public LinkServices
+{
+public:
+    QStringList told() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_told;
+    }
+
+    void forget()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_told.clear();
+    }
+
+    LinkHooks hooks() { return { *this, *this, *this, *this }; }
+
+    void buttonPressed(quint16 device, int channel) override
+    {
+        tell(QStringLiteral("push %1 %2").arg(device).arg(channel));
+    }
+    void buttonReleased(quint16 device, int channel) override
+    {
+        tell(QStringLiteral("release %1 %2").arg(device).arg(channel));
+    }
+    void levelChanged(quint16 device, int level, int value) override
+    {
+        tell(QStringLiteral("level %1 %2 %3").arg(device).arg(level).arg(value));
+    }
+
+    void gotButtonStatus(int device, int channel, int status) override
+    {
+        tell(QStringLiteral("status %1 %2 %3").arg(device).arg(channel).arg(status));
+    }
+    void gotButtonText(int device, int channel, int state, const QByteArray &text) override
+    {
+        tell(QStringLiteral("text %1 %2 %3 %4").arg(device).arg(channel).arg(state).arg(QString::fromUtf8(text)));
+    }
+    void gotButtonProperty(int device, int channel, const QByteArray &name, const QVariant &value) override
+    {
+        tell(QStringLiteral("property %1 %2 %3 %4")
+                 .arg(device)
+                 .arg(channel)
+                 .arg(QString::fromUtf8(name), value.toString()));
+    }
+    void gotPageProperty(int device, const QByteArray &page, const QByteArray &name, const QVariant &value) override
+    {
+        tell(QStringLiteral("page %1 %2 %3 %4")
+                 .arg(device)
+                 .arg(QString::fromUtf8(page), QString::fromUtf8(name), value.toString()));
+    }
+    void gotButtonStateProperty(int device, int channel, int state, const QByteArray &name,
+                                const QVariant &value) override
+    {
+        tell(QStringLiteral("state %1 %2 %3 %4 %5")
+                 .arg(device)
+                 .arg(channel)
+                 .arg(state)
+                 .arg(QString::fromUtf8(name), value.toString()));
+    }
+    void queryIRCode(int number) override { tell(QStringLiteral("ir %1").arg(number)); }
+
+    QByteArray buttonStatusSnapshot(int device) override { return device == kPanel ? snapshot : QByteArray(); }
+    void peerOnline(int device) override { tell(QStringLiteral("online %1").arg(device)); }
+    void peerOffline(int device) override { tell(QStringLiteral("offline %1").arg(device)); }
+
+    QByteArray informationString() override { return "dhcp_127.0.0.1"; }
+    QStringList listenAddresses() override { return { QStringLiteral("10.0.0.3"), QStringLiteral("10.0.0.4") }; }
+    void setSystemNumber(int number) override { tell(QStringLiteral("system %1").arg(number)); }
+    void setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
+                     const QString &mac) override
+    {
+        tell(QStringList{ QStringLiteral("static"), ip, netmask, gateway, dns, mac }.join(QLatin1Char(' ')));
+    }
+    void setDhcp(const QString &mac) override { tell(QStringLiteral("dhcp ") + mac); }
+    void setMac(const QString &mac) override { tell(QStringLiteral("mac ") + mac); }
+    void reboot() override { tell(QStringLiteral("reboot")); }
+    void setDateTime(const QString &text) override { tell(QStringLiteral("date ") + text); }
+    QByteArray listenStatus(const QString &text) override { return text.toUtf8() + "!"; }
+
+    QByteArray snapshot;
+
+private:
+    void tell(const QString &what)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_told << what;
+    }
+
+    mutable std::mutex m_mutex;
+    QStringList m_told;
+};
+
+/// A peer that introduces itself, and what it has received: kind, then values.
+struct Peer
+{
+    Peer(int type, int number)
+        : client({ type, number, "test", "1" })
+    {
+        QObject::connect(&client, &LinkClient::received, &client, [this](const LinkMessage &message) {
+            QByteArrayList parts{ linkMessageKindName(message.kind) };
+            for (const auto &[name, value] : message.fields) {
+                parts << value;
+            }
+            for (const LinkMessage::Pair &pair : message.pairs) {
+                parts << QByteArray::number(pair.first) + '=' + QByteArray::number(pair.second);
+            }
+            received << QString::fromUtf8(parts.join(' '));
+        });
+    }
+
+    LinkClient client;
+    QStringList received;
+};
+} // namespace
+
+using Send = std::function<void(NetworkManager &)>;
+Q_DECLARE_METATYPE(Send)
+
+class NetworkManagerTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void panelIsHeardAndAnswered();
+    void messagesOfTheProgram_data();
+    void messagesOfTheProgram();
+    void longMessagesAreRefused();
+    void panelAnswersReachTheProgram();
+    void snapshotGoesToItsPanel();
+    void toolsSeeMonitorLines();
+    void textCommands_data();
+    void textCommands();
+    void rebootWhileTheMainThreadIsBusy();
+    void systemNumberSendsControllersAway();
+    void garbageLeavesOthersAlone();
+    void readerThatStopsIsClosed();
+    void twoHundredPanels();
+    void takenPortIsNamed();
+    void discoveryAnswersOnLoopback();
+
+private:
+    void online(Peer &peer);
+
+    std::unique_ptr<System> m_system;
+    std::unique_ptr<NetworkManager> m_network;
+};
+
+void NetworkManagerTest::init()
+{
+    m_system = std::make_unique<System>();
+    m_network = std::make_unique<NetworkManager>(m_system->hooks());
+    LinkOptions options;
+    options.bindAddress = kHere;
+    options.port = 0;
+    options.discovery = false;
+    options.ioThreads = 2;
+    QCOMPARE(m_network->start(options).value_or(QString()), QString());
+}
+
+void NetworkManagerTest::cleanup()
+{
+    m_network.reset();
+    QVERIFY(!isMonitored()); // every tool that came has also been seen to go
+}
+
+void NetworkManagerTest::online(Peer &peer)
+{
+    peer.client.connectTo(kHere.toString(), m_network->port());
+    QTRY_VERIFY(m_network->hasPeer(peer.client.deviceNumber()));
+}
+
+void NetworkManagerTest::panelIsHeardAndAnswered()
+{
+    {
+        Peer panel(1, kPanel);
+        online(panel);
+        QTRY_COMPARE(m_system->told(), QStringList{ QStringLiteral("online 10001") });
+        m_system->forget();
+        QSignalSpy acknowledged(&panel.client, &LinkClient::acknowledged);
+        panel.client.push(5);
+        panel.client.release(5);
+        panel.client.reportLevel(3, -7);
+        QTRY_COMPARE(acknowledged.count(), 3);
+        QTRY_COMPARE(m_system->told(), (QStringList{ QStringLiteral("push 10001 5"), QStringLiteral("release 10001 5"),
+                                                     QStringLiteral("level 10001 3 -7") }));
+    }
+    QTRY_COMPARE(m_system->told().last(), QStringLiteral("offline 10001"));
+    QVERIFY(!m_network->hasPeer(kPanel));
+    m_network->sendCommand(kPanel, "nobody listens");
+}
+
+void NetworkManagerTest::messagesOfTheProgram_data()
+{
+    QTest::addColumn<Send>("send");
+    QTest::addColumn<QString>("message");
+    const auto row = [](const char *message, Send send) {
+        QTest::newRow(message) << send << QString::fromLatin1(message);
+    };
+    row("status-query 5", [](NetworkManager &net) { net.queryButtonStatus(kPanel, 5); });
+    row("text-query 5 1", [](NetworkManager &net) { net.queryButtonText(kPanel, 5, 1); });
+    row("property-query 5 name", [](NetworkManager &net) { net.queryButtonProperty(kPanel, 5, "name"); });
+    row("state-property-query 5 1 text",
+        [](NetworkManager &net) { net.queryButtonStateProperty(kPanel, 5, 1, "text"); });
+    row("page-property-query Main desc", [](NetworkManager &net) { net.queryPageProperty(kPanel, "Main", "desc"); });
+    row("feedback 5 1 0 0", [](NetworkManager &net) { net.setRangeButtonStatus(kPanel, 5, 1, 0, 0); });
+    row("feedback 5 0 0 0", [](NetworkManager &net) { net.setRangeButtonStatusVals(kPanel, { 5 }, {}); });
+    row("feedback-channels 5=1 6=0", [](NetworkManager &net) {
+        net.setRangeButtonStatusVals(kPanel, { 5, 6 }, { 1 });
+    });
+    row("feedback-list 5 1 3,5,7", [](NetworkManager &net) { net.setListButtonStatus(kPanel, 5, 1, { 3, 5, 7 }); });
+    row("level 1=-50", [](NetworkManager &net) { net.sendLevel(kPanel, 1, -50); });
+    row("level 1=10 2=0", [](NetworkManager &net) { net.sendLevels(kPanel, { 1, 2 }, { 10 }); });
+    row("command a:b", [](NetworkManager &net) { net.sendCommand(kPanel, "a:b"); });
+    row("set-property 5,6 name a:b", [](NetworkManager &net) {
+        net.setButtonProperty(kPanel, { 5, 6 }, "name", QByteArray("a:b"));
+    });
+    row("set-property 5 listitems 12",
+        [](NetworkManager &net) { net.setButtonProperty(kPanel, { 5 }, "listitems", QByteArray("12")); });
+    row("set-property 5 top 12",
+        [](NetworkManager &net) { net.setButtonProperty(kPanel, { 5 }, "top", QVariant(12LL)); });
+    row("set-property 5 top 0",
+        [](NetworkManager &net) { net.setButtonProperty(kPanel, { 5 }, "top", QByteArray("high")); });
+    row("set-state-property 5 text 2 Go",
+        [](NetworkManager &net) { net.setButtonStateProperty(kPanel, { 5 }, "text", 2, QByteArray("Go")); });
+    row("set-page-property Main desc x",
+        [](NetworkManager &net) { net.setPageProperty(kPanel, "Main", "desc", QByteArray("x")); });
+    row("set-container-property 5 size 1",
+        [](NetworkManager &net) { net.setContainerProperty(kPanel, { 5 }, "size", "1"); });
+    row("container-call 5 show 1:2", [](NetworkManager &net) { net.containerCall(kPanel, { 5 }, "show", "1:2"); });
+}
+
+void NetworkManagerTest::messagesOfTheProgram()
+{
+    QFETCH(Send, send);
+    QFETCH(QString, message);
+    Peer panel(1, kPanel);
+    Peer other(1, kPanel + 1);
+    online(panel);
+    online(other);
+    m_network->setRangeButtonStatusVals(kPanel, {}, { 1 }); // says nothing
+    send(*m_network);
+    m_network->sendCommand(kPanel + 1, "end");
+    QTRY_COMPARE(panel.received, QStringList{ message });
+    QTRY_COMPARE(other.received, QStringList{ QStringLiteral("command end") });
+}
+
+void NetworkManagerTest::longMessagesAreRefused()
+{
+    Peer panel(1, kPanel);
+    online(panel);
+    QSignalSpy errors(m_network.get(), &NetworkManager::programError);
+    const auto filling = [](const char *prefix) { return QByteArray(4076 - static_cast<int>(qstrlen(prefix)), 'x'); };
+    const QByteArray property = filling("setproperty:5:name:");
+    const QByteArray state = filling("setstateproperty:5:text:1:");
+    const QByteArray container = filling("setcontainerproperty:5:a:");
+    const QByteArray call = filling("containercall:5:a:");
+    m_network->setButtonProperty(kPanel, { 5 }, "name", property);
+    m_network->setButtonStateProperty(kPanel, { 5 }, "text", 1, state);
+    m_network->setContainerProperty(kPanel, { 5 }, "a", container);
+    m_network->containerCall(kPanel, { 5 }, "a", call);
+    m_network->setPageProperty(kPanel, "Main", "desc", QByteArray(9000, 'x'));
+    QTRY_COMPARE(panel.received.size(), 5);
+    QCOMPARE(errors.count(), 0);
+
+    m_network->setButtonProperty(kPanel, { 5 }, "name", property + 'x');
+    m_network->setButtonStateProperty(kPanel, { 5 }, "text", 1, state + 'x');
+    m_network->setContainerProperty(kPanel, { 5 }, "a", container + 'x');
+    m_network->containerCall(kPanel, { 5 }, "a", call + 'x');
+    QStringList texts;
+    for (const QList<QVariant> &error : errors) {
+        texts << error.first().toString();
+    }
+    QCOMPARE(texts, (QStringList{ QStringLiteral("Too long message in set_button_property function"),
+                                  QStringLiteral("Too long message in set_button_state_property function"),
+                                  QStringLiteral("Too long message in set_container_property function"),
+                                  QStringLiteral("Too long message in container_call function") }));
+    m_network->sendCommand(kPanel, "end");
+    QTRY_COMPARE(panel.received.last(), QStringLiteral("command end"));
+    QCOMPARE(panel.received.size(), 6);
+}
+
+void NetworkManagerTest::panelAnswersReachTheProgram()
+{
+    Peer panel(1, kPanel);
+    online(panel);
+    QTRY_VERIFY(m_system->told().contains(QStringLiteral("online 10001")));
+    m_system->forget();
+    panel.client.answerStatus(5, 1);
+    panel.client.answerText(5, 1, "Go: now");
+    panel.client.answerProperty(5, "top", "12");
+    panel.client.answerStateProperty(5, 1, "text", "Go");
+    panel.client.answerPageProperty("Main", "desc", "x");
+    QTRY_COMPARE(m_system->told(),
+                 (QStringList{ QStringLiteral("status 10001 5 1"), QStringLiteral("text 10001 5 1 Go: now"),
+                               QStringLiteral("property 10001 5 top 12"), QStringLiteral("state 10001 5 1 text Go"),
+                               QStringLiteral("page 10001 Main desc x") }));
+}
+
+void NetworkManagerTest::snapshotGoesToItsPanel()
+{
+    m_system->snapshot = "saved";
+    Peer panel(1, kPanel);
+    Peer tool(2, 100);
+    online(panel);
+    online(tool);
+    QTRY_COMPARE(panel.received, QStringList{ QStringLiteral("snapshot") });
+    QTRY_COMPARE(m_system->told(), QStringList{ QStringLiteral("online 10001") }); // number 100 raises nothing
+    m_system->snapshot.clear();
+    Peer again(1, kPanel);
+    online(again);
+    QTRY_COMPARE(m_system->told().size(), 2);
+    m_network->sendCommand(kPanel, "end"); // both connections have the number; an empty snapshot is not sent
+    QTRY_COMPARE(again.received, QStringList{ QStringLiteral("command end") });
+    QTRY_COMPARE(panel.received.last(), QStringLiteral("command end"));
+}
+
+void NetworkManagerTest::toolsSeeMonitorLines()
+{
+    Peer panel(1, kPanel);
+    online(panel);
+    QVERIFY(!isMonitored());
+    {
+        Peer tool(2, 100);
+        online(tool);
+        QTRY_VERIFY(isMonitored());
+        panel.client.push(5);
+        QTRY_COMPARE(tool.received,
+                     QStringList{ QStringLiteral(
+                         "monitor-line 2 Button pressed: device id 10001, channel code 5, level code 0") });
+        monitorLog(MonitorMessageType::Error, QStringLiteral("Error:x"));
+        QTRY_COMPARE(tool.received.last(), QStringLiteral("monitor-line 4 Error:x"));
+    }
+    QTRY_VERIFY(!isMonitored());
+    QVERIFY(panel.received.isEmpty());
+}
+
+void NetworkManagerTest::textCommands_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QString>("reply"); // a regular expression; empty: none
+    QTest::addColumn<QStringList>("told");
+    const auto row = [](const char *command, const char *reply, const QStringList &told) {
+        QTest::newRow(QByteArray(command).replace('\n', ' ').constData())
+            << QByteArray(command) << QString::fromLatin1(reply) << told;
+    };
+    row("sysnum\n12", "", { QStringLiteral("system 12") });
+    row("sysnum\n0", "", {});
+    row("reboot", "", { QStringLiteral("reboot") });
+    row("dhcp", "", { QStringLiteral("dhcp "), QStringLiteral("reboot") });
+    row("staticip\n10.0.0.2\n255.0.0.0\n10.0.0.1\n8.8.8.8\nm", "",
+        { QStringLiteral("static 10.0.0.2 255.0.0.0 10.0.0.1 8.8.8.8 m"), QStringLiteral("reboot") });
+    row("datetime?", "datetime:\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d", {});
+    row("datetime!noon", "datetimeSet", { QStringLiteral("date noon") });
+    row("ir-3", "", { QStringLiteral("ir 3") });
+    row("listening?", "listening:10\\.0\\.0\\.3\n10\\.0\\.0\\.4", {});
+    row("listenstatus?", "listenstatus:!", {});
+    row("listenstatus?10.0.0.3", "listenstatus:10\\.0\\.0\\.3!", {});
+    row("nonsense", "", {});
+}
+
+void NetworkManagerTest::textCommands()
+{
+    QFETCH(QByteArray, command);
+    QFETCH(QString, reply);
+    QFETCH(QStringList, told);
+    Peer tool(7, 100); // no monitor lines in between: any peer may ask
+    online(tool);
+    tool.client.sendTextCommand(command);
+    tool.client.sendPlain(0x12, QByteArray());       // what is answered to this comes after everything above …
+    tool.client.sendTextCommand("listenstatus?end"); // … and this after what went through the main thread
+    QTRY_VERIFY(tool.received.contains(QStringLiteral("reply listenstatus:end!")));
+    QTRY_COMPARE(m_system->told(), told);
+    tool.received.removeAll(QStringLiteral("information dhcp_127.0.0.1"));
+    tool.received.removeLast();
+    QCOMPARE(tool.received.size(), reply.isEmpty() ? 0 : 1);
+    const QRegularExpression whole(QRegularExpression::anchoredPattern(QStringLiteral("reply ") + reply));
+    QVERIFY(reply.isEmpty() || whole.match(tool.received.first()).hasMatch());
+}
+
+void NetworkManagerTest::rebootWhileTheMainThreadIsBusy()
+{
+    QTcpSocket tool; // used without an event loop
+    tool.connectToHost(kHere, m_network->port());
+    QVERIFY(tool.waitForConnected());
+    tool.write(frameBytes(0x18, "reboot"));
+    QVERIFY(tool.waitForBytesWritten());
+    const QDeadlineTimer patience(20'000);
+    while (m_system->told().isEmpty() && !patience.hasExpired()) { // the program's endless loop
+    }
+    QCOMPARE(m_system->told(), QStringList{ QStringLiteral("reboot") });
+}
+
+void NetworkManagerTest::systemNumberSendsControllersAway()
+{
+    Peer controller(3, 100);
+    Peer panel(1, kPanel);
+    online(controller);
+    online(panel);
+    QSignalSpy gone(&controller.client, &LinkClient::disconnected);
+    m_network->changeSystemNumber(4);
+    QTRY_COMPARE(gone.count(), 1);
+    QTRY_VERIFY(!m_network->hasPeer(100));
+    QVERIFY(m_network->hasPeer(kPanel));
+}
+
+void NetworkManagerTest::garbageLeavesOthersAlone()
+{
+    Peer panel(1, kPanel);
+    online(panel);
+    const QByteArrayList garbage = { QByteArray(300'000, 'V'),    QByteArray::fromHex("5651 000fffff"),
+                                     "GET / HTTP/1.1\r\n\r\n",    frameBytes(0x2A, "\x01"),
+                                     frameBytes(0x1F, "-1:-1::"), frameBytes(0x14, QByteArray(1000, '\0')) };
+    std::vector<std::unique_ptr<QTcpSocket>> peers;
+    for (const QByteArray &bytes : garbage) {
+        peers.push_back(std::make_unique<QTcpSocket>());
+        peers.back()->connectToHost(kHere, m_network->port());
+        peers.back()->write(bytes);
+        QTRY_COMPARE(peers.back()->bytesToWrite(), 0);
+    }
+    peers.resize(garbage.size() / 2); // half of them hang up, half stay
+    QSignalSpy acknowledged(&panel.client, &LinkClient::acknowledged);
+    panel.client.push(5);
+    m_network->sendCommand(kPanel, "end");
+    QTRY_COMPARE(acknowledged.count(), 1);
+    QTRY_COMPARE(panel.received, QStringList{ QStringLiteral("command end") });
+    QVERIFY(!m_network->hasPeer(-1));
+}
+
+void NetworkManagerTest::readerThatStopsIsClosed()
+{
+    QTcpSocket lazy;
+    lazy.setReadBufferSize(1);
+    lazy.connectToHost(kHere, m_network->port());
+    lazy.write(frameBytes(0x1F, "1:10001:Lazy:1"));
+    QTRY_VERIFY(m_network->hasPeer(kPanel));
+    const QByteArray much(100'000, 'x');
+    int sent = 0;
+    while (m_network->hasPeer(kPanel) && sent < 10'000) { // the system buffers some megabytes, we one more
+        m_network->sendCommand(kPanel, much);
+        ++sent;
+        QCoreApplication::processEvents();
+    }
+    QVERIFY2(sent < 10'000, "a gigabyte was taken for a peer that does not read");
+    QTRY_VERIFY(m_system->told().contains(QStringLiteral("offline 10001")));
+}
+
+void NetworkManagerTest::twoHundredPanels()
+{
+    constexpr int kCount = 200;
+    std::vector<std::unique_ptr<Peer>> panels;
+    for (int number = 0; number < kCount; ++number) {
+        panels.push_back(std::make_unique<Peer>(1, 9500 + number));
+        panels.back()->client.connectTo(kHere.toString(), m_network->port());
+    }
+    for (int number = 0; number < kCount; ++number) {
+        QTRY_VERIFY(m_network->hasPeer(9500 + number));
+    }
+    QTRY_COMPARE(m_system->told().size(), kCount);
+    m_system->forget();
+    for (const auto &panel : panels) {
+        panel->client.push(5);
+    }
+    QTRY_COMPARE(m_system->told().size(), kCount);
+    QStringList distinct = m_system->told();
+    QCOMPARE(distinct.removeDuplicates(), 0); // each once
+    for (int number = 0; number < kCount; ++number) {
+        m_network->sendLevel(9500 + number, 1, number);
+    }
+    for (int number = 0; number < kCount; ++number) {
+        QTRY_COMPARE(panels.at(static_cast<size_t>(number))->received,
+                     QStringList{ QStringLiteral("level 1=%1").arg(number) });
+    }
+    m_system->forget();
+    panels.clear();
+    QTRY_COMPARE(m_system->told().size(), kCount); // offline
+}
+
+void NetworkManagerTest::takenPortIsNamed()
+{
+    NetworkManager second(m_system->hooks());
+    LinkOptions options;
+    options.bindAddress = kHere;
+    options.port = m_network->port();
+    options.discovery = false;
+    const QString error = second.start(options).value_or(QString());
+    QVERIFY2(
+        error.startsWith(QStringLiteral("Cannot listen on address 127.0.0.1, TCP port %1: ").arg(m_network->port())),
+        qPrintable(error));
+    QCOMPARE(second.port(), quint16(0));
+    options.port = 0;
+    QCOMPARE(second.start(options).value_or(QString()), QString()); // and it is not the worse for it
+}
+
+void NetworkManagerTest::discoveryAnswersOnLoopback()
+{
+    QUdpSocket asker;
+    QVERIFY(asker.bind(kHere));
+    QUdpSocket listener; // where the broadcast goes
+    QVERIFY(listener.bind(QHostAddress(QHostAddress::AnyIPv4)));
+    QUdpSocket freePorts[2];
+    DiscoveryPorts ports;
+    for (QUdpSocket &socket : freePorts) {
+        QVERIFY(socket.bind(kHere));
+    }
+    ports.group = freePorts[0].localPort();
+    ports.direct = freePorts[1].localPort();
+    ports.broadcast = listener.localPort();
+    for (QUdpSocket &socket : freePorts) {
+        socket.close();
+    }
+    m_network->stop();
+    LinkOptions options;
+    options.bindAddress = kHere;
+    options.port = 0;
+    options.discoveryPorts = ports;
+    QCOMPARE(m_network->start(options).value_or(QString()), QString());
+
+    const QByteArray request = frameBytes(0x12, QByteArray());
+    const QByteArray answer = frameBytes(0x11, "dhcp_127.0.0.1");
+    const auto answers = [&] {
+        QByteArrayList all;
+        while (asker.hasPendingDatagrams()) {
+            all << asker.receiveDatagram().data();
+        }
+        return all;
+    };
+    QByteArray damaged = request;
+    damaged[damaged.size() - 2] = 0;
+    for (const quint16 port : { ports.direct, ports.group }) {
+        asker.writeDatagram(damaged, kHere, port);
+        asker.writeDatagram(QByteArray(2000, 'V'), kHere, port);
+        asker.writeDatagram(frameBytes(0x15, QByteArray()), kHere, port);
+        asker.writeDatagram(request, kHere, port);
+        QByteArrayList got;
+        QTRY_VERIFY((got += answers()).size() >= 2); // once from each of the two sockets
+        QCOMPARE(got, (QByteArrayList{ answer, answer }));
+    }
+    QTRY_VERIFY(listener.hasPendingDatagrams());
+    QCOMPARE(listener.receiveDatagram().data(), answer);
+}
+
+QTEST_GUILESS_MAIN(NetworkManagerTest)
+#include "NetworkManagerTest.moc"

@@ -1,0 +1,23 @@
+#pragma once
+#include "base/Clock.h"
+#include "library/ControlProgram.h"
+#include "support/FakeDevices.h"
+
+#include <QTemporaryDir>
+
+#include <memory>
+
+/// A program in the source form together with what happens to it and what it must do about it, all in one text:
+///
+///     //! push 10001 5         what happens: push, release D C; level D L V; string D:P:S text; online, offline D:P:S;
+///                              error D:P:S code; tick MS; mainline; state 0|1; reload
+///     //= on 5001:9:0 1        the lines that must come of it, in order
+///
+/// Before the first "//!" stand the lines of the load and the start block. Errors and warnings of the program are
+/// lines "error: …" and "warning: …"; what it sends to device 1 is a line as it stands.
+class ScriptedProgram
+{
+public:
+    /// Compiles and plays it. Returns what differs from the expectation, for a person; empty when nothing does.
+    static QString play(const QString &source);
+};

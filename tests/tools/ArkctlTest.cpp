@@ -1,0 +1,146 @@
+#include "tools/arkctl/LinkRun.h"
+#include "tools/arkctl/PanelActions.h"
+#include "tools/arkctl/PanelState.h"
+#include "tools/arkctl/Rendering.h"
+#include <QDateTime>
+#include <QtTest>
+
+namespace {
+QString shown(const std::variant<PanelScript, std::string> &parsed)
+{
+    if (const auto *fault = std::get_if<std::string>(&parsed)) {
+        return QStringLiteral("fault: ") + QString::fromStdString(*fault);
+    }
+    const PanelScript &script = std::get<PanelScript>(parsed);
+    QStringList steps;
+    for (const PanelAction &action : script.actions) {
+        const char *const names[] = { "push", "release", "level" };
+        steps << QStringLiteral("%1 %2 %3")
+                     .arg(QLatin1String(names[static_cast<int>(action.kind)]))
+                     .arg(action.code)
+                     .arg(action.value);
+    }
+    return steps.join(QStringLiteral(", ")) + (script.watches ? QStringLiteral(" watch") : QString());
+}
+} // namespace
+
+class ArkctlTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void scripts_data();
+    void scripts();
+    void endpoints_data();
+    void endpoints();
+    void panelRemembersGroups();
+    void linesStayLines_data();
+    void linesStayLines();
+};
+
+void ArkctlTest::scripts_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QString>("script");
+    const auto row = [](const char *words, const char *script) {
+        QTest::newRow(words) << QString::fromLatin1(words) << QString::fromLatin1(script);
+    };
+    row("push 5 release 5 watch", "push 5 0, release 5 0 watch");
+    row("press 5", "push 5 0, release 5 0");
+    row("watch level 1 -20", "level 1 -20 watch");
+    row("push", "fault: the channel after push is missing");
+    row("push 5x", "fault: the channel after push is not a number: 5x");
+    row("push 99999999999", "fault: the channel after push is not a number: 99999999999");
+    row("push -5", "fault: the channel after push must not be negative");
+    row("level 1", "fault: the value after level 1 is missing");
+    row("poke 5", "fault: unknown action: poke (there are push, release, press, level and watch)");
+}
+
+void ArkctlTest::scripts()
+{
+    QFETCH(QString, words);
+    std::vector<std::string> list;
+    const QStringList parts = words.split(QLatin1Char(' '));
+    for (const QString &word : parts) {
+        list.push_back(word.toStdString());
+    }
+    QTEST(shown(parsePanelScript(list)), "script");
+}
+
+void ArkctlTest::endpoints_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("endpoint");
+    const auto row = [](const char *text, const char *endpoint) {
+        QTest::newRow(text) << QString::fromLatin1(text) << QString::fromLatin1(endpoint);
+    };
+    row("127.0.0.2", "127.0.0.2:6139");
+    row("room.example:7000", "room.example:7000");
+    row("[::1]", "[::1]:6139");
+    row("[::1]:7000", "[::1]:7000");
+    row("::1", "none");
+    row("127.0.0.2:0", "none");
+    row("127.0.0.2:65536", "none");
+    row("127.0.0.2:port", "none");
+    row("", "none");
+}
+
+void ArkctlTest::endpoints()
+{
+    QFETCH(QString, text);
+    const std::optional<Endpoint> endpoint = parseEndpoint(text);
+    QTEST(endpoint ? QString::fromStdString(endpoint->text()) : QStringLiteral("none"), "endpoint");
+}
+
+void ArkctlTest::panelRemembersGroups()
+{
+    PanelState state;
+    const auto lit = [&state] {
+        QVector<int> channels;
+        for (int channel = 1; channel <= 10; ++channel) {
+            if (state.status(channel) != 0) {
+                channels << channel;
+            }
+        }
+        return channels;
+    };
+    state.take(decodeLinkMessage(0x1B, "1:1:9:1"));
+    state.take(decodeLinkMessage(0x1B, "3:1:2-5"));
+    state.take(decodeLinkMessage(0x1B, "4:1:2-5")); // puts 3 out, leaves 1 and 9
+    QCOMPARE(lit(), (QVector<int>{ 1, 4, 9 }));
+    state.take(decodeLinkMessage(0x1C, "6:1:1,6"));
+    QCOMPARE(lit(), (QVector<int>{ 4, 6, 9 }));
+    state.take(decodeLinkMessage(0x1B, "9:0:0-0"));
+    QCOMPARE(lit(), (QVector<int>{ 4, 6 }));
+    const QByteArray channel8 = QByteArray::fromHex("00000001 00000001 00000000 00000008 00000001 00000000 00000000");
+    state.take(decodeLinkMessage(0x34, channel8));
+    QCOMPARE(lit(), (QVector<int>{ 4, 6, 8 }));
+    state.take(decodeLinkMessage(0x3A, "setproperty:5,6:name:a:b"));
+    QCOMPARE(state.property(6, "name"), QByteArray("a:b"));
+}
+
+void ArkctlTest::linesStayLines_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("json");
+    QTest::newRow("line end and escape") << QByteArray("a\n\x1B[2J") << QStringLiteral("a\\x0a\\x1b[2J")
+                                         << QStringLiteral("\"text\":\"a\\n\\u001b[2J\"");
+    QTest::newRow("no UTF-8") << QByteArray("a\xFF") << QString(QStringLiteral("a") + QChar(0xFFFD))
+                              << QString(QStringLiteral("\"text\":\"a") + QChar(0xFFFD) + QLatin1Char('"'));
+}
+
+void ArkctlTest::linesStayLines()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, json);
+    const QDateTime when(QDate(2024, 5, 1), QTime(12, 0, 0, 7));
+    const LinkMessage message = decodeLinkMessage(0x14, '\x04' + text);
+    const std::string line = Rendering::monitorLine(Rendering::Form::Text, when, message);
+    QTEST(QString::fromStdString(line).mid(39), "line");
+    QCOMPARE(QString::fromStdString(line).left(39), QStringLiteral("2024-05-01 12:00:00.007  error         "));
+    const std::string object = Rendering::monitorLine(Rendering::Form::Json, when, message);
+    QVERIFY2(QString::fromStdString(object).contains(json), object.c_str());
+}
+
+QTEST_APPLESS_MAIN(ArkctlTest)
+#include "ArkctlTest.moc"
