@@ -183,6 +183,7 @@ void LoadGenerator::receive(Client &client)
 
 void LoadGenerator::answered(Client &client, std::int64_t now)
 {
+    ++m_answers;
     if (client.askedAtNs == 0) {
         ++m_extra;
         return;

@@ -33,6 +33,8 @@ public:
     LoadGenerator(const LoadGenerator &) = delete;
     LoadGenerator &operator=(const LoadGenerator &) = delete;
 
+    std::int64_t answers() const { return m_answers; } // all of them, also those that no figure counts
+
     /// Connects and greets the clients, a few at a time. False: not all were ready after 20 s.
     bool connectAll(int count, const MakeConversation &make);
 
@@ -73,5 +75,6 @@ private:
     bool m_asksAgain = false;
     int m_waiting = 0;
     int m_extra = 0;
+    std::int64_t m_answers = 0;
     std::int64_t m_keptAliveAtNs = 0;
 };

@@ -105,5 +105,6 @@ int main(int count, char **arguments)
     if (request->burstRounds > 0) {
         print(generator.burst(request->burstRounds));
     }
+    std::printf("answers %lld\n", static_cast<long long>(generator.answers()));
     return 0;
 }

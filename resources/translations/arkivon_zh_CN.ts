@@ -5,563 +5,563 @@
     <name>messages</name>
     <message>
         <source>Online Event: 5001:%1:0</source>
-        <translation type="unfinished"></translation>
+        <translation>上线事件：5001:%1:0</translation>
     </message>
     <message>
         <source>Error:%1</source>
-        <translation type="unfinished"></translation>
+        <translation>错误：%1</translation>
     </message>
     <message>
         <source>Warning:%1</source>
-        <translation type="unfinished"></translation>
+        <translation>警告：%1</translation>
     </message>
     <message>
         <source>Object file %1 does not exist</source>
-        <translation type="unfinished"></translation>
+        <translation>目标文件 %1 不存在</translation>
     </message>
     <message>
         <source>Object file %1 cannot be read</source>
-        <translation type="unfinished"></translation>
+        <translation>目标文件 %1 无法读取</translation>
     </message>
     <message>
         <source>Object file %1 is damaged or no program</source>
-        <translation type="unfinished"></translation>
+        <translation>目标文件 %1 已损坏或不是程序</translation>
     </message>
     <message>
         <source>Network started.</source>
-        <translation type="unfinished"></translation>
+        <translation>网络已启动。</translation>
     </message>
     <message>
         <source>set level value: device ID is %1, level code is %2 and level value is %3</source>
-        <translation type="unfinished"></translation>
+        <translation>设置电平值：设备号 %1，电平号 %2，电平值 %3</translation>
     </message>
     <message>
         <source>[%1:%2:%3]send device command: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]发送设备命令：%4</translation>
     </message>
     <message>
         <source>send device command: device id is %1, port number is %2 and sended data is %3</source>
-        <translation type="unfinished"></translation>
+        <translation>发送设备命令：设备号 %1，端口号 %2，发送的数据为 %3</translation>
     </message>
     <message>
         <source>[%1:%2:%3]send port command: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]发送端口命令：%4</translation>
     </message>
     <message>
         <source>send port command: port number is %1 and sended data is %2</source>
-        <translation type="unfinished"></translation>
+        <translation>发送端口命令：端口号 %1，发送的数据为 %2</translation>
     </message>
     <message>
         <source>send socket command: port number is %1 and sended data is %2</source>
-        <translation type="unfinished"></translation>
+        <translation>发送套接字命令：端口号 %1，发送的数据为 %2</translation>
     </message>
     <message>
         <source>Cannot open the port link %1: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>无法打开端口连接 %1：%2</translation>
     </message>
     <message>
         <source>Warning: Wrong port number was referred.</source>
-        <translation type="unfinished"></translation>
+        <translation>警告：引用了错误的端口号。</translation>
     </message>
     <message>
         <source>Error: Wrong serial port port number in send_string statement.</source>
-        <translation type="unfinished"></translation>
+        <translation>错误：send_string 语句中的串口端口号错误。</translation>
     </message>
     <message>
         <source>Error: Wrong port status queried.</source>
-        <translation type="unfinished"></translation>
+        <translation>错误：查询了错误的端口状态。</translation>
     </message>
     <message>
         <source>Error: Too large IR number called.</source>
-        <translation type="unfinished"></translation>
+        <translation>错误：调用的红外码编号过大。</translation>
     </message>
     <message>
         <source>Warning: Failed to open IR file corresponding with port %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>警告：无法打开端口 %1 对应的红外文件。</translation>
     </message>
     <message>
         <source>Warning: Serial port protocol unset. Default to RS232.</source>
-        <translation type="unfinished"></translation>
+        <translation>警告：未设置串口协议，默认使用 RS232。</translation>
     </message>
     <message>
         <source>Warning: Wrong serial port parity setting.</source>
-        <translation type="unfinished"></translation>
+        <translation>警告：串口校验位设置错误。</translation>
     </message>
     <message>
         <source>Error: Wrong serial port setting command.</source>
-        <translation type="unfinished"></translation>
+        <translation>错误：串口设置命令错误。</translation>
     </message>
     <message>
         <source>Error: Wrong serial port baudrate setting.</source>
-        <translation type="unfinished"></translation>
+        <translation>错误：串口波特率设置错误。</translation>
     </message>
     <message>
         <source>Error: Unknown command &quot;%1&quot;</source>
-        <translation type="unfinished"></translation>
+        <translation>错误：未知命令“%1”</translation>
     </message>
     <message>
         <source>Off relay: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>断开继电器：%1</translation>
     </message>
     <message>
         <source>IO %1 output high</source>
-        <translation type="unfinished"></translation>
+        <translation>IO %1 输出高电平</translation>
     </message>
     <message>
         <source>IR%1 output ir code %2</source>
-        <translation type="unfinished"></translation>
+        <translation>红外%1 输出红外码 %2</translation>
     </message>
     <message>
         <source>[%1:%2:%3]Off relay: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]断开继电器：%4</translation>
     </message>
     <message>
         <source>[%1:%2:%3]IO %4 output high</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]IO %4 输出高电平</translation>
     </message>
     <message>
         <source>[%1:%2:%3]IR%4 output ir code %5</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]红外%4 输出红外码 %5</translation>
     </message>
     <message>
         <source>On relay: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>闭合继电器：%1</translation>
     </message>
     <message>
         <source>IO %1 output low</source>
-        <translation type="unfinished"></translation>
+        <translation>IO %1 输出低电平</translation>
     </message>
     <message>
         <source>[%1:%2:%3]On relay: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]闭合继电器：%4</translation>
     </message>
     <message>
         <source>[%1:%2:%3]IO %4 output low</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]IO %4 输出低电平</translation>
     </message>
     <message>
         <source>Pulse relay: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>脉冲继电器：%1</translation>
     </message>
     <message>
         <source>Pulse IO %1</source>
-        <translation type="unfinished"></translation>
+        <translation>脉冲 IO %1</translation>
     </message>
     <message>
         <source>IR%1 pulse ir code %2</source>
-        <translation type="unfinished"></translation>
+        <translation>红外%1 脉冲红外码 %2</translation>
     </message>
     <message>
         <source>[%1:%2:%3]Pulse relay: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]脉冲继电器：%4</translation>
     </message>
     <message>
         <source>[%1:%2:%3]Pulse IO %4</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]脉冲 IO %4</translation>
     </message>
     <message>
         <source>[%1:%2:%3]IR%4 pulse ir code %5</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]红外%4 脉冲红外码 %5</translation>
     </message>
     <message>
         <source>To relay: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>保持继电器：%1</translation>
     </message>
     <message>
         <source>To IO %1</source>
-        <translation type="unfinished"></translation>
+        <translation>保持 IO %1</translation>
     </message>
     <message>
         <source>IR%1 to ir code %2</source>
-        <translation type="unfinished"></translation>
+        <translation>红外%1 保持红外码 %2</translation>
     </message>
     <message>
         <source>[%1:%2:%3]To relay: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]保持继电器：%4</translation>
     </message>
     <message>
         <source>[%1:%2:%3]To IO %4</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]保持 IO %4</translation>
     </message>
     <message>
         <source>[%1:%2:%3]IR%4 to ir code %5</source>
-        <translation type="unfinished"></translation>
+        <translation>[%1:%2:%3]红外%4 保持红外码 %5</translation>
     </message>
     <message>
         <source>Buffer %1 overflowed</source>
-        <translation type="unfinished"></translation>
+        <translation>缓冲区 %1 溢出</translation>
     </message>
     <message>
         <source>Wrong hold time</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的按住时间</translation>
     </message>
     <message>
         <source>Reassign value to const data. Assignment will be ignored.</source>
-        <translation type="unfinished"></translation>
+        <translation>对常量数据重新赋值，该赋值将被忽略。</translation>
     </message>
     <message>
         <source>Wrong storage type defination</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的存储类型定义</translation>
     </message>
     <message>
         <source>Wrong block variable defination</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的块变量定义</translation>
     </message>
     <message>
         <source>Wrong block variable storage type defination</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的块变量存储类型定义</translation>
     </message>
     <message>
         <source>Stack variable cannot have storage type</source>
-        <translation type="unfinished"></translation>
+        <translation>栈变量不能有存储类型</translation>
     </message>
     <message>
         <source>Wrong block variable type defination</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的块变量类型定义</translation>
     </message>
     <message>
         <source>Wrong array defination</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的数组定义</translation>
     </message>
     <message>
         <source>Wrong value defination</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的值定义</translation>
     </message>
     <message>
         <source>Wrong defination</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的定义</translation>
     </message>
     <message>
         <source>Symbol [%1] already defined in current scope</source>
-        <translation type="unfinished"></translation>
+        <translation>符号 [%1] 在当前作用域中已定义</translation>
     </message>
     <message>
         <source>Call depth exceeded in function %1</source>
-        <translation type="unfinished"></translation>
+        <translation>函数 %1 的调用层数超限</translation>
     </message>
     <message>
         <source>Function %1 has no return value</source>
-        <translation type="unfinished"></translation>
+        <translation>函数 %1 没有返回值</translation>
     </message>
     <message>
         <source>Wrong bool expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的布尔表达式</translation>
     </message>
     <message>
         <source>Wrong if condition</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的 if 条件</translation>
     </message>
     <message>
         <source>Wrong active condition</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的 active 条件</translation>
     </message>
     <message>
         <source>Wrong while condition</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的 while 条件</translation>
     </message>
     <message>
         <source>Wrong for condition</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的 for 条件</translation>
     </message>
     <message>
         <source>Wrong level code expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的电平号表达式</translation>
     </message>
     <message>
         <source>Wrong level value expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的电平值表达式</translation>
     </message>
     <message>
         <source>Failed to find variable %1</source>
-        <translation type="unfinished"></translation>
+        <translation>找不到变量 %1</translation>
     </message>
     <message>
         <source>Wrong array expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的数组表达式</translation>
     </message>
     <message>
         <source>Wrong array index</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的数组下标</translation>
     </message>
     <message>
         <source>Wrong expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的表达式</translation>
     </message>
     <message>
         <source>Divided by 0</source>
-        <translation type="unfinished"></translation>
+        <translation>除数为 0</translation>
     </message>
     <message>
         <source>Wrong unary minus expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的取负表达式</translation>
     </message>
     <message>
         <source>Wrong bnot expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的 bnot 表达式</translation>
     </message>
     <message>
         <source>Variable %1 is not defined</source>
-        <translation type="unfinished"></translation>
+        <translation>变量 %1 未定义</translation>
     </message>
     <message>
         <source>Wrong ++ expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的 ++ 表达式</translation>
     </message>
     <message>
         <source>Wrong -- expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的 -- 表达式</translation>
     </message>
     <message>
         <source>Variable defination should be put at the start of block</source>
-        <translation type="unfinished"></translation>
+        <translation>变量定义应放在块的开头</translation>
     </message>
     <message>
         <source>Wrong wait time expression</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的等待时间表达式</translation>
     </message>
     <message>
         <source>Tool less type_cast function arguments</source>
-        <translation type="unfinished"></translation>
+        <translation>type_cast 函数的参数过少</translation>
     </message>
     <message>
         <source>Too may type_cast function arguments</source>
-        <translation type="unfinished"></translation>
+        <translation>type_cast 函数的参数过多</translation>
     </message>
     <message>
         <source>Too less %1 function arguments</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的参数过少</translation>
     </message>
     <message>
         <source>Too many %1 function arguments</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的参数过多</translation>
     </message>
     <message>
         <source>Wrong %1 function argument</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的参数错误</translation>
     </message>
     <message>
         <source>Wrong argument of %1 function</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的参数有误</translation>
     </message>
     <message>
         <source>argument of %1 function is error</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的参数出错</translation>
     </message>
     <message>
         <source>Too less sin function arguments</source>
-        <translation type="unfinished"></translation>
+        <translation>sin 函数的参数过少</translation>
     </message>
     <message>
         <source>Too many sin function arguments</source>
-        <translation type="unfinished"></translation>
+        <translation>sin 函数的参数过多</translation>
     </message>
     <message>
         <source>Wrong sin function argument</source>
-        <translation type="unfinished"></translation>
+        <translation>sin 函数的参数错误</translation>
     </message>
     <message>
         <source>Too less cos function arguments</source>
-        <translation type="unfinished"></translation>
+        <translation>cos 函数的参数过少</translation>
     </message>
     <message>
         <source>Too many cos function arguments</source>
-        <translation type="unfinished"></translation>
+        <translation>cos 函数的参数过多</translation>
     </message>
     <message>
         <source>Wrong cos function argument</source>
-        <translation type="unfinished"></translation>
+        <translation>cos 函数的参数错误</translation>
     </message>
     <message>
         <source>Two many power_value function arguments</source>
-        <translation type="unfinished"></translation>
+        <translation>power_value 函数的参数过多</translation>
     </message>
     <message>
         <source>Combined device must contain virtual device</source>
-        <translation type="unfinished"></translation>
+        <translation>组合设备必须包含虚拟设备</translation>
     </message>
     <message>
         <source>Uncombined device must contain virtual device</source>
-        <translation type="unfinished"></translation>
+        <translation>解除组合的设备必须包含虚拟设备</translation>
     </message>
     <message>
         <source>Argument count of %1 function is too less</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的参数个数过少</translation>
     </message>
     <message>
         <source>Device argument of %1 function is not valid</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的设备参数无效</translation>
     </message>
     <message>
         <source>Channel code argument of %1 function is not valid</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的通道号参数无效</translation>
     </message>
     <message>
         <source>Page name argument of %1 function is not valid</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的页面名参数无效</translation>
     </message>
     <message>
         <source>State index argument of %1 function is not valid</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的状态序号参数无效</translation>
     </message>
     <message>
         <source>Property name argument of %1 function is not valid</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 函数的属性名参数无效</translation>
     </message>
     <message>
         <source>Too less arguments for format function</source>
-        <translation type="unfinished"></translation>
+        <translation>format 函数的参数过少</translation>
     </message>
     <message>
         <source>Too many arguments for format function</source>
-        <translation type="unfinished"></translation>
+        <translation>format 函数的参数过多</translation>
     </message>
     <message>
         <source>Illegal format string</source>
-        <translation type="unfinished"></translation>
+        <translation>非法的格式字符串</translation>
     </message>
     <message>
         <source>Wrong data to format</source>
-        <translation type="unfinished"></translation>
+        <translation>要格式化的数据错误</translation>
     </message>
     <message>
         <source>the argument of right_string function is error</source>
-        <translation type="unfinished"></translation>
+        <translation>right_string 函数的参数错误</translation>
     </message>
     <message>
         <source>Timeline id of timeline_create function is not valid</source>
-        <translation type="unfinished"></translation>
+        <translation>timeline_create 函数的时间线编号无效</translation>
     </message>
     <message>
         <source>Array length must greater than 0 when creating timeline</source>
-        <translation type="unfinished"></translation>
+        <translation>创建时间线时数组长度必须大于 0</translation>
     </message>
     <message>
         <source>Array size cannot be negative</source>
-        <translation type="unfinished"></translation>
+        <translation>数组大小不能为负</translation>
     </message>
     <message>
         <source>Wrong data type</source>
-        <translation type="unfinished"></translation>
+        <translation>错误的数据类型</translation>
     </message>
     <message>
         <source>Device id cannot be less than 0</source>
-        <translation type="unfinished"></translation>
+        <translation>设备号不能小于 0</translation>
     </message>
     <message>
         <source>Device port id cannot be negative</source>
-        <translation type="unfinished"></translation>
+        <translation>设备端口号不能为负</translation>
     </message>
     <message>
         <source>Device system number cannot be negative</source>
-        <translation type="unfinished"></translation>
+        <translation>设备系统号不能为负</translation>
     </message>
     <message>
         <source>Channel code cannot be less than 0</source>
-        <translation type="unfinished"></translation>
+        <translation>通道号不能小于 0</translation>
     </message>
     <message>
         <source>level code cannot be less than 0</source>
-        <translation type="unfinished"></translation>
+        <translation>电平号不能小于 0</translation>
     </message>
     <message>
         <source>Cannot listen on address %1, UDP port %2: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>无法在地址 %1 的 UDP 端口 %2 上监听：%3</translation>
     </message>
     <message>
         <source>Cannot listen on address %1, TCP port %2: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>无法在地址 %1 的 TCP 端口 %2 上监听：%3</translation>
     </message>
     <message>
         <source>Cannot start the network threads</source>
-        <translation type="unfinished"></translation>
+        <translation>无法启动网络线程</translation>
     </message>
     <message>
         <source>Too long message in set_button_property function</source>
-        <translation type="unfinished"></translation>
+        <translation>set_button_property 函数的消息过长</translation>
     </message>
     <message>
         <source>Too long message in set_button_state_property function</source>
-        <translation type="unfinished"></translation>
+        <translation>set_button_state_property 函数的消息过长</translation>
     </message>
     <message>
         <source>Too long message in set_container_property function</source>
-        <translation type="unfinished"></translation>
+        <translation>set_container_property 函数的消息过长</translation>
     </message>
     <message>
         <source>Too long message in container_call function</source>
-        <translation type="unfinished"></translation>
+        <translation>container_call 函数的消息过长</translation>
     </message>
     <message>
         <source>Closed the connection with %1: it does not read</source>
-        <translation type="unfinished"></translation>
+        <translation>已关闭与 %1 的连接：对方不接收数据</translation>
     </message>
     <message>
         <source>Disconnected from %1</source>
-        <translation type="unfinished"></translation>
+        <translation>与 %1 的连接已断开</translation>
     </message>
     <message>
         <source>connected with %1</source>
-        <translation type="unfinished"></translation>
+        <translation>已与 %1 连接</translation>
     </message>
     <message>
         <source>Connected with device: %1, version %2, id %3</source>
-        <translation type="unfinished"></translation>
+        <translation>已与设备连接：%1，版本 %2，编号 %3</translation>
     </message>
     <message>
         <source>Button pressed: device id %1, channel code %2, level code %3</source>
-        <translation type="unfinished"></translation>
+        <translation>按钮按下：设备号 %1，通道号 %2，电平号 %3</translation>
     </message>
     <message>
         <source>Button released: device id %1, channel code %2, level code %3</source>
-        <translation type="unfinished"></translation>
+        <translation>按钮释放：设备号 %1，通道号 %2，电平号 %3</translation>
     </message>
     <message>
         <source>level changed: device id %1, channel code %2, level code %3, level %4</source>
-        <translation type="unfinished"></translation>
+        <translation>电平改变：设备号 %1，通道号 %2，电平号 %3，电平 %4</translation>
     </message>
     <message>
         <source>Set system number</source>
-        <translation type="unfinished"></translation>
+        <translation>设置系统号</translation>
     </message>
     <message>
         <source>Reboot device</source>
-        <translation type="unfinished"></translation>
+        <translation>重启设备</translation>
     </message>
     <message>
         <source>Change to DHCP mode</source>
-        <translation type="unfinished"></translation>
+        <translation>切换到 DHCP 模式</translation>
     </message>
     <message>
         <source>Set ip address: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>设置 IP 地址：%1</translation>
     </message>
     <message>
         <source>Device id less than 0 is not valid</source>
-        <translation type="unfinished"></translation>
+        <translation>小于 0 的设备号无效</translation>
     </message>
     <message>
         <source>Device id cannot be greater than 46999</source>
-        <translation type="unfinished"></translation>
+        <translation>设备号不能大于 46999</translation>
     </message>
     <message>
         <source>Devcie port less than 1 is not valid</source>
-        <translation type="unfinished"></translation>
+        <translation>小于 1 的设备端口号无效</translation>
     </message>
     <message>
         <source>Device system number less than 0 is not valid</source>
-        <translation type="unfinished"></translation>
+        <translation>小于 0 的设备系统号无效</translation>
     </message>
     <message>
         <source>Function %1 has already defined in library</source>
-        <translation type="unfinished"></translation>
+        <translation>函数 %1 已在函数库中定义</translation>
     </message>
     <message>
         <source>Function %1 is already defined</source>
-        <translation type="unfinished"></translation>
+        <translation>函数 %1 已定义</translation>
     </message>
     <message>
         <source>Call %1 is already defined</source>
-        <translation type="unfinished"></translation>
+        <translation>例程 %1 已定义</translation>
     </message>
 </context>
 </TS>

@@ -5,6 +5,7 @@
 
 namespace {
 constexpr int kRetryMs = 1000;
+constexpr int kFinishMs = 200;
 constexpr qint64 kReadBlock = 100; // bytes
 } // namespace
 
@@ -28,6 +29,12 @@ void DaemonWorker::sendPortFrame(const QByteArray &frame)
 {
     if (m_watchesPorts) {
         send(kPortFrame, frame);
+    }
+}
+
+void DaemonWorker::finish()
+{
+    while (m_socket->bytesToWrite() > 0 && m_socket->waitForBytesWritten(kFinishMs)) {
     }
 }
 

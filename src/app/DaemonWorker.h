@@ -27,6 +27,7 @@ public:
 public Q_SLOTS:
     void sendLed(int led, bool on);
     void sendPortFrame(const QByteArray &frame);
+    void finish(); // what was sent is out, or the supervisor does not read
 
 Q_SIGNALS:
     void shouldQuit();

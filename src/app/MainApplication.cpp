@@ -255,6 +255,9 @@ void MainApplication::endParts()
         parts.panels->setNetwork(nullptr);
         parts.network.reset(); // with its threads: from here on only the main thread knows the program
     }
+    if (parts.daemonThread.isRunning()) { // let it send what is queued for it
+        QMetaObject::invokeMethod(parts.daemon, &DaemonWorker::finish, Qt::BlockingQueuedConnection);
+    }
     parts.daemonThread.quit();
     parts.daemonThread.wait();
     parts.signalsToStop.reset();

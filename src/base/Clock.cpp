@@ -134,7 +134,7 @@ void Clock::arm()
             arm();
         });
     }
-    const qint64 waitMs = std::clamp<qint64>(next->second.dueMs - systemMs(), 0, 60'000);
+    const qint64 waitMs = std::clamp<qint64>(next->second.dueMs - systemMs(), 0, 60000);
     m_timer->start(static_cast<int>(waitMs));
 }
 

@@ -4,12 +4,15 @@
 #include <cmath>
 #include <limits>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 /// The number rules that every conversion and comparison in the system uses.
 /// All numbers of the control language are held as doubles; these turn them into integers and compare them.
 
-/// The 64-bit integer of a number: nudged by 1e-10 away from zero, then truncated toward zero.
-/// Saturates beyond the 64-bit range; NaN gives 0.
-inline qint64 integerPart(double number)
+/// The rule behind integerPart(), for any number.
+inline qint64 integerPartOf(double number)
 {
     const double nudged = number > 0 ? number + 1e-10 : number - 1e-10;
     if (nudged >= 9223372036854775808.0) {
@@ -19,6 +22,28 @@ inline qint64 integerPart(double number)
         return static_cast<qint64>(nudged);
     }
     return std::isnan(nudged) ? 0 : std::numeric_limits<qint64>::min();
+}
+
+/// The number without its fraction where it fits into 64 bits; some number that compares unequal to it where not.
+/// For quick tests of the kind "is it whole".
+inline qint64 quickInteger(double number)
+{
+#ifdef __SSE2__
+    return _mm_cvttsd_si64(_mm_set_sd(number));
+#else
+    return std::fabs(number) < 9e18 ? static_cast<qint64>(number) : std::numeric_limits<qint64>::min();
+#endif
+}
+
+/// The 64-bit integer of a number: nudged by 1e-10 away from zero, then truncated toward zero.
+/// Saturates beyond the 64-bit range; NaN gives 0.
+inline qint64 integerPart(double number)
+{
+    const qint64 whole = quickInteger(number);
+    if (static_cast<double>(whole) == number && std::fabs(number) < 9e18) {
+        return whole; // the common case
+    }
+    return integerPartOf(number);
 }
 
 /// The integer rule as a 32-bit integer (the low 32 bits).

@@ -82,8 +82,12 @@ private:
     int m_depth = 0;
 };
 
+/// After an error a use may not have been read.
 void warnOfUnused(Workspace &work)
 {
+    if (work.sources.hasErrors()) {
+        return;
+    }
     for (const auto &[name, symbol] : work.symbols.globals()) {
         if (!symbol.isUsed && !symbol.isConst) {
             work.sources.warning(symbol.position, QStringLiteral("the variable '%1' is never used").arg(symbol.name));
@@ -103,8 +107,9 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
 {
     const Clock clock(Clock::Drive::ByHand); // the program object's ticks never come
     AST program(kNoDirectory);
-    // What the program object itself refuses, the checks should have found; it must not get lost if they did not.
-    QObject::connect(&program, &AST::error, &program, [&sources](const QString &text) { sources.error({}, text); });
+    QStringList refusals; // What the program object itself refuses, the checks should have found; it must not get lost
+                          // if they did not.
+    QObject::connect(&program, &AST::error, &program, [&refusals](const QString &text) { refusals += text; });
     Symbols symbols(program);
     TokenCursor cursor(sources, tokens);
     const Outline outline = outlineOf(cursor);
@@ -120,6 +125,9 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
     declared.declareVariables();
     parser.parse();
     warnOfUnused(work);
+    for (const QString &refusal : sources.hasErrors() ? QStringList() : refusals) {
+        sources.error({}, refusal);
+    }
     CompileResult result;
     if (!sources.hasErrors()) {
         result.objectFile = objectFileOf(program);

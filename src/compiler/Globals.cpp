@@ -189,8 +189,8 @@ int Globals::storageOf(const Outline::Variables &line)
 void Globals::nameVariable(const Outline::Variables &line, const Outline::Declarator &declarator)
 {
     const Token &name = token(declarator.name);
-    if (isReservedWord(name.text)) {
-        m_work.sources.error(name.position, QStringLiteral("'%1' is a word of the language").arg(name.text));
+    if (const QString problem = nameProblem(name.text, !declarator.sizes.empty()); !problem.isEmpty()) {
+        m_work.sources.error(name.position, problem);
         return;
     }
     const int type = m_work.symbols.typeCodeOf(token(line.type).text);

@@ -141,8 +141,8 @@ std::unique_ptr<CompoundStatement> ProgramParser::parseBody(const Outline::Calla
                 error(parameter.position, QStringLiteral("there is a parameter '%1' already").arg(parameter.name));
             }
         }
-        if (isReservedWord(parameter.name)) {
-            error(parameter.position, QStringLiteral("'%1' is a word of the language").arg(parameter.name));
+        if (const QString problem = nameProblem(parameter.name, parameter.type.isArray()); !problem.isEmpty()) {
+            error(parameter.position, problem);
         }
         locals.push_back({ parameter.name, parameter.type, parameter.position, LocalScope::Kind::Parameter });
     }

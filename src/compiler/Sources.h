@@ -32,6 +32,7 @@ public:
     void warning(SourcePosition position, const QString &message);
     void fileError(const QString &name, const QString &message);
     bool hasErrors() const { return m_errors > 0; }
+    int errors() const { return m_errors; } // so far
 
     /// All remarks, in the order of files and places. Leaves none behind.
     std::vector<Diagnostic> takeDiagnostics();

@@ -22,6 +22,9 @@ struct StaticType
     friend bool operator==(const StaticType &, const StaticType &) = default;
 };
 
+inline constexpr StaticType kNumberType{ DoubleType, 0 };
+inline constexpr StaticType kTextType{ CharType, 1 };
+
 /// A variable, constant or device of the whole program.
 struct GlobalSymbol
 {

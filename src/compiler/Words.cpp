@@ -36,11 +36,11 @@ constexpr const char *kProgramWords[] = { "button_event", "data_event", "level_e
 constexpr const char *kOtherDeclarationWords[] = { "program",   "include", "const", "struct",
                                                    "exclusive", "combine", "level", "start" };
 constexpr const char *kStatementWords[] = {
-    "if",           "while", "for",         "switch",       "select",          "break",        "continue",
-    "return",       "call",  "wait",        "cancel_wait",  "cancel_all_wait", "on",           "off",
-    "to",           "pulse", "send_string", "send_command", "send_level",      "create_level", "create_buffer",
-    "clear_buffer",
+    "if",          "while",        "for",        "switch",       "select",        "break",
+    "continue",    "return",       "call",       "wait",         "cancel_wait",   "cancel_all_wait",
+    "send_string", "send_command", "send_level", "create_level", "create_buffer", "clear_buffer",
 };
+constexpr const char *kSwitchingWords[] = { "on", "off", "to", "pulse" };
 constexpr const char *kOtherReserved[] = {
     "else", "case", "default", "active", "const",  "struct", "include", "mod",  "band",  "bor",      "bxor", "bnot",
     "and",  "or",   "xor",     "not",    "lshift", "rshift", "button",  "data", "level", "timeline", // the event's data
@@ -158,6 +158,7 @@ QStringList statementWords()
 {
     QStringList words;
     appendAll(words, kStatementWords);
+    appendAll(words, kSwitchingWords);
     return words;
 }
 
@@ -165,6 +166,21 @@ bool isReservedWord(const QString &word)
 {
     return isIn(kStatementWords, word) || isIn(kOtherReserved, word) || isProgramWord(word) ||
            typeCodeOfWord(word) >= 0 || storageCodeOfWord(word) >= 0 || placementCodeOfWord(word) >= 0;
+}
+
+bool isSwitchingWord(const QString &word)
+{
+    return isIn(kSwitchingWords, word);
+}
+
+QString nameProblem(const QString &name, bool isArray)
+{
+    if (isReservedWord(name)) {
+        return QStringLiteral("'%1' is a word of the language").arg(name);
+    }
+    return isArray && isSwitchingWord(name)
+               ? QStringLiteral("an array cannot be called '%1': %1 [ begins a statement").arg(name)
+               : QString();
 }
 
 bool isPlainName(const QString &text)
@@ -176,7 +192,7 @@ bool isPlainName(const QString &text)
 QString closestName(const QString &written, const QStringList &candidates)
 {
     constexpr int kLongest = 64; // longer names are no slips of the finger
-    if (written.size() > kLongest) {
+    if (written.size() > kLongest || written.size() < 3) {
         return {};
     }
     QString best;

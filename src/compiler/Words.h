@@ -19,6 +19,12 @@ QStringList statementWords();
 /// Words that a program cannot use as the name of a variable, function, routine, type or parameter.
 bool isReservedWord(const QString &word);
 
+/// on, off, to and pulse: words of the language before a bracket, else possible names.
+bool isSwitchingWord(const QString &word);
+
+/// Why a name cannot be given to a variable; empty when it can.
+QString nameProblem(const QString &name, bool isArray);
+
 /// The text as a name that the source form can write.
 bool isPlainName(const QString &text);
 

@@ -125,7 +125,8 @@ public:
             run.error(kConstant);
             return Flow::Next;
         }
-        QByteArray bytes;
+        ScratchBytes scratch(run);
+        QByteArray &bytes = scratch.bytes;
         if (m_isAppend && array->isPackedBytes()) {
             m_source->appendItemsTo(bytes, run, 1);
             array->appendBytes({ bytes.constData(), static_cast<size_t>(bytes.size()) });
@@ -203,7 +204,7 @@ public:
         // The value comes before the place: evaluating it may rearrange the array.
         ValueRef hold;
         const ValueView value = m_source->view(run, hold);
-        Array *array = asArray(m_base->place(run).object);
+        Array *array = asArray(m_base->object(run));
         if (!array) {
             return Flow::Next;
         }
@@ -233,7 +234,7 @@ public:
     {}
     Flow execute(Run &run) const override
     {
-        BasicType *target = m_target->place(run).object;
+        BasicType *target = m_target->object(run);
         if (!target) {
             return Flow::Next;
         }
@@ -343,13 +344,11 @@ std::unique_ptr<Step> withTarget(const VariableAccess &variable, Make make)
 std::unique_ptr<Step> assignPlainNumber(const VariableAccess &variable, std::unique_ptr<Code> source)
 {
     return forType(variable.typeCode, [&]<int Type>() {
-        return withTarget(variable, [&](auto target) -> std::unique_ptr<Step> {
-            if (source->leaf().kind == Leaf::Kind::Constant) {
-                return std::make_unique<AssignNumber<Type, decltype(target), ConstantOperand>>(
-                    target, ConstantOperand{ source->leaf().constant });
-            }
-            return std::make_unique<AssignNumber<Type, decltype(target), CodeOperand>>(
-                target, CodeOperand{ std::move(source) });
+        return withTarget(variable, [&](auto target) {
+            return withOperand(std::move(source), [&](auto operand) -> std::unique_ptr<Step> {
+                return std::make_unique<AssignNumber<Type, decltype(target), decltype(operand)>>(target,
+                                                                                                 std::move(operand));
+            });
         });
     });
 }

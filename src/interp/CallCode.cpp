@@ -14,6 +14,11 @@ namespace {
 const char *const kTooDeep = QT_TRANSLATE_NOOP("messages", "Call depth exceeded in function %1");
 const char *const kNoResult = QT_TRANSLATE_NOOP("messages", "Function %1 has no return value");
 
+bool isPlainNumberType(const std::optional<ReturnType> &type)
+{
+    return type && isNumericType(type->typeCode) && type->sizes.empty();
+}
+
 Number numberIn(const ValueView &value)
 {
     Number number;
@@ -39,7 +44,9 @@ public:
     ValueView view(Run &run, ValueRef &hold) const override
     {
         callAndCheck(run);
-        hold = std::move(run.result.object);
+        if (run.result.seen.object) {
+            hold = std::move(run.result.object);
+        }
         return run.result.seen;
     }
 
@@ -57,6 +64,65 @@ private:
     PreparedCall m_call;
 };
 
+/// A call that passes plain numbers to a function with a numeric result.
+class NumberCallCode : public Code
+{
+public:
+    NumberCallCode(const ProgramFunction &function, PreparedCall call)
+        : m_function(function)
+        , m_code(*function.code)
+        , m_call(std::move(call))
+        , m_typeCode(function.returnType()->typeCode)
+    {}
+
+    Number number(Run &run) const override
+    {
+        if (m_code.callWithNumbers(run, m_call.arguments) && run.result.seen.isNumber()) {
+            return { normalised(m_typeCode, run.result.seen.number), true };
+        }
+        ValueRef hold;
+        return numberIn(otherResult(run, hold));
+    }
+    ValueView view(Run &run, ValueRef &hold) const override
+    {
+        if (m_code.callWithNumbers(run, m_call.arguments) && run.result.seen.isNumber()) {
+            return ValueView::ofNumber(normalised(m_typeCode, run.result.seen.number), m_typeCode);
+        }
+        return otherResult(run, hold);
+    }
+
+private:
+    /// After a call that was too deep, or gave something other than a number.
+    ValueView otherResult(Run &run, ValueRef &hold) const
+    {
+        if (!run.hasRoom(m_code.frameSize())) {
+            run.error(kTooDeep, m_function.name());
+            run.result = {};
+        }
+        run.result = converted(std::move(run.result), m_function.returnType());
+        if (run.result.seen.isNone()) {
+            run.warning(kNoResult, m_call.name);
+            return ValueView::ofNumber(0, DoubleType);
+        }
+        hold = std::move(run.result.object);
+        return run.result.seen;
+    }
+
+    const ProgramFunction &m_function;
+    const FunctionCode &m_code;
+    PreparedCall m_call;
+    int m_typeCode;
+};
+
+/// Whether the quick way of passing numbers fits a call.
+PreparedCall withQuickNumbers(PreparedCall call, const ProgramFunction &function)
+{
+    const bool noArrays = std::all_of(call.arguments.begin(), call.arguments.end(),
+                                      [](const auto &argument) { return argument && argument->isNeverArray(); });
+    call.takesNumbers = noArrays && function.code && function.code->takesNumbers(call.arguments.size());
+    return call;
+}
+
 /// A call of a built-in.
 class BuiltinCallCode : public Code
 {
@@ -70,24 +136,37 @@ public:
     {}
 
     bool isQuiet() const override { return m_isQuiet; }
-    Number number(Run &run) const override
-    {
-        ValueRef hold;
-        return numberIn(view(run, hold));
-    }
+    Number number(Run &run) const override { return numberIn(call(run)); }
     ValueView view(Run &run, ValueRef &hold) const override
     {
-        m_function.call(ArgumentList(run, m_call.arguments, m_call.hasArguments));
-        const ReturnValue &result = m_function.result();
-        if (result.seen.isNone()) {
-            run.warning(kNoResult, m_call.name);
-            return ValueView::ofNumber(0, DoubleType);
+        const ValueView seen = call(run);
+        if (seen.object) {
+            hold = m_function.result().object; // built-ins never change a value that they gave out
         }
-        hold = result.object; // built-ins never change a value that they gave out
-        return result.seen;
+        return seen;
+    }
+    /// Built-ins with a numeric result never give an array.
+    bool isNeverArray() const override { return isPlainNumberType(m_function.returnType()); }
+    void appendTo(QByteArray &bytes, Run &run) const override
+    {
+        QByteArray own;
+        const std::string_view seen = bytesOf(call(run), own);
+        bytes.append(seen.data(), static_cast<int>(seen.size()));
     }
 
 private:
+    /// The result, which belongs to the built-in until its next call.
+    ValueView call(Run &run) const
+    {
+        m_function.call(ArgumentList(run, m_call.arguments, m_call.hasArguments));
+        const ValueView &seen = m_function.result().seen;
+        if (seen.isNone()) {
+            run.warning(kNoResult, m_call.name);
+            return ValueView::ofNumber(0, DoubleType);
+        }
+        return seen;
+    }
+
     BuiltinFunction &m_function;
     PreparedCall m_call;
     bool m_isQuiet;
@@ -103,7 +182,7 @@ public:
 class RoutineNameCode : public NumberCode
 {
 public:
-    Number number(Run &) const override { return { 0, true }; }
+    double compute(Run &) const override { return 0; }
 };
 
 class FunctionStep : public Step
@@ -182,14 +261,16 @@ void callFunction(Run &run, const ProgramFunction &function, const PreparedCall 
         run.result = {};
         return;
     }
-    if (!function.code->call(run, call.arguments)) {
+    const bool fits = call.takesNumbers ? function.code->callWithNumbers(run, call.arguments)
+                                        : function.code->call(run, call.arguments);
+    if (!fits) {
         run.error(kTooDeep, function.name());
         run.result = {};
         return;
     }
     ValueView &seen = run.result.seen;
     const std::optional<ReturnType> &type = function.returnType();
-    if (type && seen.isNumber() && isNumericType(type->typeCode) && type->sizes.empty()) {
+    if (seen.isNumber() && isPlainNumberType(type)) {
         seen = ValueView::ofNumber(normalised(type->typeCode, seen.number), type->typeCode);
     } else if (type) {
         run.result = converted(std::move(run.result), type);
@@ -205,7 +286,8 @@ std::unique_ptr<Step> makeFunctionStep(const CallBase &node, Preparer &preparer)
     if (function->isBuiltin()) {
         return std::make_unique<BuiltinStep>(static_cast<BuiltinFunction &>(*function), prepareCall(node, preparer));
     }
-    return std::make_unique<FunctionStep>(static_cast<const ProgramFunction &>(*function), prepareCall(node, preparer));
+    const auto &own = static_cast<const ProgramFunction &>(*function);
+    return std::make_unique<FunctionStep>(own, withQuickNumbers(prepareCall(node, preparer), own));
 }
 
 std::unique_ptr<Step> makeRoutineStep(const CallBase &node, Preparer &preparer)
@@ -227,8 +309,12 @@ std::unique_ptr<Code> FuncCallExpression::prepare(Preparer &preparer, Context) c
         return std::make_unique<BuiltinCallCode>(static_cast<BuiltinFunction &>(*function),
                                                  prepareCall(*this, preparer));
     }
-    return std::make_unique<FunctionCallCode>(static_cast<const ProgramFunction &>(*function),
-                                              prepareCall(*this, preparer));
+    const auto &own = static_cast<const ProgramFunction &>(*function);
+    PreparedCall call = withQuickNumbers(prepareCall(*this, preparer), own);
+    if (call.takesNumbers && isPlainNumberType(own.returnType())) {
+        return std::make_unique<NumberCallCode>(own, std::move(call));
+    }
+    return std::make_unique<FunctionCallCode>(own, std::move(call));
 }
 
 std::unique_ptr<Code> CallExpression::prepare(Preparer &, Context) const

@@ -14,6 +14,7 @@ struct PreparedCall
     QString name; // as written
     std::vector<std::unique_ptr<Code>> arguments;
     bool hasArguments = false;
+    bool takesNumbers = false; // of a function of the program: FunctionCode::callWithNumbers serves
 };
 
 PreparedCall prepareCall(const CallBase &node, Preparer &preparer);

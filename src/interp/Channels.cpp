@@ -49,7 +49,7 @@ public:
         : m_channels(std::move(channels))
     {}
 
-    Number number(Run &run) const override { return { isOn(run) ? 1.0 : 0.0, true }; }
+    double compute(Run &run) const override { return isOn(run) ? 1.0 : 0.0; }
 
 private:
     bool isOn(Run &run) const

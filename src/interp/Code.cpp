@@ -23,7 +23,7 @@ void Code::appendTo(QByteArray &bytes, Run &run) const
 
 ValueView NumberCode::view(Run &run, ValueRef &) const
 {
-    return ValueView::ofNumber(number(run).value, DoubleType);
+    return ValueView::ofNumber(compute(run), DoubleType);
 }
 
 ValueRef freshValue(const ValueView &seen, const ValueRef &hold)

@@ -1,6 +1,7 @@
 #pragma once
 #include "model/Array.h"
 
+class NumberCode;
 class Run;
 
 /// What a number-valued evaluation gives; value is 0 when it failed.
@@ -21,7 +22,8 @@ struct Leaf
     enum class Kind : quint8 { None, Constant, Local, Static };
     Kind kind = Kind::None;
     double constant = 0;
-    int slot = 0;                    // Local: in the frame
+    int slot = 0; // Local: in the frame
+    int typeCode = DoubleType;
     const double *storage = nullptr; // Static: of a global or a kept local
 };
 
@@ -41,11 +43,14 @@ public:
     virtual Truth test(Run &run) const;
     /// The stored value that a variable, element or member names; empty for anything else.
     virtual Place place(Run &) const { return {}; }
+    /// The same where only an object will do; nullptr for a plain number and where there is nothing.
+    virtual BasicType *object(Run &run) const { return place(run).object; }
 
     /// Adds the value's bytes to what is there: one of a number, those of an array, none of anything else.
     virtual void appendTo(QByteArray &bytes, Run &run) const;
 
     virtual Leaf leaf() const { return {}; }
+    virtual const NumberCode *asNumberCode() const { return nullptr; } // this, when it is one
     /// True when the value is a number or nothing, never an array, and number() tells the same as view().
     virtual bool isNeverArray() const { return false; }
     /// True when evaluating it runs no code of the program and changes nothing.
@@ -59,8 +64,12 @@ protected:
 class NumberCode : public Code
 {
 public:
+    virtual double compute(Run &run) const = 0;
+
+    Number number(Run &run) const final { return { compute(run), true }; }
     ValueView view(Run &run, ValueRef &hold) const final;
     bool isNeverArray() const final { return true; }
+    const NumberCode *asNumberCode() const final { return this; }
 };
 
 /// A statement made ready to run.

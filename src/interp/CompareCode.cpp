@@ -81,20 +81,19 @@ struct Never
 };
 
 /// Yields 0 or 1; a condition asks for the truth without the detour through a number.
+/// Derived has a function bool holds(Run &) const.
+template <class Derived>
 class BoolCode : public NumberCode
 {
 public:
-    Number number(Run &run) const final { return { holds(run) ? 1.0 : 0.0, true }; }
-    Truth test(Run &run) const final { return holds(run) ? Truth::Yes : Truth::No; }
-
-protected:
-    virtual bool holds(Run &run) const = 0;
+    double compute(Run &run) const final { return static_cast<const Derived *>(this)->holds(run) ? 1.0 : 0.0; }
+    Truth test(Run &run) const final { return static_cast<const Derived *>(this)->holds(run) ? Truth::Yes : Truth::No; }
 };
 
-class MissingOperandCode : public BoolCode
+class MissingOperandCode : public BoolCode<MissingOperandCode>
 {
-protected:
-    bool holds(Run &run) const override
+public:
+    bool holds(Run &run) const
     {
         run.error(QT_TRANSLATE_NOOP("messages", "Wrong bool expression"));
         return false;
@@ -106,16 +105,14 @@ template <class Operator>
 struct CompareNumbers
 {
     template <class Left, class Right>
-    class Node : public BoolCode
+    class Node : public BoolCode<Node<Left, Right>>
     {
     public:
         Node(Left left, Right right)
             : m_left(std::move(left))
             , m_right(std::move(right))
         {}
-
-    protected:
-        bool holds(Run &run) const override
+        bool holds(Run &run) const
         {
             const double left = m_left.get(run).value; // 0 when it is none
             return Operator::numbers(left, m_right.get(run).value);
@@ -135,16 +132,14 @@ double numberOrZero(const ValueView &value)
 
 /// Any operands: two character arrays compare as texts, anything else as numbers.
 template <class Operator>
-class CompareValues : public BoolCode
+class CompareValues : public BoolCode<CompareValues<Operator>>
 {
 public:
     CompareValues(std::unique_ptr<Code> left, std::unique_ptr<Code> right)
         : m_left(std::move(left))
         , m_right(std::move(right))
     {}
-
-protected:
-    bool holds(Run &run) const override
+    bool holds(Run &run) const
     {
         ValueRef leftHold;
         ValueView left = m_left->view(run, leftHold);
@@ -169,15 +164,13 @@ private:
     std::unique_ptr<Code> m_right;
 };
 
-class TruthOfOne : public BoolCode
+class TruthOfOne : public BoolCode<TruthOfOne>
 {
 public:
     explicit TruthOfOne(std::unique_ptr<Code> operand)
         : m_operand(std::move(operand))
     {}
-
-protected:
-    bool holds(Run &run) const override
+    bool holds(Run &run) const
     {
         ValueRef hold;
         return !isZeroNumber(numberOrZero(m_operand->view(run, hold)));
@@ -187,15 +180,13 @@ private:
     std::unique_ptr<Code> m_operand;
 };
 
-class NotCode : public BoolCode
+class NotCode : public BoolCode<NotCode>
 {
 public:
     explicit NotCode(std::unique_ptr<Code> operand)
         : m_operand(std::move(operand))
     {}
-
-protected:
-    bool holds(Run &run) const override { return m_operand && integerPart(m_operand->number(run).value) == 0; }
+    bool holds(Run &run) const { return m_operand && integerPart(m_operand->number(run).value) == 0; }
 
 private:
     std::unique_ptr<Code> m_operand;

@@ -1,5 +1,6 @@
 #include "interp/BlockSteps.h"
 #include "interp/CallCode.h"
+#include "interp/Operands.h"
 #include "interp/Preparer.h"
 #include "interp/Statements.h"
 #include "model/Values.h"
@@ -271,6 +272,33 @@ private:
     bool m_allIndexed = true;
 };
 
+/// RETURN of a plain number.
+template <class Operand>
+class ReturnNumber : public Step
+{
+public:
+    ReturnNumber(Operand operand, int typeCode)
+        : m_operand(std::move(operand))
+        , m_typeCode(typeCode)
+    {}
+
+    Flow execute(Run &run) const override
+    {
+        const double number = m_operand.get(run).value; // before the result: what it calls leaves a result too
+        ValueView &seen = run.result.seen;
+        seen.kind = ValueView::Kind::Number;
+        seen.typeCode = m_typeCode;
+        seen.number = number;
+        seen.object = nullptr;
+        return Flow::Return;
+    }
+
+private:
+    Operand m_operand;
+    int m_typeCode;
+};
+
+/// RETURN of anything, or of nothing.
 class ReturnStep : public Step
 {
 public:
@@ -286,8 +314,12 @@ public:
         }
         ValueRef hold;
         const ValueView seen = m_value->view(run, hold);
-        run.result.object = seen.object ? freshValue(seen, hold) : ValueRef();
-        run.result.seen = seen.object ? ValueView::of(run.result.object.get()) : seen;
+        if (!seen.object) {
+            run.result.seen = seen;
+            return Flow::Return;
+        }
+        run.result.object = freshValue(seen, hold);
+        run.result.seen = ValueView::of(run.result.object.get());
         return Flow::Return;
     }
 
@@ -394,7 +426,14 @@ std::unique_ptr<Step> ContinueStatement::prepare(Preparer &) const
 
 std::unique_ptr<Step> ReturnStatement::prepare(Preparer &preparer) const
 {
-    return std::make_unique<ReturnStep>(preparer.expression(value));
+    std::unique_ptr<Code> code = preparer.expression(value);
+    if (!code || (code->leaf().kind == Leaf::Kind::None && !code->asNumberCode())) {
+        return std::make_unique<ReturnStep>(std::move(code));
+    }
+    const int typeCode = code->leaf().typeCode;
+    return withOperand(std::move(code), [typeCode](auto operand) -> std::unique_ptr<Step> {
+        return std::make_unique<ReturnNumber<decltype(operand)>>(std::move(operand), typeCode);
+    });
 }
 
 std::unique_ptr<Step> FuncCallStatement::prepare(Preparer &preparer) const

@@ -6,6 +6,8 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
+
 namespace {
 /// The number that a parameter or other scalar takes from a value: an array gives its first element.
 bool numberToTake(const ValueView &value, double &number)
@@ -30,6 +32,12 @@ FunctionCode::FunctionCode(Preparer &preparer, const FunctionArgList *arguments)
             m_sources.push_back(source);
         }
         ++source;
+    }
+    if (std::all_of(m_parameters.begin(), m_parameters.end(),
+                    [](const Parameter &parameter) { return parameter.isNumber; })) {
+        for (const Parameter &parameter : m_parameters) {
+            m_numberTypes.push_back(parameter.typeCode);
+        }
     }
 }
 
@@ -119,21 +127,43 @@ bool FunctionCode::call(Run &run, const std::vector<std::unique_ptr<Code>> &argu
         }
         ++run.top; // only now: what the argument called used the slots from here on
     }
-    {
-        const FrameScope scope(run, base, m_frameSize);
-        if (m_body && !run.stopRequested()) {
-            run.result.seen = {};
-            if (m_body->execute(run) != Flow::Return) {
-                run.result.seen = {};
-            }
-        }
-    }
+    runBody(run, base);
     for (size_t index = 0; index < m_parameters.size(); ++index) {
         if (!m_parameters[index].isNumber) {
             delete base[index].object;
         }
     }
     return true;
+}
+
+bool FunctionCode::takesNumbers(size_t argumentCount) const
+{
+    return m_parameters.size() == argumentCount && m_numberTypes.size() == argumentCount;
+}
+
+bool FunctionCode::callWithNumbers(Run &run, const std::vector<std::unique_ptr<Code>> &arguments) const
+{
+    run.result.seen.kind = ValueView::Kind::None;
+    if (!run.hasRoom(m_frameSize)) {
+        return false;
+    }
+    Slot *const base = run.top;
+    for (size_t index = 0; index < arguments.size(); ++index) {
+        const double value = arguments[index]->number(run).value;
+        run.top->number = normalised(m_numberTypes[index], value);
+        ++run.top; // only now: what the argument called used the slots from here on
+    }
+    runBody(run, base);
+    return true;
+}
+
+void FunctionCode::runBody(Run &run, Slot *base) const
+{
+    const FrameScope scope(run, base, m_frameSize);
+    run.result.seen.kind = ValueView::Kind::None;
+    if (m_body && !run.stopRequested() && m_body->execute(run) != Flow::Return) {
+        run.result.seen.kind = ValueView::Kind::None;
+    }
 }
 
 std::unique_ptr<BasicType> FunctionCode::makeObject(Run &run, const Parameter &parameter) const

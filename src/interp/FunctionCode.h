@@ -20,6 +20,13 @@ public:
     /// What RETURN hands over is in run.result, which is empty otherwise. False: the call would be too deep.
     bool call(Run &run, const std::vector<std::unique_ptr<Code>> &arguments) const;
 
+    /// Whether every parameter is a plain number and there are as many as arguments.
+    bool takesNumbers(size_t argumentCount) const;
+    /// The same as call() for such a function and arguments that cannot be arrays.
+    bool callWithNumbers(Run &run, const std::vector<std::unique_ptr<Code>> &arguments) const;
+
+    int frameSize() const { return m_frameSize; }
+
 private:
     struct Parameter
     {
@@ -31,9 +38,11 @@ private:
         bool isVariableArray = false;
     };
     void addParameter(Preparer &preparer, const FunctionArg &argument);
+    void runBody(Run &run, Slot *base) const;
     std::unique_ptr<BasicType> makeObject(Run &run, const Parameter &parameter) const;
 
     std::vector<Parameter> m_parameters; // in the first slots of the frame; those that cannot be made are left out
+    std::vector<int> m_numberTypes;      // the type codes, when all parameters are plain numbers
     std::vector<int> m_sources;          // per parameter: which argument fills it
     std::unique_ptr<Step> m_body;
     int m_frameSize = 0;

@@ -18,8 +18,8 @@ public:
     explicit ConstantCode(double value)
         : m_value(value)
     {}
-    Number number(Run &) const override { return { m_value, true }; }
-    Leaf leaf() const override { return { Leaf::Kind::Constant, m_value, 0, nullptr }; }
+    double compute(Run &) const override { return m_value; }
+    Leaf leaf() const override { return { Leaf::Kind::Constant, m_value, 0, DoubleType, nullptr }; }
     bool isQuiet() const override { return true; }
 
 private:
@@ -33,10 +33,10 @@ public:
     explicit FaultyCode(const char *message)
         : m_message(message)
     {}
-    Number number(Run &run) const override
+    double compute(Run &run) const override
     {
         run.error(m_message);
-        return { 0, true };
+        return 0;
     }
 
 private:
@@ -66,12 +66,8 @@ double divided(Run &run, double left, double right)
 
 double remainderOf(Run &run, double left, double right)
 {
-    // Both whole and small: no rounding rule applies, and fmod of doubles is dear.
-    const auto wholeLeft = static_cast<qint64>(std::fabs(left) < 1e15 ? left : 0);
-    const auto wholeRight = static_cast<qint64>(std::fabs(right) < 1e15 ? right : 0);
-    const bool isExact = static_cast<double>(wholeLeft) == left && static_cast<double>(wholeRight) == right;
-    const qint64 dividend = isExact ? wholeLeft : integerPart(left);
-    const qint64 divisor = isExact ? wholeRight : integerPart(right);
+    const qint64 dividend = integerPart(left);
+    const qint64 divisor = integerPart(right);
     if (divisor == 0) {
         run.error(QT_TRANSLATE_NOOP("messages", "Divided by 0"));
         return 0;
@@ -155,19 +151,19 @@ struct Calc
             , m_right(std::move(right))
         {}
 
-        Number number(Run &run) const override
+        double compute(Run &run) const override
         {
             const Number left = m_left.get(run);
             if (!left.ok) {
                 run.error(kWrongExpression);
-                return { 0, true };
+                return 0;
             }
             const Number right = m_right.get(run);
             if (!right.ok) {
                 run.error(kWrongExpression);
-                return { 0, true };
+                return 0;
             }
-            return { Operator::apply(run, left.value, right.value), true };
+            return Operator::apply(run, left.value, right.value);
         }
         bool isQuiet() const override { return isQuietOperand(m_left) && isQuietOperand(m_right); }
 
@@ -175,7 +171,7 @@ struct Calc
         template <class Operand>
         static bool isQuietOperand(const Operand &operand)
         {
-            if constexpr (std::is_same_v<Operand, CodeOperand>) {
+            if constexpr (requires { operand.code; }) {
                 return operand.code->isQuiet();
             } else {
                 return true;
@@ -216,15 +212,15 @@ public:
         : m_operand(std::move(operand))
     {}
 
-    Number number(Run &run) const override
+    double compute(Run &run) const override
     {
         const Number seen = m_operand ? m_operand->number(run) : Number{};
         if (!seen.ok) {
             run.error(Operator == Unary::Minus ? QT_TRANSLATE_NOOP("messages", "Wrong unary minus expression")
                                                : QT_TRANSLATE_NOOP("messages", "Wrong bnot expression"));
-            return { 0, true };
+            return 0;
         }
-        return { Operator == Unary::Minus ? -seen.value : static_cast<double>(~integerPart(seen.value)), true };
+        return Operator == Unary::Minus ? -seen.value : static_cast<double>(~integerPart(seen.value));
     }
     bool isQuiet() const override { return m_operand && m_operand->isQuiet(); }
 
@@ -243,20 +239,20 @@ public:
         , m_isPrefix(isPrefix)
     {}
 
-    Number number(Run &run) const override
+    double compute(Run &run) const override
     {
         const Place place = m_variable->place(run);
         const ValueView before = ValueView::of(place);
         if (!before.isNumber()) {
             run.error(QT_TRANSLATE_NOOP("messages", "Failed to find variable %1"), m_name);
-            return { 0, true };
+            return 0;
         }
         if (place.object && place.object->isConst()) {
             run.error(QT_TRANSLATE_NOOP("messages", "Reassign value to const data. Assignment will be ignored."));
-            return { before.number, true };
+            return before.number;
         }
         assignValue(place, ValueView::ofNumber(before.number + m_by, DoubleType));
-        return { m_isPrefix ? ValueView::of(place).number : before.number, true };
+        return m_isPrefix ? ValueView::of(place).number : before.number;
     }
 
 private:

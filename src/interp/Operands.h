@@ -22,6 +22,14 @@ struct StaticOperand
     Number get(Run &) const { return { *storage, true }; }
 };
 
+/// Code that cannot fail to be a number.
+struct SureOperand
+{
+    std::unique_ptr<Code> owner;
+    const NumberCode *code;
+    Number get(Run &run) const { return { code->compute(run), true }; }
+};
+
 struct CodeOperand
 {
     std::unique_ptr<Code> code;
@@ -42,6 +50,9 @@ auto withOperand(std::unique_ptr<Code> code, Use use)
         return use(StaticOperand{ leaf.storage });
     case Leaf::Kind::None:
         break;
+    }
+    if (const NumberCode *sure = code->asNumberCode()) {
+        return use(SureOperand{ std::move(code), sure });
     }
     return use(CodeOperand{ std::move(code) });
 }

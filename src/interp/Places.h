@@ -22,16 +22,12 @@ struct LocalObject
 struct NamedObject
 {
     std::unique_ptr<Code> code;
-    BasicType *get(Run &run) const { return code->place(run).object; }
+    BasicType *get(Run &run) const { return code->object(run); }
 };
 
 /// An element's index as a 32-bit number; 0, which is outside every array, for what does not fit.
 inline int elementIndex(double number)
 {
-    const auto quick = static_cast<int>(std::fabs(number) < 2e9 ? number : 0);
-    if (static_cast<double>(quick) == number) {
-        return quick;
-    }
     const qint64 index = integerPart(number);
     return index >= 1 && index <= std::numeric_limits<int>::max() ? static_cast<int>(index) : 0;
 }

@@ -25,16 +25,12 @@ const char *stackFloor()
 Run::Run(AST &program, Interpreter &interpreter)
     : m_program(program)
     , m_interpreter(interpreter)
+    , m_stop(program.stopFlag())
     , m_slots(new Slot[kSlots])
     , m_end(m_slots.get() + kSlots)
     , m_stackFloor(stackFloor())
 {
     frame = top = m_slots.get();
-}
-
-bool Run::stopRequested() const
-{
-    return m_program.stopRequested();
 }
 
 void Run::error(const char *sourceText) const

@@ -1,6 +1,9 @@
 #pragma once
 #include "interp/Code.h"
 
+#include <QByteArray>
+
+#include <atomic>
 #include <memory>
 
 class AST;
@@ -32,9 +35,10 @@ public:
     Slot *frame = nullptr; // of the running body
     Slot *top = nullptr;   // first free slot
     ReturnValue result;
+    QByteArray scratch;    // see ScratchBytes
     bool loopFlag = false; // a WHILE or FOR was entered and none has been left since
 
-    bool stopRequested() const;
+    bool stopRequested() const { return m_stop.load(std::memory_order_relaxed); }
     /// Whether a further call fits on the machine's stack and on the frame stack.
     bool hasRoom(int slots) const
     {
@@ -50,9 +54,36 @@ private:
 
     AST &m_program;
     Interpreter &m_interpreter;
+    const std::atomic<bool> &m_stop;
     std::unique_ptr<Slot[]> m_slots;
     Slot *m_end;
     const char *m_stackFloor;
+};
+
+/// An empty byte buffer whose memory is used again and again. Nested users get one of their own.
+class ScratchBytes
+{
+public:
+    explicit ScratchBytes(Run &run)
+        : m_run(run)
+    {
+        bytes.swap(run.scratch);
+    }
+    ~ScratchBytes()
+    {
+        constexpr int kMostKept = 1 << 20;
+        if (bytes.capacity() <= kMostKept) {
+            bytes.resize(0);
+            bytes.swap(m_run.scratch);
+        }
+    }
+    ScratchBytes(const ScratchBytes &) = delete;
+    ScratchBytes &operator=(const ScratchBytes &) = delete;
+
+    QByteArray bytes;
+
+private:
+    Run &m_run;
 };
 
 /// A frame of its own for a body; the old one is back when it ends.

@@ -19,9 +19,10 @@ Number TextCode::number(Run &run) const
 
 ValueView TextCode::view(Run &run, ValueRef &hold) const
 {
-    QByteArray bytes;
-    appendTo(bytes, run);
-    hold = ValueRef(Array::ofBytes({ bytes.constData(), static_cast<size_t>(bytes.size()) }));
+    ScratchBytes scratch(run);
+    appendTo(scratch.bytes, run);
+    hold =
+        std::make_shared<Array>(std::string_view(scratch.bytes.constData(), static_cast<size_t>(scratch.bytes.size())));
     return ValueView::of(hold.get());
 }
 

@@ -23,7 +23,7 @@ public:
         return ValueView::ofNumber(run.frame[m_slot].number, m_typeCode);
     }
     Place place(Run &run) const override { return { nullptr, nullptr, 0, &run.frame[m_slot].number, m_typeCode }; }
-    Leaf leaf() const override { return { Leaf::Kind::Local, 0, m_slot, nullptr }; }
+    Leaf leaf() const override { return { Leaf::Kind::Local, 0, m_slot, m_typeCode, nullptr }; }
     bool isNeverArray() const override { return true; }
     bool isQuiet() const override { return true; }
 
@@ -41,7 +41,7 @@ public:
     Number number(Run &) const override { return { m_variable->value(), true }; }
     ValueView view(Run &, ValueRef &) const override { return ValueView::of(m_variable); }
     Place place(Run &) const override { return { m_variable, nullptr, 0, nullptr, 0 }; }
-    Leaf leaf() const override { return { Leaf::Kind::Static, 0, 0, m_variable->storage() }; }
+    Leaf leaf() const override { return { Leaf::Kind::Static, 0, 0, m_variable->typeCode(), m_variable->storage() }; }
     bool isNeverArray() const override { return true; }
     bool isQuiet() const override { return true; }
 
@@ -74,6 +74,7 @@ public:
         return seen;
     }
     Place place(Run &run) const override { return { m_object.get(run), nullptr, 0, nullptr, 0 }; }
+    BasicType *object(Run &run) const override { return m_object.get(run); }
     bool isQuiet() const override { return true; }
 
 private:
@@ -160,8 +161,14 @@ public:
         if (!index.ok) {
             return {};
         }
-        Array *array = asArray(m_base->place(run).object);
+        Array *array = asArray(m_base->object(run));
         return array ? array->place(elementIndex(index.value)) : Place{};
+    }
+    BasicType *object(Run &run) const override
+    {
+        const Number index = m_index ? m_index->number(run) : Number{};
+        Array *array = index.ok ? asArray(m_base->object(run)) : nullptr;
+        return array ? array->elementObject(elementIndex(index.value)) : nullptr;
     }
 
 private:
@@ -187,11 +194,12 @@ public:
     }
     ValueView view(Run &run, ValueRef &) const override { return ValueView::of(find(run)); }
     Place place(Run &run) const override { return { find(run), nullptr, 0, nullptr, 0 }; }
+    BasicType *object(Run &run) const override { return find(run); }
 
 private:
     BasicType *find(Run &run) const
     {
-        StructType *structure = asStruct(m_base->place(run).object);
+        StructType *structure = asStruct(m_base->object(run));
         return structure ? structure->member(m_member, m_hint) : nullptr;
     }
 

@@ -16,6 +16,9 @@ qint64 positionOf(std::string_view sought, std::string_view text, qint64 from)
     if (from > static_cast<qint64>(text.size())) {
         return -1;
     }
+    if (sought.empty()) {
+        return from;
+    }
     const std::string_view rest = text.substr(static_cast<size_t>(from));
     const void *found = ::memmem(rest.data(), rest.size(), sought.data(), sought.size());
     return found ? static_cast<const char *>(found) - text.data() : -1;

@@ -46,13 +46,13 @@ Array::Array(int typeCode)
     , m_packing(packingOf(typeCode))
 {}
 
-std::unique_ptr<Array> Array::ofBytes(std::string_view bytes)
-{
-    auto text = std::make_unique<Array>(CharType);
-    text->m_bytes.assign(bytes.begin(), bytes.end());
-    text->m_length = text->m_maxLength = static_cast<int>(bytes.size());
-    return text;
-}
+Array::Array(std::string_view bytes)
+    : BasicType(ValueClass::Array, CharType)
+    , m_length(static_cast<int>(bytes.size()))
+    , m_maxLength(m_length)
+    , m_packing(Packing::Bytes)
+    , m_bytes(bytes.begin(), bytes.end())
+{}
 
 void Array::setMaxLength(int maxLength)
 {
@@ -99,7 +99,7 @@ bool Array::hasElement(int index) const
         return storedObject(index) != nullptr;
     }
     const auto offset = static_cast<size_t>(index) - 1;
-    return index >= 1 && offset < storedCount() && (m_missing.empty() || !m_missing[offset]);
+    return index >= 1 && offset < storedCount() && (!m_holes || !m_holes->missing[offset]);
 }
 
 ValueView Array::view(int index) const
@@ -186,14 +186,14 @@ void Array::setNumber(int index, double value)
 
 std::string_view Array::bytes(QByteArray &hold) const
 {
-    if (m_packing == Packing::Bytes && m_missing.empty()) {
+    if (m_packing == Packing::Bytes && !m_holes) {
         const size_t count = std::min(storedCount(), static_cast<size_t>(m_length));
         return { m_bytes.data() + m_begin, count };
     }
     hold.clear();
     const int stored = isPacked() ? static_cast<int>(std::min(storedCount(), static_cast<size_t>(m_length))) : m_length;
     if (m_packing == Packing::Sparse) {
-        for (auto it = m_sparse.lower_bound(1); it != m_sparse.end() && it->first <= m_length; ++it) {
+        for (auto it = m_sparse->lower_bound(1); it != m_sparse->end() && it->first <= m_length; ++it) {
             if (const Double *element = asDouble(it->second.get())) {
                 hold.append(static_cast<char>(integerPart(element->value())));
             }
@@ -223,9 +223,8 @@ QByteArray Array::toBytes() const
 void Array::assignBytes(std::string_view bytes)
 {
     const size_t room = m_maxLength > 0 ? std::min(bytes.size(), static_cast<size_t>(m_maxLength)) : bytes.size();
-    if (m_packing == Packing::Bytes && (m_missing.empty() || room >= storedCount())) {
-        m_missing.clear();
-        m_missingCount = 0;
+    if (m_packing == Packing::Bytes && (!m_holes || room >= storedCount())) {
+        m_holes.reset();
         if (m_bytes.size() - m_begin < room) {
             // No aliasing: bytes never are this array's own (the copy rule skips a copy to itself).
             m_bytes.resize(m_begin + room);
@@ -241,6 +240,17 @@ void Array::assignBytes(std::string_view bytes)
     }
 }
 
+void Array::assignText(std::string_view bytes)
+{
+    if (m_packing == Packing::Bytes && !bytes.empty()) {
+        assignBytes(bytes);
+        setInitialised(true);
+    } else {
+        const Array text(bytes);
+        assignFrom(ValueView::of(&text));
+    }
+}
+
 void Array::appendBytes(std::string_view bytes)
 {
     const auto length = static_cast<size_t>(m_length);
@@ -248,7 +258,7 @@ void Array::appendBytes(std::string_view bytes)
         const auto limit = static_cast<size_t>(m_maxLength);
         bytes = bytes.substr(0, limit > length ? limit - length : 0);
     }
-    if (m_packing == Packing::Bytes && m_missing.empty() && storedCount() >= length) {
+    if (m_packing == Packing::Bytes && !m_holes && storedCount() >= length) {
         if (m_begin > 4096 && m_begin > m_bytes.size() / 2) { // move the rest down once it is the smaller part
             m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin));
             m_begin = 0;
@@ -272,13 +282,13 @@ void Array::appendBytes(std::string_view bytes)
 void Array::dropFront(int count)
 {
     count = std::clamp(count, 0, m_length);
-    if (m_packing == Packing::Bytes && m_missing.empty()) {
+    if (m_packing == Packing::Bytes && !m_holes) {
         m_begin += std::min(static_cast<size_t>(count), storedCount());
         if (m_begin == m_bytes.size()) {
             m_bytes.clear();
             m_begin = 0;
         }
-    } else if (m_packing == Packing::Numbers && m_missing.empty()) {
+    } else if (m_packing == Packing::Numbers && !m_holes) {
         const size_t dropped = std::min(static_cast<size_t>(count), m_numbers.size());
         m_numbers.erase(m_numbers.begin(), m_numbers.begin() + static_cast<std::ptrdiff_t>(dropped));
     } else {
@@ -294,10 +304,9 @@ void Array::clearElements()
     m_bytes.clear();
     m_begin = 0;
     m_numbers.clear();
-    m_missing.clear();
-    m_missingCount = 0;
+    m_holes.reset();
     m_objects.clear();
-    m_sparse.clear();
+    m_sparse.reset();
     m_packing = packingOf(typeCode());
     m_length = 0;
 }
@@ -310,8 +319,7 @@ void Array::swapContent(Array &other)
     m_bytes.swap(other.m_bytes);
     std::swap(m_begin, other.m_begin);
     m_numbers.swap(other.m_numbers);
-    m_missing.swap(other.m_missing);
-    std::swap(m_missingCount, other.m_missingCount);
+    m_holes.swap(other.m_holes);
     m_objects.swap(other.m_objects);
     m_sparse.swap(other.m_sparse);
 }
@@ -329,10 +337,12 @@ void Array::setType(int code)
                 element->setType(code);
             }
         }
-        for (const auto &[index, element] : m_sparse) {
-            element->setType(code);
+        if (m_sparse) {
+            for (const auto &[index, element] : *m_sparse) {
+                element->setType(code);
+            }
         }
-        if (m_objects.empty() && m_sparse.empty()) {
+        if (m_objects.empty() && !m_sparse) {
             m_packing = packingOf(code);
         }
         return;
@@ -372,14 +382,16 @@ std::unique_ptr<BasicType> Array::clone() const
     copy->m_packing = m_packing;
     copy->m_bytes.assign(m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin), m_bytes.end());
     copy->m_numbers = m_numbers;
-    copy->m_missing = m_missing;
-    copy->m_missingCount = m_missingCount;
+    copy->m_holes = m_holes ? std::make_unique<Holes>(*m_holes) : nullptr;
     copy->m_objects.reserve(m_objects.size());
     for (const auto &element : m_objects) {
         copy->m_objects.push_back(element ? element->clone() : nullptr);
     }
-    for (const auto &[index, element] : m_sparse) {
-        copy->m_sparse.emplace(index, element->clone());
+    if (m_sparse) {
+        copy->m_sparse = std::make_unique<SparseElements>();
+        for (const auto &[index, element] : *m_sparse) {
+            copy->m_sparse->emplace(index, element->clone());
+        }
     }
     return copy;
 }
@@ -457,15 +469,15 @@ void Array::assignSizes(const Array &source)
 void Array::assignElements(const Array &source)
 {
     const int count = capacity() > 0 ? std::min(source.m_length, capacity()) : 0;
-    if (m_packing == Packing::Bytes && source.m_packing == Packing::Bytes && source.m_missing.empty() &&
+    if (m_packing == Packing::Bytes && source.m_packing == Packing::Bytes && !source.m_holes &&
         source.storedCount() >= static_cast<size_t>(source.m_length) && mayGrowDense(std::max(count, 1))) {
         const int length = m_length;
         assignBytes({ source.m_bytes.data() + source.m_begin, static_cast<size_t>(count) });
         m_length = length;
         return;
     }
-    if (m_packing == Packing::Numbers && source.m_packing == Packing::Numbers && m_missing.empty() &&
-        source.m_missing.empty() && source.m_numbers.size() >= static_cast<size_t>(source.m_length)) {
+    if (m_packing == Packing::Numbers && source.m_packing == Packing::Numbers && !m_holes && !source.m_holes &&
+        source.m_numbers.size() >= static_cast<size_t>(source.m_length)) {
         const auto size = static_cast<size_t>(count);
         m_numbers.resize(std::max(m_numbers.size(), size));
         if (source.typeCode() == typeCode()) {
@@ -520,14 +532,14 @@ void Array::growPacked(int index)
     const auto offset = static_cast<size_t>(index) - 1;
     const size_t stored = storedCount();
     if (offset < stored) { // a hole
-        m_missing[offset] = false;
+        m_holes->missing[offset] = false;
         if (m_packing == Packing::Bytes) {
             m_bytes[m_begin + offset] = 0;
         } else {
             m_numbers[offset] = 0;
         }
-        if (--m_missingCount == 0) {
-            m_missing.clear();
+        if (--m_holes->count == 0) {
+            m_holes.reset();
         }
         return;
     }
@@ -536,11 +548,14 @@ void Array::growPacked(int index)
     } else {
         m_numbers.resize(offset + 1);
     }
-    if (offset > stored || !m_missing.empty()) {
-        m_missing.resize(stored, false);
-        m_missing.resize(offset, true);
-        m_missing.push_back(false);
-        m_missingCount += static_cast<int>(offset - stored);
+    if (offset > stored && !m_holes) {
+        m_holes = std::make_unique<Holes>();
+        m_holes->missing.resize(stored, false);
+    }
+    if (m_holes) {
+        m_holes->missing.resize(offset, true);
+        m_holes->missing.push_back(false);
+        m_holes->count += static_cast<int>(offset - stored);
     }
 }
 
@@ -557,17 +572,17 @@ void Array::unpack()
     m_bytes.clear();
     m_begin = 0;
     m_numbers.clear();
-    m_missing.clear();
-    m_missingCount = 0;
+    m_holes.reset();
     m_objects = std::move(objects);
     m_packing = Packing::Objects;
 }
 
 void Array::makeSparse()
 {
+    m_sparse = std::make_unique<SparseElements>();
     for (size_t offset = 0; offset < m_objects.size(); ++offset) {
         if (m_objects[offset]) {
-            m_sparse.emplace(static_cast<int>(offset) + 1, std::move(m_objects[offset]));
+            m_sparse->emplace(static_cast<int>(offset) + 1, std::move(m_objects[offset]));
         }
     }
     m_objects.clear();
@@ -577,8 +592,8 @@ void Array::makeSparse()
 BasicType *Array::storedObject(int index) const
 {
     if (m_packing == Packing::Sparse) {
-        const auto found = m_sparse.find(index);
-        return found != m_sparse.end() ? found->second.get() : nullptr;
+        const auto found = m_sparse->find(index);
+        return found != m_sparse->end() ? found->second.get() : nullptr;
     }
     const auto offset = static_cast<size_t>(index) - 1;
     return index >= 1 && offset < m_objects.size() ? m_objects[offset].get() : nullptr;
@@ -590,7 +605,7 @@ void Array::storeObject(int index, std::unique_ptr<BasicType> value)
         makeSparse();
     }
     if (m_packing == Packing::Sparse) {
-        m_sparse[index] = std::move(value);
+        (*m_sparse)[index] = std::move(value);
         return;
     }
     const auto offset = static_cast<size_t>(index) - 1;
@@ -629,13 +644,14 @@ std::unique_ptr<BasicType> Array::makeElement() const
                 std::fill(innerRow->m_numbers.begin(), innerRow->m_numbers.end(), 0);
             }
             row->m_objects.clear();
-            row->m_sparse.clear();
+            row->m_sparse.reset();
             row->m_packing = Packing::Objects;
             row->storeObject(1, std::move(emptied));
             return made;
         }
         row->m_objects.clear();
-        row->m_sparse.clear();
+        row->m_sparse.reset();
+        row->m_packing = Packing::Objects;
         return made;
     }
     if (Double *number = asDouble(cell)) {

@@ -48,9 +48,9 @@ class Array : public BasicType
 {
 public:
     explicit Array(int typeCode = IntegerType);
+    explicit Array(std::string_view bytes); // a string: CHAR elements, both lengths the number of bytes
 
-    /// A string: CHAR elements, length and maximum length the number of bytes.
-    static std::unique_ptr<Array> ofBytes(std::string_view bytes);
+    static std::unique_ptr<Array> ofBytes(std::string_view bytes) { return std::make_unique<Array>(bytes); }
 
     int length() const { return m_length; }
     int maxLength() const { return m_maxLength; } // 0: not bounded
@@ -60,6 +60,15 @@ public:
 
     /// Element access by the program's rules: a missing element inside the bounds is made. Empty outside the bounds.
     Place place(int index);
+    /// The same where only an object will do; nullptr for packed elements and outside the bounds.
+    BasicType *elementObject(int index)
+    {
+        const auto offset = static_cast<size_t>(index) - 1;
+        if (m_packing == Packing::Objects && offset < m_objects.size() && m_objects[offset]) {
+            return m_objects[offset].get();
+        }
+        return place(index).object;
+    }
     bool hasElement(int index) const; // stored now, whatever the length
     ValueView
     view(int index) const;     // the stored element; inside the bounds a missing one reads as place() would make it
@@ -77,11 +86,11 @@ public:
     bool packedNumber(int index, double &number) const // false: go the long way round
     {
         const auto offset = static_cast<size_t>(index) - 1;
-        if (m_packing == Packing::Numbers && offset < m_numbers.size() && m_missing.empty()) {
+        if (m_packing == Packing::Numbers && offset < m_numbers.size() && !m_holes) {
             number = m_numbers[offset];
             return true;
         }
-        if (m_packing == Packing::Bytes && offset < m_bytes.size() - m_begin && m_missing.empty()) {
+        if (m_packing == Packing::Bytes && offset < m_bytes.size() - m_begin && !m_holes) {
             number = static_cast<quint8>(m_bytes[m_begin + offset]);
             return true;
         }
@@ -90,11 +99,11 @@ public:
     bool setPackedNumber(int index, double number) // number in any range; false: go the long way round
     {
         const auto offset = static_cast<size_t>(index) - 1;
-        if (m_packing == Packing::Numbers && offset < m_numbers.size() && m_missing.empty()) {
+        if (m_packing == Packing::Numbers && offset < m_numbers.size() && !m_holes) {
             m_numbers[offset] = normalised(typeCode(), number);
             return true;
         }
-        if (m_packing == Packing::Bytes && offset < m_bytes.size() - m_begin && m_missing.empty()) {
+        if (m_packing == Packing::Bytes && offset < m_bytes.size() - m_begin && !m_holes) {
             m_bytes[m_begin + offset] = static_cast<char>(integerPart(number));
             return true;
         }
@@ -110,6 +119,8 @@ public:
 
     /// Overwrites elements from 1 with bytes and sets the length, as far as the maximum length allows.
     void assignBytes(std::string_view bytes);
+    /// The copy rule with a string of these bytes as source.
+    void assignText(std::string_view bytes);
     /// Adds bytes behind the length; what passes the maximum length is cut off.
     void appendBytes(std::string_view bytes);
     /// Takes the first count of the elements 1 to length away; the rest moves down. Cost: the count, not the rest.
@@ -128,6 +139,12 @@ public:
 
 private:
     enum class Packing : quint8 { Bytes, Numbers, Objects, Sparse };
+    struct Holes
+    {
+        std::vector<bool> missing; // per stored element
+        int count = 0;
+    };
+    using SparseElements = std::map<int, std::unique_ptr<BasicType>>;
     static constexpr int kDenseLimit = 1 << 20; // an index further out is dense only near what is stored
 
     static Packing packingOf(int typeCode);
@@ -149,10 +166,9 @@ private:
     std::vector<char> m_bytes; // from m_begin on
     size_t m_begin = 0;
     std::vector<double> m_numbers;
-    std::vector<bool> m_missing; // of packed elements; empty: none is missing
-    int m_missingCount = 0;
+    std::unique_ptr<Holes> m_holes; // of packed elements; nullptr: none is missing
     std::vector<std::unique_ptr<BasicType>> m_objects;
-    std::map<int, std::unique_ptr<BasicType>> m_sparse;
+    std::unique_ptr<SparseElements> m_sparse; // set when the packing is Sparse
 };
 
 inline const Array *asArray(const BasicType *value)

@@ -38,7 +38,7 @@ inline double normalised(int typeCode, double number)
 {
     switch (typeCode) {
     case IntegerType: {
-        const auto whole = static_cast<qint64>(std::fabs(number) < 1e15 ? number : 0);
+        const qint64 whole = quickInteger(number);
         if (static_cast<double>(whole) == number && static_cast<quint64>(whole) <= 0xFFFFFFFFu) {
             return static_cast<double>(whole); // the common case; also turns -0 into 0
         }

@@ -96,6 +96,7 @@ public:
 
     /// Loops end at their next round, calls yield nothing. May be called from any thread and from a signal handler.
     void requestStop() { m_stopRequested.store(true, std::memory_order_relaxed); }
+    const std::atomic<bool> &stopFlag() const { return m_stopRequested; }
     bool stopRequested() const { return m_stopRequested.load(std::memory_order_relaxed); }
 
     /// Empties the program after a load that failed: only the system's symbols stay.

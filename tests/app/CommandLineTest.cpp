@@ -22,13 +22,18 @@ void CommandLineTest::options_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("meaning"); // file, directory, language, address, monitor, changes
-    QTest::newRow("nothing") << "" << ";;;0.0.0.0;0;1";
-    QTest::newRow("one file") << "a.pobj" << "a.pobj;;;0.0.0.0;0;1";
-    QTest::newRow("two files: neither") << "a.pobj b.pobj" << ";;;0.0.0.0;0;1";
+    QTest::newRow("nothing") << ""
+                             << ";;;0.0.0.0;0;1";
+    QTest::newRow("one file") << "a.pobj"
+                              << "a.pobj;;;0.0.0.0;0;1";
+    QTest::newRow("two files: neither") << "a.pobj b.pobj"
+                                        << ";;;0.0.0.0;0;1";
     QTest::newRow("everything") << "--monitor --data-dir d --bind 127.0.0.7 --language zh_CN --no-system-changes f"
                                 << "f;d;zh_CN;127.0.0.7;1;0";
-    QTest::newRow("a file with a dash") << "-- -f" << "-f;;;0.0.0.0;0;1";
-    QTest::newRow("a language with a country") << "--language en_US" << ";;en_US;0.0.0.0;0;1";
+    QTest::newRow("a file with a dash") << "-- -f"
+                                        << "-f;;;0.0.0.0;0;1";
+    QTest::newRow("a language with a country") << "--language en_US"
+                                               << ";;en_US;0.0.0.0;0;1";
 }
 
 void CommandLineTest::options()
@@ -53,25 +58,29 @@ void CommandLineTest::options()
 
 void CommandLineTest::refusals_data()
 {
-    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArrayList>("arguments");
     QTest::addColumn<int>("status");
     QTest::addColumn<QString>("word"); // of what is said
-    QTest::newRow("unknown option") << QStringList{ "--nope" } << 2 << "nope";
-    QTest::newRow("value missing") << QStringList{ "--bind" } << 2 << "bind";
-    QTest::newRow("no address") << QStringList{ "--bind", "localhost" } << 2 << "localhost";
-    QTest::newRow("no language") << QStringList{ "--language", "klingon" } << 2 << "klingon";
-    QTest::newRow("almost a language") << QStringList{ "--language", "zhx" } << 2 << "zhx";
-    QTest::newRow("empty directory") << QStringList{ "--data-dir", "" } << 2 << "data-dir";
-    QTest::newRow("help") << QStringList{ "--help" } << 0 << "Central controller program.";
-    QTest::newRow("version") << QStringList{ "-v" } << 0 << QCoreApplication::applicationVersion();
+    QTest::newRow("unknown option") << QByteArrayList{ "--nope" } << 2 << "nope";
+    QTest::newRow("value missing") << QByteArrayList{ "--bind" } << 2 << "bind";
+    QTest::newRow("no address") << QByteArrayList{ "--bind", "localhost" } << 2 << "localhost";
+    QTest::newRow("no language") << QByteArrayList{ "--language", "klingon" } << 2 << "klingon";
+    QTest::newRow("almost a language") << QByteArrayList{ "--language", "zhx" } << 2 << "zhx";
+    QTest::newRow("empty directory") << QByteArrayList{ "--data-dir", "" } << 2 << "data-dir";
+    QTest::newRow("help") << QByteArrayList{ "--help" } << 0 << "Central controller program.";
+    QTest::newRow("version") << QByteArrayList{ "-v" } << 0 << QCoreApplication::applicationVersion();
 }
 
 void CommandLineTest::refusals()
 {
-    QFETCH(QStringList, arguments);
+    QFETCH(QByteArrayList, arguments);
     QFETCH(int, status);
     QFETCH(QString, word);
-    const auto parsed = parseOptions(QStringList{ QStringLiteral("arkivon") } + arguments);
+    QStringList line{ QStringLiteral("arkivon") };
+    for (const QByteArray &argument : arguments) {
+        line << QString::fromUtf8(argument);
+    }
+    const auto parsed = parseOptions(line);
     QVERIFY(std::holds_alternative<OptionsEnd>(parsed));
     const auto &end = std::get<OptionsEnd>(parsed);
     QCOMPARE(end.status, status);

@@ -3,6 +3,7 @@
 #include "library/Library.h"
 #include "model/Values.h"
 #include "program/AST.h"
+#include "support/FakeDevices.h"
 
 #include <QTemporaryDir>
 #include <QVariant>
@@ -12,26 +13,13 @@
 Q_DECLARE_METATYPE(ValueRef)
 
 /// The program's calls to the outside, as lines; questions answer with what the test set.
-class RecordingDevices : public DeviceActions
+class RecordingDevices : public FakeDevices
 {
 public:
     QStringList calls;
     QVariant answer;
 
-    void switchChannel(const DeviceAddress &, PortAction, int) override {}
     void sendDeviceCommand(const DeviceAddress &device, const QByteArray &data, Log log) override;
-    void sendPortString(const DeviceAddress &, const QByteArray &) override {}
-    void setLevel(const DeviceAddress &, int, int) override {}
-    void setLevels(const DeviceAddress &, const QVector<qint64> &, const QVector<qint64> &) override {}
-    void setButtonStatusRange(int, int, int, int, int) override {}
-    void setButtonStatusList(int, int, int, const QVector<int> &) override {}
-    void setButtonStatuses(int, const QVector<qint64> &, const QVector<qint64> &) override {}
-    int relayState(const DeviceAddress &, int) const override { return 0; }
-    bool askPanelChannel(int, int) override { return false; }
-    bool askPortChannel(const DeviceAddress &, int) override { return false; }
-    void releaseHeldOutputs() override {}
-    void cancelRemoteToItems() override {}
-
     std::optional<QByteArray> askButtonText(int device, int channel, int state) override;
     QVariant askButtonProperty(int device, int channel, const QByteArray &name) override;
     QVariant askButtonStateProperty(int device, int channel, int state, const QByteArray &name) override;

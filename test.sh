@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Builds everything and passes every check: formatting, tests with and without sanitizers, static
+# analysis, fuzzing. FUZZ_SECONDS per fuzz target, 5 unless set.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+if ! command -v dpkg-query >/dev/null; then
+    echo "This script installs what it needs from Debian packages, and this is no Debian system." >&2
+    exit 3
+fi
+. tools/setup.sh
+need "${build_packages[@]}" clang libclang-rt-14-dev clang-format clang-tidy
+
+step() { echo; echo "== $*"; }
+
+step "formatting"
+find src tests bench -name '*.cpp' -o -name '*.h' | sort | xargs clang-format --dry-run --Werror
+
+step "release"
+cmake --preset release >/dev/null
+cmake --build --preset release
+ctest --preset release
+
+step "sanitizers"
+cmake --preset sanitize >/dev/null
+cmake --build --preset sanitize
+ctest --preset sanitize
+
+step "static analysis"
+# The libraries and programs; generated files and tests are left out.
+if ! run-clang-tidy -quiet -p build/release "^$PWD/src/" >build/clang-tidy.log 2>&1; then
+    grep -E "(warning|error):" build/clang-tidy.log | sort -u
+    exit 1
+fi
+
+step "fuzzing"
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz
+for target in build/fuzz/bin/*Fuzz; do
+    name=$(basename "$target" Fuzz)
+    corpus=tests/fuzz/corpus/${name,,}
+    scratch=$(mktemp -d)
+    echo "$name"
+    "$target" -max_total_time="${FUZZ_SECONDS:-5}" -verbosity=0 -print_final_stats=0 "$scratch" "$corpus" \
+        >"$scratch.log" 2>&1 || { tail -40 "$scratch.log"; exit 1; }
+    rm -r "$scratch" "$scratch.log"
+done
+
+step "all passed"
