@@ -115,10 +115,7 @@ void StatementParser::parseStatements(StatementList &list, ListEnd end)
             list.statements.push_back(std::move(statement));
             expectStatementEnd();
         } else {
-            recover();
-            if (cursor().index() == start) {
-                cursor().next();
-            }
+            recover(start);
         }
     }
     endHead();
@@ -131,21 +128,20 @@ void StatementParser::expectStatementEnd()
         return;
     }
     cursor().expected("the end of the statement");
-    recover();
+    recover(cursor().index());
 }
 
-/// To the end of the statement: a line end or semicolon outside braces, or the end of the block.
-void StatementParser::recover()
+/// To the end of the statement that began with token start: a line end or semicolon outside braces, or the end of the
+/// block.
+void StatementParser::recover(size_t start)
 {
     while (!cursor().atEnd() && !cursor().at(TokenKind::RightBrace) && !cursor().take(TokenKind::Semicolon)) {
-        if (cursor().at(TokenKind::LeftBrace)) {
-            if (!cursor().skipBalanced()) {
-                return;
-            }
-        } else {
-            cursor().next();
+        if (cursor().startsLine() && cursor().index() > start) {
+            return;
         }
-        if (cursor().startsLine()) {
+        if (!cursor().at(TokenKind::LeftBrace)) {
+            cursor().next();
+        } else if (!cursor().skipBalanced()) {
             return;
         }
     }

@@ -49,10 +49,7 @@ std::unique_ptr<Statement> StatementParser::parseIf()
         if (statement->condition) {
             statement->thenBranch = parseNested();
         }
-        isGood = statement->thenBranch && m_work.pathHeight < kMostNodes;
-        if (statement->thenBranch && !isGood) {
-            error(cursor().position(), QStringLiteral("too many else-ifs; use switch or select"));
-        }
+        isGood = statement->thenBranch != nullptr;
         IfStatement *const current = statement.get();
         if (last) {
             last->elseBranch = std::move(statement);
@@ -188,7 +185,7 @@ std::unique_ptr<Statement> StatementParser::parseSwitch()
     --m_in.switches;
     if (!isGood) {
         while (!cursor().atEnd() && !cursor().at(TokenKind::RightBrace)) {
-            recover();
+            recover(cursor().index());
         }
     }
     cursor().take(TokenKind::RightBrace);
@@ -277,7 +274,7 @@ std::unique_ptr<Statement> StatementParser::parseSelect()
     }
     if (!isGood) {
         while (!cursor().atEnd() && !cursor().at(TokenKind::RightBrace)) {
-            recover();
+            recover(cursor().index());
         }
     }
     cursor().take(TokenKind::RightBrace);

@@ -70,7 +70,9 @@ bool ExpressionParser::fits(const Operand &operand)
     if (m_work.pathHeight + operand.height <= kMostNodes) {
         return true;
     }
-    error(operand.position, QStringLiteral("the expression is too long here; split it"));
+    constexpr int kShort = 16;
+    error(operand.position, operand.height > kShort ? QStringLiteral("the expression is too long here; split it")
+                                                    : QStringLiteral("nested too deeply here"));
     return false;
 }
 

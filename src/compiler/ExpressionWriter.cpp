@@ -69,7 +69,8 @@ QString remark(const QString &text)
 
 QString numberText(double number)
 {
-    return QString::number(number, 'g', QLocale::FloatingPointShortest);
+    const QString text = QString::number(number, 'g', QLocale::FloatingPointShortest);
+    return number == 0 && std::signbit(number) ? QStringLiteral("-0") : text;
 }
 
 QString quoted(const QString &text)

@@ -116,6 +116,14 @@ private:
         }
     }
 
+    /// Whether the cursor stands on what can only begin a part of the program.
+    bool isAtPart() const
+    {
+        const Token &token = m_cursor.peek();
+        return token.is(TokenKind::Name) &&
+               (isProgramWord(token.text) || (token.isName("start") && m_cursor.peek(1).is(TokenKind::LeftBrace)));
+    }
+
     /// From an opening brace to behind the one that closes it. A word that can only stand on the top level shows that
     /// a closing brace is missing before it.
     TokenRange readBraces()
@@ -125,8 +133,7 @@ private:
         int depth = 0;
         do {
             const Token &token = m_cursor.peek();
-            const bool isProgramPart = token.startsLine && token.is(TokenKind::Name) && isProgramWord(token.text);
-            if (token.is(TokenKind::End) || isProgramPart) {
+            if (token.is(TokenKind::End) || (token.startsLine && isAtPart())) {
                 m_cursor.sources().error(
                     opening.position,
                     QStringLiteral("this '{' is not closed before %1").arg(describe(token, m_cursor.sources())));
@@ -375,7 +382,7 @@ private:
             const Token &token = m_cursor.peek();
             const bool isFirst = m_cursor.index() == declarator.initialValue.first;
             const bool ends = token.is(TokenKind::Comma) || token.is(TokenKind::Semicolon) ||
-                              token.is(TokenKind::RightBrace) || (token.startsLine && !isFirst);
+                              token.is(TokenKind::RightBrace) || (token.startsLine && !isFirst) || isAtPart();
             if (ends && !inQuotes) {
                 break;
             }

@@ -48,7 +48,7 @@ private:
     std::unique_ptr<Statement> parseStatement();
     std::unique_ptr<Statement> parseNested(); // the body of an IF, a loop and so on
     void expectStatementEnd();
-    void recover();
+    void recover(size_t start);
     bool atDefinition();
     std::unique_ptr<Statement> parseDefinition(StatementList &assignments);
     bool parseDeclarator(BlockItemDefStatement &definition, const std::vector<int> &codes, StatementList &assignments);

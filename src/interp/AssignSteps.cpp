@@ -30,45 +30,62 @@ struct StaticTarget
     double &get(Run &) const { return *storage; }
 };
 
-/// A plain number takes the number of an expression that cannot be an array. Type: the target's type code.
-template <int Type, class Target, class Source>
+/// Brings a number into the range of the target's type; the frequent types are known when this is compiled.
+template <int Type>
+struct FixedFit
+{
+    double operator()(double number) const { return normalised(Type, number); }
+};
+
+struct AnyFit
+{
+    int typeCode;
+    double operator()(double number) const { return normalised(typeCode, number); }
+};
+
+/// A plain number takes the number of an expression that cannot be an array.
+template <class Fit, class Target, class Source>
 class AssignNumber : public Step
 {
 public:
-    AssignNumber(Target target, Source source)
-        : m_target(target)
+    AssignNumber(Fit fit, Target target, Source source)
+        : m_fit(fit)
+        , m_target(target)
         , m_source(std::move(source))
     {}
     Flow execute(Run &run) const override
     {
         if (const Number number = m_source.get(run); number.ok) {
-            m_target.get(run) = normalised(Type, number.value);
+            m_target.get(run) = m_fit(number.value);
         }
         return Flow::Next;
     }
 
 private:
+    [[no_unique_address]] Fit m_fit;
     Target m_target;
     Source m_source;
 };
 
 /// A plain number moves by a constant: x++, x-- as statements.
-template <int Type, class Target>
+template <class Fit, class Target>
 class MoveNumber : public Step
 {
 public:
-    MoveNumber(Target target, double by)
-        : m_target(target)
+    MoveNumber(Fit fit, Target target, double by)
+        : m_fit(fit)
+        , m_target(target)
         , m_by(by)
     {}
     Flow execute(Run &run) const override
     {
         double &number = m_target.get(run);
-        number = normalised(Type, number + m_by);
+        number = m_fit(number + m_by);
         return Flow::Next;
     }
 
 private:
+    [[no_unique_address]] Fit m_fit;
     Target m_target;
     double m_by;
 };
@@ -296,27 +313,19 @@ private:
     double m_by;
 };
 
-/// Calls make.template operator()<Type>() with the numeric type code as a constant.
+/// Calls make(fit) with what brings a number into the range of a type.
 template <class Make>
-std::unique_ptr<Step> forType(int typeCode, Make make)
+std::unique_ptr<Step> withFit(int typeCode, Make make)
 {
     switch (typeCode) {
     case IntegerType:
-        return make.template operator()<IntegerType>();
-    case SIntegerType:
-        return make.template operator()<SIntegerType>();
-    case LongType:
-        return make.template operator()<LongType>();
-    case SLongType:
-        return make.template operator()<SLongType>();
+        return make(FixedFit<IntegerType>{});
     case CharType:
-        return make.template operator()<CharType>();
-    case WideCharType:
-        return make.template operator()<WideCharType>();
-    case FloatType:
-        return make.template operator()<FloatType>();
+        return make(FixedFit<CharType>{});
+    case DoubleType:
+        return make(FixedFit<DoubleType>{});
     default:
-        return make.template operator()<DoubleType>();
+        return make(AnyFit{ typeCode });
     }
 }
 
@@ -343,11 +352,11 @@ std::unique_ptr<Step> withTarget(const VariableAccess &variable, Make make)
 
 std::unique_ptr<Step> assignPlainNumber(const VariableAccess &variable, std::unique_ptr<Code> source)
 {
-    return forType(variable.typeCode, [&]<int Type>() {
+    return withFit(variable.typeCode, [&](auto fit) {
         return withTarget(variable, [&](auto target) {
             return withOperand(std::move(source), [&](auto operand) -> std::unique_ptr<Step> {
-                return std::make_unique<AssignNumber<Type, decltype(target), decltype(operand)>>(target,
-                                                                                                 std::move(operand));
+                using Assign = AssignNumber<decltype(fit), decltype(target), decltype(operand)>;
+                return std::make_unique<Assign>(fit, target, std::move(operand));
             });
         });
     });
@@ -429,9 +438,9 @@ std::unique_ptr<Step> prepareMove(const StepStatement &node, Preparer &preparer,
     if (const auto *target = dynamic_cast<const VarExpression *>(node.operand.get())) {
         const VariableAccess variable = findVariable(preparer, target->name);
         if (isPlainNumber(variable, preparer)) {
-            return forType(variable.typeCode, [&]<int Type>() {
-                return withTarget(variable, [by](auto place) -> std::unique_ptr<Step> {
-                    return std::make_unique<MoveNumber<Type, decltype(place)>>(place, by);
+            return withFit(variable.typeCode, [&](auto fit) {
+                return withTarget(variable, [&](auto place) -> std::unique_ptr<Step> {
+                    return std::make_unique<MoveNumber<decltype(fit), decltype(place)>>(fit, place, by);
                 });
             });
         }

@@ -96,7 +96,7 @@ void ArkcTest::leavesOldOutputAfterErrors()
 
 void ArkcTest::speaksJson()
 {
-    write("room.src", "integer unused\nstart { n = \"'\" }\n");
+    write("room.src", "integer unused\nstart { n = 1 }\n");
     const Outcome checked = run(
         { QStringLiteral("check"), QStringLiteral("room.src"), QStringLiteral("--format"), QStringLiteral("json") });
     QCOMPARE(checked.status, 1);

@@ -72,8 +72,8 @@ void DiagnosticsTest::tellsWhatIsWrong_data()
     statement("unknown function", "nVolume = lenght_string(sText)",
               { "6:11: error: unknown function 'lenght_string'; did you mean 'length_string'?" });
     statement("unknown routine", "call Shov()", { "6:6: error: unknown routine 'Shov'" });
-    statement("unknown member", "on [dvPanel.prot:1:0, 1]",
-              { "6:13: error: device has no member 'prot'; did you mean 'port'?" });
+    statement("unknown member", "nVolume = dvPanel.prot",
+              { "6:19: error: device has no member 'prot'; did you mean 'port'?" });
     statement("unknown statement", "sned_string dvPanel, 'x'",
               { "6:1: error: a statement expected, found 'sned_string'; did you mean 'send_string'?" });
     statement("event data elsewhere", "sText = data.text",
@@ -202,8 +202,7 @@ void DiagnosticsTest::tellsWhatIsWrong_data()
         { "1:18: error: this text has no end on its line; ' is missing" });
     row("comment without end", "start { }\n/* abc", { "2:1: error: this comment has no end; '*/' is missing" });
     row("brace missing", "routine r() {\nif (1 = time[1]) {\n}\nstart { }\nmainline { }",
-        { "1:13: error: this '{' is not closed before 'mainline'",
-          "4:1: error: '=', '++' or '--' expected, found '{'" });
+        { "1:13: error: this '{' is not closed before 'start'" });
     row("unexpected character", "integer a # b\n",
         { "1:11: error: unexpected character '#'", "1:13: error: the end of the declaration expected, found 'b'" });
     row("bad number", "const integer A = 5x", { "1:20: error: 'x' does not belong to a number" });
@@ -265,7 +264,7 @@ void DiagnosticsTest::goesOnAfterErrors()
     for (const QString &remark : remarks) {
         places += remark.section(QLatin1Char(':'), 0, 0);
     }
-    QCOMPARE(places.join(QLatin1Char(' ')), QStringLiteral("2 3 4 5 7 9 10 11 11 12"));
+    QCOMPARE(places.join(QLatin1Char(' ')), QStringLiteral("2 5 5 7 9 10 11 11 12"));
 }
 
 void DiagnosticsTest::showsThePlace()
@@ -285,7 +284,7 @@ void DiagnosticsTest::limitsNesting_data()
     const QString start = QStringLiteral("integer a\nstart {\n%1\n}");
     const QString levels = QStringLiteral("nested too deeply");
     QTest::newRow("parentheses") << start.arg(QStringLiteral("a = ") + repeated("(", 100000)) << levels;
-    QTest::newRow("signs") << start.arg(QStringLiteral("a = ") + repeated("-", 100000)) << levels;
+    QTest::newRow("signs") << start.arg(QStringLiteral("a = ") + repeated("- ", 100000)) << levels;
     QTest::newRow("brackets") << start.arg(QStringLiteral("a = ") + repeated("a[", 100000)) << levels;
     QTest::newRow("lists") << start.arg(QStringLiteral("a = ") + repeated("{", 100000)) << QStringLiteral("not closed");
     QTest::newRow("initial lists") << QStringLiteral("integer a = ") + repeated("{", 50000) + repeated("}", 50000)
@@ -294,8 +293,7 @@ void DiagnosticsTest::limitsNesting_data()
     QTest::newRow("ifs") << start.arg(repeated("if (a) ", 50000) + QStringLiteral("a = 1")) << levels;
     QTest::newRow("a long sum") << start.arg(QStringLiteral("a = 1") + repeated(" + 1", 5000))
                                 << QStringLiteral("too long here");
-    QTest::newRow("else-ifs") << start.arg(QStringLiteral("if (a) { }") + repeated(" else if (a) { }", 5000))
-                              << QStringLiteral("too many else-ifs");
+    QTest::newRow("else-ifs") << start.arg(QStringLiteral("if (a) { }") + repeated(" else if (a) { }", 5000)) << levels;
 }
 
 void DiagnosticsTest::limitsNesting()

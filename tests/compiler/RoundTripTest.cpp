@@ -76,9 +76,8 @@ void RoundTripTest::comesBackToSameBytes_data()
                             "a = (a < b) = (a <> b)\na = -(-a) - -5 - -(5) - (-5)\na = a++ + ++b - --a - b--\na = not "
                             "not a\na = (1 + 2) * 3");
     statements("precedence that parentheses repeat", "a = ((1) + ((2 * 3)))\na = (a and b) and a\na = a and (b and a)");
-    statements(
-        "texts and lists",
-        "s = \"'a', (\"'b', 13\"), itoa(a), \"\"\"\ns = ''\ns = 'a''b'\ns = f({1, 2.5, 300})\ns = {a, 'x', 1}\ns = {}");
+    statements("texts and lists", "s = \"'a', (\"'b', 13\"), itoa(a), (\"\")\"\ns = ''\ns = 'a''b'\ns = f({1, 2.5, "
+                                  "300})\ns = {a, 'x', 1}\ns = {}");
     statements("lists for structures",
                "r = {'one', 2}\nr = {'one', 2, {3, 4}}\nr = {'', 0}\nc = {d, 300}\nr = {'one'}");
     statements("devices", "on [d, {1, 2}]\nto [(a):(b):(0), a]\n[d, 1] = 0\n[{5001:9:0, 1:1:0}, {1, 2}] = {1, "
