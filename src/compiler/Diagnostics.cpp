@@ -8,25 +8,21 @@ QString severityText(Diagnostic::Severity severity)
     return severity == Diagnostic::Severity::Error ? QStringLiteral("error") : QStringLiteral("warning");
 }
 
-/// The source line, or the part around the place of a long one, and below it the caret. Tabs are kept in both, so that
-/// the caret meets its place.
-QString sourceExtract(const Diagnostic &diagnostic)
+/// Blanks up to the place, tabs kept so that the caret below the line meets it.
+QString caretLine(const Diagnostic &diagnostic)
 {
-    constexpr int kLongest = 160;
-    constexpr int kBefore = 100;
-    int offset = 0; // of the column, in UTF-16 units
-    for (int column = 1; column < diagnostic.column && offset < diagnostic.sourceLine.size(); ++column) {
-        offset += diagnostic.sourceLine.at(offset).isHighSurrogate() ? 2 : 1;
-    }
-    const bool isLong = diagnostic.sourceLine.size() > kLongest;
-    const int start = isLong ? std::max(0, offset - kBefore) : 0;
-    QString blanks;
-    for (const QChar character : diagnostic.sourceLine.mid(start, offset - start)) {
+    QString caret;
+    int column = diagnostic.sourceColumn;
+    for (const QChar character : diagnostic.sourceLine) {
+        if (column == diagnostic.column) {
+            break;
+        }
         if (!character.isLowSurrogate()) {
-            blanks += character == QLatin1Char('\t') ? character : QLatin1Char(' ');
+            caret += character == QLatin1Char('\t') ? character : QLatin1Char(' ');
+            ++column;
         }
     }
-    return diagnostic.sourceLine.mid(start, kLongest) + QLatin1Char('\n') + blanks + QStringLiteral("^\n");
+    return caret + QLatin1Char('^');
 }
 } // namespace
 
@@ -50,7 +46,7 @@ QString textOf(const Diagnostic &diagnostic, Colour colour)
     }
     text += QLatin1Char('\n');
     if (diagnostic.line > 0) {
-        text += sourceExtract(diagnostic);
+        text += diagnostic.sourceLine + QLatin1Char('\n') + caretLine(diagnostic) + QLatin1Char('\n');
     }
     return text;
 }

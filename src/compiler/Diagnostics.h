@@ -12,7 +12,8 @@ struct Diagnostic
     int line = 0;   // from 1; 0: the file as a whole
     int column = 0; // from 1, in characters; a tab counts as one
     QString message;
-    QString sourceLine{}; // the line's text, without its end
+    QString sourceLine{}; // the line's text, without its end; of a long line the part around the place
+    int sourceColumn = 1; // of the first character of sourceLine
 
     bool isError() const { return severity == Severity::Error; }
 };

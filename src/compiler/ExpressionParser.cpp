@@ -15,7 +15,6 @@ struct BinaryOperator
     int code;
 };
 
-constexpr int kShift = -1;
 constexpr int kShiftBinding = 9;
 
 constexpr BinaryOperator kArithmetic[] = {

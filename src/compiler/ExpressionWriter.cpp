@@ -226,7 +226,10 @@ QString ExpressionWriter::simpleText(const Expression *node) const
         return QStringLiteral("%1[%2]").arg(baseText(element->base.get()), text(element->index.get()));
     }
     if (const auto *member = dynamic_cast<const StructExpression *>(node)) {
-        return QStringLiteral("%1.%2").arg(baseText(member->base.get()), member->memberName);
+        const QString name = isMemberName(member->memberName)
+                                 ? member->memberName
+                                 : remark(QStringLiteral("\"%1\"").arg(member->memberName));
+        return QStringLiteral("%1.%2").arg(baseText(member->base.get()), name);
     }
     if (const auto *string = dynamic_cast<const StringExpression *>(node)) {
         return stringText(*string);

@@ -104,7 +104,7 @@ private:
         if (m_cursor.index() == start && !m_cursor.atEnd()) {
             skipOne();
         }
-        while (!m_cursor.atEnd() && !m_cursor.peek().startsLine) {
+        while (!m_cursor.atEnd() && !m_cursor.peek().startsLine && !isAtPart()) {
             skipOne();
         }
     }
@@ -382,8 +382,8 @@ private:
             const Token &token = m_cursor.peek();
             const bool isFirst = m_cursor.index() == declarator.initialValue.first;
             const bool ends = token.is(TokenKind::Comma) || token.is(TokenKind::Semicolon) ||
-                              token.is(TokenKind::RightBrace) || (token.startsLine && !isFirst) || isAtPart();
-            if (ends && !inQuotes) {
+                              token.is(TokenKind::RightBrace) || (token.startsLine && !isFirst);
+            if ((ends && !inQuotes) || isAtPart()) {
                 break;
             }
             inQuotes = inQuotes != token.is(TokenKind::Quote);
@@ -414,7 +414,7 @@ private:
 
     bool endOfDeclaration()
     {
-        if (m_cursor.atEnd() || m_cursor.peek().startsLine || m_cursor.take(TokenKind::Semicolon)) {
+        if (m_cursor.atEnd() || m_cursor.peek().startsLine || isAtPart() || m_cursor.take(TokenKind::Semicolon)) {
             return true;
         }
         m_cursor.expected("the end of the declaration");

@@ -55,7 +55,7 @@ QString ProgramWriter::declaration(int typeCode, const QString &name, const std:
 {
     const QString type = m_statements.typeWord(typeCode);
     QString text = type.isEmpty() ? remark(QStringLiteral("type %1").arg(typeCode)) + QStringLiteral(" integer") : type;
-    text += QLatin1Char(' ') + (isPlainName(name) ? name : remark(QStringLiteral("the name \"%1\"").arg(name)));
+    text += QLatin1Char(' ') + (isMemberName(name) ? name : remark(QStringLiteral("the name \"%1\"").arg(name)));
     for (const int size : sizes) {
         text += size == 0 ? QStringLiteral("[]") : QStringLiteral("[%1]").arg(size);
     }
@@ -92,6 +92,9 @@ void ProgramWriter::writeGlobal(const BasicType &value)
     line += declaration(value.typeCode(), value.name().text(), sizes);
     if (value.isInitialised() || value.isConst()) {
         line += QStringLiteral(" = ") + initialText(value);
+    }
+    if (isReservedWord(value.name().text())) {
+        line += QLatin1Char(' ') + remark(QStringLiteral("the name is a word of the language"));
     }
     if (value.placement() != LocalVar) {
         line += QLatin1Char(' ') + remark(QStringLiteral("placement %1").arg(value.placement()));

@@ -31,6 +31,24 @@ LineAndColumn locate(const QString &text, int offset)
     return place;
 }
 
+/// The line of a place, or of a long line the part around it. firstColumn: where that part begins.
+QString lineAround(const QString &text, int offset, const LineAndColumn &place, int &firstColumn)
+{
+    constexpr int kBefore = 100;
+    constexpr int kLongest = 160;
+    const int lineEnd = text.indexOf(QLatin1Char('\n'), offset);
+    const int length = (lineEnd < 0 ? text.size() : lineEnd) - place.lineStart;
+    if (length <= kLongest) {
+        return text.mid(place.lineStart, length);
+    }
+    int start = std::max(place.lineStart, offset - kBefore);
+    if (start > place.lineStart && text.at(start).isLowSurrogate()) {
+        --start;
+    }
+    firstColumn = place.column - locate(text.mid(start, offset - start), offset - start).column + 1;
+    return text.mid(start, std::min(kLongest, place.lineStart + length - start));
+}
+
 /// Whether bytes are well-formed UTF-8 and nothing is left over at their end.
 bool isUtf8(const QByteArray &bytes)
 {
@@ -73,9 +91,8 @@ void Sources::add(Diagnostic::Severity severity, SourcePosition position, const 
     }
     const File &source = file(position.file);
     const LineAndColumn place = locate(source.text, position.offset);
-    const int lineEnd = source.text.indexOf(QLatin1Char('\n'), place.lineStart);
     Diagnostic diagnostic{ severity, source.name, place.line, place.column, message };
-    diagnostic.sourceLine = source.text.mid(place.lineStart, lineEnd < 0 ? -1 : lineEnd - place.lineStart);
+    diagnostic.sourceLine = lineAround(source.text, position.offset, place, diagnostic.sourceColumn);
     m_remarks.push_back({ position, diagnostic });
     if (severity == Diagnostic::Severity::Error && ++m_errors == kMostErrors) {
         diagnostic.message = QStringLiteral("too many errors; the rest is not shown");

@@ -41,10 +41,11 @@ constexpr const char *kStatementWords[] = {
     "send_string", "send_command", "send_level", "create_level", "create_buffer", "clear_buffer",
 };
 constexpr const char *kSwitchingWords[] = { "on", "off", "to", "pulse" };
+constexpr const char *kOperatorWords[] = { "mod", "band", "bor", "bxor",   "bnot",  "and",
+                                           "or",  "xor",  "not", "lshift", "rshift" };
 constexpr const char *kOtherReserved[] = {
-    "else", "case", "default", "active", "const",  "struct", "include", "mod",  "band",  "bor",      "bxor", "bnot",
-    "and",  "or",   "xor",     "not",    "lshift", "rshift", "button",  "data", "level", "timeline", // the event's data
-                                                                                                     // inside handlers
+    "else",    "case",   "default", "active", "const",    "struct",
+    "include", "button", "data",    "level",  "timeline", // the event's data inside handlers
 };
 
 template <size_t Size>
@@ -164,8 +165,9 @@ QStringList statementWords()
 
 bool isReservedWord(const QString &word)
 {
-    return isIn(kStatementWords, word) || isIn(kOtherReserved, word) || isProgramWord(word) ||
-           typeCodeOfWord(word) >= 0 || storageCodeOfWord(word) >= 0 || placementCodeOfWord(word) >= 0;
+    return isIn(kStatementWords, word) || isIn(kOperatorWords, word) || isIn(kOtherReserved, word) ||
+           isProgramWord(word) || typeCodeOfWord(word) >= 0 || storageCodeOfWord(word) >= 0 ||
+           placementCodeOfWord(word) >= 0;
 }
 
 bool isSwitchingWord(const QString &word)
@@ -183,10 +185,15 @@ QString nameProblem(const QString &name, bool isArray)
                : QString();
 }
 
-bool isPlainName(const QString &text)
+bool isMemberName(const QString &text)
 {
     return !text.isEmpty() && isNameStart(text.at(0)) && std::all_of(text.begin(), text.end(), isNamePart) &&
-           !isReservedWord(text);
+           !isIn(kOperatorWords, text);
+}
+
+bool isPlainName(const QString &text)
+{
+    return isMemberName(text) && !isReservedWord(text);
 }
 
 QString closestName(const QString &written, const QStringList &candidates)

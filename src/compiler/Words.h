@@ -25,8 +25,9 @@ bool isSwitchingWord(const QString &word);
 /// Why a name cannot be given to a variable; empty when it can.
 QString nameProblem(const QString &name, bool isArray);
 
-/// The text as a name that the source form can write.
+/// Whether the source form can write a text as a name, and as that of a member, which may be a word of the language.
 bool isPlainName(const QString &text);
+bool isMemberName(const QString &text);
 
 /// The candidate that a mistyped name most likely means; empty when none is close.
 QString closestName(const QString &written, const QStringList &candidates);

@@ -249,6 +249,9 @@ bool HandlerTable::matches(const Handler &handler, const CustomEvent &event) con
 bool HandlerTable::matchesChannel(const Handler &handler, int deviceNumber, int code) const
 {
     const auto groupMatches = [this, deviceNumber, code](const ChannelGroup &group) {
+        if (group.device.number != deviceNumber && !DeviceCombineManager::isVirtual(group.device.number)) {
+            return false; // a list of a thousand panels is looked through without expanding each of them
+        }
         const bool hasCode = std::any_of(group.channels.begin(), group.channels.end(),
                                          [code](qint64 channel) { return channel == 0 || channel == code; });
         if (!hasCode) {

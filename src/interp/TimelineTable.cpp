@@ -55,7 +55,7 @@ void TimelineTable::tick()
         return;
     }
     std::vector<std::shared_ptr<Timeline>> visited; // handlers may create and kill timelines meanwhile
-    visited.reserve(m_timelines.size());
+    visited.swap(m_visited);                        // the memory of the last tick
     for (const auto &[id, timeline] : m_timelines) {
         visited.push_back(timeline);
     }
@@ -64,6 +64,8 @@ void TimelineTable::tick()
             tickOne(timeline);
         }
     }
+    visited.clear();
+    visited.swap(m_visited);
 }
 
 void TimelineTable::tickOne(const std::shared_ptr<Timeline> &timeline)

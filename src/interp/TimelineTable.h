@@ -54,5 +54,6 @@ private:
 
     Interpreter &m_interpreter;
     std::map<int, std::shared_ptr<Timeline>> m_timelines;
+    std::vector<std::shared_ptr<Timeline>> m_visited; // empty between ticks; spares their allocation
     int m_tickTicket = 0;
 };

@@ -264,7 +264,7 @@ void DiagnosticsTest::goesOnAfterErrors()
     for (const QString &remark : remarks) {
         places += remark.section(QLatin1Char(':'), 0, 0);
     }
-    QCOMPARE(places.join(QLatin1Char(' ')), QStringLiteral("2 5 5 7 9 10 11 11 12"));
+    QCOMPARE(places.join(QLatin1Char(' ')), QStringLiteral("2 4 5 5 7 9 10 11 11 12"));
 }
 
 void DiagnosticsTest::showsThePlace()
@@ -274,6 +274,12 @@ void DiagnosticsTest::showsThePlace()
     QCOMPARE(result.text(), QStringLiteral("a.src:3:9: error: the end of the statement expected, found ','\n"
                                            "\ts = '\U0001F600', x\n"
                                            "\t       ^\n"));
+
+    const QString longLine =
+        QStringLiteral("start { call x() ") + QString(300, QLatin1Char(';')) + QStringLiteral(" break }");
+    const QStringList lines = compileSource(longLine, QStringLiteral("a.src")).text().split(QLatin1Char('\n'));
+    QCOMPARE(lines.at(3), QStringLiteral("a.src:1:319: error: break stands outside a loop"));
+    QCOMPARE(lines.at(4).mid(lines.at(5).size() - 1), QStringLiteral("break }"));
 }
 
 void DiagnosticsTest::limitsNesting_data()

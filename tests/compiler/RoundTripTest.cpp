@@ -57,6 +57,8 @@ void RoundTripTest::comesBackToSameBytes_data()
                       "7:1:0, {7:1:0, 3}}}\nS none[]");
     row("devices", "device d = 1:2:3\ndevice list[] = {d, 9:1:0}\npersistent device kept = d\nvolatile device "
                    "v\ndevlev l = {d, 4}\ndevchan cs[2] = {{d, 1}}");
+    row("members with words of the language",
+        "struct S { device device integer level char while[3] }\nS s\nstart { s.level = s.device.port + s.while[1] }");
     row("groups", "device d = 1:1:0\ninteger x\nexclusive [d, 1..4]\nexclusive [7:1:0, {9, 2}]\n"
                   "combine (d, 33000:1:0, 33001:1:0, 2:1:0)\nlevel [d, 2] x\nlevel [8:1:0, 3] x");
     row("blocks with and without variables",

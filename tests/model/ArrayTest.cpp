@@ -2,8 +2,7 @@
 
 #include <QTest>
 
-namespace
-{
+namespace {
 std::unique_ptr<Array> numbers(int typeCode, const std::vector<double> &values, int maxLength = 0)
 {
     auto array = std::make_unique<Array>(typeCode);
@@ -24,10 +23,9 @@ QByteArray shown(const BasicType &value)
     if (const Array *array = asArray(&value)) {
         for (int i = 1; i <= array->length(); ++i) {
             const ValueView element = array->view(i);
-            text += (i > 1 ? " " : "")
-                    + (element.isNumber() ? QByteArray::number(element.number)
-                       : element.object   ? "(" + shown(*element.object) + ")"
-                                          : QByteArray("-"));
+            text += (i > 1 ? " " : "") + (element.isNumber() ? QByteArray::number(element.number)
+                                          : element.object   ? "(" + shown(*element.object) + ")"
+                                                             : QByteArray("-"));
         }
     }
     return text;
@@ -137,11 +135,13 @@ void ArrayTest::copies_data()
     QTest::newRow("text cut to the size") << bounded(2) << text("abc") << QByteArray("97 98");
     QTest::newRow("text to number: the first byte") << number(7, IntegerType) << text("abc") << QByteArray("97");
     QTest::newRow("empty text leaves a number") << number(7, IntegerType) << text("") << QByteArray("7");
-    QTest::newRow("number to array: one element, of its own type") << text("abc") << number(300, IntegerType) << QByteArray("300");
+    QTest::newRow("number to array: one element, of its own type")
+        << text("abc") << number(300, IntegerType) << QByteArray("300");
     QTest::newRow("INTEGERs into CHARs wrap")
         << bounded(5) << Value(numbers(IntegerType, { 300, 65 })) << QByteArray("44 65");
     QTest::newRow("CHARs into DOUBLEs") << Value(numbers(DoubleType, { 1, 2, 3 })) << text("AB") << QByteArray("65 66");
-    QTest::newRow("an unbounded array grows") << Value(std::make_shared<Array>(CharType)) << text("abc") << QByteArray("97 98 99");
+    QTest::newRow("an unbounded array grows")
+        << Value(std::make_shared<Array>(CharType)) << text("abc") << QByteArray("97 98 99");
 }
 
 void ArrayTest::copies()

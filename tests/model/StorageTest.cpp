@@ -6,8 +6,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-namespace
-{
+namespace {
 std::unique_ptr<Double> variable(const char *name, int storageClass, double value)
 {
     auto number = std::make_unique<Double>(value, IntegerType);
@@ -35,12 +34,16 @@ private Q_SLOTS:
         storage.saveVariable(*variable("a", NonVolatile, 5));
         storage.saveVariable(*variable("b", NonVolatile, 1));
         storage.saveVariable(*variable("c", Volatile, 9));
-        // Written by hand: two entries, B then A; each record is type, name, const, storage, placement, initialised, number.
-        const QByteArray expected = QByteArray::fromHex("00000002"
-                                                        "00000002 0042" "0000001c"
-                                                        "0000000a 00000002 0042 00 00000065 00000068 00 3ff0000000000000"
-                                                        "00000002 0041" "0000001c"
-                                                        "0000000a 00000002 0041 00 00000065 00000068 00 4014000000000000");
+        // Written by hand: two entries, B then A; each record is type, name, const, storage, placement, initialised,
+        // number.
+        const QByteArray expected =
+            QByteArray::fromHex("00000002"
+                                "00000002 0042"
+                                "0000001c"
+                                "0000000a 00000002 0042 00 00000065 00000068 00 3ff0000000000000"
+                                "00000002 0041"
+                                "0000001c"
+                                "0000000a 00000002 0041 00 00000065 00000068 00 4014000000000000");
         QCOMPARE(contentOf(m_directory->filePath(QStringLiteral("nonvolatile"))).toHex(), expected.toHex());
         QVERIFY(!QFile::exists(m_directory->filePath(QStringLiteral("persistent"))));
     }

@@ -5,8 +5,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-namespace
-{
+namespace {
 Name name(const char *text)
 {
     return Name(QString::fromLatin1(text));
@@ -72,9 +71,10 @@ private Q_SLOTS:
     void structuresCopyByMemberName()
     {
         AST program(m_directory.path());
-        program.setCustomType(202, std::make_unique<CustomTypeInfo>(
-                                       QStringLiteral("pair"), std::vector<TypeDecl>{ { QStringLiteral("x"), IntegerType, {} },
-                                                                                      { QStringLiteral("s"), CharType, { 4 } } }));
+        program.setCustomType(
+            202, std::make_unique<CustomTypeInfo>(QStringLiteral("pair"),
+                                                  std::vector<TypeDecl>{ { QStringLiteral("x"), IntegerType, {} },
+                                                                         { QStringLiteral("s"), CharType, { 4 } } }));
         const std::unique_ptr<BasicType> one = makeValue(202);
         const std::unique_ptr<BasicType> two = makeValue(202);
         auto *first = static_cast<StructType *>(one.get());
@@ -99,8 +99,9 @@ private Q_SLOTS:
     void aTypeThatContainsItselfEnds()
     {
         AST program(m_directory.path());
-        program.setCustomType(202, std::make_unique<CustomTypeInfo>(
-                                       QStringLiteral("loop"), std::vector<TypeDecl>{ { QStringLiteral("inner"), 202, {} } }));
+        program.setCustomType(
+            202, std::make_unique<CustomTypeInfo>(QStringLiteral("loop"),
+                                                  std::vector<TypeDecl>{ { QStringLiteral("inner"), 202, {} } }));
         QVERIFY(makeValue(202));
     }
 
@@ -114,7 +115,8 @@ private Q_SLOTS:
         QTest::newRow("a system constant with its value") << "do_push_timed_infinite" << 65535.0 << QStringList();
         QTest::newRow("a system constant with another")
             << "Do_Push_Timed_Infinite " << 1.0 << QStringList{ taken.arg(QStringLiteral("DO_PUSH_TIMED_INFINITE")) };
-        QTest::newRow("a variable of the system") << "get_timer" << 1.0 << QStringList{ taken.arg(QStringLiteral("GET_TIMER")) };
+        QTest::newRow("a variable of the system")
+            << "get_timer" << 1.0 << QStringList{ taken.arg(QStringLiteral("GET_TIMER")) };
     }
 
     void declarations()
@@ -156,7 +158,9 @@ private Q_SLOTS:
         Clock clock(Clock::Drive::ByHand);
         clock.setLocalDateTime(QDateTime(QDate(2026, 2, 28), QTime(23, 59, 57)));
         AST program(m_directory.path());
-        const auto text = [&program](const char *symbol) { return asArray(program.findGlobal(name(symbol)))->toBytes(); };
+        const auto text = [&program](const char *symbol) {
+            return asArray(program.findGlobal(name(symbol)))->toBytes();
+        };
         QCOMPARE(text("time"), QByteArray("00:00:00"));
         QCOMPARE(text("day"), QByteArray("MON"));
         clock.advance(3000);

@@ -37,7 +37,12 @@ public:
     }
     void setButtonStatusRange(int deviceNumber, int channel, int status, int first, int last) override
     {
-        add(QStringLiteral("feedback %1 %2 %3 in %4..%5").arg(deviceNumber).arg(channel).arg(status).arg(first).arg(last));
+        add(QStringLiteral("feedback %1 %2 %3 in %4..%5")
+                .arg(deviceNumber)
+                .arg(channel)
+                .arg(status)
+                .arg(first)
+                .arg(last));
     }
     void setButtonStatusList(int deviceNumber, int channel, int status, const QVector<int> &channels) override
     {

@@ -7,13 +7,16 @@
 #include <QDataStream>
 #include <QRegularExpression>
 
-namespace
-{
+namespace {
 /// Plays one script.
 class Player
 {
 public:
-    explicit Player(const QByteArray &objectFile) : m_objectFile(objectFile) { load(); }
+    explicit Player(const QByteArray &objectFile)
+        : m_objectFile(objectFile)
+    {
+        load();
+    }
 
     void happen(const QString &line)
     {
@@ -48,7 +51,8 @@ private:
         m_program.reset();
         m_program = std::make_unique<ControlProgram>(m_directory.path());
         AST &tree = m_program->tree();
-        QObject::connect(&tree, &AST::error, &tree, [this](const QString &text) { m_devices.lines << QStringLiteral("error: ") + text; });
+        QObject::connect(&tree, &AST::error, &tree,
+                         [this](const QString &text) { m_devices.lines << QStringLiteral("error: ") + text; });
         QObject::connect(&tree, &AST::warning, &tree,
                          [this](const QString &text) { m_devices.lines << QStringLiteral("warning: ") + text; });
         tree.setDevices(&m_devices);
