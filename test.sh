@@ -38,7 +38,7 @@ cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 for target in build/fuzz/bin/*Fuzz; do
     name=$(basename "$target" Fuzz)
-    corpus=tests/fuzz/corpus/${name,,}
+    corpus=tests/fuzz/corpus/$(sed 's/\([a-z]\)\([A-Z]\)/\1-\2/g; s/.*/\L&/' <<<"$name")
     scratch=$(mktemp -d)
     echo "$name"
     "$target" -max_total_time="${FUZZ_SECONDS:-5}" -verbosity=0 -print_final_stats=0 "$scratch" "$corpus" \

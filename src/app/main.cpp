@@ -6,6 +6,7 @@
 int main(int argc, char **argv)
 {
     LogOutput::install();
+    qputenv("QT_NO_GLIB", "1");    // Qt's own event loop wakes up faster than the other one
     std::signal(SIGPIPE, SIG_IGN); // a terminal or peer that has gone is no reason to end
     MainApplication application(argc, argv);
     if (const std::optional<int> status = application.start()) {

@@ -16,19 +16,19 @@ constexpr int kPostfix = 13;
 
 struct Operator
 {
-    int code;
     const char *sign;
+    int code;
     int binding; // as the parser's
 };
 
-constexpr Operator kCalculations[] = { { '|', "|", 6 },  { '^', "^", 7 },  { '&', "&", 8 },  { '+', "+", 10 },
-                                       { '-', "-", 10 }, { '*', "*", 11 }, { '/', "/", 11 }, { '%', "mod", 11 } };
+constexpr Operator kCalculations[] = { { "|", '|', 6 },  { "^", '^', 7 },  { "&", '&', 8 },  { "+", '+', 10 },
+                                       { "-", '-', 10 }, { "*", '*', 11 }, { "/", '/', 11 }, { "mod", '%', 11 } };
 constexpr Operator kComparisons[] = {
-    { NumberBoolExpression::Or, "or", 1 },           { NumberBoolExpression::Xor, "xor", 2 },
-    { NumberBoolExpression::And, "and", 3 },         { NumberBoolExpression::Equal, "=", 4 },
-    { NumberBoolExpression::NotEqual, "<>", 4 },     { NumberBoolExpression::Less, "<", 5 },
-    { NumberBoolExpression::LessEqual, "<=", 5 },    { NumberBoolExpression::Greater, ">", 5 },
-    { NumberBoolExpression::GreaterEqual, ">=", 5 },
+    { "or", NumberBoolExpression::Or, 1 },           { "xor", NumberBoolExpression::Xor, 2 },
+    { "and", NumberBoolExpression::And, 3 },         { "=", NumberBoolExpression::Equal, 4 },
+    { "<>", NumberBoolExpression::NotEqual, 4 },     { "<", NumberBoolExpression::Less, 5 },
+    { "<=", NumberBoolExpression::LessEqual, 5 },    { ">", NumberBoolExpression::Greater, 5 },
+    { ">=", NumberBoolExpression::GreaterEqual, 5 },
 };
 
 template <size_t Size>

@@ -175,25 +175,25 @@ void ProgramParser::parseHandler(const Outline::Handler &outline)
     }
 }
 
-std::vector<std::unique_ptr<ButtonExpression>> ProgramParser::parseSpecifications(TokenRange range,
-                                                                                  ExpressionParser::ButtonUse use)
+std::vector<std::unique_ptr<ButtonExpression>> ProgramParser::parseTriggers(TokenRange range,
+                                                                            ExpressionParser::ButtonUse use)
 {
     const TokenCursor::Visit visit(cursor(), range);
     const TokenCursor::Nested nested(cursor());
-    std::vector<std::unique_ptr<ButtonExpression>> specifications;
+    std::vector<std::unique_ptr<ButtonExpression>> triggers;
     do {
         const SourcePosition position = cursor().peek(1).position;
-        std::unique_ptr<ButtonExpression> specification = ExpressionParser(m_work).parseButton(use);
-        if (!specification) {
+        std::unique_ptr<ButtonExpression> trigger = ExpressionParser(m_work).parseButton(use);
+        if (!trigger) {
             break;
         }
-        const auto *device = std::get_if<std::unique_ptr<Device>>(&specification->items.front());
+        const auto *device = std::get_if<std::unique_ptr<Device>>(&trigger->items.front());
         if (device && *device) {
             warnUnlessDeclared((*device)->address(), position);
         }
-        specifications.push_back(std::move(specification));
+        triggers.push_back(std::move(trigger));
     } while (cursor().take(TokenKind::Comma));
-    return specifications;
+    return triggers;
 }
 
 void ProgramParser::warnUnlessDeclared(const DeviceAddress &address, SourcePosition position)
@@ -206,7 +206,7 @@ void ProgramParser::warnUnlessDeclared(const DeviceAddress &address, SourcePosit
 void ProgramParser::parseButtonHandler(const Outline::Handler &outline)
 {
     auto handler = std::make_unique<ButtonEventHandler>();
-    handler->buttons = parseSpecifications(outline.specifications, ExpressionParser::ButtonUse::Channels);
+    handler->buttons = parseTriggers(outline.triggers, ExpressionParser::ButtonUse::Channels);
     if (parseParts(outline.body, false, handler->handlers)) {
         program().addEventHandler(std::move(handler));
     }
@@ -216,7 +216,7 @@ void ProgramParser::parseDataHandler(const Outline::Handler &outline)
 {
     auto handler = std::make_unique<DataEventHandler>();
     {
-        const TokenCursor::Visit visit(cursor(), outline.specifications);
+        const TokenCursor::Visit visit(cursor(), outline.triggers);
         const TokenCursor::Nested nested(cursor());
         do {
             cursor().next(); // the bracket
@@ -262,7 +262,7 @@ DeviceReference ProgramParser::referenceTo(const DeviceAddress &address, const Q
 void ProgramParser::parseLevelHandler(const Outline::Handler &outline)
 {
     auto handler = std::make_unique<LevelEventHandler>();
-    handler->levels = parseSpecifications(outline.specifications, ExpressionParser::ButtonUse::Levels);
+    handler->levels = parseTriggers(outline.triggers, ExpressionParser::ButtonUse::Levels);
     handler->body = parseEventBody(outline.body, "level", StaticType::LevelData);
     program().addEventHandler(std::move(handler));
 }
@@ -271,7 +271,7 @@ void ProgramParser::parseTimelineHandler(const Outline::Handler &outline)
 {
     auto handler = std::make_unique<TimelineEventHandler>();
     {
-        const TokenCursor::Visit visit(cursor(), outline.specifications);
+        const TokenCursor::Visit visit(cursor(), outline.triggers);
         const TokenCursor::Nested nested(cursor());
         do {
             cursor().next();

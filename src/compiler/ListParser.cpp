@@ -143,15 +143,14 @@ std::optional<Constant> ExpressionParser::parseConstant()
     if (cursor().at(TokenKind::LeftBrace)) {
         std::vector<Operand> items;
         bool isConstant = true;
-        const std::optional<Constant> list = parseListConstant(items, isConstant, false);
-        return list;
+        return parseListConstant(items, isConstant, false);
     }
     const int errorsBefore = m_work.sources.errors();
     const Operand operand = parse();
     if (!operand) {
         return std::nullopt;
     }
-    const std::optional<Constant> value = constantValue(operand);
+    std::optional<Constant> value = constantValue(operand);
     if (!value && m_work.sources.errors() == errorsBefore) {
         error(operand.position, QStringLiteral("a constant value expected"));
     }

@@ -6,7 +6,7 @@ namespace {
 class Outliner
 {
 public:
-    explicit Outliner(TokenCursor cursor)
+    explicit Outliner(const TokenCursor &cursor)
         : m_cursor(cursor)
     {}
 
@@ -311,18 +311,18 @@ private:
         Outline::Handler handler;
         handler.word = m_cursor.index();
         m_cursor.next();
-        handler.specifications.first = m_cursor.index();
+        handler.triggers.first = m_cursor.index();
         do {
-            TokenRange specification;
+            TokenRange trigger;
             if (!m_cursor.at(TokenKind::LeftBracket)) {
                 m_cursor.expected("'['");
                 return false;
             }
-            if (!readBalanced(specification)) {
+            if (!readBalanced(trigger)) {
                 return false;
             }
         } while (m_cursor.take(TokenKind::Comma));
-        handler.specifications.last = m_cursor.index();
+        handler.triggers.last = m_cursor.index();
         if (!readBody(handler.body)) {
             return false;
         }
@@ -426,7 +426,7 @@ private:
 };
 } // namespace
 
-Outline outlineOf(TokenCursor cursor)
+Outline outlineOf(const TokenCursor &cursor)
 {
     return Outliner(cursor).run();
 }

@@ -42,8 +42,8 @@ struct Outline
     struct Handler
     {
         size_t word = 0;
-        TokenRange specifications; // the brackets
-        TokenRange body;           // from the opening brace on
+        TokenRange triggers; // the brackets
+        TokenRange body;     // from the opening brace on
     };
     struct Binding // level
     {
@@ -65,4 +65,4 @@ struct Outline
 };
 
 /// Reads what stands on the top level; reports what is no declaration, and blocks without an end.
-Outline outlineOf(TokenCursor cursor);
+Outline outlineOf(const TokenCursor &cursor);

@@ -48,8 +48,7 @@ private:
     std::unique_ptr<SubEventHandler> parseHold();
     std::unique_ptr<Statement> parseEventBody(TokenRange body, const char *dataName, int dataType);
     TokenRange bodyAtCursor();
-    std::vector<std::unique_ptr<ButtonExpression>> parseSpecifications(TokenRange range,
-                                                                       ExpressionParser::ButtonUse use);
+    std::vector<std::unique_ptr<ButtonExpression>> parseTriggers(TokenRange range, ExpressionParser::ButtonUse use);
     std::optional<ExpressionParser::DeviceName> parseDeviceName();
     void appendReference(std::vector<DeviceReference> &references, const DeviceAddress &address, const QString &name);
     DeviceReference referenceTo(const DeviceAddress &address, const QString &name);

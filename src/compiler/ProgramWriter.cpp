@@ -231,40 +231,40 @@ void ProgramWriter::writePlainBlock(const QString &word, const Statement *block)
 
 void ProgramWriter::writeHandler(const EventHandler &handler)
 {
-    QStringList specifications;
+    QStringList triggers;
     if (const auto *buttons = dynamic_cast<const ButtonEventHandler *>(&handler)) {
         for (const auto &button : buttons->buttons) {
-            specifications += m_expressions.buttonText(*button);
+            triggers += m_expressions.buttonText(*button);
         }
-        writeParts(QStringLiteral("button_event"), specifications, buttons->handlers);
+        writeParts(QStringLiteral("button_event"), triggers, buttons->handlers);
     } else if (const auto *data = dynamic_cast<const DataEventHandler *>(&handler)) {
         for (const DeviceReference &device : data->devices) {
-            specifications += QStringLiteral("[%1]").arg(referenceText(device));
+            triggers += QStringLiteral("[%1]").arg(referenceText(device));
         }
-        writeParts(QStringLiteral("data_event"), specifications, data->handlers);
+        writeParts(QStringLiteral("data_event"), triggers, data->handlers);
     } else if (const auto *levels = dynamic_cast<const LevelEventHandler *>(&handler)) {
         for (const auto &level : levels->levels) {
-            specifications += m_expressions.buttonText(*level);
+            triggers += m_expressions.buttonText(*level);
         }
-        m_statements.writeBlock(head(QStringLiteral("level_event"), specifications), levels->body.get());
+        m_statements.writeBlock(head(QStringLiteral("level_event"), triggers), levels->body.get());
     } else if (const auto *timeline = dynamic_cast<const TimelineEventHandler *>(&handler)) {
         for (const auto &id : timeline->ids) {
-            specifications += QStringLiteral("[%1]").arg(m_expressions.text(id.get()));
+            triggers += QStringLiteral("[%1]").arg(m_expressions.text(id.get()));
         }
-        m_statements.writeBlock(head(QStringLiteral("timeline_event"), specifications), timeline->body.get());
+        m_statements.writeBlock(head(QStringLiteral("timeline_event"), triggers), timeline->body.get());
     }
 }
 
-QString ProgramWriter::head(const QString &word, const QStringList &specifications)
+QString ProgramWriter::head(const QString &word, const QStringList &triggers)
 {
-    return QStringLiteral("%1 %2").arg(word, specifications.isEmpty() ? remark(QStringLiteral("of nothing"))
-                                                                      : specifications.join(QStringLiteral(", ")));
+    return QStringLiteral("%1 %2").arg(word, triggers.isEmpty() ? remark(QStringLiteral("of nothing"))
+                                                                : triggers.join(QStringLiteral(", ")));
 }
 
-void ProgramWriter::writeParts(const QString &word, const QStringList &specifications,
+void ProgramWriter::writeParts(const QString &word, const QStringList &triggers,
                                const std::vector<std::unique_ptr<SubEventHandler>> &parts)
 {
-    m_lines.add(head(word, specifications) + QStringLiteral(" {"));
+    m_lines.add(head(word, triggers) + QStringLiteral(" {"));
     m_lines.open();
     for (const auto &part : parts) {
         if (part) {

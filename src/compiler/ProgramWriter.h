@@ -34,8 +34,8 @@ private:
     QString parameterText(const FunctionArg &argument) const;
     void writePlainBlock(const QString &word, const Statement *block);
     void writeHandler(const EventHandler &handler);
-    static QString head(const QString &word, const QStringList &specifications);
-    void writeParts(const QString &word, const QStringList &specifications,
+    static QString head(const QString &word, const QStringList &triggers);
+    void writeParts(const QString &word, const QStringList &triggers,
                     const std::vector<std::unique_ptr<SubEventHandler>> &parts);
     static QString partHead(const SubEventHandler &part);
 

@@ -32,8 +32,7 @@ bool endsInOpenIf(const Statement *statement)
 
 QString StatementWriter::typeWord(int code) const
 {
-    const QString word = wordOfTypeCode(code);
-    if (!word.isEmpty()) {
+    if (QString word = wordOfTypeCode(code); !word.isEmpty()) {
         return word;
     }
     const CustomTypeInfo *info = m_program.findType(code);

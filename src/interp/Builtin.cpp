@@ -71,7 +71,18 @@ void BuiltinFunction::setResult(std::unique_ptr<BasicType> value)
 
 void BuiltinFunction::setTextResult(std::string_view bytes)
 {
-    setResult(Array::ofBytes(bytes));
+    // The text of the last call serves again when nobody else holds it: building texts piece by piece allocates
+    // nothing.
+    Array *last = m_result.object.use_count() == 1 ? asArray(m_result.object.get()) : nullptr;
+    if (!last || !last->isPackedBytes()) {
+        m_result.object = std::make_shared<Array>(bytes);
+    } else {
+        last->setMaxLength(0);
+        last->clearElements();
+        last->assignBytes(bytes);
+        last->setMaxLength(static_cast<int>(bytes.size()));
+    }
+    m_result.seen = ValueView::of(m_result.object.get());
 }
 
 void BuiltinFunction::reportError(const char *sourceText)

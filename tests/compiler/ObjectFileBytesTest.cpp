@@ -44,7 +44,7 @@ void ObjectFileBytesTest::writesWholeFile()
                                       "01 00000001 0000000a 00000002 004e 01 00000064 00000068 01 401c000000000000"
                                       "01 00000001 0000000a 00000002 0058 00 00000064 00000068 00 0000000000000000"
                                       "00000000 00000000 00000000 00 00" // groups, functions, routines, start, mainline
-                                      "00000001 00000033 00000001"       // one handler, for buttons, one specification
+                                      "00000001 00000033 00000001"       // one handler, for buttons, one trigger
                                       "01 0000019d 00000002"             // a ButtonExpression of two items
                                       "00000001 01 00000193 00000004 00440056"
                                       "00000001 01 00000193 00000002 004e"

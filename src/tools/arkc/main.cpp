@@ -142,11 +142,8 @@ int dump(const Options &options)
                ? kDone
                : complain(problem, kWrongUse);
 }
-} // namespace
-
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
-    QCoreApplication application(argc, argv);
     CLI::App app("arkc: compiles control programs into object files, and back into source.");
     app.footer(kExamples);
     app.require_subcommand(1);
@@ -175,4 +172,16 @@ int main(int argc, char **argv)
         return build(options);
     }
     return checkCommand->parsed() ? check(options) : dump(options);
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &error) { // of the libraries
+        std::fprintf(stderr, "arkc: %s\n", error.what());
+        return kWrongUse;
+    }
 }
