@@ -67,6 +67,7 @@ public:
     virtual double compute(Run &run) const = 0;
 
     Number number(Run &run) const final { return { compute(run), true }; }
+    Truth test(Run &run) const override { return integerPart(compute(run)) != 0 ? Truth::Yes : Truth::No; }
     ValueView view(Run &run, ValueRef &hold) const final;
     bool isNeverArray() const final { return true; }
     const NumberCode *asNumberCode() const final { return this; }

@@ -124,9 +124,8 @@ public:
 template <class Node, class Base>
 std::unique_ptr<Node> nodeAs(std::unique_ptr<Base> &&node)
 {
-    if (auto *fitting = dynamic_cast<Node *>(node.get())) {
-        node.release();
-        return std::unique_ptr<Node>(fitting);
+    if (!dynamic_cast<Node *>(node.get())) {
+        return nullptr;
     }
-    return nullptr;
+    return std::unique_ptr<Node>(static_cast<Node *>(node.release()));
 }
