@@ -214,7 +214,12 @@ void HandlerTable::addToIndex(Handler handler)
         for (const ChannelGroup &group : specification.constant) {
             numbers.insert(group.device.number);
             // What a virtual device stands for may change while the program runs.
-            isFixed = isFixed && !DeviceCombineManager::isVirtual(group.device.number);
+            if (DeviceCombineManager::isVirtual(group.device.number)) {
+                isFixed = false;
+                handler.virtualGroups.push_back(&group);
+            } else {
+                handler.groupsByDevice.emplace(group.device.number, &group);
+            }
         }
     }
     m_handlers.push_back(std::make_unique<Handler>(std::move(handler)));
@@ -246,33 +251,43 @@ bool HandlerTable::matches(const Handler &handler, const CustomEvent &event) con
     });
 }
 
+bool HandlerTable::matchesGroup(const ChannelGroup &group, int deviceNumber, int code) const
+{
+    const bool isVirtual = DeviceCombineManager::isVirtual(group.device.number);
+    if (group.device.number != deviceNumber && !isVirtual) {
+        return false;
+    }
+    const bool hasCode = std::any_of(group.channels.begin(), group.channels.end(),
+                                     [code](qint64 channel) { return channel == 0 || channel == code; });
+    if (!hasCode || group.device.number == deviceNumber) {
+        return hasCode;
+    }
+    const std::vector<DeviceAddress> addresses = m_program.expandDevice(group.device);
+    return std::any_of(addresses.begin(), addresses.end(),
+                       [deviceNumber](const DeviceAddress &address) { return address.number == deviceNumber; });
+}
+
 bool HandlerTable::matchesChannel(const Handler &handler, int deviceNumber, int code) const
 {
-    const auto groupMatches = [this, deviceNumber, code](const ChannelGroup &group) {
-        if (group.device.number != deviceNumber && !DeviceCombineManager::isVirtual(group.device.number)) {
-            return false; // a list of a thousand panels is looked through without expanding each of them
-        }
-        const bool hasCode = std::any_of(group.channels.begin(), group.channels.end(),
-                                         [code](qint64 channel) { return channel == 0 || channel == code; });
-        if (!hasCode) {
-            return false;
-        }
-        if (group.device.number == deviceNumber) {
+    const auto [first, last] = handler.groupsByDevice.equal_range(deviceNumber);
+    for (auto group = first; group != last; ++group) {
+        if (matchesGroup(*group->second, deviceNumber, code)) {
             return true;
         }
-        const std::vector<DeviceAddress> addresses = m_program.expandDevice(group.device);
-        return std::any_of(addresses.begin(), addresses.end(),
-                           [deviceNumber](const DeviceAddress &address) { return address.number == deviceNumber; });
-    };
+    }
+    for (const ChannelGroup *group : handler.virtualGroups) {
+        if (matchesGroup(*group, deviceNumber, code)) {
+            return true;
+        }
+    }
     for (const ChannelSpecification &specification : handler.channels) {
         if (specification.isConstant) {
-            if (std::any_of(specification.constant.begin(), specification.constant.end(), groupMatches)) {
-                return true;
-            }
             continue;
         }
         const std::vector<ChannelGroup> groups = specification.code->collect(m_interpreter.run());
-        if (std::any_of(groups.begin(), groups.end(), groupMatches)) {
+        if (std::any_of(groups.begin(), groups.end(), [this, deviceNumber, code](const ChannelGroup &group) {
+                return matchesGroup(group, deviceNumber, code);
+            })) {
             return true;
         }
     }

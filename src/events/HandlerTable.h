@@ -6,6 +6,7 @@
 
 #include <map>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 class AST;
@@ -45,6 +46,9 @@ private:
         std::vector<DeviceAddress> devices{};             // Data
         std::vector<ChannelSpecification> channels{};     // Channel, Level
         std::vector<std::unique_ptr<Code>> timelineIds{}; // Timeline
+        // The constant groups of channels again: by device number, and those whose device may stand for others.
+        std::unordered_multimap<int, const ChannelGroup *> groupsByDevice{};
+        std::vector<const ChannelGroup *> virtualGroups{};
         std::vector<SubHandler> subHandlers{};
     };
     using HandlerList = std::vector<const Handler *>; // file order
@@ -60,6 +64,7 @@ private:
     void addToIndex(Handler handler);
 
     bool matches(const Handler &handler, const CustomEvent &event) const;
+    bool matchesGroup(const ChannelGroup &group, int deviceNumber, int code) const;
     bool matchesChannel(const Handler &handler, int deviceNumber, int code) const;
     bool matchesTimeline(const Handler &handler, int id) const;
     void runMatching(const Handler &handler, const CustomEvent &event, BasicType *data);
