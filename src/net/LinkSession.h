@@ -25,6 +25,7 @@ public:
     int deviceNumber() const { return m_deviceNumber; } // -1 until the handshake
     int pendingMessages() const { return m_pending.pending(); }
     OutBuffer &output() { return m_output; }
+    const OutBuffer &output() const { return m_output; }
 
     /// Takes what the peer has sent. Acknowledgements and answers to heartbeats are in output() on return; write them
     /// before acting on the events, which are appended in the order of their frames.

@@ -107,6 +107,7 @@ std::optional<QString> NetworkManager::start(const LinkOptions &options)
     Q_ASSERT(m_threads.empty());
     m_isStopping = false;
     allowManyDescriptors();
+    m_portTests = std::make_unique<PortTests>();
     const int threadCount = options.ioThreads > 0 ? options.ioThreads : usableCores();
     for (int count = 0; count < threadCount; ++count) {
         m_threads.push_back(std::make_unique<IoThread>());
@@ -142,6 +143,7 @@ void NetworkManager::stop()
         thread->stop();
     }
     m_threads.clear();
+    m_portTests.reset();
     m_port = 0;
 }
 
@@ -294,6 +296,7 @@ void NetworkManager::takeEvent(SocketClient &client, LinkEvent &event)
 void NetworkManager::clientClosed(SocketClient &client)
 {
     m_registry.remove(client);
+    m_portTests->peerClosed(client);
     if (m_isStopping) {
         return;
     }
@@ -404,9 +407,12 @@ void NetworkManager::take(SocketClient &client, const ControllerMessage &message
     }
 }
 
-void NetworkManager::take(SocketClient &, const OtherFrame &)
+void NetworkManager::take(SocketClient &client, const OtherFrame &other)
 {
-    // File transfer (0x22 to 0x29) and port tests (0x35, 0x40) arrive here.
+    // File transfer (0x22 to 0x29) arrives here too.
+    if (other.frame.code == LinkCode::kPortTestRequest || other.frame.code == LinkCode::kPortTestReport) {
+        m_portTests->request(client, other.frame.body);
+    }
 }
 
 namespace {

@@ -4,6 +4,7 @@
 #include "net/LinkHooks.h"
 #include "net/ManagementCommand.h"
 #include "net/SocketClient.h"
+#include "net/porttest/PortTests.h"
 #include <QHostAddress>
 #include <QObject>
 #include <QVector>
@@ -115,6 +116,7 @@ private:
     const LinkHooks m_hooks;
     ControllerMessageHook m_controllerMessage;
     ConnectionRegistry m_registry;
+    std::unique_ptr<PortTests> m_portTests; // outlives the I/O threads, which use it
     std::vector<std::unique_ptr<IoThread>> m_threads;
     std::atomic<unsigned> m_acceptedCount{ 0 }; // deals the connections out to the threads
     std::atomic<bool> m_isStopping{ false };

@@ -25,6 +25,12 @@ bool SocketClient::isTooSlow() const
     return m_isTooSlow;
 }
 
+bool SocketClient::isBackedUp() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_session.output().size() > kMaxWaitingBytes / 2;
+}
+
 template <class Action>
 void SocketClient::send(Action action)
 {

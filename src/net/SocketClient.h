@@ -33,6 +33,7 @@ public:
 
     QString peerAddress() const { return m_peerAddress; }
     bool isTooSlow() const;                                       // closed because it does not read
+    bool isBackedUp() const;                                      // half of what may wait for it does
     int peerType() const { return m_session.peerType(); }         // I/O thread only
     int deviceNumber() const { return m_session.deviceNumber(); } // I/O thread only
 

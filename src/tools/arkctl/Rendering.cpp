@@ -107,6 +107,15 @@ std::string panelText(const LinkMessage &message)
     return text;
 }
 
+const char *stateWord(const PortTest::State &state)
+{
+    const bool isServer = state.kind == PortTest::Kind::TcpServer || state.kind == PortTest::Kind::UdpServer;
+    if (isServer) {
+        return state.isOn ? "listening" : "not-listening";
+    }
+    return state.isOn ? "connected" : "not-connected";
+}
+
 Json panelJson(const QDateTime &when, const LinkMessage &message)
 {
     Json object = jsonStart(when);
@@ -144,6 +153,23 @@ std::string monitorLine(Form form, const QDateTime &when, const LinkMessage &mes
     std::string name = typeName(type);
     name.resize(std::max<size_t>(name.size(), 12), ' ');
     return timeText(when) + "  " + name + "  " + escaped(message.field("text"));
+}
+
+std::string portTestReport(Form form, const QDateTime &when, const PortTest::Report &report)
+{
+    const auto *data = std::get_if<PortTest::Data>(&report);
+    const std::string what = data ? "received" : stateWord(std::get<PortTest::State>(report));
+    if (form == Form::Json) {
+        Json object = jsonStart(when);
+        object["event"] = what;
+        if (data) {
+            object["text"] = data->data.toStdString();
+            object["hex"] = data->data.toHex().toStdString();
+        }
+        return dump(object);
+    }
+    const std::string line = timeText(when) + "  " + what;
+    return data ? line + "  " + std::to_string(data->data.size()) + " bytes: " + escaped(data->data) : line;
 }
 
 std::string panelMessage(Form form, const QDateTime &when, const LinkMessage &message)

@@ -1,5 +1,6 @@
 #pragma once
 #include "net/LinkMessage.h"
+#include "net/porttest/PortTestMessage.h"
 
 #include <string>
 
@@ -12,4 +13,5 @@ enum class Form { Text, Json };
 
 std::string monitorLine(Form form, const QDateTime &when, const LinkMessage &message);
 std::string panelMessage(Form form, const QDateTime &when, const LinkMessage &message);
+std::string portTestReport(Form form, const QDateTime &when, const PortTest::Report &report);
 } // namespace Rendering

@@ -1,5 +1,6 @@
 #include "tools/arkctl/MonitorCommand.h"
 #include "tools/arkctl/PanelCommand.h"
+#include "tools/arkctl/PortTestCommand.h"
 #include <QCoreApplication>
 
 #include <CLI/CLI.hpp>
@@ -13,6 +14,8 @@ struct Arguments
     int device = 0;
     std::vector<std::string> panelWords;
     std::optional<double> watchSeconds;
+    std::vector<std::string> portTestWords;
+    std::vector<std::string> texts;
 };
 
 int wrongUse(const std::string &what)
@@ -40,7 +43,8 @@ void describe(CLI::App &app, Arguments &arguments)
                "  arkctl monitor --json --host 192.168.1.2       the same for a program to read\n"
                "  arkctl panel 10001 press 5                     push and release button 5 of panel 10001\n"
                "  arkctl panel 10001 push 5 watch --for 10       then show what the controller sends for 10 s\n"
-               "  arkctl panel 10001 level 1 200 watch           move slider 1, then watch until Ctrl-C");
+               "  arkctl panel 10001 level 1 200 watch           move slider 1, then watch until Ctrl-C\n"
+               "  arkctl porttest tcp-client 10.0.0.9 23         can the controller reach that device?");
 }
 
 CLI::App *addMonitor(CLI::App &app, Arguments &arguments)
@@ -65,6 +69,24 @@ CLI::App *addPanel(CLI::App &app, Arguments &arguments)
     return panel;
 }
 
+CLI::App *addPortTest(CLI::App &app, Arguments &arguments)
+{
+    CLI::App *const portTest =
+        app.add_subcommand("porttest", "Let the controller be a client or server, to check a network");
+    portTest
+        ->add_option("TEST", arguments.portTestWords,
+                     "tcp-client HOST PORT | tcp-server PORT | udp-client HOST PORT | udp-server PORT")
+        ->required();
+    portTest->add_option("--send", arguments.texts, "Send this once it works; \\r \\n \\t \\xHH stand for bytes")
+        ->type_name("TEXT")
+        ->allow_extra_args(false);
+    portTest->add_option("--for", arguments.watchSeconds, "End after this; else at Ctrl-C or when the peer hangs up")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 1e6));
+    portTest->add_flag("--json", arguments.wantsJson, "One JSON object per line: time, event, text, hex");
+    return portTest;
+}
+
 int runMonitor(const Arguments &arguments, const RunOptions &options)
 {
     const auto form = arguments.wantsJson ? Rendering::Form::Json : Rendering::Form::Text;
@@ -85,6 +107,18 @@ int runPanel(const Arguments &arguments, const RunOptions &options)
     const auto watchMs = arguments.watchSeconds ? std::optional(milliseconds(*arguments.watchSeconds)) : std::nullopt;
     return static_cast<int>(PanelCommand(options, arguments.device, script, watchMs, form, ARKCTL_VERSION).run());
 }
+
+int runPortTest(const Arguments &arguments, const RunOptions &options)
+{
+    auto parsed = parsePortTest(arguments.portTestWords, arguments.texts);
+    if (const auto *fault = std::get_if<std::string>(&parsed)) {
+        return wrongUse(*fault);
+    }
+    PortTestPlan &plan = std::get<PortTestPlan>(parsed);
+    plan.watchMs = arguments.watchSeconds ? std::optional(milliseconds(*arguments.watchSeconds)) : std::nullopt;
+    const auto form = arguments.wantsJson ? Rendering::Form::Json : Rendering::Form::Text;
+    return static_cast<int>(PortTestCommand(options, plan, form, ARKCTL_VERSION).run());
+}
 } // namespace
 
 int main(int argc, char **argv)
@@ -93,6 +127,7 @@ int main(int argc, char **argv)
     Arguments arguments;
     describe(app, arguments);
     CLI::App *const monitor = addMonitor(app, arguments);
+    CLI::App *const portTest = addPortTest(app, arguments);
     addPanel(app, arguments);
     try {
         app.parse(argc, argv);
@@ -110,5 +145,8 @@ int main(int argc, char **argv)
     }
     QCoreApplication application(argc, argv);
     const RunOptions options{ *endpoint, milliseconds(arguments.timeoutSeconds) };
+    if (*portTest) {
+        return runPortTest(arguments, options);
+    }
     return *monitor ? runMonitor(arguments, options) : runPanel(arguments, options);
 }
