@@ -1,3 +1,4 @@
+#include "tools/arkctl/IrCommand.h"
 #include "tools/arkctl/MonitorCommand.h"
 #include "tools/arkctl/PanelCommand.h"
 #include "tools/arkctl/PortTestCommand.h"
@@ -16,6 +17,8 @@ struct Arguments
     std::optional<double> watchSeconds;
     std::vector<std::string> portTestWords;
     std::vector<std::string> texts;
+    std::string inputPath;
+    std::string outputPath;
 };
 
 int wrongUse(const std::string &what)
@@ -44,6 +47,7 @@ void describe(CLI::App &app, Arguments &arguments)
                "  arkctl panel 10001 press 5                     push and release button 5 of panel 10001\n"
                "  arkctl panel 10001 push 5 watch --for 10       then show what the controller sends for 10 s\n"
                "  arkctl panel 10001 level 1 200 watch           move slider 1, then watch until Ctrl-C\n"
+               "  arkctl ir build projector.txt -o ir1.ir        an IR code file from its readable form\n"
                "  arkctl porttest tcp-client 10.0.0.9 23         can the controller reach that device?");
 }
 
@@ -87,6 +91,20 @@ CLI::App *addPortTest(CLI::App &app, Arguments &arguments)
     return portTest;
 }
 
+CLI::App *addIr(CLI::App &app, Arguments &arguments)
+{
+    CLI::App *const ir = app.add_subcommand("ir", "Make and show IR code files (needs no controller)");
+    ir->require_subcommand(1);
+    CLI::App *const build = ir->add_subcommand("build", "Make an IR code file from its readable form");
+    build->add_option("TEXT", arguments.inputPath, "A code a line: NUMBER \"NAME\" BYTES in hexadecimal")->required();
+    build->add_option("-o", arguments.outputPath, "The file to make: ir1.ir to ir8.ir by emitter")
+        ->type_name("FILE")
+        ->required();
+    CLI::App *const show = ir->add_subcommand("show", "Print an IR code file in the form that build reads");
+    show->add_option("FILE", arguments.inputPath, "For example ir1.ir")->required();
+    return ir;
+}
+
 int runMonitor(const Arguments &arguments, const RunOptions &options)
 {
     const auto form = arguments.wantsJson ? Rendering::Form::Json : Rendering::Form::Text;
@@ -106,6 +124,12 @@ int runPanel(const Arguments &arguments, const RunOptions &options)
     const auto form = arguments.wantsJson ? Rendering::Form::Json : Rendering::Form::Text;
     const auto watchMs = arguments.watchSeconds ? std::optional(milliseconds(*arguments.watchSeconds)) : std::nullopt;
     return static_cast<int>(PanelCommand(options, arguments.device, script, watchMs, form, ARKCTL_VERSION).run());
+}
+
+int runIr(const CLI::App &ir, const Arguments &arguments)
+{
+    return static_cast<int>(ir.got_subcommand("build") ? IrCommand::build(arguments.inputPath, arguments.outputPath)
+                                                       : IrCommand::show(arguments.inputPath));
 }
 
 int runPortTest(const Arguments &arguments, const RunOptions &options)
@@ -128,6 +152,7 @@ int main(int argc, char **argv)
     describe(app, arguments);
     CLI::App *const monitor = addMonitor(app, arguments);
     CLI::App *const portTest = addPortTest(app, arguments);
+    CLI::App *const ir = addIr(app, arguments);
     addPanel(app, arguments);
     try {
         app.parse(argc, argv);
@@ -138,6 +163,9 @@ int main(int argc, char **argv)
     }
     if (app.get_subcommands().empty()) {
         return wrongUse("no command given");
+    }
+    if (*ir) {
+        return runIr(*ir, arguments);
     }
     const std::optional<Endpoint> endpoint = parseEndpoint(QString::fromStdString(arguments.host));
     if (!endpoint) {
