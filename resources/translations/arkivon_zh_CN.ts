@@ -563,5 +563,25 @@
         <source>Call %1 is already defined</source>
         <translation>例程 %1 已定义</translation>
     </message>
+    <message>
+        <source>Cannot save the settings in %1</source>
+        <translation>无法保存 %1 中的设置</translation>
+    </message>
+    <message>
+        <source>The settings in %1 cannot be read; the defaults are used</source>
+        <translation>无法读取 %1 中的设置，使用默认值</translation>
+    </message>
+    <message>
+        <source>Cannot save the MAC address in %1: %2</source>
+        <translation>无法在 %1 中保存 MAC 地址：%2</translation>
+    </message>
+    <message>
+        <source>System changes are off: network and date stay</source>
+        <translation>系统更改已关闭：网络和日期保持不变</translation>
+    </message>
+    <message>
+        <source>The system script %1 failed: %2</source>
+        <translation>系统脚本 %1 失败：%2</translation>
+    </message>
 </context>
 </TS>

@@ -163,9 +163,31 @@ std::optional<int> MainApplication::startParts(const Options &options)
     if (const std::optional<int> status = startNetwork(options)) {
         return status;
     }
+    applyNetwork();
     exec.runStart();
     exec.startMainline();
     return std::nullopt;
+}
+
+void MainApplication::applyNetwork()
+{
+    SystemScripts &scripts = m_parts->scripts;
+    const SettingManager &settings = m_parts->settings;
+    if (!scripts.isAllowed()) {
+        monitorLog(MonitorMessageType::System,
+                   translated(QT_TRANSLATE_NOOP("messages", "System changes are off: network and date stay")));
+        return;
+    }
+    const auto network = settings.networkToApply();
+    if (!network) {
+        return;
+    }
+    if (network->isDhcp) {
+        scripts.useDhcp(settings.mainInterface());
+    } else {
+        scripts.useStaticAddress(settings.mainInterface(), network->ip, network->netmask, network->gateway,
+                                 network->nameServer);
+    }
 }
 
 void MainApplication::startSupervisorLink()

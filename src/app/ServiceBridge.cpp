@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-ServiceBridge::ServiceBridge(SettingManager &settings, const SystemScripts &scripts, std::function<void()> quit)
+ServiceBridge::ServiceBridge(SettingManager &settings, SystemScripts &scripts, std::function<void()> quit)
     : m_settings(settings)
     , m_scripts(scripts)
     , m_quit(std::move(quit))

@@ -12,7 +12,7 @@ class ServiceBridge : public LinkServices
 {
 public:
     /// \param quit  ends the event loop; called on any thread
-    ServiceBridge(SettingManager &settings, const SystemScripts &scripts, std::function<void()> quit);
+    ServiceBridge(SettingManager &settings, SystemScripts &scripts, std::function<void()> quit);
 
     QByteArray informationString() override;
     QStringList listenAddresses() override;
@@ -27,6 +27,6 @@ public:
 
 private:
     SettingManager &m_settings;
-    const SystemScripts &m_scripts;
+    SystemScripts &m_scripts;
     const std::function<void()> m_quit;
 };
