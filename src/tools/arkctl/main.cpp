@@ -1,6 +1,8 @@
+#include "tools/arkctl/ListenCommand.h"
 #include "tools/arkctl/MonitorCommand.h"
 #include "tools/arkctl/PanelCommand.h"
 #include <QCoreApplication>
+#include <QHostAddress>
 
 #include <CLI/CLI.hpp>
 
@@ -13,6 +15,8 @@ struct Arguments
     int device = 0;
     std::vector<std::string> panelWords;
     std::optional<double> watchSeconds;
+    std::vector<std::string> listenAddresses;
+    int systemNumber = 0;
 };
 
 int wrongUse(const std::string &what)
@@ -40,7 +44,9 @@ void describe(CLI::App &app, Arguments &arguments)
                "  arkctl monitor --json --host 192.168.1.2       the same for a program to read\n"
                "  arkctl panel 10001 press 5                     push and release button 5 of panel 10001\n"
                "  arkctl panel 10001 push 5 watch --for 10       then show what the controller sends for 10 s\n"
-               "  arkctl panel 10001 level 1 200 watch           move slider 1, then watch until Ctrl-C");
+               "  arkctl panel 10001 level 1 200 watch           move slider 1, then watch until Ctrl-C\n"
+               "  arkctl listen add 10.0.0.7                     listen to another controller's ports too\n"
+               "  arkctl sysnum 2                                be system number 2 for other controllers");
 }
 
 CLI::App *addMonitor(CLI::App &app, Arguments &arguments)
@@ -63,6 +69,55 @@ CLI::App *addPanel(CLI::App &app, Arguments &arguments)
         ->check(CLI::Range(0.0, 1e6));
     panel->add_flag("--json", arguments.wantsJson, "Show what comes as one JSON object per line");
     return panel;
+}
+
+struct ListenWords
+{
+    CLI::App *listen = nullptr;
+    CLI::App *add = nullptr;
+    CLI::App *remove = nullptr;
+};
+
+ListenWords addListen(CLI::App &app, Arguments &arguments)
+{
+    ListenWords words;
+    words.listen = app.add_subcommand("listen", "Show, or change, the controllers whose ports this one listens to");
+    words.listen->require_subcommand(0, 1);
+    words.listen->add_flag("--json", arguments.wantsJson, "One JSON object per line: address, status, state");
+    words.add = words.listen->add_subcommand("add", "Listen to these too");
+    words.remove = words.listen->add_subcommand("remove", "Listen to these no longer");
+    for (CLI::App *change : { words.add, words.remove }) {
+        change->add_option("ADDRESS", arguments.listenAddresses, "IPv4 addresses")->required();
+        change->fallthrough();
+    }
+    return words;
+}
+
+CLI::App *addSystemNumber(CLI::App &app, Arguments &arguments)
+{
+    CLI::App *const command = app.add_subcommand("sysnum", "Set the controller's system number");
+    command->add_option("NUMBER", arguments.systemNumber, "From 1")->required()->check(CLI::Range(1, 65535));
+    return command;
+}
+
+int runListen(const Arguments &arguments, const ListenWords &words, const RunOptions &options)
+{
+    ListChange change;
+    if (*words.add) {
+        change.kind = ListChange::Kind::Add;
+    } else if (*words.remove) {
+        change.kind = ListChange::Kind::Remove;
+    }
+    for (const std::string &text : arguments.listenAddresses) {
+        const QString address = QString::fromStdString(text);
+        const QHostAddress parsed(address);
+        if (parsed.protocol() != QAbstractSocket::IPv4Protocol || parsed.toString() != address) {
+            return wrongUse("not an IPv4 address: " + text);
+        }
+        change.addresses << address;
+    }
+    const auto form = arguments.wantsJson ? Rendering::Form::Json : Rendering::Form::Text;
+    return static_cast<int>(ListenCommand(options, change, form, ARKCTL_VERSION).run());
 }
 
 int runMonitor(const Arguments &arguments, const RunOptions &options)
@@ -94,6 +149,8 @@ int main(int argc, char **argv)
     describe(app, arguments);
     CLI::App *const monitor = addMonitor(app, arguments);
     addPanel(app, arguments);
+    const ListenWords listen = addListen(app, arguments);
+    CLI::App *const systemNumber = addSystemNumber(app, arguments);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &help) {
@@ -110,5 +167,14 @@ int main(int argc, char **argv)
     }
     QCoreApplication application(argc, argv);
     const RunOptions options{ *endpoint, milliseconds(arguments.timeoutSeconds) };
-    return *monitor ? runMonitor(arguments, options) : runPanel(arguments, options);
+    if (*monitor) {
+        return runMonitor(arguments, options);
+    }
+    if (*listen.listen) {
+        return runListen(arguments, listen, options);
+    }
+    if (*systemNumber) {
+        return static_cast<int>(SystemNumberCommand(options, arguments.systemNumber, ARKCTL_VERSION).run());
+    }
+    return runPanel(arguments, options);
 }
