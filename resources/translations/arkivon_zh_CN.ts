@@ -583,5 +583,25 @@
         <source>The system script %1 failed: %2</source>
         <translation>系统脚本 %1 失败：%2</translation>
     </message>
+    <message>
+        <source>Online Event: 5001:%1:%2</source>
+        <translation>上线事件：5001:%1:%2</translation>
+    </message>
+    <message>
+        <source>[%1:%2:%3]got port data: %4</source>
+        <translation>[%1:%2:%3]收到端口数据：%4</translation>
+    </message>
+    <message>
+        <source>got push event: [5001:18:%1, %2]</source>
+        <translation>收到按下事件：[5001:18:%1, %2]</translation>
+    </message>
+    <message>
+        <source>got release event: [5001:18:%1, %2]</source>
+        <translation>收到释放事件：[5001:18:%1, %2]</translation>
+    </message>
+    <message>
+        <source>Error:Too long message for another controller</source>
+        <translation>错误：发往其他控制器的消息过长</translation>
+    </message>
 </context>
 </TS>

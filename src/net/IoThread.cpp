@@ -13,6 +13,11 @@ qint64 linkClockMs()
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
+quint32 IoHandler::firstEvents() const
+{
+    return EPOLLIN;
+}
+
 IoThread::IoThread() = default;
 
 IoThread::~IoThread()
@@ -99,9 +104,10 @@ void IoThread::takeAdded()
         IoHandler *const key = handler.get();
         m_handlers.emplace(key, std::move(handler));
         epoll_event event{};
-        event.events = EPOLLIN;
+        event.events = key->firstEvents();
         event.data.ptr = key;
-        if (::epoll_ctl(m_epoll, EPOLL_CTL_ADD, key->descriptor(), &event) != 0) {
+        const int descriptor = key->descriptor();
+        if (descriptor >= 0 && ::epoll_ctl(m_epoll, EPOLL_CTL_ADD, descriptor, &event) != 0) {
             remove(key);
         }
     }
@@ -143,7 +149,7 @@ void IoThread::remove(IoHandler *handler)
     if (found == m_handlers.end()) {
         return;
     }
-    ::epoll_ctl(m_epoll, EPOLL_CTL_DEL, handler->descriptor(), nullptr);
+    ::epoll_ctl(m_epoll, EPOLL_CTL_DEL, handler->descriptor(), nullptr); // without a descriptor it fails, harmless
     m_leaving.push_back(std::move(found->second));
     m_handlers.erase(found);
     handler->removed();

@@ -17,7 +17,8 @@ class IoHandler
 {
 public:
     virtual ~IoHandler() = default;
-    virtual int descriptor() const = 0; // stays the same and open until removed()
+    virtual int descriptor() const = 0;  // stays the same and open until removed(); -1: only the ticks are wanted
+    virtual quint32 firstEvents() const; // epoll events to wait for when it is added; incoming data
 
     /// Data has come, or there is room to write, as the epoll events say. False: done with, remove me.
     virtual bool ready(quint32 epollEvents, qint64 nowMs) = 0;

@@ -288,6 +288,12 @@ void NetworkManager::sendIrCode(int number, const QByteArray &code)
     m_registry.visitAll([&](SocketClient &client) { client.sendFrame(frame); });
 }
 
+void NetworkManager::sendInternalMsg(const QByteArray &body)
+{
+    m_registry.visitType(PeerType::kController,
+                         [&](SocketClient &client) { client.sendMessage(LinkCode::kController, body); });
+}
+
 void NetworkManager::takeEvent(SocketClient &client, LinkEvent &event)
 {
     std::visit([&](const auto &told) { take(client, told); }, event);
@@ -312,7 +318,7 @@ void NetworkManager::clientClosed(SocketClient &client)
 
 void NetworkManager::accept(int socket, const QString &peerAddress)
 {
-    IoThread &thread = *m_threads.at(m_acceptedCount++ % m_threads.size());
+    IoThread &thread = nextThread();
     const auto client =
         std::make_shared<SocketClient>(socket, peerAddress, thread, static_cast<LinkEventSink &>(*this));
     notify(translated(QT_TRANSLATE_NOOP("messages", "connected with %1")).arg(peerAddress));

@@ -56,6 +56,7 @@ settings() {
 run_until() {
     local condition=$1
     shift
+    : >"$log" # the one before is not ours
     "$controller" --data-dir "$data" --monitor "$@" >"$log" 2>&1 &
     local pid=$! tries=0
     until eval "$condition"; do

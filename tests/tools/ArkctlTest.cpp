@@ -1,5 +1,6 @@
 #include "tools/arkctl/IrText.h"
 #include "tools/arkctl/LinkRun.h"
+#include "tools/arkctl/ListenCommand.h"
 #include "tools/arkctl/PanelActions.h"
 #include "tools/arkctl/PanelState.h"
 #include "tools/arkctl/PortTestCommand.h"
@@ -42,6 +43,9 @@ private Q_SLOTS:
     void irTextFaults();
     void portTests_data();
     void portTests();
+    void listenLists_data();
+    void listenLists();
+    void linkStates();
 };
 
 void ArkctlTest::scripts_data()
@@ -239,6 +243,51 @@ void ArkctlTest::portTests()
         shown += ' ' + each;
     }
     QTEST(shown, "plan");
+}
+
+void ArkctlTest::listenLists_data()
+{
+    QTest::addColumn<QString>("change");
+    QTest::addColumn<QString>("list"); // of 10.0.0.1 10.0.0.2 after it
+    QTest::addColumn<QString>("missing");
+    const auto row = [](const char *change, const char *list, const char *missing = "") {
+        QTest::newRow(change) << QString::fromLatin1(change) << QString::fromLatin1(list)
+                              << QString::fromLatin1(missing);
+    };
+    row("add 10.0.0.3 10.0.0.3", "10.0.0.1 10.0.0.2 10.0.0.3");
+    row("add 10.0.0.1", "10.0.0.1 10.0.0.2");
+    row("remove 10.0.0.1", "10.0.0.2");
+    row("remove 10.0.0.1 10.0.0.2", "");
+    row("remove 10.0.0.9 10.0.0.2", "10.0.0.1", "10.0.0.9");
+}
+
+void ArkctlTest::listenLists()
+{
+    QFETCH(QString, change);
+    QStringList words = change.split(QLatin1Char(' '));
+    using Kind = ListChange::Kind;
+    const Kind kind = words.takeFirst() == QLatin1String("add") ? Kind::Add : Kind::Remove;
+    QStringList missing;
+    const QStringList list{ QStringLiteral("10.0.0.1"), QStringLiteral("10.0.0.2") };
+    QTEST(changedList(list, { kind, words }, missing).join(QLatin1Char(' ')), "list");
+    QTEST(missing.join(QLatin1Char(' ')), "missing");
+}
+
+void ArkctlTest::linkStates()
+{
+    const QByteArray two = QByteArray::fromHex("00000002 00000006 0031002e0032 00000002 00000002 0033 00000000");
+    const auto states = Rendering::linkStates(two);
+    QVERIFY(states && states->size() == 2);
+    QCOMPARE(QString::fromStdString(Rendering::linkState(Rendering::Form::Text, states->at(0))),
+             QStringLiteral("1.2              linked"));
+    QCOMPARE(QString::fromStdString(Rendering::linkState(Rendering::Form::Json, states->at(1))),
+             QStringLiteral("{\"address\":\"3\",\"status\":0,\"state\":\"unconnected\"}"));
+    for (int size = 0; size < two.size(); ++size) {
+        QVERIFY(!Rendering::linkStates(two.left(size)));
+    }
+    QVERIFY(!Rendering::linkStates(two + 'x'));
+    QVERIFY(!Rendering::linkStates(QByteArray::fromHex("7fffffff"))); // a count that is not there
+    QVERIFY(!Rendering::linkStates(QByteArray::fromHex("ffffffff")));
 }
 
 QTEST_APPLESS_MAIN(ArkctlTest)

@@ -1,4 +1,5 @@
 #include "tools/arkctl/IrCommand.h"
+#include "tools/arkctl/Command.h"
 #include "tools/arkctl/IrText.h"
 #include <QFile>
 #include <QSaveFile>
@@ -56,4 +57,31 @@ Outcome IrCommand::show(const std::string &filePath)
     const QByteArray text = IrText::written(*contents);
     std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
     return std::fflush(stdout) == 0 ? Outcome::Done : Outcome::Failed;
+}
+
+namespace {
+struct IrArguments
+{
+    std::string inputPath;
+    std::string outputPath;
+};
+} // namespace
+
+Command irCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("ir", "Make and show IR code files (needs no controller)");
+    word->require_subcommand(1);
+    const auto arguments = std::make_shared<IrArguments>();
+    CLI::App *const build = word->add_subcommand("build", "Make an IR code file from its readable form");
+    build->add_option("TEXT", arguments->inputPath, "A code a line: NUMBER \"NAME\" BYTES in hexadecimal")->required();
+    build->add_option("-o", arguments->outputPath, "The file to make: ir1.ir to ir8.ir by emitter")
+        ->type_name("FILE")
+        ->required();
+    CLI::App *const show = word->add_subcommand("show", "Print an IR code file in the form that build reads");
+    show->add_option("FILE", arguments->inputPath, "For example ir1.ir")->required();
+    const auto run = [build, arguments](const RunOptions &) {
+        return *build ? IrCommand::build(arguments->inputPath, arguments->outputPath)
+                      : IrCommand::show(arguments->inputPath);
+    };
+    return { word, run, false };
 }

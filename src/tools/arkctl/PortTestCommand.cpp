@@ -1,13 +1,12 @@
 #include "tools/arkctl/PortTestCommand.h"
 #include "net/LinkCodes.h"
+#include "tools/arkctl/Command.h"
 #include <QDateTime>
 #include <QTimer>
 
 #include <array>
 
 namespace {
-constexpr int kToolNumber = 100; // no device: the program's online handlers leave it alone
-
 struct KindName
 {
     const char *word;
@@ -92,9 +91,8 @@ std::variant<PortTestPlan, std::string> parsePortTest(const std::vector<std::str
     return plan;
 }
 
-PortTestCommand::PortTestCommand(const RunOptions &options, const PortTestPlan &plan, Rendering::Form form,
-                                 const QByteArray &version)
-    : LinkRun({ PeerType::kManagementTool, kToolNumber, "arkctl", version }, options)
+PortTestCommand::PortTestCommand(const RunOptions &options, const PortTestPlan &plan, Rendering::Form form)
+    : LinkRun(tool(), options)
     , m_plan(plan)
     , m_form(form)
 {
@@ -152,4 +150,41 @@ void PortTestCommand::takeState(bool isOn)
 void PortTestCommand::say(const PortTest::Request &request)
 {
     client().sendPlain(LinkCode::kPortTestRequest, PortTest::encodeRequest(request));
+}
+
+namespace {
+struct PortTestArguments
+{
+    std::vector<std::string> words;
+    std::vector<std::string> texts;
+    std::optional<double> watchSeconds;
+    bool wantsJson = false;
+};
+
+Outcome runPortTest(const PortTestArguments &arguments, const RunOptions &options)
+{
+    auto parsed = parsePortTest(arguments.words, arguments.texts);
+    if (const auto *fault = std::get_if<std::string>(&parsed)) {
+        return wrongUse(*fault);
+    }
+    PortTestPlan &plan = std::get<PortTestPlan>(parsed);
+    plan.watchMs = millisecondsOf(arguments.watchSeconds);
+    return PortTestCommand(options, plan, formOf(arguments.wantsJson)).run();
+}
+} // namespace
+
+Command portTestCommand(CLI::App &app)
+{
+    CLI::App *const word =
+        app.add_subcommand("porttest", "Let the controller be a client or server, to check a network");
+    const auto arguments = std::make_shared<PortTestArguments>();
+    word->add_option("TEST", arguments->words,
+                     "tcp-client HOST PORT | tcp-server PORT | udp-client HOST PORT | udp-server PORT")
+        ->required();
+    word->add_option("--send", arguments->texts, "Send this once it works; \\r \\n \\t \\xHH stand for bytes")
+        ->type_name("TEXT")
+        ->allow_extra_args(false);
+    addForOption(*word, arguments->watchSeconds, "End after this; else at Ctrl-C or when the peer hangs up");
+    addJsonFlag(*word, arguments->wantsJson, "One JSON object per line: time, event, text, hex");
+    return { word, [arguments](const RunOptions &options) { return runPortTest(*arguments, options); } };
 }

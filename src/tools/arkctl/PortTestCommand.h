@@ -26,8 +26,7 @@ class PortTestCommand final : public LinkRun
 {
     Q_OBJECT
 public:
-    PortTestCommand(const RunOptions &options, const PortTestPlan &plan, Rendering::Form form,
-                    const QByteArray &version);
+    PortTestCommand(const RunOptions &options, const PortTestPlan &plan, Rendering::Form form);
 
 protected:
     void begin() override;

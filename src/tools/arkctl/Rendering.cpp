@@ -1,5 +1,6 @@
 #include "tools/arkctl/Rendering.h"
 #include "base/Monitor.h"
+#include <QDataStream>
 #include <QDateTime>
 
 #include <array>
@@ -175,5 +176,41 @@ std::string portTestReport(Form form, const QDateTime &when, const PortTest::Rep
 std::string panelMessage(Form form, const QDateTime &when, const LinkMessage &message)
 {
     return form == Form::Json ? dump(panelJson(when, message)) : timeText(when) + "  " + panelText(message);
+}
+
+std::optional<std::vector<LinkState>> linkStates(const QByteArray &statusStream)
+{
+    QDataStream stream(statusStream);
+    stream.setVersion(QDataStream::Qt_5_4);
+    qint32 count = 0;
+    stream >> count;
+    std::vector<LinkState> states;
+    while (stream.status() == QDataStream::Ok && static_cast<qint32>(states.size()) < count) {
+        LinkState state;
+        qint32 status = 0;
+        stream >> state.address >> status;
+        state.status = status;
+        states.push_back(state);
+    }
+    const bool isWhole = stream.status() == QDataStream::Ok && count >= 0 && stream.atEnd();
+    return isWhole ? std::optional(states) : std::nullopt;
+}
+
+std::string linkState(Form form, const LinkState &state)
+{
+    constexpr std::array kNames = { "unconnected", "connected", "linked" };
+    const bool isKnown = state.status >= 0 && state.status < static_cast<int>(kNames.size());
+    const std::string name =
+        isKnown ? kNames.at(static_cast<size_t>(state.status)) : "status-" + std::to_string(state.status);
+    if (form == Form::Json) {
+        Json object;
+        object["address"] = state.address.toStdString();
+        object["status"] = state.status;
+        object["state"] = name;
+        return dump(object);
+    }
+    std::string address = escaped(state.address.toUtf8());
+    address.resize(std::max<size_t>(address.size(), 15), ' ');
+    return address + "  " + name;
 }
 } // namespace Rendering
