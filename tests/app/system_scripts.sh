@@ -1,18 +1,19 @@
 #!/bin/bash
 # The controller applies its network settings to an interface of its own: in a network namespace with a DHCP server at
 # the other end of the cable. Nothing of the machine's own network or clock is touched.
-# Usage: system_scripts.sh ARKIVON. Status 77: what it takes is not here, or we are not root.
+# Usage: system_scripts.sh ARKIVON ARKCTL. Status 77: what it takes is not here, or we are not root.
 # shellcheck disable=SC2016 # conditions are evaluated again and again
 set -euo pipefail
 PATH=$PATH:/usr/sbin:/sbin
 controller=$(realpath "$1")
+tool=$(realpath "$2")
 
-if [ "${2:-}" != inside ]; then
-    for tool in unshare nsenter ip dnsmasq dhclient; do
-        command -v "$tool" >/dev/null || { echo "skipped: no $tool"; exit 77; }
+if [ "${3:-}" != inside ]; then
+    for program in unshare nsenter ip dnsmasq dhclient socat; do
+        command -v "$program" >/dev/null || { echo "skipped: no $program"; exit 77; }
     done
     unshare --net --mount true 2>/dev/null || { echo "skipped: no namespaces for us"; exit 77; }
-    exec unshare --net --mount --pid --fork --kill-child bash "$0" "$controller" inside
+    exec unshare --net --mount --pid --fork --kill-child bash "$0" "$controller" "$tool" inside
 fi
 
 scratch=$(mktemp -d)
@@ -108,4 +109,18 @@ settings networkSet=true dhcp=false ip=10.77.0.21 mask=255.255.255.0 gateway= dn
 run_until '[ "$(addresses)" = 10.77.0.21/24 ]'
 [ ! -d "/proc/$client" ] || fail "the DHCP client still runs"
 [ "$(cat /etc/resolv.conf)" != "nameserver " ] || fail "an empty name server was written"
+echo "the date, with a clock of paper"
+mkdir "$scratch/paper"
+printf '#!/bin/sh\necho "date $*" >>%s/said\n' "$scratch" >"$scratch/paper/date"
+printf '#!/bin/sh\necho "hwclock $*" >>%s/said\n' "$scratch" >"$scratch/paper/hwclock"
+chmod +x "$scratch"/paper/*
+PATH=$scratch/paper:$PATH
+run_until '"$tool" datetime "2031-05-06 07:08:09" 2>/dev/null || grep -sq hwclock "$scratch/said"'
+[ "$(head -2 "$scratch/said")" = $'date -s 2031-05-06 07:08:09\nhwclock -w' ] || fail "said: $(cat "$scratch/said")"
+
+echo "found by everybody in the network, which has no gateway; announced there too"
+ip route del default 2>/dev/null || true
+nsenter --target "$other" --net timeout 10 socat -u UDP-RECV:6151 STDOUT >"$scratch/announced" &
+run_until 'nsenter --target "$other" --net "$tool" discover | grep -q "^10.77.0.21 " && [ -s "$scratch/announced" ]'
+grep -q "staticip_10.77.0.21_" "$scratch/announced" || fail "announced: $(cat "$scratch/announced")"
 echo "1 passed, 0 failed"
