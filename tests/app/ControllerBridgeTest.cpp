@@ -1,5 +1,6 @@
 #include "app/ControllerBridge.h"
 #include "../devices/MonitorLines.h"
+#include "../support/FakeTarget.h"
 #include "admin/SettingManager.h"
 #include "app/ExecManager.h"
 #include "app/PanelBridge.h"
@@ -14,8 +15,6 @@
 #include "net/NetworkManager.h"
 #include "net/controllers/ControllerLinks.h"
 
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -66,35 +65,6 @@ const char *const kProgram = "device dvOne = 5001:1:0\n device dvFar = 5001:2:9\
                              "button_event [5001:18:9, 3] {\n"
                              "  push: { send_string 5001:4:0, 'push' }\n"
                              "  release: { send_string 5001:4:0, 'release' } }\n";
-
-/// A target that confirms and keeps what it is told.
-class OtherController : public QTcpServer
-{
-public:
-    explicit OtherController(quint16 port)
-    {
-        listen(QHostAddress(address()), port);
-        connect(this, &QTcpServer::newConnection, this, [this] {
-            QTcpSocket *const peer = nextPendingConnection();
-            connect(peer, &QTcpSocket::readyRead, this, [this, peer] {
-                for (const Frame &frame : m_parser.feed(peer->readAll())) {
-                    if (frame.code == LinkCode::kController) {
-                        peer->write(frameBytes(LinkCode::kAcknowledgement, frame.body.left(4)));
-                        heard << frame.body.mid(4);
-                    }
-                    heard.removeAll("sys:1");
-                }
-            });
-        });
-    }
-
-    static QString address() { return QStringLiteral("127.0.0.2"); }
-
-    QByteArrayList heard; // but for questions for the number
-
-private:
-    FrameParser m_parser;
-};
 
 /// What the program has sent to its port 4.
 QStringList said(const QStringList &lines)
@@ -354,8 +324,9 @@ void ControllerBridgeTest::eventsOfTargets()
 
 void ControllerBridgeTest::cancelGoesOnOnlyToWhomItConcerns()
 {
-    OtherController target(m_network->port());
-    m_links->setAddresses({ target.address() });
+    FakeTarget target;
+    QVERIFY(target.listen(QStringLiteral("127.0.0.2"), m_network->port()));
+    m_links->setAddresses({ QStringLiteral("127.0.0.2") });
     QTRY_VERIFY(m_links->statusStream().endsWith('\x01'));
     LinkClient listener({ 3, 101, "m", "1" });
     join(listener);

@@ -1,8 +1,6 @@
 #include "net/controllers/ControllerLinks.h"
-#include "net/LinkCodes.h"
+#include "../support/FakeTarget.h"
 #include <QDataStream>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QtTest>
 
 #include <atomic>
@@ -20,79 +18,6 @@ QString address(int last)
     const qint64 process = QCoreApplication::applicationPid();
     return QStringLiteral("127.%1.%2.%3").arg(32 + process % 32).arg((process / 32) % 256).arg(last);
 }
-
-QByteArray message(quint32 id, const QByteArray &body)
-{
-    return messageFrameBytes(LinkCode::kController, id, body);
-}
-
-/// Another controller: asks who is there, confirms, keeps what it is told, says what the test wants.
-class Target : public QObject
-{
-public:
-    quint16 listen(int last, quint16 port = 0)
-    {
-        connect(&m_server, &QTcpServer::newConnection, this, &Target::accept);
-        return m_server.listen(QHostAddress(address(last)), port) ? m_server.serverPort() : 0;
-    }
-
-    void say(const QByteArray &body) { m_peer->write(message(++m_lastId, body)); }
-    void hangUp() { m_peer->abort(); }
-    bool isConnected() const { return m_peer && m_peer->state() == QAbstractSocket::ConnectedState; }
-    QString peerAddress() const { return m_peer->peerAddress().toString(); }
-
-    QByteArrayList heard;    // bodies of messages, but for questions
-    int questions = 0;       // for the number
-    QByteArray introduction; // the body of the last handshake
-    int connections = 0;     // so far
-    int number = 0;          // 0: does not answer
-    bool doesRead = true;
-
-private:
-    void accept()
-    {
-        m_peer = m_server.nextPendingConnection();
-        m_parser = FrameParser();
-        ++connections;
-        if (!doesRead) {
-            m_peer->setReadBufferSize(1);
-            return;
-        }
-        connect(m_peer, &QTcpSocket::readyRead, this, &Target::read);
-        m_peer->write(frameBytes(LinkCode::kIdentify, "\x01"));
-    }
-
-    void read()
-    {
-        for (const Frame &frame : m_parser.feed(m_peer->readAll())) {
-            if (frame.code == LinkCode::kHandshake) {
-                introduction = frame.body;
-            } else if (frame.code == LinkCode::kHeartbeat) {
-                m_peer->write(frameBytes(LinkCode::kHeartbeatAnswer, QByteArray()));
-            } else if (frame.code == LinkCode::kController) {
-                m_peer->write(frameBytes(LinkCode::kAcknowledgement, frame.body.left(4)));
-                take(frame.body.mid(4));
-            }
-        }
-    }
-
-    void take(const QByteArray &body)
-    {
-        if (body != "sys:1") {
-            heard << body;
-            return;
-        }
-        ++questions;
-        if (number > 0) {
-            say("sys:" + QByteArray::number(number));
-        }
-    }
-
-    QTcpServer m_server;
-    QTcpSocket *m_peer = nullptr;
-    FrameParser m_parser;
-    quint32 m_lastId = 0;
-};
 
 /// The links under test with their threads, and what the targets tell.
 struct Links
@@ -193,7 +118,7 @@ private:
             }
             while (!stop && waiting.size() < 10000) {
                 const int next = ++sent;
-                waiting += message(static_cast<quint32>(next), "string:7:1:" + QByteArray::number(next));
+                waiting += FakeTarget::message(static_cast<quint32>(next), "string:7:1:" + QByteArray::number(next));
             }
             const ssize_t count = ::send(peer, waiting.constData(), static_cast<size_t>(waiting.size()), MSG_NOSIGNAL);
             if (count > 0) {
@@ -260,11 +185,12 @@ void ControllerLinksTest::readsTheList()
 
 void ControllerLinksTest::learnsNumbersAndShowsStates()
 {
-    Target first;
-    Target second;
+    FakeTarget first;
+    FakeTarget second;
     first.number = 7;
-    const quint16 port = first.listen(1);
-    QVERIFY(second.listen(2, port) == port);
+    QVERIFY(first.listen(address(1)));
+    const quint16 port = first.port();
+    QVERIFY(second.listen(address(2), port));
     Links listener(port);
     listener.links->setAddresses({ address(1), address(3), address(2) });
     QTRY_COMPARE(listener.status(), QStringLiteral("%1=0 %2=1 %3=2").arg(address(3), address(2), address(1)));
@@ -286,8 +212,9 @@ void ControllerLinksTest::learnsNumbersAndShowsStates()
 
 void ControllerLinksTest::comesFromItsAddress()
 {
-    Target target;
-    const quint16 port = target.listen(1);
+    FakeTarget target;
+    QVERIFY(target.listen(address(1)));
+    const quint16 port = target.port();
     Links listener(port, address(9));
     listener.links->setAddresses({ address(1) });
     QTRY_VERIFY(target.isConnected());
@@ -296,9 +223,10 @@ void ControllerLinksTest::comesFromItsAddress()
 
 void ControllerLinksTest::comesBackAfterALoss()
 {
-    Target target;
+    FakeTarget target;
     target.number = 7;
-    const quint16 port = target.listen(1);
+    QVERIFY(target.listen(address(1)));
+    const quint16 port = target.port();
     Links listener(port);
     listener.links->setAddresses({ address(1) });
     QTRY_COMPARE(listener.numbers.size(), 1);
@@ -316,24 +244,26 @@ void ControllerLinksTest::comesBackAfterALoss()
 
 void ControllerLinksTest::waitsForATargetThatIsNotThere()
 {
-    auto target = std::make_unique<Target>();
-    const quint16 port = target->listen(1);
+    auto target = std::make_unique<FakeTarget>();
+    QVERIFY(target->listen(address(1)));
+    const quint16 port = target->port();
     target.reset();
     Links listener(port);
     listener.links->setAddresses({ address(1) });
     QTest::qWait(300); // an attempt is refused
-    target = std::make_unique<Target>();
-    QVERIFY(target->listen(1, port) == port);
+    target = std::make_unique<FakeTarget>();
+    QVERIFY(target->listen(address(1), port));
     QTRY_COMPARE(target->connections, 1);
 }
 
 void ControllerLinksTest::listMayChange()
 {
-    Target leaves;
-    Target stays;
+    FakeTarget leaves;
+    FakeTarget stays;
     leaves.number = 7;
-    const quint16 port = leaves.listen(1);
-    QVERIFY(stays.listen(2, port) == port);
+    QVERIFY(leaves.listen(address(1)));
+    const quint16 port = leaves.port();
+    QVERIFY(stays.listen(address(2), port));
     Links listener(port);
     listener.links->setAddresses({ address(1), address(2) });
     QTRY_VERIFY(leaves.isConnected() && stays.isConnected());
@@ -367,11 +297,12 @@ void ControllerLinksTest::floodIsNotReadAheadOfTheProgram()
 
 void ControllerLinksTest::targetThatDoesNotReadIsClosed()
 {
-    Target reads;
-    Target doesNot;
+    FakeTarget reads;
+    FakeTarget doesNot;
     doesNot.doesRead = false;
-    const quint16 port = reads.listen(1);
-    QVERIFY(doesNot.listen(2, port) == port);
+    QVERIFY(reads.listen(address(1)));
+    const quint16 port = reads.port();
+    QVERIFY(doesNot.listen(address(2), port));
     Links listener(port);
     listener.links->setAddresses({ address(1), address(2) });
     QTRY_VERIFY(reads.isConnected() && doesNot.isConnected());
