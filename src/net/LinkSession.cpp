@@ -27,7 +27,9 @@ void LinkSession::receive(const char *bytes, int count, qint64 nowMs, std::vecto
     m_frames.clear();
     m_parser.feed(bytes, count, m_frames);
     for (Frame &frame : m_frames) {
-        if (frame.checksumOk) {
+        if (m_isTransferring && LinkCode::isTransfer(frame.code)) {
+            events.emplace_back(OtherFrame{ std::move(frame) });
+        } else if (!m_isTransferring && frame.checksumOk) {
             takeFrame(frame, nowMs, events);
         }
     }
@@ -47,7 +49,7 @@ bool LinkSession::tick(qint64 nowMs)
     }
     if (nowMs >= m_watchdogAtMs) {
         m_watchdogAtMs = nextMoment(m_watchdogAtMs, kWatchdogMs, nowMs);
-        ++m_missedHeartbeats;
+        m_missedHeartbeats += m_isTransferring ? 0 : 1;
     }
     return m_missedHeartbeats <= kMissedHeartbeats;
 }

@@ -294,6 +294,9 @@ void NetworkManager::takeEvent(SocketClient &client, LinkEvent &event)
 void NetworkManager::clientClosed(SocketClient &client)
 {
     m_registry.remove(client);
+    if (m_transfers) {
+        m_transfers->peerGone(client);
+    }
     if (m_isStopping) {
         return;
     }
@@ -404,9 +407,12 @@ void NetworkManager::take(SocketClient &client, const ControllerMessage &message
     }
 }
 
-void NetworkManager::take(SocketClient &, const OtherFrame &)
+void NetworkManager::take(SocketClient &client, const OtherFrame &other)
 {
-    // File transfer (0x22 to 0x29) and port tests (0x35, 0x40) arrive here.
+    // Port tests (0x35, 0x40) arrive here too.
+    if (m_transfers && LinkCode::isTransfer(other.frame.code)) {
+        m_transfers->take(client.shared_from_this(), other.frame);
+    }
 }
 
 namespace {

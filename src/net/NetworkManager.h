@@ -83,6 +83,9 @@ public:
     /// Where messages of other controllers go (code 0x3F), on the I/O thread of that peer. Set before start().
     void setControllerMessageHook(ControllerMessageHook hook) { m_controllerMessage = std::move(hook); }
 
+    /// Where the frames of file transfers go. Set before start(); outlives this.
+    void setFileTransfers(FileTransfers *transfers) { m_transfers = transfers; }
+
 Q_SIGNALS:
     void programError(const QString &text); // a fault of the running program; emitted on the caller's thread
 
@@ -114,6 +117,7 @@ private:
 
     const LinkHooks m_hooks;
     ControllerMessageHook m_controllerMessage;
+    FileTransfers *m_transfers = nullptr; // borrowed
     ConnectionRegistry m_registry;
     std::vector<std::unique_ptr<IoThread>> m_threads;
     std::atomic<unsigned> m_acceptedCount{ 0 }; // deals the connections out to the threads

@@ -1,4 +1,5 @@
 #pragma once
+#include "net/FileTransfers.h"
 #include "net/IoThread.h"
 #include "net/LinkSession.h"
 #include <QString>
@@ -21,7 +22,7 @@ public:
 /// Owns: the socket and the session. Thread: reading and ticking on one I/O thread for life; the sending functions may
 ///       be called on any thread and write to the socket themselves, which saves waking the I/O thread.
 /// Ends: with its last holder; the socket is closed when the I/O thread removes it.
-class SocketClient final : public IoHandler, public std::enable_shared_from_this<SocketClient>
+class SocketClient final : public IoHandler, public TransferPeer, public std::enable_shared_from_this<SocketClient>
 {
 public:
     /// Bytes that may wait for a peer which does not read; with more its connection is closed.
@@ -38,9 +39,10 @@ public:
 
     void begin(); // writes the identify request
     void sendPlain(quint8 code, const QByteArray &body);
-    void sendFrame(const QByteArray &frame); // a whole one
+    void sendFrame(const QByteArray &frame) override; // a whole one, or several
     void sendMessage(quint8 code, const QByteArray &body);
     void sendLevel(int levelCode, int level);
+    void setTransferring(bool isTransferring) override;
     void close();
 
     int descriptor() const override { return m_socket; }
