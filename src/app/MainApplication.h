@@ -28,6 +28,7 @@ private:
     void loadProgram(const Options &options);
     std::optional<int> startNetwork(const Options &options);
     void quitOnSupervisorsWish();
+    void serveUploads();
     void endParts();
 
     std::unique_ptr<Parts> m_parts;

@@ -34,15 +34,14 @@ LinkRun::LinkRun(const LinkClient::Identity &identity, const RunOptions &options
     , m_console(new Console(this))
     , m_client(new LinkClient(identity, this))
 {
-    connect(m_console, &Console::stopRequested, this, [this] { finish(Outcome::Done); });
+    connect(m_console, &Console::stopRequested, this, [this] { finish(outcomeWhenStopped()); });
     connect(m_client, &LinkClient::introduced, this, [this] { begin(); });
     connect(m_client, &LinkClient::failed, this, [this](const QString &reason) {
         fail("no connection to " + m_options.endpoint.text() + ": " + reason.toStdString(),
              "is the controller running there? --host ADDRESS[:PORT] names another");
     });
     connect(m_client, &LinkClient::disconnected, this, [this] {
-        fail("the controller at " + m_options.endpoint.text() + " closed the connection",
-             "see whether it is restarting, and try again");
+        fail("the controller at " + m_options.endpoint.text() + " closed the connection", adviceWhenLost());
     });
 }
 
@@ -73,6 +72,7 @@ void LinkRun::finish(Outcome outcome)
 void LinkRun::fail(const std::string &what, const std::string &tryThis)
 {
     if (!m_outcome) {
+        leave();
         Console::complain(what, tryThis);
         finish(Outcome::Failed);
     }

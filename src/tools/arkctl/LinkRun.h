@@ -38,6 +38,9 @@ public:
 
 protected:
     virtual void begin() = 0; // introduced: to work
+    virtual void leave() {}   // before a complaint is made
+    virtual Outcome outcomeWhenStopped() const { return Outcome::Done; }
+    virtual std::string adviceWhenLost() const { return "see whether it is restarting, and try again"; }
 
     Console &console() { return *m_console; }
     LinkClient &client() { return *m_client; }

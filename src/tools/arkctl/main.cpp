@@ -1,6 +1,8 @@
 #include "tools/arkctl/MonitorCommand.h"
 #include "tools/arkctl/PanelCommand.h"
+#include "tools/arkctl/TransferCommands.h"
 #include <QCoreApplication>
+#include <QFile>
 
 #include <CLI/CLI.hpp>
 
@@ -13,6 +15,10 @@ struct Arguments
     int device = 0;
     std::vector<std::string> panelWords;
     std::optional<double> watchSeconds;
+    std::vector<std::string> uploadFiles;
+    std::optional<int> irNumber;
+    std::string downloadKind;
+    std::string outputFile;
 };
 
 int wrongUse(const std::string &what)
@@ -40,7 +46,9 @@ void describe(CLI::App &app, Arguments &arguments)
                "  arkctl monitor --json --host 192.168.1.2       the same for a program to read\n"
                "  arkctl panel 10001 press 5                     push and release button 5 of panel 10001\n"
                "  arkctl panel 10001 push 5 watch --for 10       then show what the controller sends for 10 s\n"
-               "  arkctl panel 10001 level 1 200 watch           move slider 1, then watch until Ctrl-C");
+               "  arkctl panel 10001 level 1 200 watch           move slider 1, then watch until Ctrl-C\n"
+               "  arkctl upload room.pobj site.zip               send files; the controller restarts with the program\n"
+               "  arkctl download source -o room.src             fetch the source file");
 }
 
 CLI::App *addMonitor(CLI::App &app, Arguments &arguments)
@@ -65,6 +73,31 @@ CLI::App *addPanel(CLI::App &app, Arguments &arguments)
     return panel;
 }
 
+CLI::App *addUpload(CLI::App &app, Arguments &arguments)
+{
+    CLI::App *const upload = app.add_subcommand("upload", "Send files: a program, its source, a panel design, a web "
+                                                          "archive, infrared codes");
+    upload->add_option("FILE", arguments.uploadFiles, ".pobj, .src, .dtp, .zip or .ir; what each is, its suffix says")
+        ->required();
+    upload->add_option("--ir", arguments.irNumber, "Which infrared code file, where the name does not end in it")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(1, 8));
+    upload->add_flag("--json", arguments.wantsJson, "One JSON object per file: file, state, bytes, seconds, text");
+    return upload;
+}
+
+CLI::App *addDownload(CLI::App &app, Arguments &arguments)
+{
+    CLI::App *const download = app.add_subcommand("download", "Fetch a file that was sent before");
+    download->add_option("KIND", arguments.downloadKind, "source | ui | ir1 to ir8")->required();
+    download
+        ->add_option("-o,--output", arguments.outputFile,
+                     "Write it there, in place of an older one (source.src, ui.dtp, ir1.ir: only a new one)")
+        ->type_name("FILE");
+    download->add_flag("--json", arguments.wantsJson, "A JSON object: file, state, bytes, seconds, text");
+    return download;
+}
+
 int runMonitor(const Arguments &arguments, const RunOptions &options)
 {
     const auto form = arguments.wantsJson ? Rendering::Form::Json : Rendering::Form::Text;
@@ -85,6 +118,33 @@ int runPanel(const Arguments &arguments, const RunOptions &options)
     const auto watchMs = arguments.watchSeconds ? std::optional(milliseconds(*arguments.watchSeconds)) : std::nullopt;
     return static_cast<int>(PanelCommand(options, arguments.device, script, watchMs, form, ARKCTL_VERSION).run());
 }
+
+int runUpload(const Arguments &arguments, const RunOptions &options)
+{
+    auto plan = planUploads(arguments.uploadFiles, arguments.irNumber);
+    if (const auto *fault = std::get_if<std::string>(&plan)) {
+        return wrongUse(*fault);
+    }
+    const auto form = arguments.wantsJson ? Rendering::Form::Json : Rendering::Form::Text;
+    auto items = std::move(std::get<std::vector<UploadItem>>(plan));
+    return static_cast<int>(UploadCommand(options, std::move(items), form, ARKCTL_VERSION).run());
+}
+
+int runDownload(const Arguments &arguments, const RunOptions &options)
+{
+    const std::optional<DownloadItem> item = planDownload(arguments.downloadKind);
+    if (!item) {
+        return wrongUse("nothing to download is called " + arguments.downloadKind);
+    }
+    const QString path = QFile::decodeName(arguments.outputFile.c_str());
+    if (path.isEmpty() && QFile::exists(item->fileName)) {
+        return wrongUse(item->fileName.toStdString() + " is here already: -o " + item->fileName.toStdString() +
+                        " replaces it");
+    }
+    const auto form = arguments.wantsJson ? Rendering::Form::Json : Rendering::Form::Text;
+    return static_cast<int>(
+        DownloadCommand(options, *item, path.isEmpty() ? item->fileName : path, form, ARKCTL_VERSION).run());
+}
 } // namespace
 
 int main(int argc, char **argv)
@@ -94,6 +154,8 @@ int main(int argc, char **argv)
     describe(app, arguments);
     CLI::App *const monitor = addMonitor(app, arguments);
     addPanel(app, arguments);
+    CLI::App *const upload = addUpload(app, arguments);
+    CLI::App *const download = addDownload(app, arguments);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &help) {
@@ -110,5 +172,11 @@ int main(int argc, char **argv)
     }
     QCoreApplication application(argc, argv);
     const RunOptions options{ *endpoint, milliseconds(arguments.timeoutSeconds) };
+    if (*upload) {
+        return runUpload(arguments, options);
+    }
+    if (*download) {
+        return runDownload(arguments, options);
+    }
     return *monitor ? runMonitor(arguments, options) : runPanel(arguments, options);
 }
