@@ -80,6 +80,42 @@
         <translation>磁盘空间不足：剩余 %1 字节</translation>
     </message>
     <message>
+        <source>The archive is damaged</source>
+        <translation>压缩包已损坏</translation>
+    </message>
+    <message>
+        <source>%1 is encrypted or packed in an unknown way</source>
+        <translation>%1 已加密或使用未知的压缩方式</translation>
+    </message>
+    <message>
+        <source>This is no ZIP archive</source>
+        <translation>这不是 ZIP 压缩包</translation>
+    </message>
+    <message>
+        <source>The archive has more than %1 entries</source>
+        <translation>压缩包中的条目超过 %1 个</translation>
+    </message>
+    <message>
+        <source>%1 leads out of the web folder</source>
+        <translation>%1 超出网页文件夹</translation>
+    </message>
+    <message>
+        <source>%1 is a link or no plain file</source>
+        <translation>%1 是链接或不是普通文件</translation>
+    </message>
+    <message>
+        <source>The archive unpacks to more than %1 MiB</source>
+        <translation>压缩包解压后超过 %1 MiB</translation>
+    </message>
+    <message>
+        <source>Cannot write %1</source>
+        <translation>无法写入 %1</translation>
+    </message>
+    <message>
+        <source>%1 files unpacked</source>
+        <translation>已解压 %1 个文件</translation>
+    </message>
+    <message>
         <source>Network started.</source>
         <translation>网络已启动。</translation>
     </message>

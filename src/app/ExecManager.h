@@ -25,6 +25,7 @@ public:
     QString uiFilePath() const { return inDirectory(QStringLiteral("ui.dtp")); }
     QString irFilePattern() const { return inDirectory(QStringLiteral("ir%1.ir")); } // for numbers 1 to 8
     QString webArchivePath() const { return inDirectory(QStringLiteral("web.zip")); }
+    QString webFolder() const { return inDirectory(QStringLiteral("web")); }
     QString irFilePath(int port) const; // of device 5001; empty for a port that is no IR emitter
     ControlProgram *program() const { return m_program.get(); } // nullptr: none is loaded
     bool stopRequested() const;                                 // the loaded program's

@@ -255,7 +255,7 @@ void MainApplication::serveUploads()
                                         m_parts->settings.requestRestart();
                                         quit();
                                     } };
-    parts.uploads = std::make_unique<Uploads>(paths, actions, *parts.daemon);
+    parts.uploads = std::make_unique<Uploads>(paths, exec.webFolder(), actions, *parts.daemon);
     parts.network->setFileTransfers(&parts.uploads->service());
 }
 

@@ -17,6 +17,7 @@ private Q_SLOTS:
     void oldProgramStaysWhenTheToolIsKilled();
     void namedObjectFileIsTheOneReplaced();
     void filesThereAndBack();
+    void webArchiveIsUnpacked();
     void refusals_data();
     void refusals();
 
@@ -158,6 +159,30 @@ void UploadTest::filesThereAndBack()
         QVERIFY2(fetched.status == 0, fetched.errors.constData());
         QCOMPARE(readFile(back), bytes);
     }
+}
+
+void UploadTest::webArchiveIsUnpacked()
+{
+    ControllerProcess controller;
+    controller.start();
+    STARTS(controller);
+    // "page.html" with "hi", stored.
+    const QByteArray archive = QByteArray::fromHex(
+        "504B0304 1400 0000 0000 00000000 AC2A93D8 02000000 02000000 0900 0000 706167652E68746D6C 6869"
+        "504B0102 1400 1400 0000 0000 00000000 AC2A93D8 02000000 02000000 0900 0000 0000 0000 0000 00000000 00000000"
+        "706167652E68746D6C 504B0506 0000 0000 0100 0100 37000000 29000000 0000");
+    QVERIFY(writeFile(controller.filePath(QStringLiteral("site.zip")), archive));
+    ToolRun tool = runTool(controller, { QStringLiteral("upload"), QStringLiteral("site.zip") });
+    QVERIFY2(tool.output.endsWith("; 1 files unpacked\n"), (tool.output + tool.errors).constData());
+    QCOMPARE(tool.status, 0);
+    QCOMPARE(readFile(controller.filePath(QStringLiteral("web/page.html"))), QByteArray("hi"));
+
+    QVERIFY(writeFile(controller.filePath(QStringLiteral("site.zip")), "no archive"));
+    tool = runTool(controller, { QStringLiteral("upload"), QStringLiteral("site.zip") });
+    QCOMPARE(tool.status, 1);
+    QVERIFY2(tool.errors.contains("site.zip: This is no ZIP archive; the web folder is as it was"),
+             tool.errors.constData());
+    QCOMPARE(readFile(controller.filePath(QStringLiteral("web/page.html"))), QByteArray("hi"));
 }
 
 void UploadTest::refusals_data()
