@@ -20,6 +20,7 @@ TransferService::~TransferService()
 
 void TransferService::take(const std::shared_ptr<TransferPeer> &peer, const Frame &frame)
 {
+    bool isFirst = false;
     {
         const std::lock_guard lock(m_mutex);
         int &waiting = m_waiting[peer.get()];
@@ -28,9 +29,12 @@ void TransferService::take(const std::shared_ptr<TransferPeer> &peer, const Fram
             return;
         }
         waiting += bytes;
+        isFirst = m_arrived.empty();
         m_arrived.push_back({ peer.get(), peer, frame });
     }
-    m_wake.notify_one();
+    if (isFirst) { // else the thread has been called already
+        m_wake.notify_one();
+    }
 }
 
 void TransferService::peerGone(const TransferPeer &peer)

@@ -13,7 +13,7 @@ class TransferSession
 {
 public:
     static constexpr int kMaxSilences = 3; // watchdog periods without a sign of the peer
-    static constexpr int kMaxWindow = 64;  // blocks that a tool may ask to be sent ahead
+    static constexpr int kMaxWindow = 128; // blocks that a tool may ask to be sent ahead
 
     explicit TransferSession(TransferFiles &files, const TransferTimes &times = {});
     ~TransferSession();

@@ -55,6 +55,9 @@ void BlockSender::tick(qint64 nowMs, QByteArray &out)
 void BlockSender::sendBlocks(qint64 nowMs, QByteArray &out)
 {
     m_heardMs = nowMs;
+    constexpr int kFramedBlockBytes = kBlockBytes + 64;
+    const auto free = static_cast<int>(m_window - std::min(m_window, m_unconfirmed.size()));
+    out.reserve(out.size() + free * kFramedBlockBytes);
     while (m_unconfirmed.size() < m_window && m_position < m_size) {
         if (!sendBlock(out)) {
             m_state = State::Failed;

@@ -12,7 +12,7 @@ class UploadClient
 {
 public:
     enum class State { Requested, Sending, Finishing, Done, Failed };
-    static constexpr int kWindow = 64; // blocks under way
+    static constexpr int kWindow = 128; // blocks under way
     static constexpr int kMaxRepeats = 3;
     static constexpr int kMaxFinishRepeats = 15; // the controller writes the file to its disk meanwhile
 
@@ -45,7 +45,7 @@ class DownloadClient
 {
 public:
     enum class State { Requested, Receiving, Done, Refused, Failed };
-    static constexpr quint8 kWindow = 64;
+    static constexpr quint8 kWindow = 128;
     static constexpr int kMaxSilences = 3; // watchdog periods in a row
     static constexpr int kMaxAttempts = 8;
 

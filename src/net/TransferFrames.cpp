@@ -3,6 +3,8 @@
 #include "net/LinkCodes.h"
 #include <QtEndian>
 
+#include <algorithm>
+
 namespace {
 constexpr int kNumberBytes = 4;
 
@@ -77,8 +79,9 @@ QByteArray TransferFrames::downloadAccepted(quint32 size)
 
 QByteArray TransferFrames::chunk(quint32 offset, const char *data, int count)
 {
-    QByteArray body = numberBytes(offset);
-    body.append(data, count);
+    QByteArray body(kNumberBytes + count, Qt::Uninitialized);
+    qToBigEndian(offset, body.data());
+    std::copy_n(data, count, body.data() + kNumberBytes);
     return frameBytes(LinkCode::kDataChunk, body);
 }
 
