@@ -6,9 +6,10 @@ import tempfile
 import language
 import loading
 import roundtrip
+import transfer
 from processes import Failed
 
-SECTIONS = {"language": language, "roundtrip": roundtrip, "loading": loading}
+SECTIONS = {"language": language, "roundtrip": roundtrip, "loading": loading, "transfer": transfer}
 USAGE_STATUS = 2
 
 

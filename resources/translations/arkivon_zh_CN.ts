@@ -28,6 +28,94 @@
         <translation>目标文件 %1 已损坏或不是程序</translation>
     </message>
     <message>
+        <source>File size is 0.</source>
+        <translation>文件大小为 0。</translation>
+    </message>
+    <message>
+        <source>Filename is empty.</source>
+        <translation>文件名为空。</translation>
+    </message>
+    <message>
+        <source>Begin to receive file %1. File size: %2 bytes.</source>
+        <translation>开始接收文件 %1。文件大小：%2 字节。</translation>
+    </message>
+    <message>
+        <source>start receive file.</source>
+        <translation>开始接收文件。</translation>
+    </message>
+    <message>
+        <source>File has been transfered successfully.</source>
+        <translation>文件传输成功。</translation>
+    </message>
+    <message>
+        <source>Failed to open file</source>
+        <translation>打开文件失败</translation>
+    </message>
+    <message>
+        <source>Failed to receive file</source>
+        <translation>接收文件失败</translation>
+    </message>
+    <message>
+        <source>Failed to send file</source>
+        <translation>发送文件失败</translation>
+    </message>
+    <message>
+        <source>Failed to write the file: %1</source>
+        <translation>写入文件失败：%1</translation>
+    </message>
+    <message>
+        <source>Data beyond the announced size</source>
+        <translation>数据超出声明的大小</translation>
+    </message>
+    <message>
+        <source>Size or digest is wrong</source>
+        <translation>大小或摘要不正确</translation>
+    </message>
+    <message>
+        <source>Another upload of this file is in progress</source>
+        <translation>该文件正在由另一个连接上传</translation>
+    </message>
+    <message>
+        <source>Not enough space on the disk: %1 bytes are free</source>
+        <translation>磁盘空间不足：剩余 %1 字节</translation>
+    </message>
+    <message>
+        <source>The archive is damaged</source>
+        <translation>压缩包已损坏</translation>
+    </message>
+    <message>
+        <source>%1 is encrypted or packed in an unknown way</source>
+        <translation>%1 已加密或使用未知的压缩方式</translation>
+    </message>
+    <message>
+        <source>This is no ZIP archive</source>
+        <translation>这不是 ZIP 压缩包</translation>
+    </message>
+    <message>
+        <source>The archive has more than %1 entries</source>
+        <translation>压缩包中的条目超过 %1 个</translation>
+    </message>
+    <message>
+        <source>%1 leads out of the web folder</source>
+        <translation>%1 超出网页文件夹</translation>
+    </message>
+    <message>
+        <source>%1 is a link or no plain file</source>
+        <translation>%1 是链接或不是普通文件</translation>
+    </message>
+    <message>
+        <source>The archive unpacks to more than %1 MiB</source>
+        <translation>压缩包解压后超过 %1 MiB</translation>
+    </message>
+    <message>
+        <source>Cannot write %1</source>
+        <translation>无法写入 %1</translation>
+    </message>
+    <message>
+        <source>%1 files unpacked</source>
+        <translation>已解压 %1 个文件</translation>
+    </message>
+    <message>
         <source>Network started.</source>
         <translation>网络已启动。</translation>
     </message>

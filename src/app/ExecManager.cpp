@@ -74,7 +74,7 @@ ExecManager::~ExecManager()
 
 QString ExecManager::irFilePath(int port) const
 {
-    return Port::isIr(port) ? inDirectory(QStringLiteral("ir%1.ir").arg(Port::emitterOf(port))) : QString();
+    return Port::isIr(port) ? irFilePattern().arg(Port::emitterOf(port)) : QString();
 }
 
 bool ExecManager::stopRequested() const
@@ -135,6 +135,15 @@ void ExecManager::stopProgram()
     } else {
         QMetaObject::invokeMethod(
             this, [this] { stopMainline(); }, Qt::QueuedConnection);
+    }
+}
+
+void ExecManager::forgetValues()
+{
+    if (m_program) {
+        m_program->tree().storage().reloadVariables();
+    } else {
+        StorageManager(m_directory).reloadVariables();
     }
 }
 

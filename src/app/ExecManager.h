@@ -23,7 +23,9 @@ public:
     QString objectFilePath() const { return m_objectFilePath; }
     QString sourceFilePath() const { return inDirectory(QStringLiteral("source.src")); }
     QString uiFilePath() const { return inDirectory(QStringLiteral("ui.dtp")); }
+    QString irFilePattern() const { return inDirectory(QStringLiteral("ir%1.ir")); } // for numbers 1 to 8
     QString webArchivePath() const { return inDirectory(QStringLiteral("web.zip")); }
+    QString webFolder() const { return inDirectory(QStringLiteral("web")); }
     QString irFilePath(int port) const; // of device 5001; empty for a port that is no IR emitter
     ControlProgram *program() const { return m_program.get(); } // nullptr: none is loaded
     bool stopRequested() const;                                 // the loaded program's
@@ -36,6 +38,7 @@ public:
     void runStart();      // the start block, then the controller's ports come online
     void startMainline(); // every 100 ms from now on, when there is one
     void stopProgram();   // any thread
+    void forgetValues();  // of NON_VOLATILE variables and named parameters: another program will be started
     void unloadProgram(); // at the end of the process
 
 Q_SIGNALS:

@@ -11,6 +11,7 @@
 #include "app/SystemScripts.h"
 #include "app/TerminalMonitor.h"
 #include "app/Translations.h"
+#include "app/Uploads.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
 #include "base/StopSignals.h"
@@ -70,6 +71,7 @@ struct MainApplication::Parts
     std::unique_ptr<ControllerBridge> controllers;
     std::unique_ptr<ServiceBridge> services;
     std::unique_ptr<ExecManager> exec;
+    std::unique_ptr<Uploads> uploads;
     std::unique_ptr<NetworkManager> network; // its threads end before the program does
     std::unique_ptr<ControllerLinks> links;
     std::unique_ptr<StopSignals> signalsToStop;
@@ -113,6 +115,9 @@ int MainApplication::run()
         status = exec(); // a quit that nobody has given a reason for goes back to work
     } while (!settings.isRebootRequested() && !settings.isRestartRequested() && !ProgramStop::isEndRequested());
 
+    if (m_parts->uploads->hasNewProgram()) {
+        m_parts->exec->forgetValues();
+    }
     PortManager &ports = m_parts->devices->ports();
     if (settings.isRebootRequested()) {
         ports.writeClosingFrame();
@@ -254,6 +259,7 @@ std::optional<int> MainApplication::startNetwork(const Options &options)
     parts.network =
         std::make_unique<NetworkManager>(LinkHooks{ *parts.panels, *parts.panels, *parts.panels, *parts.services });
     NetworkManager &network = *parts.network;
+    serveUploads();
     connect(&network, &NetworkManager::programError, this, [this](const QString &text) {
         if (ControlProgram *program = m_parts->exec->program()) {
             program->tree().reportError(text);
@@ -286,6 +292,21 @@ void MainApplication::startControllerLinks(const Options &options)
         listener, [network = parts.network.get()]() -> IoThread & { return network->nextThread(); });
     parts.controllers->setLinks(parts.links.get());
     parts.services->setLinks(parts.links.get());
+}
+
+void MainApplication::serveUploads()
+{
+    Parts &parts = *m_parts;
+    const ExecManager &exec = *parts.exec;
+    const TransferPaths paths{ exec.objectFilePath(), exec.sourceFilePath(), exec.uiFilePath(), exec.webArchivePath(),
+                               exec.irFilePattern() };
+    const Uploads::Actions actions{ [this] { m_parts->exec->stopProgram(); },
+                                    [this] {
+                                        m_parts->settings.requestRestart();
+                                        quit();
+                                    } };
+    parts.uploads = std::make_unique<Uploads>(paths, exec.webFolder(), actions, *parts.daemon);
+    parts.network->setFileTransfers(&parts.uploads->service());
 }
 
 void MainApplication::quitOnSupervisorsWish()

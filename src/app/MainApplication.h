@@ -30,6 +30,7 @@ private:
     std::optional<int> startNetwork(const Options &options);
     void startControllerLinks(const Options &options);
     void quitOnSupervisorsWish();
+    void serveUploads();
     void endParts();
 
     std::unique_ptr<Parts> m_parts;

@@ -148,6 +148,11 @@ void LinkClient::sendPlain(quint8 code, const QByteArray &body)
     m_socket->write(frameBytes(code, body));
 }
 
+void LinkClient::sendFrames(const QByteArray &frames)
+{
+    m_socket->write(frames);
+}
+
 void LinkClient::readAvailable()
 {
     const std::vector<Frame> frames = m_parser.feed(m_socket->readAll());

@@ -54,6 +54,7 @@ public:
 
     void sendTextCommand(const QByteArray &text); // as the management tool does; replies come as messages
     void sendPlain(quint8 code, const QByteArray &body);
+    void sendFrames(const QByteArray &frames); // whole ones
 
 Q_SIGNALS:
     void introduced();                         // the controller has asked, and been told, who we are

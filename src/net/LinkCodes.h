@@ -50,6 +50,21 @@ constexpr quint8 kSetPageProperty = 0x3E;
 constexpr quint8 kSetContainerProperty = 0x41;
 constexpr quint8 kContainerCall = 0x42;
 
+// File transfer; docs/formats/file-transfer.md describes the bodies.
+constexpr quint8 kUploadRequest = 0x22;    // of a tool
+constexpr quint8 kDownloadAccepted = 0x22; // of a controller
+constexpr quint8 kDataChunk = 0x23;
+constexpr quint8 kEndOfBlock = 0x24;
+constexpr quint8 kConfirmation = 0x25;
+constexpr quint8 kEndOfFile = 0x26;
+constexpr quint8 kUploadComplete = 0x27;
+constexpr quint8 kDownloadRequest = 0x28;
+constexpr quint8 kDownloadRefused = 0x29;
+constexpr bool isTransfer(quint8 code)
+{
+    return code >= kUploadRequest && code <= kDownloadRefused;
+}
+
 // Between controllers; acknowledged.
 constexpr quint8 kController = 0x3F;
 } // namespace LinkCode

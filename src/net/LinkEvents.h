@@ -71,7 +71,7 @@ struct ControllerMessage
     QByteArray body;
 };
 
-struct OtherFrame // of a code that the session does not know, with a right checksum
+struct OtherFrame // of a code that the session does not know; its checksum is right, except of file transfers
 {
     Frame frame;
 };

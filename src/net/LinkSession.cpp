@@ -18,8 +18,10 @@ LinkSession::LinkSession(qint64 nowMs, quint32 lastMessageId)
 
 void LinkSession::receive(const char *bytes, int count, qint64 nowMs, std::vector<LinkEvent> &events)
 {
-    for (const Frame &frame : m_exchange.cut(bytes, count)) {
-        if (frame.checksumOk) {
+    for (Frame &frame : m_exchange.cut(bytes, count)) {
+        if (m_isTransferring && LinkCode::isTransfer(frame.code)) {
+            events.emplace_back(OtherFrame{ std::move(frame) });
+        } else if (!m_isTransferring && frame.checksumOk) {
             takeFrame(frame, nowMs, events);
         }
     }
@@ -35,7 +37,7 @@ bool LinkSession::tick(qint64 nowMs)
     }
     if (nowMs >= m_watchdogAtMs) {
         m_watchdogAtMs = nextMoment(m_watchdogAtMs, kWatchdogMs, nowMs);
-        ++m_missedHeartbeats;
+        m_missedHeartbeats += m_isTransferring ? 0 : 1;
     }
     return m_missedHeartbeats <= kMissedHeartbeats;
 }

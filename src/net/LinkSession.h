@@ -33,6 +33,10 @@ public:
     /// Returns false when the peer has been silent for too long.
     bool tick(qint64 nowMs);
 
+    /// While a file is on its way, its frames are the only ones that are handed on (damaged ones too), and a peer that
+    /// sends no heartbeats is not silent.
+    void setTransferring(bool isTransferring) { m_isTransferring = isTransferring; }
+
     void sendPlain(quint8 code, const QByteArray &body) { m_exchange.sendPlain(code, body); }
     void sendFrame(const QByteArray &frame) { m_exchange.sendFrame(frame); } // a whole one
     void sendMessage(quint8 code, const QByteArray &body, qint64 nowMs)      // acknowledged, sent again until it is
@@ -49,6 +53,7 @@ private:
     int m_peerType = PeerType::kUnknown;
     int m_deviceNumber = -1;
     int m_missedHeartbeats = 0;
+    bool m_isTransferring = false;
     qint64 m_identifyAtMs;
     qint64 m_watchdogAtMs;
 };

@@ -303,6 +303,9 @@ void NetworkManager::clientClosed(SocketClient &client)
 {
     m_registry.remove(client);
     m_portTests->peerClosed(client);
+    if (m_transfers) {
+        m_transfers->peerGone(client);
+    }
     if (m_isStopping) {
         return;
     }
@@ -415,8 +418,10 @@ void NetworkManager::take(SocketClient &client, const ControllerMessage &message
 
 void NetworkManager::take(SocketClient &client, const OtherFrame &other)
 {
-    // File transfer (0x22 to 0x29) arrives here too.
-    if (other.frame.code == LinkCode::kPortTestRequest || other.frame.code == LinkCode::kPortTestReport) {
+    const quint8 code = other.frame.code;
+    if (m_transfers && LinkCode::isTransfer(code)) {
+        m_transfers->take(client.shared_from_this(), other.frame);
+    } else if (code == LinkCode::kPortTestRequest || code == LinkCode::kPortTestReport) {
         m_portTests->request(client, other.frame.body);
     }
 }

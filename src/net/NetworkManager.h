@@ -90,6 +90,9 @@ public:
     /// Where messages of other controllers go (code 0x3F), on the I/O thread of that peer. Set before start().
     void setControllerMessageHook(ControllerMessageHook hook) { m_controllerMessage = std::move(hook); }
 
+    /// Where the frames of file transfers go. Set before start(); outlives this.
+    void setFileTransfers(FileTransfers *transfers) { m_transfers = transfers; }
+
 Q_SIGNALS:
     void programError(const QString &text); // a fault of the running program; emitted on the caller's thread
 
@@ -121,6 +124,7 @@ private:
 
     const LinkHooks m_hooks;
     ControllerMessageHook m_controllerMessage;
+    FileTransfers *m_transfers = nullptr; // borrowed
     ConnectionRegistry m_registry;
     std::unique_ptr<PortTests> m_portTests; // outlives the I/O threads, which use it
     std::vector<std::unique_ptr<IoThread>> m_threads;

@@ -61,6 +61,12 @@ void SocketClient::sendLevel(int levelCode, int level)
     send([&] { m_session.sendLevel(levelCode, level, linkClockMs()); });
 }
 
+void SocketClient::setTransferring(bool isTransferring)
+{
+    const std::lock_guard lock(m_mutex);
+    m_session.setTransferring(isTransferring);
+}
+
 void SocketClient::close()
 {
     const std::lock_guard lock(m_mutex);

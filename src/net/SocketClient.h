@@ -1,5 +1,6 @@
 #pragma once
 #include "net/Backlog.h"
+#include "net/FileTransfers.h"
 #include "net/LinkSession.h"
 #include "net/LinkSocket.h"
 #include <QString>
@@ -22,7 +23,10 @@ public:
 /// Owns: the socket and the session. Thread: reading and ticking on one I/O thread for life; the sending functions may
 ///       be called on any thread and write to the socket themselves, which saves waking the I/O thread.
 /// Ends: with its last holder; the socket is closed when the I/O thread removes it.
-class SocketClient final : public IoHandler, public PausableReader, public std::enable_shared_from_this<SocketClient>
+class SocketClient final : public IoHandler,
+                           public PausableReader,
+                           public TransferPeer,
+                           public std::enable_shared_from_this<SocketClient>
 {
 public:
     static constexpr int kMaxWaitingBytes = LinkSocket::kMaxWaitingBytes;
@@ -39,9 +43,10 @@ public:
 
     void begin(); // writes the identify request
     void sendPlain(quint8 code, const QByteArray &body);
-    void sendFrame(const QByteArray &frame); // a whole one
+    void sendFrame(const QByteArray &frame) override; // a whole one, or several
     void sendMessage(quint8 code, const QByteArray &body);
     void sendLevel(int levelCode, int level);
+    void setTransferring(bool isTransferring) override;
     void close();
     void setReading(bool isReading) override;
 

@@ -25,6 +25,8 @@ Command dateTimeCommand(CLI::App &app);
 Command rebootCommand(CLI::App &app);
 Command systemNumberCommand(CLI::App &app);
 Command listenCommand(CLI::App &app);
+Command uploadCommand(CLI::App &app);
+Command downloadCommand(CLI::App &app);
 Command portTestCommand(CLI::App &app);
 Command irCommand(CLI::App &app);
 

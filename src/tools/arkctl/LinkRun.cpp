@@ -42,7 +42,7 @@ LinkRun::LinkRun(const LinkClient::Identity &identity, const RunOptions &options
         fail("the controller at " + m_options.endpoint.text() + " does not answer",
              "see whether its program is in a long loop, and try again");
     });
-    connect(m_console, &Console::stopRequested, this, [this] { finish(Outcome::Done); });
+    connect(m_console, &Console::stopRequested, this, [this] { finish(outcomeWhenStopped()); });
     connect(m_client, &LinkClient::introduced, this, [this] { begin(); });
     connect(m_client, &LinkClient::failed, this, [this](const QString &reason) {
         fail("no connection to " + m_options.endpoint.text() + ": " + reason.toStdString(),
@@ -81,8 +81,7 @@ LinkClient::Identity LinkRun::panel(int device)
 
 void LinkRun::lost()
 {
-    fail("the controller at " + m_options.endpoint.text() + " closed the connection",
-         "see whether it is restarting, and try again");
+    fail("the controller at " + m_options.endpoint.text() + " closed the connection", adviceWhenLost());
 }
 
 void LinkRun::awaitAnswer()
@@ -106,6 +105,7 @@ void LinkRun::finish(Outcome outcome)
 void LinkRun::fail(const std::string &what, const std::string &tryThis)
 {
     if (!m_outcome) {
+        leave();
         Console::complain(what, tryThis);
         finish(Outcome::Failed);
     }

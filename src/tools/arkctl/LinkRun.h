@@ -44,7 +44,10 @@ public:
 
 protected:
     virtual void begin() = 0; // introduced: to work
+    virtual void leave() {}   // before a complaint is made
     virtual void lost();      // the connection, after it had been made: fails
+    virtual Outcome outcomeWhenStopped() const { return Outcome::Done; }
+    virtual std::string adviceWhenLost() const { return "see whether it is restarting, and try again"; }
 
     Console &console() { return *m_console; }
     LinkClient &client() { return *m_client; }

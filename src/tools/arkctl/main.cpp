@@ -3,8 +3,9 @@
 
 namespace {
 constexpr auto kAllCommands = {
-    monitorCommand,  panelCommand,        infoCommand,   discoverCommand, networkCommand,  macCommand,
-    dateTimeCommand, systemNumberCommand, listenCommand, rebootCommand,   portTestCommand, irCommand,
+    monitorCommand, panelCommand,    infoCommand,         discoverCommand, networkCommand,
+    macCommand,     dateTimeCommand, systemNumberCommand, listenCommand,   rebootCommand,
+    uploadCommand,  downloadCommand, portTestCommand,     irCommand,
 };
 
 struct Common
@@ -28,6 +29,7 @@ void describe(CLI::App &app, Common &common)
                "  arkctl monitor --json --host 192.168.1.2       what one reports, for a program to read\n"
                "  arkctl panel 10001 press 5                     push and release button 5 of panel 10001\n"
                "  arkctl panel 10001 level 1 200 watch           move slider 1, then watch until Ctrl-C\n"
+               "  arkctl upload room.pobj site.zip               send files; the controller restarts with the program\n"
                "  arkctl datetime now                            set its clock to this machine's\n"
                "  arkctl listen add 10.0.0.7                     listen to another controller's ports too\n"
                "  arkctl porttest tcp-client 10.0.0.9 23         can the controller reach that device?");
