@@ -121,12 +121,6 @@ WebUnpacker::WebUnpacker(const QString &webFolder)
     removeFolder(oldFolder(folder));
 }
 
-WebUnpacker::~WebUnpacker()
-{
-    m_isEnding = true;
-    m_pool.waitForDone();
-}
-
 void WebUnpacker::unpack(const QString &archive, const QString &name)
 {
     m_pool.start([this, archive, name] {
@@ -134,11 +128,9 @@ void WebUnpacker::unpack(const QString &archive, const QString &name)
         const std::optional<QString> problem = unpackNow(archive, files);
         const QString outcome =
             problem.value_or(translated(QT_TRANSLATE_NOOP("messages", "%1 files unpacked")).arg(files));
-        if (!m_isEnding) {
-            qInfo().noquote() << outcome;
-            monitorLog(problem ? MonitorMessageType::Error : MonitorMessageType::System,
-                       QStringLiteral("%1: %2").arg(name, outcome));
-        }
+        qInfo().noquote() << outcome;
+        monitorLog(problem ? MonitorMessageType::Error : MonitorMessageType::System,
+                   QStringLiteral("%1: %2").arg(name, outcome));
     });
 }
 
@@ -164,12 +156,12 @@ std::optional<QString> WebUnpacker::unpackNow(const QString &archive, int &files
         problem =
             translated(QT_TRANSLATE_NOOP("messages", "Not enough space on the disk: %1 bytes are free")).arg(free);
     } else {
-        problem = zip.unpack(fresh, m_isEnding);
+        problem = zip.unpack(fresh);
     }
     if (!problem && QFileInfo::exists(folder) && !addMissing(pathOf(folder), pathOf(fresh), error)) {
         problem = cannotWrite(QString::fromStdString(error.message()));
     }
-    if (!problem && !m_isEnding) {
+    if (!problem) {
         syncDisk(fresh);
         if (!putInPlace(folder)) {
             problem = cannotWrite(folder);

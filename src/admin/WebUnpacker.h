@@ -2,20 +2,21 @@
 #include <QString>
 #include <QThreadPool>
 
-#include <atomic>
 #include <optional>
 
 /// Unpacks web archives into the web folder. The files of an archive take the place of those of the same names, all at
 /// once, and the others stay; an archive that is refused or damaged changes nothing. What came of it is told in the log
 /// and in a monitor line that begins with the name the tool gave the archive.
-/// Owns: the thread it works on. Thread: unpack() on any. Ends: with its owner; an archive that is being unpacked is
-/// let go.
+/// Owns: the thread it works on. Thread: unpack() on any. Ends: with its owner, who waits for
+/// what was begun.
 class WebUnpacker
 {
 public:
     /// Completes or undoes what a process that ended meanwhile had begun.
     explicit WebUnpacker(const QString &webFolder);
-    ~WebUnpacker();
+    ~WebUnpacker() { m_pool.waitForDone(); }
+    WebUnpacker(const WebUnpacker &) = delete;
+    WebUnpacker &operator=(const WebUnpacker &) = delete;
 
     void unpack(const QString &archive, const QString &name); // later; one after the other
 
@@ -24,6 +25,5 @@ public:
 
 private:
     const QString m_folder;
-    std::atomic<bool> m_isEnding{ false };
     QThreadPool m_pool; // of one thread
 };

@@ -205,7 +205,7 @@ std::optional<QString> ZipArchive::addEntry(Entry entry, quint16 flags, quint32 
     return std::nullopt;
 }
 
-std::optional<QString> ZipArchive::unpack(const QString &folder, const std::atomic<bool> &stop)
+std::optional<QString> ZipArchive::unpack(const QString &folder)
 {
     const QDir top(folder);
     for (const Entry &entry : m_entries) {
@@ -217,14 +217,14 @@ std::optional<QString> ZipArchive::unpack(const QString &folder, const std::atom
         if (entry.isDirectory) {
             continue;
         }
-        if (auto problem = unpackFile(entry, path, stop)) {
+        if (auto problem = unpackFile(entry, path)) {
             return problem;
         }
     }
     return std::nullopt;
 }
 
-std::optional<QString> ZipArchive::unpackFile(const Entry &entry, const QString &path, const std::atomic<bool> &stop)
+std::optional<QString> ZipArchive::unpackFile(const Entry &entry, const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
@@ -247,7 +247,7 @@ std::optional<QString> ZipArchive::unpackFile(const Entry &entry, const QString 
         return canWrite;
     };
     bool isGood = true;
-    for (qint64 left = entry.packedSize; left > 0 && isGood && !stop;) {
+    for (qint64 left = entry.packedSize; left > 0 && isGood;) {
         QByteArray piece = m_file.read(std::min<qint64>(left, kPieceBytes));
         left -= piece.size();
         isGood = !piece.isEmpty() && inflater.feed(piece, take);

@@ -2,7 +2,6 @@
 #include <QFile>
 #include <QString>
 
-#include <atomic>
 #include <optional>
 #include <vector>
 
@@ -37,12 +36,12 @@ public:
     std::optional<QString> open();
 
     /// Writes all entries below an empty folder. What went wrong, if anything; the folder is then of no use.
-    std::optional<QString> unpack(const QString &folder, const std::atomic<bool> &stop);
+    std::optional<QString> unpack(const QString &folder);
 
 private:
     std::optional<QString> readEntries(const QByteArray &directory, int count);
     std::optional<QString> addEntry(Entry entry, quint16 flags, quint32 attributes, bool isOfUnix);
-    std::optional<QString> unpackFile(const Entry &entry, const QString &path, const std::atomic<bool> &stop);
+    std::optional<QString> unpackFile(const Entry &entry, const QString &path);
     bool seekToData(const Entry &entry);
 
     QFile m_file;

@@ -96,6 +96,7 @@ private Q_SLOTS:
     void anythingMayArrive();
     void asksForTheHandshake();
     void silentPeerIsGivenUp();
+    void transferSilencesTheRest();
     void resendsAndStops();
     void waitsWithResendsUntilOutputIsGone();
     void messageIdsSkipZero();
@@ -241,6 +242,23 @@ void LinkSessionTest::silentPeerIsGivenUp()
     Peer frozen; // the process itself had stopped for an hour: the peer is not to blame
     QVERIFY(frozen.session.tick(3'600'000));
     QVERIFY(frozen.session.tick(3'600'200));
+}
+
+void LinkSessionTest::transferSilencesTheRest()
+{
+    const QByteArray damagedChunk = QByteArray::fromHex("5651 00000006 23 00000000 41 00 AC");
+    Peer peer;
+    QCOMPARE(peer.receive(kHandshake + damagedChunk), QByteArray());
+    peer.session.setTransferring(true);
+    peer.events.clear();
+    QCOMPARE(peer.receive(kHandshake + kBeat + damagedChunk), QByteArray());
+    QCOMPARE(peer.events.size(), size_t(1));
+    QVERIFY(!std::get<OtherFrame>(peer.events.front()).frame.checksumOk);
+    for (qint64 now = 1000; now <= 60'000; now += 1000) {
+        QVERIFY(peer.session.tick(now)); // no heartbeat is expected
+    }
+    peer.session.setTransferring(false);
+    QVERIFY(!peer.receive(kBeat, 60'500).isEmpty());
 }
 
 void LinkSessionTest::resendsAndStops()
