@@ -16,6 +16,7 @@
 #include "devices/DeviceManager.h"
 #include "library/ControlProgram.h"
 #include "net/NetworkManager.h"
+#include "net/sockets/OneShotSends.h"
 
 #include <QAbstractSocket>
 #include <QDir>
@@ -264,5 +265,7 @@ void MainApplication::endParts()
     if (parts.exec) {
         parts.exec->unloadProgram();
     }
+    constexpr int kLastSendsMs = 500;
+    OneShotSends::instance().finish(kLastSendsMs); // what the program wanted to say before a restart
     m_parts.reset();
 }
