@@ -21,6 +21,9 @@ ProgramSockets::~ProgramSockets()
 {
     m_program.setSockets(nullptr);
     m_context.events->stop();
+    for (const auto &[key, socket] : m_sockets) {
+        socket->close();
+    }
     m_context.loop->stop();
 }
 

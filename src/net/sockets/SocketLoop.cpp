@@ -50,7 +50,46 @@ bool SocketLoop::add(std::shared_ptr<IoHandler> handler, quint32 epollEvents)
 
 void SocketLoop::later(std::function<void()> job)
 {
-    QMetaObject::invokeMethod(this, std::move(job), Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this,
+        [this, job = std::move(job)] {
+            if (m_depth >= kMostNested) {
+                m_heldJobs.push_back(job);
+            } else {
+                enter(job);
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+/// Does what may run the program's handlers, which may let go of everything here.
+template <class Work>
+void SocketLoop::enter(Work work)
+{
+    if (m_isStopped) {
+        return;
+    }
+    const std::shared_ptr<SocketLoop> self = shared_from_this();
+    ++m_depth;
+    work();
+    --m_depth;
+    if (!m_isStopped) {
+        leave();
+    }
+    if (self.use_count() == 1 && m_notifier) {
+        m_notifier.release()->deleteLater(); // it may be the one that called us
+    }
+}
+
+/// What was nested too deep gets its turn.
+void SocketLoop::leave()
+{
+    if (std::exchange(m_isHeld, false)) {
+        m_notifier->setEnabled(true);
+    }
+    for (std::function<void()> &job : std::exchange(m_heldJobs, {})) {
+        later(std::move(job));
+    }
 }
 
 void SocketLoop::serve()
@@ -61,25 +100,17 @@ void SocketLoop::serve()
         m_isHeld = true;
         return;
     }
-    const std::shared_ptr<SocketLoop> self = shared_from_this(); // a handler may let go of everything
-    ++m_depth;
-    const steady_clock::time_point until = steady_clock::now() + kTurn;
-    while (!m_isStopped && m_io.serve(0, kHandlersAtOnce) == kHandlersAtOnce && steady_clock::now() < until) {
-    }
-    --m_depth;
-    if (std::exchange(m_isHeld, false) && !m_isStopped) {
-        m_notifier->setEnabled(true);
-    }
-    if (self.use_count() == 1) {
-        m_notifier.release()->deleteLater(); // it is the one that called us
-    }
+    enter([this] {
+        const steady_clock::time_point until = steady_clock::now() + kTurn;
+        while (!m_isStopped && m_io.serve(0, kHandlersAtOnce) == kHandlersAtOnce && steady_clock::now() < until) {
+        }
+    });
 }
 
 void SocketLoop::tick()
 {
-    const std::shared_ptr<SocketLoop> self = shared_from_this();
-    m_io.tickAll(Clock::instance().monotonicMs());
-    if (m_io.isEmpty()) {
-        Clock::instance().cancel(std::exchange(m_tickTicket, 0));
+    if (m_depth >= kMostNested) {
+        return; // the next one will do
     }
+    enter([this] { m_io.tickAll(Clock::instance().monotonicMs()); });
 }

@@ -29,13 +29,17 @@ public:
 
 private:
     SocketLoop();
+    template <class Work>
+    void enter(Work work);
+    void leave();
     void serve();
     void tick();
 
     IoLoop m_io;
     std::unique_ptr<QSocketNotifier> m_notifier;
-    int m_depth = 0;       // of serve() within serve()
-    bool m_isHeld = false; // the notifier is off because serve() is nested too deep
+    std::vector<std::function<void()>> m_heldJobs;
+    int m_depth = 0;       // of work within work
+    bool m_isHeld = false; // the notifier is off because work is nested too deep
     bool m_isStopped = false;
     int m_tickTicket = 0;
 };

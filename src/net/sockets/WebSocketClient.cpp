@@ -2,9 +2,13 @@
 
 #include "net/sockets/HostLookup.h"
 #include "net/sockets/TcpStream.h"
+#include "net/sockets/TlsStream.h"
+
+#include <QSslSocket>
 
 namespace {
 constexpr int kPlainPort = 80;
+constexpr int kSecurePort = 443;
 } // namespace
 
 void WebSocketClient::send(const QByteArray &data)
@@ -23,7 +27,7 @@ void WebSocketClient::restart()
     const QString scheme = m_url.scheme();
     if (!m_url.isValid() || m_url.host().isEmpty()) {
         fail(QAbstractSocket::HostNotFoundError);
-    } else if (scheme != QLatin1String("ws")) {
+    } else if (scheme != QLatin1String("ws") && !(isSecure() && QSslSocket::supportsSsl())) {
         fail(QAbstractSocket::UnsupportedSocketOperationError);
     } else if (QHostAddress address; address.setAddress(m_url.host())) {
         connectTo(address);
@@ -57,6 +61,11 @@ void WebSocketClient::close()
 void WebSocketClient::connectTo(const QHostAddress &address)
 {
     m_link = WebSocketLink::asClient(loop(), m_url, { shared_from_this(), this });
+    if (isSecure()) {
+        const auto port = static_cast<quint16>(m_url.port(kSecurePort));
+        m_link->setStream(TlsStream::connectTo(loop(), address, port, m_url.host(), m_link));
+        return;
+    }
     const SocketAddress where(address, static_cast<quint16>(m_url.port(kPlainPort)));
     TcpStream::Result result = TcpStream::connectTo(loop(), where, 0, m_link);
     if (!result.stream) {

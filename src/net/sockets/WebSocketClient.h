@@ -17,8 +17,8 @@ public:
     void close() override;
 
 private:
+    bool isSecure() const { return m_url.scheme() == QLatin1String("wss"); }
     void connectTo(const QHostAddress &address);
-    void connectByTls();
     void fail(int error);
     void opened(WebSocketLink &link) override;
     void message(WebSocketLink &link, const QByteArray &bytes) override;
