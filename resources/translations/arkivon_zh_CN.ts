@@ -691,5 +691,69 @@
         <source>Error:Too long message for another controller</source>
         <translation>错误：发往其他控制器的消息过长</translation>
     </message>
+    <message>
+        <source>Wrong %1 function localport</source>
+        <translation>%1 函数的本地端口错误</translation>
+    </message>
+    <message>
+        <source>Wrong %1 function local ip port</source>
+        <translation>%1 函数的本地网络端口错误</translation>
+    </message>
+    <message>
+        <source>Wrong %1 function server address</source>
+        <translation>%1 函数的服务器地址错误</translation>
+    </message>
+    <message>
+        <source>Wrong %1 function server port</source>
+        <translation>%1 函数的服务器端口错误</translation>
+    </message>
+    <message>
+        <source>Unknown protocol in %1 function</source>
+        <translation>%1 函数的协议未知</translation>
+    </message>
+    <message>
+        <source>%1 function local port is not valid</source>
+        <translation>%1 函数的本地端口无效</translation>
+    </message>
+    <message>
+        <source>%1 function server port is not valid</source>
+        <translation>%1 函数的服务器端口无效</translation>
+    </message>
+    <message>
+        <source>%1 function protocol is not valid</source>
+        <translation>%1 函数的协议无效</translation>
+    </message>
+    <message>
+        <source>%1 function local port is invalid</source>
+        <translation>%1 函数的本地端口无效</translation>
+    </message>
+    <message>
+        <source>Wrong %1 port</source>
+        <translation>%1 的端口错误</translation>
+    </message>
+    <message>
+        <source>Argument of %1 function is too less</source>
+        <translation>%1 函数的参数过少</translation>
+    </message>
+    <message>
+        <source>Too many messages of %1 function are waiting, one was dropped</source>
+        <translation>%1 函数等待发送的消息过多，已丢弃一条</translation>
+    </message>
+    <message>
+        <source>Online Event: Device 0:%1:0 online</source>
+        <translation>上线事件：设备 0:%1:0 上线</translation>
+    </message>
+    <message>
+        <source>Offline Event: Device 0:%1:0 offline</source>
+        <translation>离线事件：设备 0:%1:0 离线</translation>
+    </message>
+    <message>
+        <source>got socket data: device is 0:%1:0 and data is %2</source>
+        <translation>收到套接字数据：设备 0:%1:0，数据为 %2</translation>
+    </message>
+    <message>
+        <source>Device 0:%1:0 error event occured</source>
+        <translation>设备 0:%1:0 发生错误事件</translation>
+    </message>
 </context>
 </TS>

@@ -19,6 +19,7 @@
 #include "library/ControlProgram.h"
 #include "net/NetworkManager.h"
 #include "net/controllers/ControllerLinks.h"
+#include "net/sockets/OneShotSends.h"
 
 #include <QAbstractSocket>
 #include <QDir>
@@ -341,5 +342,7 @@ void MainApplication::endParts()
     if (parts.exec) {
         parts.exec->unloadProgram();
     }
+    constexpr int kLastSendsMs = 500;
+    OneShotSends::instance().finish(kLastSendsMs); // what the program wanted to say before a restart
     m_parts.reset();
 }

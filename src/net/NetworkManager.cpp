@@ -118,7 +118,7 @@ std::optional<QString> NetworkManager::start(const LinkOptions &options)
     }
     IoThread &first = *m_threads.front();
     ListenSocket::Result listening =
-        ListenSocket::open(options.bindAddress, options.port, first,
+        ListenSocket::open(options.bindAddress, options.port, first.loop(),
                            [this](int socket, const QString &peerAddress) { accept(socket, peerAddress); });
     if (!listening.socket) {
         stop();
