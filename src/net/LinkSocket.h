@@ -13,7 +13,7 @@ public:
     /// Bytes that may wait for a peer which does not read; with more its connection is closed.
     static constexpr int kMaxWaitingBytes = 1024 * 1024;
     /// Bytes of messages that a peer may leave unconfirmed; likewise.
-    static constexpr qint64 kMaxPendingBytes = 8 * 1024 * 1024;
+    static constexpr int kMaxPendingBytes = 8 * 1024 * 1024;
 
     /// Takes over a non-blocking socket, which the handler serves on the thread.
     LinkSocket(int socket, IoThread &thread, IoHandler &handler);

@@ -104,7 +104,7 @@ void SocketClient::removed()
 bool SocketClient::readAvailable(qint64 nowMs)
 {
     // One read a turn, so that a peer that never stops talking leaves room for the others.
-    constexpr size_t kReadSize = 64 * 1024;
+    constexpr size_t kReadSize = 65536;
     thread_local std::vector<char> buffer(kReadSize);
     const ssize_t count = ::recv(descriptor(), buffer.data(), buffer.size(), 0);
     if (count <= 0) {

@@ -47,6 +47,7 @@ private:
     std::unique_ptr<DeviceManager> m_devices;
     std::unique_ptr<PanelBridge> m_panels;
     std::unique_ptr<ControllerBridge> m_bridge;
+    SystemScripts m_scripts{ SystemScripts::Permission::Never };
     std::unique_ptr<ServiceBridge> m_services;
     std::unique_ptr<ExecManager> m_exec;
     std::unique_ptr<NetworkManager> m_network;
@@ -55,8 +56,6 @@ private:
 };
 
 namespace {
-SystemScripts noScripts(SystemScripts::Permission::Never);
-
 const char *const kProgram = "device dvOne = 5001:1:0\n device dvFar = 5001:2:9\n device dvPanel = 10001:1:0\n"
                              "data_event [dvOne] { string: { send_string 5001:4:0, \"'one ', data.text\" } }\n"
                              "data_event [dvFar] {\n"
@@ -90,7 +89,7 @@ void ControllerBridgeTest::init()
     m_panels = std::make_unique<PanelBridge>(*m_devices);
     m_bridge = std::make_unique<ControllerBridge>(*m_devices);
     m_devices->setControllerLink(m_bridge.get());
-    m_services = std::make_unique<ServiceBridge>(*m_settings, noScripts, [] {});
+    m_services = std::make_unique<ServiceBridge>(*m_settings, m_scripts, [] {});
     m_exec = std::make_unique<ExecManager>(m_directory->path(), *m_devices);
     const CompileResult result = compileSource(QString::fromUtf8(kProgram));
     QVERIFY2(result.isGood(), qPrintable(result.text()));

@@ -43,7 +43,7 @@ std::shared_ptr<ListenerConnection> ListenerConnection::open(const QHostAddress 
     if (socket < 0) {
         return nullptr;
     }
-    const std::shared_ptr<ListenerConnection> connection(
+    std::shared_ptr<ListenerConnection> connection(
         new ListenerConnection(socket, target, options.handshake, thread, std::move(told)));
     thread.add(connection);
     return connection;
@@ -150,7 +150,7 @@ bool ListenerConnection::finishConnecting(quint32 epollEvents, qint64 nowMs)
 bool ListenerConnection::readAvailable(qint64 nowMs)
 {
     // One read a turn, so that a target that never stops talking leaves room for the others.
-    constexpr size_t kReadSize = 64 * 1024;
+    constexpr size_t kReadSize = 65536;
     thread_local std::vector<char> buffer(kReadSize);
     const ssize_t count = ::recv(descriptor(), buffer.data(), buffer.size(), 0);
     if (count <= 0) {
