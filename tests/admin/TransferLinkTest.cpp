@@ -321,7 +321,8 @@ void TransferLinkTest::troubledUploadsLeaveOldOrNew()
             arrived += run->tool->isDone() ? 1 : 0;
         }
     }
-    QVERIFY2(arrived >= 60, qPrintable(QString::number(arrived))); // 150 where nothing else runs: cuts and long delays are fatal
+    QVERIFY2(arrived >= 60,
+             qPrintable(QString::number(arrived))); // 150 where nothing else runs: cuts and long delays are fatal
 }
 
 QTEST_GUILESS_MAIN(TransferLinkTest)
