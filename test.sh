@@ -12,7 +12,7 @@ fi
 . tools/setup.sh
 need "${build_packages[@]}" clang libclang-rt-14-dev clang-format shellcheck
 # What some tests need beside themselves; without it they are skipped.
-need iproute2 util-linux isc-dhcp-client dnsmasq-base socat
+need iproute2 util-linux isc-dhcp-client dnsmasq-base socat python3-websockets
 
 step() { echo; echo "== $*"; }
 
