@@ -29,6 +29,12 @@ void PanelBridge::levelChanged(quint16 device, int level, int value)
     post(PanelEvent::LevelChanged, device, level, value);
 }
 
+bool PanelBridge::isFull() const
+{
+    constexpr int kMostWaiting = 20000; // some 3 MB; a room's panels together push a few times a second
+    return PanelEvent::waiting() >= kMostWaiting;
+}
+
 void PanelBridge::gotButtonStatus(int deviceId, int channelCode, int status)
 {
     Q_EMIT m_devices.gotButtonStatus(deviceId, channelCode, status);

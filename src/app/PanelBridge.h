@@ -27,6 +27,7 @@ public:
     void buttonPressed(quint16 device, int channel) override;
     void buttonReleased(quint16 device, int channel) override;
     void levelChanged(quint16 device, int level, int value) override;
+    bool isFull() const override;
 
     void gotButtonStatus(int deviceId, int channelCode, int status) override;
     void gotButtonText(int deviceId, int channelCode, int stateIndex, const QByteArray &text) override;

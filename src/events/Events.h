@@ -4,6 +4,8 @@
 #include <QByteArray>
 #include <QEvent>
 
+#include <atomic>
+
 /// What can happen, as the dispatcher and the handlers see it.
 enum class EventType : int {
     Online = 1001,
@@ -53,8 +55,17 @@ public:
         , deviceNumber(device)
         , code(channelOrLevel)
         , value(levelValue)
-    {}
+    {
+        s_waiting.fetch_add(1, std::memory_order_relaxed);
+    }
+    ~PanelEvent() override { s_waiting.fetch_sub(1, std::memory_order_relaxed); }
+
+    static int waiting() { return s_waiting.load(std::memory_order_relaxed); } // posted and not handled; any thread
+
     const quint16 deviceNumber;
     const int code;  // the channel, or the level code
     const int value; // of the level
+
+private:
+    inline static std::atomic<int> s_waiting{ 0 };
 };

@@ -20,6 +20,9 @@ public:
     virtual void buttonPressed(quint16 device, int channel) = 0;
     virtual void buttonReleased(quint16 device, int channel) = 0;
     virtual void levelChanged(quint16 device, int level, int value) = 0;
+
+    /// Whether so much has been reported and not handled that the peers are not to be read for a while. Any thread.
+    virtual bool isFull() const { return false; }
 };
 
 /// Answers of panels to the program's queries, and a tool's question for an IR code. Called on the main thread.

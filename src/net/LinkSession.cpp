@@ -27,7 +27,7 @@ void LinkSession::receive(const char *bytes, int count, qint64 nowMs, std::vecto
     }
 }
 
-bool LinkSession::tick(qint64 nowMs)
+bool LinkSession::tick(qint64 nowMs, bool isReading)
 {
     m_exchange.forgetOld(nowMs);
     m_exchange.sendAgain(nowMs);
@@ -37,7 +37,7 @@ bool LinkSession::tick(qint64 nowMs)
     }
     if (nowMs >= m_watchdogAtMs) {
         m_watchdogAtMs = nextMoment(m_watchdogAtMs, kWatchdogMs, nowMs);
-        m_missedHeartbeats += m_isTransferring ? 0 : 1;
+        m_missedHeartbeats += m_isTransferring || !isReading ? 0 : 1;
     }
     return m_missedHeartbeats <= kMissedHeartbeats;
 }

@@ -31,7 +31,8 @@ public:
 
     /// To be called every 200 ms: asks for the handshake, sends again what is due and counts heartbeats.
     /// Returns false when the peer has been silent for too long.
-    bool tick(qint64 nowMs);
+    /// \param isReading  false: heartbeats may wait unread, none is missed
+    bool tick(qint64 nowMs, bool isReading = true);
 
     /// While a file is on its way, its frames are the only ones that are handed on (damaged ones too), and a peer that
     /// sends no heartbeats is not silent.

@@ -341,7 +341,7 @@ void NetworkManager::take(SocketClient &client, const PeerIntroduced &peer)
     onMainThread([this, weak = client.weak_from_this(), number = peer.deviceNumber] { welcome(weak, number); });
 }
 
-void NetworkManager::take(SocketClient &, const ButtonReport &report)
+void NetworkManager::take(SocketClient &client, const ButtonReport &report)
 {
     const auto device = static_cast<quint16>(report.device);
     if (report.isPressed) {
@@ -349,6 +349,7 @@ void NetworkManager::take(SocketClient &, const ButtonReport &report)
     } else {
         m_hooks.events.buttonReleased(device, report.channel);
     }
+    pauseWhenFull(client);
     if (isMonitored()) {
         const char *const text =
             report.isPressed
@@ -358,9 +359,10 @@ void NetworkManager::take(SocketClient &, const ButtonReport &report)
     }
 }
 
-void NetworkManager::take(SocketClient &, const LevelReport &report)
+void NetworkManager::take(SocketClient &client, const LevelReport &report)
 {
     m_hooks.events.levelChanged(static_cast<quint16>(report.device), report.level, report.value);
+    pauseWhenFull(client);
     if (isMonitored()) {
         notify(translated(QT_TRANSLATE_NOOP("messages",
                                             "level changed: device id %1, channel code %2, level code %3, level %4"))
@@ -368,6 +370,13 @@ void NetworkManager::take(SocketClient &, const LevelReport &report)
                    .arg(report.channel)
                    .arg(report.level)
                    .arg(report.value));
+    }
+}
+
+void NetworkManager::pauseWhenFull(SocketClient &client) const
+{
+    if (isFull()) { // a panel that pushes faster than the program can follow, or a program in an endless loop
+        client.pause();
     }
 }
 

@@ -99,6 +99,8 @@ Q_SIGNALS:
 private:
     void takeEvent(SocketClient &client, LinkEvent &event) override; // I/O thread, like all that follows but marked
     void clientClosed(SocketClient &client) override;
+    bool isFull() const override { return m_hooks.events.isFull(); }
+    void pauseWhenFull(SocketClient &client) const;
     void accept(int socket, const QString &peerAddress);
     void take(SocketClient &client, const PeerIntroduced &peer);
     void take(SocketClient &client, const ButtonReport &report);

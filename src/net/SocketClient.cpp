@@ -76,7 +76,20 @@ void SocketClient::close()
 void SocketClient::setReading(bool isReading)
 {
     const std::lock_guard lock(m_mutex);
-    m_socket.setReading(isReading);
+    m_isHeld = !isReading;
+    updateReading();
+}
+
+void SocketClient::pause()
+{
+    const std::lock_guard lock(m_mutex);
+    m_isPaused = true;
+    updateReading();
+}
+
+void SocketClient::updateReading()
+{
+    m_socket.setReading(!m_isPaused && !m_isHeld);
 }
 
 bool SocketClient::ready(quint32 epollEvents, qint64 nowMs)
@@ -90,7 +103,11 @@ bool SocketClient::ready(quint32 epollEvents, qint64 nowMs)
 bool SocketClient::tick(qint64 nowMs)
 {
     const std::lock_guard lock(m_mutex);
-    const bool isAlive = m_socket.isOpen() && m_session.tick(nowMs);
+    if (m_isPaused && !m_sink.isFull()) {
+        m_isPaused = false;
+        updateReading();
+    }
+    const bool isAlive = m_socket.isOpen() && m_session.tick(nowMs, m_socket.isReading());
     m_socket.flush(m_session.exchange());
     return isAlive;
 }

@@ -17,6 +17,7 @@ public:
     virtual ~LinkEventSink() = default;
     virtual void takeEvent(SocketClient &client, LinkEvent &event) = 0;
     virtual void clientClosed(SocketClient &client) = 0;
+    virtual bool isFull() const = 0; // clients that are paused go on reading when it no longer is; any thread
 };
 
 /// One accepted link connection: a touch panel, a management tool or another controller.
@@ -49,6 +50,7 @@ public:
     void setTransferring(bool isTransferring) override;
     void close();
     void setReading(bool isReading) override;
+    void pause(); // does not read until the sink has room; any thread
 
     int descriptor() const override { return m_socket.descriptor(); }
     bool ready(quint32 epollEvents, qint64 nowMs) override;
@@ -59,11 +61,14 @@ private:
     template <class Action>
     void send(Action action);
     bool readAvailable(qint64 nowMs);
+    void updateReading(); // with the lock held
 
     const QString m_peerAddress;
     LinkEventSink &m_sink;
     mutable std::mutex m_mutex; // guards everything below but m_events
     LinkSocket m_socket;
     LinkSession m_session;
+    bool m_isPaused = false;         // by pause()
+    bool m_isHeld = false;           // by setReading()
     std::vector<LinkEvent> m_events; // of one read; kept for its capacity
 };

@@ -8,6 +8,7 @@
 #include <QUdpSocket>
 #include <QtTest>
 
+#include <atomic>
 #include <mutex>
 
 namespace {
@@ -95,7 +96,10 @@ public:
     void setDateTime(const QString &text) override { tell(QStringLiteral("date ") + text); }
     QByteArray listenStatus(const QString &text) override { return text.toUtf8() + "!"; }
 
+    bool isFull() const override { return full; }
+
     QByteArray snapshot;
+    std::atomic<bool> full{ false };
 
 private:
     void tell(const QString &what)
@@ -153,6 +157,7 @@ private Q_SLOTS:
     void systemNumberSendsControllersAway();
     void garbageLeavesOthersAlone();
     void readerThatStopsIsClosed();
+    void waitsWhileTheProgramIsFull();
     void twoHundredPanels();
     void takenPortIsNamed();
     void discoveryAnswersOnLoopback();
@@ -461,6 +466,26 @@ void NetworkManagerTest::readerThatStopsIsClosed()
     }
     QVERIFY2(sent < 10'000, "a gigabyte was taken for a peer that does not read");
     QTRY_VERIFY(m_system->told().contains(QStringLiteral("offline 10001")));
+}
+
+void NetworkManagerTest::waitsWhileTheProgramIsFull()
+{
+    Peer panel(1, kPanel);
+    Peer other(1, kPanel + 1);
+    online(panel);
+    online(other);
+    m_system->full = true;
+    panel.client.push(1); // is taken, and the last for now
+    QTRY_COMPARE(panel.client.pendingMessages(), 0);
+    panel.client.push(2);
+    QVERIFY(!QTest::qWaitFor([&panel] { return panel.client.pendingMessages() == 0; }, 500));
+    QVERIFY(m_system->told().contains(QStringLiteral("push 10001 1")));
+    QVERIFY(!m_system->told().contains(QStringLiteral("push 10001 2")));
+    other.client.push(3); // who has not told too much is still heard
+    QTRY_VERIFY(m_system->told().contains(QStringLiteral("push 10002 3")));
+    m_system->full = false;
+    QTRY_VERIFY(m_system->told().contains(QStringLiteral("push 10001 2")));
+    QTRY_COMPARE(panel.client.pendingMessages(), 0);
 }
 
 void NetworkManagerTest::twoHundredPanels()
