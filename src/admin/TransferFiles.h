@@ -63,7 +63,7 @@ class TransferFiles
 {
 public:
     static constexpr int kIrFiles = 8;
-    static constexpr qint64 kKeptFreeBytes = 16 * 1024 * 1024; // for the variable stores and the log of the system
+    static constexpr qint64 kKeptFreeBytes = 16LL * 1024 * 1024; // for the variable stores and the log of the system
 
     using Arrived = std::function<void(const TransferTarget &target)>;
 

@@ -37,8 +37,8 @@ public:
     Outcome run(); // until finish()
 
 protected:
-    virtual void begin() = 0; // introduced: to work
-    virtual void leave() {}   // before a complaint is made
+    virtual void begin() = 0;                          // introduced: to work
+    virtual void leave(const std::string & /*why*/) {} // before the complaint
     virtual Outcome outcomeWhenStopped() const { return Outcome::Done; }
     virtual std::string adviceWhenLost() const { return "see whether it is restarting, and try again"; }
 
