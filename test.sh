@@ -10,12 +10,17 @@ if ! command -v dpkg-query >/dev/null; then
     exit 3
 fi
 . tools/setup.sh
-need "${build_packages[@]}" clang libclang-rt-14-dev clang-format
+need "${build_packages[@]}" clang libclang-rt-14-dev clang-format shellcheck
+# What some tests need beside themselves; without it they are skipped.
+need iproute2 util-linux isc-dhcp-client dnsmasq-base socat
 
 step() { echo; echo "== $*"; }
 
 step "formatting"
 find src tests bench -name '*.cpp' -o -name '*.h' | sort | xargs clang-format --dry-run --Werror
+
+step "shell scripts"
+shellcheck -x ./*.sh bench/*.sh tools/*.sh tests/app/*.sh resources/scripts/*.sh
 
 step "release"
 cmake --preset release >/dev/null

@@ -24,8 +24,9 @@ std::int64_t nowNs()
 }
 } // namespace
 
-LoadGenerator::LoadGenerator(const sockaddr_in &server)
+LoadGenerator::LoadGenerator(const sockaddr_in &server, int ports)
     : m_server(server)
+    , m_ports(ports)
     , m_epoll(::epoll_create1(EPOLL_CLOEXEC))
 {}
 
@@ -101,7 +102,9 @@ void LoadGenerator::open(int number, const MakeConversation &make)
     client->socket = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     const int on = 1;
     ::setsockopt(client->socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    ::connect(client->socket, reinterpret_cast<const sockaddr *>(&m_server), sizeof m_server);
+    sockaddr_in server = m_server;
+    server.sin_port = htons(static_cast<std::uint16_t>(ntohs(m_server.sin_port) + number % m_ports));
+    ::connect(client->socket, reinterpret_cast<const sockaddr *>(&server), sizeof server);
     epoll_event wanted{};
     wanted.events = EPOLLIN | EPOLLOUT; // writable: connected
     wanted.data.ptr = client.get();

@@ -28,7 +28,8 @@ public:
     };
     using MakeConversation = std::function<std::unique_ptr<Conversation>(int client)>; // clients count from 0
 
-    explicit LoadGenerator(const sockaddr_in &server);
+    /// \param ports  of the server, from its port on; clients take them in turns
+    explicit LoadGenerator(const sockaddr_in &server, int ports = 1);
     ~LoadGenerator();
     LoadGenerator(const LoadGenerator &) = delete;
     LoadGenerator &operator=(const LoadGenerator &) = delete;
@@ -69,6 +70,7 @@ private:
     int readyCount() const;
 
     sockaddr_in m_server;
+    int m_ports;
     int m_epoll;
     std::vector<std::unique_ptr<Client>> m_clients;
     std::vector<std::int64_t> m_latenciesNs;

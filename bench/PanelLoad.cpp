@@ -1,4 +1,5 @@
 #include "EchoConversation.h"
+#include "LineConversation.h"
 #include "LinkConversation.h"
 #include "LoadGenerator.h"
 #include "MqttConversation.h"
@@ -25,11 +26,12 @@ struct Request
     int clients = 0;
     int runMs = 0;
     int burstRounds = 0;
+    int ports = 1; // clients take them in turns
 };
 
 std::optional<Request> parseArguments(int count, char **arguments)
 {
-    if (count != 7) {
+    if (count != 7 && count != 8) {
         return std::nullopt;
     }
     Request request;
@@ -39,14 +41,18 @@ std::optional<Request> parseArguments(int count, char **arguments)
     request.clients = std::atoi(arguments[4]);
     request.runMs = std::atoi(arguments[5]);
     request.burstRounds = std::atoi(arguments[6]);
+    request.ports = count == 8 ? std::atoi(arguments[7]) : 1;
     const bool isAddress = ::inet_pton(AF_INET, arguments[2], &request.server.sin_addr) == 1;
-    return isAddress && request.clients > 0 ? std::optional(request) : std::nullopt;
+    return isAddress && request.clients > 0 && request.ports > 0 ? std::optional(request) : std::nullopt;
 }
 
 LoadGenerator::MakeConversation makerFor(const std::string &protocol)
 {
     if (protocol == "echo") {
         return [](int) { return std::make_unique<EchoConversation>(); };
+    }
+    if (protocol == "line") {
+        return [](int client) { return std::make_unique<LineConversation>(client); };
     }
     if (protocol == "link") {
         return [](int client) { return std::make_unique<LinkConversation>(kFirstPanel + client); };
@@ -91,10 +97,11 @@ int main(int count, char **arguments)
     const std::optional<Request> request = parseArguments(count, arguments);
     const LoadGenerator::MakeConversation make = request ? makerFor(request->protocol) : nullptr;
     if (!make) {
-        std::fprintf(stderr, "Usage: panel_load link|echo|mqtt ADDRESS PORT CLIENTS RUN-MS BURST-ROUNDS\n");
+        std::fprintf(stderr,
+                     "Usage: panel_load link|echo|line|mqtt ADDRESS PORT CLIENTS RUN-MS BURST-ROUNDS [PORTS]\n");
         return kUsageStatus;
     }
-    LoadGenerator generator(request->server);
+    LoadGenerator generator(request->server, request->ports);
     if (!generator.connectAll(request->clients, make)) {
         std::fprintf(stderr, "Not all %d clients could be connected.\n", request->clients);
         return 1;

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by run.sh and test.sh: makes sure that Debian packages are installed.
 
 # need PACKAGE...: installs those that are missing; ends the script with a message when that is not possible.
@@ -29,5 +30,6 @@ need() {
 }
 
 # What the programs are built from.
+# shellcheck disable=SC2034 # used where this is sourced
 build_packages=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libqt5serialport5-dev qttools5-dev
                 qttools5-dev-tools qttranslations5-l10n libcli11-dev nlohmann-json3-dev zlib1g-dev python3)

@@ -6,10 +6,11 @@ import tempfile
 import language
 import loading
 import roundtrip
+import sockets
 import transfer
 from processes import Failed
 
-SECTIONS = {"language": language, "roundtrip": roundtrip, "loading": loading, "transfer": transfer}
+SECTIONS = {"language": language, "roundtrip": roundtrip, "sockets": sockets, "loading": loading, "transfer": transfer}
 USAGE_STATUS = 2
 
 

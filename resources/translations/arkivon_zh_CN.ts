@@ -651,5 +651,109 @@
         <source>Call %1 is already defined</source>
         <translation>例程 %1 已定义</translation>
     </message>
+    <message>
+        <source>Cannot save the settings in %1</source>
+        <translation>无法保存 %1 中的设置</translation>
+    </message>
+    <message>
+        <source>The settings in %1 cannot be read; the defaults are used</source>
+        <translation>无法读取 %1 中的设置，使用默认值</translation>
+    </message>
+    <message>
+        <source>Cannot save the MAC address in %1: %2</source>
+        <translation>无法在 %1 中保存 MAC 地址：%2</translation>
+    </message>
+    <message>
+        <source>System changes are off: network and date stay</source>
+        <translation>系统更改已关闭：网络和日期保持不变</translation>
+    </message>
+    <message>
+        <source>The system script %1 failed: %2</source>
+        <translation>系统脚本 %1 失败：%2</translation>
+    </message>
+    <message>
+        <source>Online Event: 5001:%1:%2</source>
+        <translation>上线事件：5001:%1:%2</translation>
+    </message>
+    <message>
+        <source>[%1:%2:%3]got port data: %4</source>
+        <translation>[%1:%2:%3]收到端口数据：%4</translation>
+    </message>
+    <message>
+        <source>got push event: [5001:18:%1, %2]</source>
+        <translation>收到按下事件：[5001:18:%1, %2]</translation>
+    </message>
+    <message>
+        <source>got release event: [5001:18:%1, %2]</source>
+        <translation>收到释放事件：[5001:18:%1, %2]</translation>
+    </message>
+    <message>
+        <source>Error:Too long message for another controller</source>
+        <translation>错误：发往其他控制器的消息过长</translation>
+    </message>
+    <message>
+        <source>Wrong %1 function localport</source>
+        <translation>%1 函数的本地端口错误</translation>
+    </message>
+    <message>
+        <source>Wrong %1 function local ip port</source>
+        <translation>%1 函数的本地网络端口错误</translation>
+    </message>
+    <message>
+        <source>Wrong %1 function server address</source>
+        <translation>%1 函数的服务器地址错误</translation>
+    </message>
+    <message>
+        <source>Wrong %1 function server port</source>
+        <translation>%1 函数的服务器端口错误</translation>
+    </message>
+    <message>
+        <source>Unknown protocol in %1 function</source>
+        <translation>%1 函数的协议未知</translation>
+    </message>
+    <message>
+        <source>%1 function local port is not valid</source>
+        <translation>%1 函数的本地端口无效</translation>
+    </message>
+    <message>
+        <source>%1 function server port is not valid</source>
+        <translation>%1 函数的服务器端口无效</translation>
+    </message>
+    <message>
+        <source>%1 function protocol is not valid</source>
+        <translation>%1 函数的协议无效</translation>
+    </message>
+    <message>
+        <source>%1 function local port is invalid</source>
+        <translation>%1 函数的本地端口无效</translation>
+    </message>
+    <message>
+        <source>Wrong %1 port</source>
+        <translation>%1 的端口错误</translation>
+    </message>
+    <message>
+        <source>Argument of %1 function is too less</source>
+        <translation>%1 函数的参数过少</translation>
+    </message>
+    <message>
+        <source>Too many messages of %1 function are waiting, one was dropped</source>
+        <translation>%1 函数等待发送的消息过多，已丢弃一条</translation>
+    </message>
+    <message>
+        <source>Online Event: Device 0:%1:0 online</source>
+        <translation>上线事件：设备 0:%1:0 上线</translation>
+    </message>
+    <message>
+        <source>Offline Event: Device 0:%1:0 offline</source>
+        <translation>离线事件：设备 0:%1:0 离线</translation>
+    </message>
+    <message>
+        <source>got socket data: device is 0:%1:0 and data is %2</source>
+        <translation>收到套接字数据：设备 0:%1:0，数据为 %2</translation>
+    </message>
+    <message>
+        <source>Device 0:%1:0 error event occured</source>
+        <translation>设备 0:%1:0 发生错误事件</translation>
+    </message>
 </context>
 </TS>

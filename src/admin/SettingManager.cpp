@@ -1,6 +1,9 @@
 #include "admin/SettingManager.h"
 #include "base/MacAddress.h"
+#include "base/Messages.h"
+#include "base/Monitor.h"
 #include "base/SystemNumber.h"
+#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QHostAddress>
@@ -22,6 +25,20 @@ const QString &noMac()
 std::unique_ptr<QSettings> openSettings(const QString &file)
 {
     return file.isEmpty() ? std::make_unique<QSettings>() : std::make_unique<QSettings>(file, QSettings::IniFormat);
+}
+
+void report(const QString &text)
+{
+    qWarning().noquote() << text;
+    monitorLog(MonitorMessageType::Error, text);
+}
+
+void reportUnlessSaved(QSettings &settings)
+{
+    settings.sync();
+    if (settings.status() != QSettings::NoError) {
+        report(translated(QT_TRANSLATE_NOOP("messages", "Cannot save the settings in %1")).arg(settings.fileName()));
+    }
 }
 
 QString macPath(const QString &directory)
@@ -54,12 +71,12 @@ SettingManager::SettingManager(const Location &location, std::unique_ptr<SystemN
 
 bool SettingManager::isDhcp() const
 {
-    return values().isDhcp;
+    return values().network.isDhcp;
 }
 
 QString SettingManager::netmask() const
 {
-    return values().netmask;
+    return values().network.netmask;
 }
 
 int SettingManager::systemNumber() const
@@ -77,26 +94,32 @@ QStringList SettingManager::listenAddresses() const
     return values().listenAddresses;
 }
 
+std::optional<SettingManager::StoredNetwork> SettingManager::networkToApply() const
+{
+    const Values now = values();
+    return now.isNetworkSet ? std::optional(now.network) : std::nullopt;
+}
+
 QString SettingManager::currentIp() const
 {
     const Values now = values();
-    const QString address = now.isDhcp ? m_network->firstIpv4Address(m_network->mainInterface()) : QString();
-    return address.isEmpty() ? now.ip : address;
+    const QString address = now.network.isDhcp ? m_network->firstIpv4Address(m_network->mainInterface()) : QString();
+    return address.isEmpty() ? now.network.ip : address;
 }
 
 QString SettingManager::currentGateway() const
 {
     const Values now = values();
     const std::optional<DefaultRoute> route =
-        now.isDhcp ? defaultRoute(m_network->routeTable(), m_network->mainInterface()) : std::nullopt;
-    return route ? route->gateway : now.gateway;
+        now.network.isDhcp ? defaultRoute(m_network->routeTable(), m_network->mainInterface()) : std::nullopt;
+    return route ? route->gateway : now.network.gateway;
 }
 
 QString SettingManager::currentNameServer() const
 {
     const Values now = values();
-    const QString server = now.isDhcp ? firstNameServer(m_network->resolverConfiguration()) : QString();
-    return server.isEmpty() ? now.nameServer : server;
+    const QString server = now.network.isDhcp ? firstNameServer(m_network->resolverConfiguration()) : QString();
+    return server.isEmpty() ? now.network.nameServer : server;
 }
 
 QString SettingManager::currentMac() const
@@ -129,11 +152,8 @@ void SettingManager::setStaticIp(const QString &ip, const QString &netmask, cons
         return;
     }
     const std::lock_guard lock(m_mutex);
-    m_values.isDhcp = false;
-    m_values.ip = ip;
-    m_values.netmask = netmask;
-    m_values.gateway = gateway;
-    m_values.nameServer = dns;
+    m_values.network = { false, ip, netmask, gateway, dns };
+    m_values.isNetworkSet = true;
     saveMac(mac);
     save();
 }
@@ -141,7 +161,8 @@ void SettingManager::setStaticIp(const QString &ip, const QString &netmask, cons
 void SettingManager::setDhcp(const QString &mac)
 {
     const std::lock_guard lock(m_mutex);
-    m_values.isDhcp = true;
+    m_values.network.isDhcp = true;
+    m_values.isNetworkSet = true;
     saveMac(mac);
     save();
 }
@@ -168,7 +189,9 @@ void SettingManager::setListenAddresses(const QStringList &addresses)
 {
     const std::lock_guard lock(m_mutex);
     m_values.listenAddresses = addresses;
-    openSettings(m_location.settingsFile)->setValue(QStringLiteral("listen"), addresses);
+    const std::unique_ptr<QSettings> settings = openSettings(m_location.settingsFile);
+    settings->setValue(QStringLiteral("listen"), addresses);
+    reportUnlessSaved(*settings);
 }
 
 void SettingManager::load()
@@ -177,14 +200,19 @@ void SettingManager::load()
     const auto text = [&](const char *key, const char *otherwise) {
         return settings->value(QLatin1String(key), QLatin1String(otherwise)).toString();
     };
-    m_values.isDhcp = settings->value(QStringLiteral("dhcp"), true).toBool();
-    m_values.ip = text("ip", "192.168.1.2");
-    m_values.netmask = text("mask", "255.255.255.0");
-    m_values.gateway = text("gateway", "192.168.1.1");
-    m_values.nameServer = text("dns", "192.168.1.1");
+    m_values.network.isDhcp = settings->value(QStringLiteral("dhcp"), true).toBool();
+    m_values.network.ip = text("ip", "192.168.1.2");
+    m_values.network.netmask = text("mask", "255.255.255.0");
+    m_values.network.gateway = text("gateway", "192.168.1.1");
+    m_values.network.nameServer = text("dns", "192.168.1.1");
+    m_values.isNetworkSet = settings->value(QStringLiteral("networkSet"), !m_values.network.isDhcp).toBool();
     m_values.systemNumber = std::max(settings->value(QStringLiteral("systemNum"), 1).toInt(), 1);
     m_values.language = text("language", "");
     m_values.listenAddresses = settings->value(QStringLiteral("listen")).toStringList();
+    if (settings->status() != QSettings::NoError) {
+        report(translated(QT_TRANSLATE_NOOP("messages", "The settings in %1 cannot be read; the defaults are used"))
+                   .arg(settings->fileName()));
+    }
     m_values.mac = storedMac(m_location.dataDirectory);
     if (m_values.mac.isEmpty()) {
         m_values.mac = macFromTimeOfDay(QTime::currentTime().msecsSinceStartOfDay());
@@ -194,12 +222,14 @@ void SettingManager::load()
 void SettingManager::save() const
 {
     const std::unique_ptr<QSettings> settings = openSettings(m_location.settingsFile);
-    settings->setValue(QStringLiteral("dhcp"), m_values.isDhcp);
-    settings->setValue(QStringLiteral("ip"), m_values.ip);
-    settings->setValue(QStringLiteral("mask"), m_values.netmask);
-    settings->setValue(QStringLiteral("gateway"), m_values.gateway);
-    settings->setValue(QStringLiteral("dns"), m_values.nameServer);
+    settings->setValue(QStringLiteral("dhcp"), m_values.network.isDhcp);
+    settings->setValue(QStringLiteral("ip"), m_values.network.ip);
+    settings->setValue(QStringLiteral("mask"), m_values.network.netmask);
+    settings->setValue(QStringLiteral("gateway"), m_values.network.gateway);
+    settings->setValue(QStringLiteral("dns"), m_values.network.nameServer);
+    settings->setValue(QStringLiteral("networkSet"), m_values.isNetworkSet);
     settings->setValue(QStringLiteral("systemNum"), m_values.systemNumber);
+    reportUnlessSaved(*settings);
 }
 
 void SettingManager::saveMac(const QString &mac)
@@ -211,7 +241,8 @@ void SettingManager::saveMac(const QString &mac)
     QDir().mkpath(m_location.dataDirectory);
     QSaveFile file(macPath(m_location.dataDirectory));
     if (!file.open(QIODevice::WriteOnly) || file.write(mac.toUtf8()) < 0 || !file.commit()) {
-        qWarning("Cannot save the MAC address in %s: %s", qPrintable(file.fileName()), qPrintable(file.errorString()));
+        report(translated(QT_TRANSLATE_NOOP("messages", "Cannot save the MAC address in %1: %2"))
+                   .arg(file.fileName(), file.errorString()));
     }
 }
 

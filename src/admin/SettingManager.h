@@ -7,6 +7,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 /// The device settings: network, MAC address, system number, language, listen list; and the flags that say how the
 /// process ends. Every change is saved at once, with the old or the new file whole at any moment.
@@ -15,6 +16,16 @@
 class SettingManager
 {
 public:
+    /// The network as a tool has set it.
+    struct StoredNetwork
+    {
+        bool isDhcp = true; // the rest is for a static address
+        QString ip;
+        QString netmask;
+        QString gateway;
+        QString nameServer;
+    };
+
     struct Location
     {
         QString dataDirectory; // holds the file "mac"; made when a MAC is saved and it is missing
@@ -32,6 +43,10 @@ public:
     int systemNumber() const;
     QString language() const;            // "zh_CN", "en", …; empty: the environment's
     QStringList listenAddresses() const; // of the controllers whose ports we listen to
+
+    /// What the system's network is to be; nothing while no tool has set it: then the system's own configuration stays.
+    std::optional<StoredNetwork> networkToApply() const;
+    QString mainInterface() const { return m_network->mainInterface(); }
 
     /// \name What is in force now: with DHCP what the system says, where it says nothing the stored value.
     QString currentIp() const;
@@ -58,11 +73,8 @@ public:
 private:
     struct Values
     {
-        bool isDhcp = true;
-        QString ip;
-        QString netmask;
-        QString gateway;
-        QString nameServer;
+        StoredNetwork network;
+        bool isNetworkSet = false;
         int systemNumber = 1;
         QString language;
         QStringList listenAddresses;

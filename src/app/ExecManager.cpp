@@ -1,6 +1,7 @@
 #include "app/ExecManager.h"
 
 #include "admin/ConfigManager.h"
+#include "admin/SystemNetwork.h"
 #include "app/ProgramStop.h"
 #include "base/Clock.h"
 #include "base/Messages.h"
@@ -9,6 +10,8 @@
 #include "devices/SwitchNotice.h"
 #include "interp/Statements.h"
 #include "library/ControlProgram.h"
+#include "net/sockets/IpMonitor.h"
+#include "net/sockets/ProgramSockets.h"
 
 #include <QDataStream>
 #include <QDir>
@@ -97,6 +100,7 @@ ExecManager::Load ExecManager::loadProgram()
     ProgramStop::watch(&m_program->tree());
     m_program->tree().setDevices(&m_devices);
     m_devices.setProgram(&m_program->tree(), &m_program->dispatcher());
+    makeSockets();
     connectReports();
     QDataStream stream(copy.get());
     return m_program->load(stream) ? Load::Done : Load::Damaged;
@@ -155,6 +159,9 @@ void ExecManager::unloadProgram()
     Q_EMIT programGoingAway();
     stopMainline();
     ProgramStop::watch(nullptr);
+    m_devices.setSocketOutputs(nullptr);
+    m_ipMonitor.reset();
+    m_sockets.reset();
     m_devices.setProgram(nullptr, nullptr);
     m_program.reset();
 }
@@ -170,6 +177,17 @@ void ExecManager::connectReports()
     });
     connect(tree, &AST::info, this,
             [](int type, const QString &text) { monitorLog(static_cast<MonitorMessageType>(type), text); });
+}
+
+void ExecManager::makeSockets()
+{
+    m_sockets = std::make_unique<ProgramSockets>(m_program->tree(), m_program->dispatcher());
+    m_devices.setSocketOutputs(m_sockets.get());
+    m_ipMonitor = std::make_unique<IpMonitor>([] {
+        const SystemNetwork network;
+        return network.firstIpv4Address(network.mainInterface());
+    });
+    connect(m_ipMonitor.get(), &IpMonitor::changed, this, [this] { m_sockets->restartAll(); });
 }
 
 bool ExecManager::hasMainline() const

@@ -6,6 +6,8 @@
 
 class ControlProgram;
 class DeviceManager;
+class IpMonitor;
+class ProgramSockets;
 
 /// The program files of the controller, and the program that runs.
 /// Owns: the program with everything that runs it. Thread: the main thread, but for stopProgram().
@@ -47,6 +49,7 @@ Q_SIGNALS:
 private:
     QString inDirectory(const QString &name) const { return m_directory + QLatin1Char('/') + name; }
     void connectReports();
+    void makeSockets();
     bool hasMainline() const;
     void stopMainline();
 
@@ -54,5 +57,7 @@ private:
     DeviceManager &m_devices;
     QString m_objectFilePath;
     std::unique_ptr<ControlProgram> m_program;
+    std::unique_ptr<ProgramSockets> m_sockets; // the program's
+    std::unique_ptr<IpMonitor> m_ipMonitor;    // for them
     int m_mainlineTicket = 0;
 };

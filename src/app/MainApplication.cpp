@@ -2,6 +2,7 @@
 
 #include "admin/ConfigManager.h"
 #include "admin/SettingManager.h"
+#include "app/ControllerBridge.h"
 #include "app/DaemonWorker.h"
 #include "app/ExecManager.h"
 #include "app/PanelBridge.h"
@@ -17,6 +18,8 @@
 #include "devices/DeviceManager.h"
 #include "library/ControlProgram.h"
 #include "net/NetworkManager.h"
+#include "net/controllers/ControllerLinks.h"
+#include "net/sockets/OneShotSends.h"
 
 #include <QAbstractSocket>
 #include <QDir>
@@ -66,10 +69,12 @@ struct MainApplication::Parts
     QThread daemonThread;
     DaemonWorker *daemon = nullptr; // deleted when its thread finishes
     std::unique_ptr<PanelBridge> panels;
+    std::unique_ptr<ControllerBridge> controllers;
     std::unique_ptr<ServiceBridge> services;
     std::unique_ptr<ExecManager> exec;
     std::unique_ptr<Uploads> uploads;
     std::unique_ptr<NetworkManager> network; // its threads end before the program does
+    std::unique_ptr<ControllerLinks> links;
     std::unique_ptr<StopSignals> signalsToStop;
 };
 
@@ -155,6 +160,8 @@ std::optional<int> MainApplication::startParts(const Options &options)
 
     parts.panels = std::make_unique<PanelBridge>(*parts.devices);
     parts.devices->setPanelLink(parts.panels.get());
+    parts.controllers = std::make_unique<ControllerBridge>(*parts.devices);
+    parts.devices->setControllerLink(parts.controllers.get());
     parts.services = std::make_unique<ServiceBridge>(parts.settings, parts.scripts, [this] {
         QMetaObject::invokeMethod(
             this, [] { quit(); }, Qt::QueuedConnection);
@@ -168,9 +175,31 @@ std::optional<int> MainApplication::startParts(const Options &options)
     if (const std::optional<int> status = startNetwork(options)) {
         return status;
     }
+    applyNetwork();
     exec.runStart();
     exec.startMainline();
     return std::nullopt;
+}
+
+void MainApplication::applyNetwork()
+{
+    SystemScripts &scripts = m_parts->scripts;
+    const SettingManager &settings = m_parts->settings;
+    if (!scripts.isAllowed()) {
+        monitorLog(MonitorMessageType::System,
+                   translated(QT_TRANSLATE_NOOP("messages", "System changes are off: network and date stay")));
+        return;
+    }
+    const auto network = settings.networkToApply();
+    if (!network) {
+        return;
+    }
+    if (network->isDhcp) {
+        scripts.useDhcp(settings.mainInterface());
+    } else {
+        scripts.useStaticAddress(settings.mainInterface(), network->ip, network->netmask, network->gateway,
+                                 network->nameServer);
+    }
 }
 
 void MainApplication::startSupervisorLink()
@@ -193,7 +222,10 @@ void MainApplication::startSupervisorLink()
 void MainApplication::loadProgram(const Options &options)
 {
     ExecManager &exec = *m_parts->exec;
-    connect(&exec, &ExecManager::programGoingAway, this, [this] { m_parts->panels->setProgram(nullptr); });
+    connect(&exec, &ExecManager::programGoingAway, this, [this] {
+        m_parts->panels->setProgram(nullptr);
+        m_parts->controllers->setProgram(nullptr);
+    });
     if (!options.objectFilePath.isEmpty()) {
         exec.setObjectFilePath(options.objectFilePath);
     }
@@ -219,6 +251,7 @@ void MainApplication::loadProgram(const Options &options)
         monitorLog(MonitorMessageType::Error, translated(QT_TRANSLATE_NOOP("messages", "Error:%1")).arg(text));
     }
     m_parts->panels->setProgram(exec.program());
+    m_parts->controllers->setProgram(exec.program());
 }
 
 std::optional<int> MainApplication::startNetwork(const Options &options)
@@ -235,13 +268,31 @@ std::optional<int> MainApplication::startNetwork(const Options &options)
     });
     connect(parts.devices.get(), &DeviceManager::gotIRCode, &network, &NetworkManager::sendIrCode);
     parts.panels->setNetwork(&network);
+    parts.controllers->setNetwork(&network);
+    network.setControllerMessageHook(
+        [controllers = parts.controllers.get()](SocketClient &peer, const QByteArray &body) {
+            controllers->takeRequest(peer, body);
+        });
     LinkOptions link;
     link.bindAddress = options.bindAddress;
     if (const std::optional<QString> problem = network.start(link)) {
         return refuse(*problem);
     }
     monitorLog(MonitorMessageType::System, translated(QT_TRANSLATE_NOOP("messages", "Network started.")));
+    startControllerLinks(options);
     return std::nullopt;
+}
+
+void MainApplication::startControllerLinks(const Options &options)
+{
+    Parts &parts = *m_parts;
+    ListenerOptions listener;
+    listener.bindAddress = options.bindAddress;
+    listener.handshake = QStringLiteral("3:100:%1:%2").arg(applicationName(), applicationVersion()).toUtf8();
+    parts.links = std::make_unique<ControllerLinks>(
+        listener, [network = parts.network.get()]() -> IoThread & { return network->nextThread(); });
+    parts.controllers->setLinks(parts.links.get());
+    parts.services->setLinks(parts.links.get());
 }
 
 void MainApplication::serveUploads()
@@ -272,8 +323,14 @@ void MainApplication::endParts()
         return;
     }
     Parts &parts = *m_parts;
+    if (parts.links) {
+        parts.controllers->setLinks(nullptr);
+        parts.services->setLinks(nullptr);
+        parts.links.reset();
+    }
     if (parts.network) {
         parts.panels->setNetwork(nullptr);
+        parts.controllers->setNetwork(nullptr);
         parts.network.reset(); // with its threads: from here on only the main thread knows the program
     }
     if (parts.daemonThread.isRunning()) { // let it send what is queued for it
@@ -285,5 +342,7 @@ void MainApplication::endParts()
     if (parts.exec) {
         parts.exec->unloadProgram();
     }
+    constexpr int kLastSendsMs = 500;
+    OneShotSends::instance().finish(kLastSendsMs); // what the program wanted to say before a restart
     m_parts.reset();
 }

@@ -24,9 +24,11 @@ public:
 private:
     struct Parts;
     std::optional<int> startParts(const Options &options);
+    void applyNetwork();
     void startSupervisorLink();
     void loadProgram(const Options &options);
     std::optional<int> startNetwork(const Options &options);
+    void startControllerLinks(const Options &options);
     void quitOnSupervisorsWish();
     void serveUploads();
     void endParts();

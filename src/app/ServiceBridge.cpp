@@ -3,17 +3,21 @@
 #include "admin/SettingManager.h"
 #include "app/ProgramStop.h"
 #include "app/SystemScripts.h"
+#include "net/controllers/ControllerLinks.h"
 
-#include <QDataStream>
-#include <QHostAddress>
-
-#include <algorithm>
-
-ServiceBridge::ServiceBridge(SettingManager &settings, const SystemScripts &scripts, std::function<void()> quit)
+ServiceBridge::ServiceBridge(SettingManager &settings, SystemScripts &scripts, std::function<void()> quit)
     : m_settings(settings)
     , m_scripts(scripts)
     , m_quit(std::move(quit))
 {}
+
+void ServiceBridge::setLinks(ControllerLinks *links)
+{
+    m_links = links;
+    if (links) {
+        listenTo(m_settings.listenAddresses());
+    }
+}
 
 QByteArray ServiceBridge::informationString()
 {
@@ -60,28 +64,19 @@ void ServiceBridge::setDateTime(const QString &text)
 
 QByteArray ServiceBridge::listenStatus(const QString &text)
 {
+    if (!m_links) {
+        return {};
+    }
     if (!text.trimmed().isEmpty()) {
-        QStringList addresses;
-        for (const QString &entry : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-            QHostAddress address;
-            if (address.setAddress(entry.trimmed()) && address.protocol() == QAbstractSocket::IPv4Protocol) {
-                addresses << address.toString();
-            }
-        }
-        addresses.removeDuplicates();
-        m_settings.setListenAddresses(addresses);
+        listenTo(text.split(QLatin1Char('\n')));
     }
-    std::vector<quint32> numbers;
-    for (const QString &address : m_settings.listenAddresses()) {
-        numbers.push_back(QHostAddress(address).toIPv4Address());
+    return m_links->statusStream();
+}
+
+void ServiceBridge::listenTo(const QStringList &addresses)
+{
+    const QStringList taken = m_links->setAddresses(addresses);
+    if (taken != m_settings.listenAddresses()) {
+        m_settings.setListenAddresses(taken);
     }
-    std::sort(numbers.rbegin(), numbers.rend());
-    QByteArray status;
-    QDataStream stream(&status, QIODevice::WriteOnly);
-    stream.setVersion(QDataStream::Qt_5_4);
-    stream << static_cast<qint32>(numbers.size());
-    for (const quint32 number : numbers) {
-        stream << QHostAddress(number).toString() << qint32(0); // unconnected: links to controllers are not served
-    }
-    return status;
 }

@@ -3,6 +3,7 @@
 
 #include <functional>
 
+class ControllerLinks;
 class SettingManager;
 class SystemScripts;
 
@@ -12,7 +13,9 @@ class ServiceBridge : public LinkServices
 {
 public:
     /// \param quit  ends the event loop; called on any thread
-    ServiceBridge(SettingManager &settings, const SystemScripts &scripts, std::function<void()> quit);
+    ServiceBridge(SettingManager &settings, SystemScripts &scripts, std::function<void()> quit);
+
+    void setLinks(ControllerLinks *links); // gives it the list of the settings; nullptr before it goes away
 
     QByteArray informationString() override;
     QStringList listenAddresses() override;
@@ -26,7 +29,10 @@ public:
     QByteArray listenStatus(const QString &text) override;
 
 private:
+    void listenTo(const QStringList &addresses);
+
     SettingManager &m_settings;
-    const SystemScripts &m_scripts;
+    SystemScripts &m_scripts;
     const std::function<void()> m_quit;
+    ControllerLinks *m_links = nullptr; // main thread only
 };

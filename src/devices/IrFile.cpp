@@ -4,27 +4,23 @@
 #include <QFile>
 
 namespace {
-constexpr int kVersion = 1;
-constexpr int kHeaderTexts = 5;
-constexpr int kUnusedNumbers = 6;
+using namespace IrFile;
 
-struct Record
-{
-    int codeNumber = 0;
-    QByteArray code;
-};
+constexpr qint32 kVersion = 1;
+const QString kMagic = QStringLiteral("IR");
 
-bool readHeader(QDataStream &stream)
+bool readHeader(QDataStream &stream, QStringList &headers)
 {
     QString magic;
     qint32 version = 0;
     stream >> magic >> version;
-    if (magic != QLatin1String("IR") || version != kVersion) {
+    if (magic != kMagic || version != kVersion) {
         return false;
     }
     for (int i = 0; i < kHeaderTexts; ++i) {
-        QString unused;
-        stream >> unused;
+        QString header;
+        stream >> header;
+        headers << header;
     }
     return stream.status() == QDataStream::Ok;
 }
@@ -32,11 +28,9 @@ bool readHeader(QDataStream &stream)
 Record readRecord(QDataStream &stream)
 {
     Record record;
-    QString name;
-    stream >> name >> record.codeNumber;
-    for (int i = 0; i < kUnusedNumbers; ++i) {
-        qint32 unused = 0;
-        stream >> unused;
+    stream >> record.name >> record.codeNumber;
+    for (qint32 &number : record.unusedNumbers) {
+        stream >> number;
     }
     stream >> record.code;
     return record;
@@ -52,7 +46,8 @@ IrFile::Lookup IrFile::find(const QString &path, int codeNumber)
     QDataStream stream(&file);
     stream.setVersion(QDataStream::Qt_5_4);
     qint32 count = 0;
-    if (!readHeader(stream)) {
+    QStringList headers;
+    if (!readHeader(stream, headers)) {
         return {};
     }
     stream >> count;
@@ -66,4 +61,40 @@ IrFile::Lookup IrFile::find(const QString &path, int codeNumber)
         }
     }
     return {};
+}
+
+std::optional<IrFile::Contents> IrFile::read(const QByteArray &file)
+{
+    QDataStream stream(file);
+    stream.setVersion(QDataStream::Qt_5_4);
+    Contents contents;
+    qint32 count = 0;
+    if (!readHeader(stream, contents.headers)) {
+        return std::nullopt;
+    }
+    stream >> count;
+    for (qint32 i = 0; i < count && stream.status() == QDataStream::Ok; ++i) {
+        contents.records.push_back(readRecord(stream));
+    }
+    return stream.status() == QDataStream::Ok ? std::optional(contents) : std::nullopt;
+}
+
+QByteArray IrFile::written(const Contents &contents)
+{
+    QByteArray file;
+    QDataStream stream(&file, QIODevice::WriteOnly);
+    stream.setVersion(QDataStream::Qt_5_4);
+    stream << kMagic << kVersion;
+    for (int i = 0; i < kHeaderTexts; ++i) {
+        stream << contents.headers.value(i);
+    }
+    stream << static_cast<qint32>(contents.records.size());
+    for (const Record &record : contents.records) {
+        stream << record.name << record.codeNumber;
+        for (const qint32 number : record.unusedNumbers) {
+            stream << number;
+        }
+        stream << record.code;
+    }
+    return file;
 }

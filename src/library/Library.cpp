@@ -7,6 +7,7 @@
 #include "library/MathFunctions.h"
 #include "library/MiscFunctions.h"
 #include "library/PanelFunctions.h"
+#include "library/SocketFunctions.h"
 #include "library/StringFunctions.h"
 #include "library/TimelineFunctions.h"
 #include "program/AST.h"
@@ -55,15 +56,15 @@ constexpr Builtin kBuiltins[] = {
     { "log10_value", Alias::None, ResultKind::Number, 1, 1, make<Log10ValueFunc> },
     { "power_value", Alias::None, ResultKind::Number, 2, 2, make<PowerValueFunc> },
     { "sqrt_value", Alias::None, ResultKind::Number, 1, 1, make<SqrtValueFunc> },
-    { "ip_client_open", Alias::None, ResultKind::None, 3, 4, nullptr },
-    { "ip_bound_client_open", Alias::None, ResultKind::None, 4, 5, nullptr },
+    { "ip_client_open", Alias::None, ResultKind::None, 3, 4, make<IpClientOpenFunc> },
+    { "ip_bound_client_open", Alias::None, ResultKind::None, 4, 5, make<IpBoundClientOpenFunc> },
     { "format", Alias::None, ResultKind::None, 2, 2, make<FormatFunc> },
     { "sin_value", Alias::None, ResultKind::Number, 1, 1, make<SinValueFunc> },
     { "cos_value", Alias::None, ResultKind::Number, 1, 1, make<CosValueFunc> },
     { "reboot", Alias::Lower, ResultKind::None, 1, 1, make<RebootFunc> },
-    { "ip_client_close", Alias::Lower, ResultKind::None, 1, 1, nullptr },
-    { "ip_server_open", Alias::Lower, ResultKind::None, 2, 3, nullptr },
-    { "ip_server_close", Alias::None, ResultKind::None, 1, 1, nullptr },
+    { "ip_client_close", Alias::Lower, ResultKind::None, 1, 1, make<IpClientCloseFunc> },
+    { "ip_server_open", Alias::Lower, ResultKind::None, 2, 3, make<IpServerOpenFunc> },
+    { "ip_server_close", Alias::None, ResultKind::None, 1, 1, make<IpServerCloseFunc> },
     { "date_to_day", Alias::None, ResultKind::Number, 1, 1, make<DateToDayFunc> },
     { "date_to_month", Alias::None, ResultKind::Number, 1, 1, make<DateToMonthFunc> },
     { "date_to_year", Alias::None, ResultKind::Number, 1, 1, make<DateToYearFunc> },
@@ -120,10 +121,10 @@ constexpr Builtin kBuiltins[] = {
     { "bss_source_selector", Alias::None, ResultKind::Array, 2, 2, make<BssSourceSelectorFunc> },
     { "bss_matrix_mixer_joint", Alias::None, ResultKind::None, 4, 4, make<BssMatrixMixerJointFunc> },
     { "bss_matrix_router", Alias::None, ResultKind::None, 4, 4, make<BssMatrixRouterFunc> },
-    { "websocket_server_open", Alias::None, ResultKind::None, 3, 3, nullptr },
-    { "websocket_server_close", Alias::None, ResultKind::None, 1, 1, nullptr },
-    { "websocket_client_open", Alias::None, ResultKind::None, 2, 2, nullptr },
-    { "websocket_client_close", Alias::None, ResultKind::None, 1, 1, nullptr },
+    { "websocket_server_open", Alias::None, ResultKind::None, 3, 3, make<WebSocketServerOpenFunc> },
+    { "websocket_server_close", Alias::None, ResultKind::None, 1, 1, make<WebSocketServerCloseFunc> },
+    { "websocket_client_open", Alias::None, ResultKind::None, 2, 2, make<WebSocketClientOpenFunc> },
+    { "websocket_client_close", Alias::None, ResultKind::None, 1, 1, make<WebSocketClientCloseFunc> },
     { "file_open", Alias::None, ResultKind::None, 2, 2, make<FileOpenFunc> },
     { "file_close", Alias::None, ResultKind::None, 1, 1, make<FileCloseFunc> },
     { "file_copy", Alias::None, ResultKind::None, 2, 2, make<FileCopyFunc> },
@@ -138,17 +139,17 @@ constexpr Builtin kBuiltins[] = {
     { "MD5_VALUE", Alias::None, ResultKind::None, 1, 2, make<Md5Func> },
     { "raw_be", Alias::None, ResultKind::None, 1, 1, make<RawBeFunc> },
     { "raw_le", Alias::None, ResultKind::None, 1, 1, make<RawLeFunc> },
-    { "get_ip_addr", Alias::None, ResultKind::None, 0, 1, nullptr },
-    { "get_mac_addr", Alias::None, ResultKind::None, 0, 1, nullptr },
+    { "get_ip_addr", Alias::None, ResultKind::None, 0, 1, make<GetIPFunc> },
+    { "get_mac_addr", Alias::None, ResultKind::None, 0, 1, make<GetMACFunc> },
     { "play_sound", Alias::None, ResultKind::None, 2, 2, make<PlaySoundFunc> },
-    { "wakeup_onlan", Alias::None, ResultKind::None, 1, 3, nullptr },
+    { "wakeup_onlan", Alias::None, ResultKind::None, 1, 3, make<WakeupOnLanFunc> },
     { "save_var", Alias::None, ResultKind::None, 2, 2, make<SaveParamFunc> },
     { "load_var", Alias::None, ResultKind::None, 2, 2, make<LoadParamFunc> },
     { "delete_all_vars", Alias::None, ResultKind::None, 0, 0, make<DeleteAllParamFunc> },
     { "set_container_property", Alias::None, ResultKind::None, 4, 4, make<SetContainerPropertyFunc> },
     { "container_call", Alias::None, ResultKind::None, 3, 4, make<ContainerCallFunc> },
-    { "tcp_send", Alias::None, ResultKind::None, 3, 3, nullptr },
-    { "udp_send", Alias::None, ResultKind::None, 3, 3, nullptr },
+    { "tcp_send", Alias::None, ResultKind::None, 3, 3, make<TcpSendFunc> },
+    { "udp_send", Alias::None, ResultKind::None, 3, 3, make<UdpSendFunc> },
 };
 // clang-format on
 

@@ -69,8 +69,11 @@ void ModbusCRC16Func::call(const ArgumentList &arguments)
 void Md5Func::call(const ArgumentList &arguments)
 {
     constexpr int kRawBytes = 16;
-    const QByteArray data = bytesArgument(arguments, 0);
-    const QByteArray digest = QCryptographicHash::hash(data, QCryptographicHash::Md5);
+    Argument data = arguments.value(0);
+    const std::string_view bytes = data.bytes();
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    hash.addData(bytes.data(), static_cast<int>(bytes.size()));
+    const QByteArray digest = hash.result();
     setTextResult(viewOf(arguments.integer(1) == kRawBytes ? digest : digest.toHex().toUpper()));
 }
 

@@ -95,10 +95,11 @@ public:
 
     int descriptor() const override { return m_socket; }
 
-    void sendTo(const SocketAddress &receiver, const QByteArray &datagram) const
+    /// False: the system has not taken it. A datagram may get lost all the same.
+    bool sendTo(const SocketAddress &receiver, const QByteArray &datagram) const
     {
-        ::sendto(m_socket, datagram.constData(), static_cast<size_t>(datagram.size()), MSG_NOSIGNAL, receiver.get(),
-                 receiver.size); // a datagram may always get lost, also here
+        return ::sendto(m_socket, datagram.constData(), static_cast<size_t>(datagram.size()), MSG_NOSIGNAL,
+                        receiver.get(), receiver.size) >= 0;
     }
 
     bool ready(quint32, qint64) override
@@ -195,7 +196,20 @@ void Discovery::takeDatagram(const char *bytes, int count, const SocketAddress &
 
 void Discovery::broadcast(const DiscoverySocket &socket)
 {
-    socket.sendTo(SocketAddress(m_broadcastAddress, m_ports.broadcast), informationFrame());
+    const QByteArray frame = informationFrame();
+    if (socket.sendTo(SocketAddress(m_broadcastAddress, m_ports.broadcast), frame) || errno != ENETUNREACH) {
+        return;
+    }
+    // A network without a gateway has no route to everybody: to each of its networks then.
+    const QList<QNetworkInterface> cards = QNetworkInterface::allInterfaces();
+    for (const QNetworkInterface &card : cards) {
+        const QList<QNetworkAddressEntry> entries = card.addressEntries();
+        for (const QNetworkAddressEntry &entry : entries) {
+            if (!entry.broadcast().isNull()) {
+                socket.sendTo(SocketAddress(entry.broadcast(), m_ports.broadcast), frame);
+            }
+        }
+    }
 }
 
 QByteArray Discovery::informationFrame() const

@@ -1,17 +1,47 @@
 #include "net/IoThread.h"
 
 #include <algorithm>
-#include <chrono>
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-qint64 linkClockMs()
+/// Gets the thread out of its wait.
+class IoThread::Wake final : public IoHandler
 {
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
+public:
+    explicit Wake(IoThread &thread)
+        : m_thread(thread)
+        , m_event(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+    {}
+    ~Wake() override
+    {
+        if (m_event >= 0) {
+            ::close(m_event);
+        }
+    }
+
+    void call() const // any thread
+    {
+        const quint64 one = 1;
+        [[maybe_unused]] const ssize_t written = ::write(m_event, &one, sizeof one); // full means awake already
+    }
+
+    int descriptor() const override { return m_event; }
+    bool ready(quint32, qint64) override
+    {
+        quint64 calls = 0;
+        if (::read(m_event, &calls, sizeof calls) > 0) {
+            m_thread.takeAdded();
+        }
+        return true;
+    }
+    bool tick(qint64) override { return true; }
+
+private:
+    IoThread &m_thread;
+    const int m_event;
+};
 
 IoThread::IoThread() = default;
 
@@ -22,11 +52,8 @@ IoThread::~IoThread()
 
 bool IoThread::start()
 {
-    m_epoll = ::epoll_create1(EPOLL_CLOEXEC);
-    m_wake = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-    epoll_event event{};
-    event.events = EPOLLIN; // data.ptr stays null: no handler has that address
-    if (m_epoll < 0 || m_wake < 0 || ::epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wake, &event) != 0) {
+    m_wake = std::make_shared<Wake>(*this);
+    if (m_wake->descriptor() < 0 || !m_loop.open() || !m_loop.add(m_wake, EPOLLIN)) {
         stop();
         return false;
     }
@@ -39,15 +66,10 @@ void IoThread::stop()
 {
     m_isStopping = true;
     if (m_thread.joinable()) {
-        wake();
+        m_wake->call();
         m_thread.join();
     }
-    for (int *descriptor : { &m_epoll, &m_wake }) {
-        if (*descriptor >= 0) {
-            ::close(*descriptor);
-            *descriptor = -1;
-        }
-    }
+    m_loop.close(); // the wake-up call stays: others may still add, in vain
 }
 
 void IoThread::add(std::shared_ptr<IoHandler> handler)
@@ -56,36 +78,22 @@ void IoThread::add(std::shared_ptr<IoHandler> handler)
         const std::lock_guard lock(m_addedMutex);
         m_added.push_back(std::move(handler));
     }
-    wake();
-}
-
-void IoThread::watch(IoHandler &handler, quint32 epollEvents)
-{
-    epoll_event event{};
-    event.events = epollEvents;
-    event.data.ptr = &handler;
-    ::epoll_ctl(m_epoll, EPOLL_CTL_MOD, handler.descriptor(), &event);
+    m_wake->call();
 }
 
 void IoThread::run()
 {
-    constexpr int kEventsPerRound = 256;
-    epoll_event events[kEventsPerRound];
-    qint64 tickAtMs = linkClockMs() + kTickMs;
+    qint64 tickAtMs = linkClockMs() + IoLoop::kTickMs;
     while (!m_isStopping) {
-        const qint64 waitMs = std::clamp<qint64>(tickAtMs - linkClockMs(), 0, kTickMs);
-        serve(::epoll_wait(m_epoll, events, kEventsPerRound, static_cast<int>(waitMs)), events);
+        const qint64 waitMs = std::clamp<qint64>(tickAtMs - linkClockMs(), 0, IoLoop::kTickMs);
+        m_loop.serve(static_cast<int>(waitMs));
         if (const qint64 nowMs = linkClockMs(); nowMs >= tickAtMs) {
-            tickAtMs = nowMs + kTickMs;
-            tickAll();
+            tickAtMs = nowMs + IoLoop::kTickMs;
+            m_loop.tickAll(nowMs);
         }
-        m_leaving.clear();
     }
-    takeAdded();
-    while (!m_handlers.empty()) {
-        remove(m_handlers.begin()->first);
-    }
-    m_leaving.clear();
+    takeAdded(); // they too are removed on this thread
+    m_loop.removeAll();
 }
 
 void IoThread::takeAdded()
@@ -96,61 +104,7 @@ void IoThread::takeAdded()
         added.swap(m_added);
     }
     for (std::shared_ptr<IoHandler> &handler : added) {
-        IoHandler *const key = handler.get();
-        m_handlers.emplace(key, std::move(handler));
-        epoll_event event{};
-        event.events = EPOLLIN;
-        event.data.ptr = key;
-        if (::epoll_ctl(m_epoll, EPOLL_CTL_ADD, key->descriptor(), &event) != 0) {
-            remove(key);
-        }
+        const quint32 firstEvents = handler->firstEvents();
+        m_loop.add(std::move(handler), firstEvents);
     }
-}
-
-void IoThread::serve(int count, const epoll_event *events)
-{
-    const qint64 nowMs = linkClockMs();
-    bool hasAdded = false;
-    for (int index = 0; index < count; ++index) { // a count of -1 is an interrupted wait
-        auto *const handler = static_cast<IoHandler *>(events[index].data.ptr);
-        if (!handler) {
-            quint64 wakes = 0;
-            hasAdded = ::read(m_wake, &wakes, sizeof wakes) > 0;
-        } else if (!handler->ready(events[index].events, nowMs)) {
-            remove(handler);
-        }
-    }
-    if (hasAdded) {
-        takeAdded();
-    }
-}
-
-void IoThread::tickAll()
-{
-    const qint64 nowMs = linkClockMs();
-    std::vector<IoHandler *> done;
-    for (const auto &[handler, owner] : m_handlers) {
-        if (!handler->tick(nowMs)) {
-            done.push_back(handler);
-        }
-    }
-    std::for_each(done.begin(), done.end(), [this](IoHandler *handler) { remove(handler); });
-}
-
-void IoThread::remove(IoHandler *handler)
-{
-    const auto found = m_handlers.find(handler);
-    if (found == m_handlers.end()) {
-        return;
-    }
-    ::epoll_ctl(m_epoll, EPOLL_CTL_DEL, handler->descriptor(), nullptr);
-    m_leaving.push_back(std::move(found->second));
-    m_handlers.erase(found);
-    handler->removed();
-}
-
-void IoThread::wake()
-{
-    const quint64 one = 1;
-    [[maybe_unused]] const ssize_t written = ::write(m_wake, &one, sizeof one); // full means awake already
 }

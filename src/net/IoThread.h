@@ -1,39 +1,16 @@
 #pragma once
-#include <QtGlobal>
+#include "net/IoLoop.h"
 
 #include <atomic>
-#include <memory>
 #include <mutex>
 #include <thread>
-#include <unordered_map>
-#include <vector>
 
-/// Milliseconds on the monotonic clock that the link's times are measured with. Any thread.
-qint64 linkClockMs();
-
-/// Something with a file descriptor that an I/O thread serves. Every function but descriptor() is called on that
-/// thread.
-class IoHandler
-{
-public:
-    virtual ~IoHandler() = default;
-    virtual int descriptor() const = 0; // stays the same and open until removed()
-
-    /// Data has come, or there is room to write, as the epoll events say. False: done with, remove me.
-    virtual bool ready(quint32 epollEvents, qint64 nowMs) = 0;
-    virtual bool tick(qint64 nowMs) = 0; // every 200 ms; false: remove me
-    virtual void removed() {}            // no more calls will come; the place to close the descriptor
-};
-
-/// One thread that serves many descriptors: an epoll loop with one tick for all of them.
-/// Owns: the thread, the epoll descriptor, and its handlers together with whoever else holds them.
-/// Thread: add() and watch() on any thread; start() and stop() by the owner.
+/// One thread that serves many descriptors: a loop with one tick for all of them.
+/// Owns: the thread and the loop. Thread: add() and watch() on any thread; start() and stop() by the owner.
 /// Ends: stop() removes every handler and joins the thread.
 class IoThread
 {
 public:
-    static constexpr qint64 kTickMs = 200;
-
     IoThread();
     ~IoThread();
     IoThread(const IoThread &) = delete;
@@ -43,22 +20,18 @@ public:
     void stop();
 
     void add(std::shared_ptr<IoHandler> handler);
-    void watch(IoHandler &handler, quint32 epollEvents); // from now on wait for these; the handler has been added
+    void watch(IoHandler &handler, quint32 epollEvents) { m_loop.watch(handler, epollEvents); }
+    IoLoop &loop() { return m_loop; } // for what runs on this thread
 
 private:
+    class Wake;
     void run();
     void takeAdded();
-    void serve(int count, const struct epoll_event *events);
-    void tickAll();
-    void remove(IoHandler *handler);
-    void wake();
 
     std::thread m_thread;
     std::atomic<bool> m_isStopping{ false };
-    int m_epoll = -1;
-    int m_wake = -1; // an eventfd
+    IoLoop m_loop;
+    std::shared_ptr<Wake> m_wake;
     std::mutex m_addedMutex;
     std::vector<std::shared_ptr<IoHandler>> m_added; // guarded by m_addedMutex
-    std::unordered_map<IoHandler *, std::shared_ptr<IoHandler>> m_handlers;
-    std::vector<std::shared_ptr<IoHandler>> m_leaving; // removed in this round; later events of it may name them
 };

@@ -17,6 +17,10 @@ constexpr quint8 kAcknowledgement = 0x21;
 constexpr quint8 kTextCommand = 0x18;
 constexpr quint8 kTextReply = 0x2E;
 
+// Port tests; asked for with either code, reported with the first.
+constexpr quint8 kPortTestReport = 0x35;
+constexpr quint8 kPortTestRequest = 0x40;
+
 // Panels report; the three are acknowledged.
 constexpr quint8 kPush = 0x2A;
 constexpr quint8 kRelease = 0x2B;

@@ -6,16 +6,10 @@ const QByteArray &identifyFrame()
     static const QByteArray frame = frameBytes(LinkCode::kIdentify, QByteArrayLiteral("\x01"));
     return frame;
 }
-
-/// The next moment of a period that ran out; those missed in between are not made up for.
-qint64 nextMoment(qint64 ranOutMs, qint64 periodMs, qint64 nowMs)
-{
-    return ranOutMs + ((nowMs - ranOutMs) / periodMs + 1) * periodMs;
-}
 } // namespace
 
 LinkSession::LinkSession(qint64 nowMs, quint32 lastMessageId)
-    : m_lastMessageId(lastMessageId)
+    : m_exchange(lastMessageId)
     , m_identifyAtMs(nowMs + kIdentifyMs)
     , m_watchdogAtMs(nowMs + kWatchdogMs)
 {
@@ -24,9 +18,7 @@ LinkSession::LinkSession(qint64 nowMs, quint32 lastMessageId)
 
 void LinkSession::receive(const char *bytes, int count, qint64 nowMs, std::vector<LinkEvent> &events)
 {
-    m_frames.clear();
-    m_parser.feed(bytes, count, m_frames);
-    for (Frame &frame : m_frames) {
+    for (Frame &frame : m_exchange.cut(bytes, count)) {
         if (m_isTransferring && LinkCode::isTransfer(frame.code)) {
             events.emplace_back(OtherFrame{ std::move(frame) });
         } else if (!m_isTransferring && frame.checksumOk) {
@@ -37,12 +29,8 @@ void LinkSession::receive(const char *bytes, int count, qint64 nowMs, std::vecto
 
 bool LinkSession::tick(qint64 nowMs)
 {
-    m_pending.forgetOld(nowMs);
-    if (m_output.isEmpty()) { // else the first copies have not even left
-        if (const QByteArray due = m_pending.dueFrames(nowMs); !due.isEmpty()) {
-            sendFrame(due);
-        }
-    }
+    m_exchange.forgetOld(nowMs);
+    m_exchange.sendAgain(nowMs);
     if (m_peerType == PeerType::kUnknown && nowMs >= m_identifyAtMs) {
         m_identifyAtMs = nextMoment(m_identifyAtMs, kIdentifyMs, nowMs);
         sendFrame(identifyFrame());
@@ -54,24 +42,7 @@ bool LinkSession::tick(qint64 nowMs)
     return m_missedHeartbeats <= kMissedHeartbeats;
 }
 
-void LinkSession::sendMessage(quint8 code, const QByteArray &body, qint64 nowMs)
-{
-    const quint32 id = nextMessageId();
-    const QByteArray frame = messageFrameBytes(code, id, body);
-    m_pending.add(id, frame, nowMs);
-    sendFrame(frame);
-}
-
-void LinkSession::sendLevel(int levelCode, int level, qint64 nowMs)
-{
-    const quint32 id = nextMessageId();
-    const QByteArray body = QByteArray::number(levelCode) + ':' + QByteArray::number(level);
-    const QByteArray frame = messageFrameBytes(LinkCode::kLevel, id, body);
-    m_pending.addLevel(id, levelCode, frame, nowMs);
-    sendFrame(frame);
-}
-
-void LinkSession::takeFrame(Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events)
+void LinkSession::takeFrame(const Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events)
 {
     switch (frame.code) {
     case LinkCode::kHeartbeat:
@@ -79,32 +50,19 @@ void LinkSession::takeFrame(Frame &frame, qint64 nowMs, std::vector<LinkEvent> &
         sendPlain(LinkCode::kHeartbeatAnswer, QByteArray());
         return;
     case LinkCode::kAcknowledgement:
-        if (const std::optional<quint32> id = messageIdOf(frame.body)) {
-            m_pending.acknowledge(*id);
-        }
+        m_exchange.takeAcknowledgement(frame);
         return;
     case LinkCode::kPush:
     case LinkCode::kRelease:
     case LinkCode::kLevelReport:
     case LinkCode::kController:
-        takeMessage(frame, nowMs, events);
+        if (const std::optional<QByteArray> body = m_exchange.takeMessage(frame, nowMs)) {
+            addEvent(frame.code, *body, events);
+        }
         return;
     default:
         addEvent(frame.code, frame.body, events);
         return;
-    }
-}
-
-void LinkSession::takeMessage(Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events)
-{
-    const std::optional<quint32> id = messageIdOf(frame.body);
-    if (!id) {
-        return;
-    }
-    constexpr int idSize = sizeof *id;
-    sendPlain(LinkCode::kAcknowledgement, frame.body.left(idSize));
-    if (m_received.isNew(*id, nowMs)) {
-        addEvent(frame.code, frame.body.mid(idSize), events);
     }
 }
 
@@ -120,12 +78,4 @@ void LinkSession::addEvent(quint8 code, const QByteArray &body, std::vector<Link
         m_deviceNumber = introduced->deviceNumber;
     }
     events.push_back(std::move(*event));
-}
-
-quint32 LinkSession::nextMessageId()
-{
-    if (++m_lastMessageId == 0) {
-        m_lastMessageId = 1; // 0 is never sent
-    }
-    return m_lastMessageId;
 }

@@ -1,10 +1,7 @@
 #pragma once
-#include "base/Frame.h"
-#include "net/DuplicateFilter.h"
 #include "net/LinkCodes.h"
 #include "net/LinkEvents.h"
-#include "net/OutBuffer.h"
-#include "net/ResendTable.h"
+#include "net/LinkExchange.h"
 
 #include <vector>
 
@@ -23,8 +20,10 @@ public:
 
     int peerType() const { return m_peerType; }         // PeerType::kUnknown until the handshake
     int deviceNumber() const { return m_deviceNumber; } // -1 until the handshake
-    int pendingMessages() const { return m_pending.pending(); }
-    OutBuffer &output() { return m_output; }
+    int pendingMessages() const { return m_exchange.pendingMessages(); }
+    OutBuffer &output() { return m_exchange.output(); }
+    const OutBuffer &output() const { return m_exchange.output(); }
+    LinkExchange &exchange() { return m_exchange; }
 
     /// Takes what the peer has sent. Acknowledgements and answers to heartbeats are in output() on return; write them
     /// before acting on the events, which are appended in the order of their frames.
@@ -38,23 +37,19 @@ public:
     /// sends no heartbeats is not silent.
     void setTransferring(bool isTransferring) { m_isTransferring = isTransferring; }
 
-    void sendPlain(quint8 code, const QByteArray &body) { sendFrame(frameBytes(code, body)); }
-    void sendFrame(const QByteArray &frame) { m_output.append(frame); }  // a whole one
-    void sendMessage(quint8 code, const QByteArray &body, qint64 nowMs); // acknowledged, sent again until it is
-    void sendLevel(int levelCode, int level, qint64 nowMs);
+    void sendPlain(quint8 code, const QByteArray &body) { m_exchange.sendPlain(code, body); }
+    void sendFrame(const QByteArray &frame) { m_exchange.sendFrame(frame); } // a whole one
+    void sendMessage(quint8 code, const QByteArray &body, qint64 nowMs)      // acknowledged, sent again until it is
+    {
+        m_exchange.sendMessage(code, body, nowMs);
+    }
+    void sendLevel(int levelCode, int level, qint64 nowMs) { m_exchange.sendLevel(levelCode, level, nowMs); }
 
 private:
-    void takeFrame(Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events);
-    void takeMessage(Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events);
+    void takeFrame(const Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events);
     void addEvent(quint8 code, const QByteArray &body, std::vector<LinkEvent> &events);
-    quint32 nextMessageId();
 
-    FrameParser m_parser;
-    std::vector<Frame> m_frames; // of one read; kept for its capacity
-    OutBuffer m_output;
-    ResendTable m_pending;
-    DuplicateFilter m_received;
-    quint32 m_lastMessageId;
+    LinkExchange m_exchange;
     int m_peerType = PeerType::kUnknown;
     int m_deviceNumber = -1;
     int m_missedHeartbeats = 0;

@@ -36,7 +36,8 @@ int openSocket(const QHostAddress &address, quint16 port)
 }
 } // namespace
 
-ListenSocket::Result ListenSocket::open(const QHostAddress &address, quint16 port, IoThread &thread, Accepted accepted)
+ListenSocket::Result ListenSocket::open(const QHostAddress &address, quint16 port, IoLoop &loop, Accepted accepted,
+                                        int perTurn)
 {
     int socket = openSocket(address, port);
     if (socket < 0 && errno == EAFNOSUPPORT && address == QHostAddress(QHostAddress::Any)) {
@@ -50,18 +51,19 @@ ListenSocket::Result ListenSocket::open(const QHostAddress &address, quint16 por
                               .arg(port)
                               .arg(reason) };
     }
-    return { std::unique_ptr<ListenSocket>(new ListenSocket(socket, thread, std::move(accepted))), QString() };
+    return { std::unique_ptr<ListenSocket>(new ListenSocket(socket, loop, std::move(accepted), perTurn)), QString() };
 }
 
-ListenSocket::ListenSocket(int socket, IoThread &thread, Accepted accepted)
+ListenSocket::ListenSocket(int socket, IoLoop &loop, Accepted accepted, int perTurn)
     : m_socket(socket)
-    , m_thread(thread)
+    , m_loop(loop)
     , m_accepted(std::move(accepted))
+    , m_perTurn(perTurn)
 {}
 
 ListenSocket::~ListenSocket()
 {
-    ::close(m_socket);
+    removed();
 }
 
 quint16 ListenSocket::port() const
@@ -73,14 +75,13 @@ quint16 ListenSocket::port() const
 
 bool ListenSocket::ready(quint32, qint64)
 {
-    constexpr int kPerTurn = 64; // the connections that we have are served in between
-    for (int count = 0; count < kPerTurn; ++count) {
+    for (int count = 0; count < m_perTurn && m_socket >= 0; ++count) {
         SocketAddress peer;
         const int socket = ::accept4(m_socket, peer.get(), &peer.size, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (socket < 0) {
             if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
                 m_isResting = true;
-                m_thread.watch(*this, 0);
+                m_loop.watch(*this, 0);
             }
             return true;
         }
@@ -88,14 +89,22 @@ bool ListenSocket::ready(quint32, qint64)
         ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         m_accepted(socket, peer.host().toString());
     }
-    return true;
+    return m_socket >= 0;
 }
 
 bool ListenSocket::tick(qint64)
 {
     if (m_isResting) {
         m_isResting = false;
-        m_thread.watch(*this, EPOLLIN);
+        m_loop.watch(*this, EPOLLIN);
     }
     return true;
+}
+
+void ListenSocket::removed()
+{
+    if (m_socket >= 0) {
+        ::close(m_socket);
+        m_socket = -1;
+    }
 }

@@ -1,5 +1,5 @@
 #pragma once
-#include "net/IoThread.h"
+#include "net/IoLoop.h"
 #include <QHostAddress>
 #include <QString>
 
@@ -8,12 +8,12 @@
 #include <optional>
 
 /// The socket on which connections are accepted.
-/// Owns: its descriptor. Thread: made anywhere, then served by the I/O thread it is added to.
-/// Ends: with its last holder.
+/// Owns: its descriptor. Thread: made anywhere, then served by the loop it is added to.
+/// Ends: when the loop removes it, also while it accepts; its port is free from then on.
 class ListenSocket final : public IoHandler
 {
 public:
-    /// Called on the I/O thread with a connected non-blocking socket, which it takes over.
+    /// Called on the loop's thread with a connected non-blocking socket, which it takes over.
     using Accepted = std::function<void(int socket, const QString &peerAddress)>;
 
     struct Result
@@ -22,20 +22,27 @@ public:
         QString error;                        // with address, port and reason
     };
 
-    /// \param port  0 for any free one
-    static Result open(const QHostAddress &address, quint16 port, IoThread &thread, Accepted accepted);
+    static constexpr int kManyPerTurn = 64;
+
+    /// \param port     0 for any free one
+    /// \param perTurn  connections taken before the loop's other handlers are served
+    static Result open(const QHostAddress &address, quint16 port, IoLoop &loop, Accepted accepted,
+                       int perTurn = kManyPerTurn);
     ~ListenSocket() override;
 
     quint16 port() const;
+
     int descriptor() const override { return m_socket; }
     bool ready(quint32 epollEvents, qint64 nowMs) override;
     bool tick(qint64 nowMs) override;
+    void removed() override;
 
 private:
-    ListenSocket(int socket, IoThread &thread, Accepted accepted);
+    ListenSocket(int socket, IoLoop &loop, Accepted accepted, int perTurn);
 
-    const int m_socket;
-    IoThread &m_thread;
+    int m_socket; // -1: removed
+    IoLoop &m_loop;
     Accepted m_accepted;
+    const int m_perTurn;
     bool m_isResting = false; // the process has no descriptor left: the next try is at the next tick
 };

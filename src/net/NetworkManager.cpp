@@ -107,6 +107,7 @@ std::optional<QString> NetworkManager::start(const LinkOptions &options)
     Q_ASSERT(m_threads.empty());
     m_isStopping = false;
     allowManyDescriptors();
+    m_portTests = std::make_unique<PortTests>();
     const int threadCount = options.ioThreads > 0 ? options.ioThreads : usableCores();
     for (int count = 0; count < threadCount; ++count) {
         m_threads.push_back(std::make_unique<IoThread>());
@@ -117,7 +118,7 @@ std::optional<QString> NetworkManager::start(const LinkOptions &options)
     }
     IoThread &first = *m_threads.front();
     ListenSocket::Result listening =
-        ListenSocket::open(options.bindAddress, options.port, first,
+        ListenSocket::open(options.bindAddress, options.port, first.loop(),
                            [this](int socket, const QString &peerAddress) { accept(socket, peerAddress); });
     if (!listening.socket) {
         stop();
@@ -142,6 +143,7 @@ void NetworkManager::stop()
         thread->stop();
     }
     m_threads.clear();
+    m_portTests.reset();
     m_port = 0;
 }
 
@@ -286,6 +288,12 @@ void NetworkManager::sendIrCode(int number, const QByteArray &code)
     m_registry.visitAll([&](SocketClient &client) { client.sendFrame(frame); });
 }
 
+void NetworkManager::sendInternalMsg(const QByteArray &body)
+{
+    m_registry.visitType(PeerType::kController,
+                         [&](SocketClient &client) { client.sendMessage(LinkCode::kController, body); });
+}
+
 void NetworkManager::takeEvent(SocketClient &client, LinkEvent &event)
 {
     std::visit([&](const auto &told) { take(client, told); }, event);
@@ -294,6 +302,7 @@ void NetworkManager::takeEvent(SocketClient &client, LinkEvent &event)
 void NetworkManager::clientClosed(SocketClient &client)
 {
     m_registry.remove(client);
+    m_portTests->peerClosed(client);
     if (m_transfers) {
         m_transfers->peerGone(client);
     }
@@ -312,7 +321,7 @@ void NetworkManager::clientClosed(SocketClient &client)
 
 void NetworkManager::accept(int socket, const QString &peerAddress)
 {
-    IoThread &thread = *m_threads.at(m_acceptedCount++ % m_threads.size());
+    IoThread &thread = nextThread();
     const auto client =
         std::make_shared<SocketClient>(socket, peerAddress, thread, static_cast<LinkEventSink &>(*this));
     notify(translated(QT_TRANSLATE_NOOP("messages", "connected with %1")).arg(peerAddress));
@@ -409,9 +418,11 @@ void NetworkManager::take(SocketClient &client, const ControllerMessage &message
 
 void NetworkManager::take(SocketClient &client, const OtherFrame &other)
 {
-    // Port tests (0x35, 0x40) arrive here too.
-    if (m_transfers && LinkCode::isTransfer(other.frame.code)) {
+    const quint8 code = other.frame.code;
+    if (m_transfers && LinkCode::isTransfer(code)) {
         m_transfers->take(client.shared_from_this(), other.frame);
+    } else if (code == LinkCode::kPortTestRequest || code == LinkCode::kPortTestReport) {
+        m_portTests->request(client, other.frame.body);
     }
 }
 

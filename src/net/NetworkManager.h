@@ -4,6 +4,7 @@
 #include "net/LinkHooks.h"
 #include "net/ManagementCommand.h"
 #include "net/SocketClient.h"
+#include "net/porttest/PortTests.h"
 #include <QHostAddress>
 #include <QObject>
 #include <QVector>
@@ -80,6 +81,12 @@ public:
     void setMacAddress(const QString &mac);
     void sendIrCode(int number, const QByteArray &code); // to every connection
 
+    /// \name Other controllers that listen to this one.
+    void sendInternalMsg(const QByteArray &body); // code 3F, to each of them; any thread
+
+    /// A thread for one more handler. While the network runs; the handler is gone when stop() returns.
+    IoThread &nextThread() { return *m_threads.at(m_servedCount++ % m_threads.size()); }
+
     /// Where messages of other controllers go (code 0x3F), on the I/O thread of that peer. Set before start().
     void setControllerMessageHook(ControllerMessageHook hook) { m_controllerMessage = std::move(hook); }
 
@@ -119,8 +126,9 @@ private:
     ControllerMessageHook m_controllerMessage;
     FileTransfers *m_transfers = nullptr; // borrowed
     ConnectionRegistry m_registry;
+    std::unique_ptr<PortTests> m_portTests; // outlives the I/O threads, which use it
     std::vector<std::unique_ptr<IoThread>> m_threads;
-    std::atomic<unsigned> m_acceptedCount{ 0 }; // deals the connections out to the threads
+    std::atomic<unsigned> m_servedCount{ 0 }; // deals the connections out to the threads
     std::atomic<bool> m_isStopping{ false };
     quint16 m_port = 0;
 };

@@ -83,12 +83,14 @@ void ResendTable::clear()
     m_overflow.clear();
     m_levelMessages.clear();
     m_inUse = 0;
+    m_bytes = 0;
 }
 
 void ResendTable::place(Entry entry)
 {
     const bool slotsMayBeFree = m_inUse < kSlots;
     ++m_inUse;
+    m_bytes += entry.frame.size();
     if (slotsMayBeFree) {
         const auto isFree = [](const Entry &slot) { return slot.messageId == 0; };
         if (const auto slot = std::find_if(m_slots.begin(), m_slots.end(), isFree); slot != m_slots.end()) {
@@ -102,6 +104,7 @@ void ResendTable::place(Entry entry)
 void ResendTable::release(const Entry &entry)
 {
     --m_inUse;
+    m_bytes -= entry.frame.size();
     if (entry.levelCode && m_levelMessages.value(*entry.levelCode) == entry.messageId) {
         m_levelMessages.remove(*entry.levelCode);
     }

@@ -17,6 +17,7 @@ public:
     static constexpr qint64 kForgetAfterMs = 5000;
 
     int pending() const { return m_inUse; }
+    qint64 bytes() const { return m_bytes; } // of all pending frames
 
     void add(quint32 messageId, const QByteArray &frame, qint64 nowMs);
 
@@ -50,4 +51,5 @@ private:
     std::deque<Entry> m_overflow;
     QHash<int, quint32> m_levelMessages; // level code to the id of its pending message
     int m_inUse = 0;                     // slots and overflow together
+    qint64 m_bytes = 0;
 };

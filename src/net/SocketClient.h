@@ -1,7 +1,8 @@
 #pragma once
+#include "net/Backlog.h"
 #include "net/FileTransfers.h"
-#include "net/IoThread.h"
 #include "net/LinkSession.h"
+#include "net/LinkSocket.h"
 #include <QString>
 
 #include <mutex>
@@ -22,11 +23,13 @@ public:
 /// Owns: the socket and the session. Thread: reading and ticking on one I/O thread for life; the sending functions may
 ///       be called on any thread and write to the socket themselves, which saves waking the I/O thread.
 /// Ends: with its last holder; the socket is closed when the I/O thread removes it.
-class SocketClient final : public IoHandler, public TransferPeer, public std::enable_shared_from_this<SocketClient>
+class SocketClient final : public IoHandler,
+                           public PausableReader,
+                           public TransferPeer,
+                           public std::enable_shared_from_this<SocketClient>
 {
 public:
-    /// Bytes that may wait for a peer which does not read; with more its connection is closed.
-    static constexpr int kMaxWaitingBytes = 1024 * 1024;
+    static constexpr int kMaxWaitingBytes = LinkSocket::kMaxWaitingBytes;
 
     /// Takes over a connected non-blocking socket. The thread and the sink outlive the client.
     SocketClient(int socket, const QString &peerAddress, IoThread &thread, LinkEventSink &sink);
@@ -34,6 +37,7 @@ public:
 
     QString peerAddress() const { return m_peerAddress; }
     bool isTooSlow() const;                                       // closed because it does not read
+    bool isBackedUp() const;                                      // half of what may wait for it does
     int peerType() const { return m_session.peerType(); }         // I/O thread only
     int deviceNumber() const { return m_session.deviceNumber(); } // I/O thread only
 
@@ -44,8 +48,9 @@ public:
     void sendLevel(int levelCode, int level);
     void setTransferring(bool isTransferring) override;
     void close();
+    void setReading(bool isReading) override;
 
-    int descriptor() const override { return m_socket; }
+    int descriptor() const override { return m_socket.descriptor(); }
     bool ready(quint32 epollEvents, qint64 nowMs) override;
     bool tick(qint64 nowMs) override;
     void removed() override;
@@ -54,17 +59,11 @@ private:
     template <class Action>
     void send(Action action);
     bool readAvailable(qint64 nowMs);
-    void flush(); // with the lock held, like the next
-    void hangUp();
 
-    const int m_socket;
     const QString m_peerAddress;
-    IoThread &m_thread;
     LinkEventSink &m_sink;
     mutable std::mutex m_mutex; // guards everything below but m_events
+    LinkSocket m_socket;
     LinkSession m_session;
-    bool m_isOpen = true;
-    bool m_isTooSlow = false;
-    bool m_waitsForRoom = false;     // the I/O thread watches for room in the socket
     std::vector<LinkEvent> m_events; // of one read; kept for its capacity
 };

@@ -17,6 +17,8 @@
 #include <set>
 #include <vector>
 
+class SocketActions;
+
 /// The loaded program: its symbols, types, functions, groups, handlers and blocks. Knows no socket, port or panel.
 /// Owns: everything that the program declares. Thread: the main thread, but for requestStop().
 /// Ends: when the execution manager replaces or stops the program.
@@ -90,6 +92,8 @@ public:
     /// What the program switches and sends; may be missing while a program is only looked at.
     DeviceActions *devices() const { return m_devices; }
     void setDevices(DeviceActions *devices);
+    SocketActions *sockets() const { return m_sockets; } // likewise
+    void setSockets(SocketActions *sockets) { m_sockets = sockets; }
 
     int pulseTimeMs() const { return m_pulseTimeMs; }
     void setPulseTimeMs(int ms); // get_pulse_time follows, in tenths of a second
@@ -149,6 +153,7 @@ private:
     std::map<DeviceAddress, VirtualDevice> m_virtualDevices;
     std::map<int, std::unique_ptr<QFile>> m_files;
     DeviceActions *m_devices = nullptr;
+    SocketActions *m_sockets = nullptr;
     int m_pulseTimeMs = 500;
     std::atomic<bool> m_stopRequested{ false };
     qint64 m_tenths = 0; // since this object was made

@@ -1,4 +1,5 @@
 #include "admin/SettingManager.h"
+#include "base/Monitor.h"
 #include "base/SystemNumber.h"
 #include <QTemporaryDir>
 #include <QtTest>
@@ -65,6 +66,8 @@ private Q_SLOTS:
     void macAddresses();
     void changesAreKept();
     void wrongChangesAreIgnored();
+    void onlyWhatAToolHasSetIsApplied();
+    void storesThatCannotBeUsed();
 };
 
 void SettingManagerTest::defaultRoutes_data()
@@ -271,6 +274,51 @@ void SettingManagerTest::wrongChangesAreIgnored()
     settings->setSystemNumber(-3);
     QCOMPARE(settings->systemNumber(), 1);
     QVERIFY(store.read("settings.ini").contains("systemNum=1"));
+}
+
+void SettingManagerTest::onlyWhatAToolHasSetIsApplied()
+{
+    const Store store;
+    QVERIFY(!store.open()->networkToApply());
+    store.open()->setSystemNumber(3); // writes all keys
+    QVERIFY(!store.open()->networkToApply());
+    store.open()->setDhcp(QString());
+    QVERIFY(store.open()->networkToApply()->isDhcp);
+    store.open()->setStaticIp(QStringLiteral("10.0.0.2"), QStringLiteral("255.0.0.0"), QStringLiteral("10.0.0.1"),
+                              QString(), QString());
+    const auto network = store.open()->networkToApply();
+    QVERIFY(network && !network->isDhcp);
+    QCOMPARE(network->ip, QStringLiteral("10.0.0.2"));
+
+    const Store byHand; // a file without our own key
+    byHand.write("settings.ini", "[General]\ndhcp=false\nip=10.0.0.7\n");
+    QCOMPARE(byHand.open()->networkToApply()->ip, QStringLiteral("10.0.0.7"));
+}
+
+void SettingManagerTest::storesThatCannotBeUsed()
+{
+    QStringList lines;
+    NotificationCenter::instance().addListener();
+    connect(&NotificationCenter::instance(), &NotificationCenter::line, this,
+            [&lines](int type, const QString &text) { lines << QString::number(type) + QLatin1Char(' ') + text; });
+    const Store damaged;
+    damaged.write("settings.ini", "\x01\xff no settings at all [\n]]]\n");
+    QCOMPARE(damaged.open()->systemNumber(), 1);
+    QCOMPARE(lines, QStringList(QStringLiteral("4 The settings in %1 cannot be read; the defaults are used")
+                                    .arg(damaged.directory.filePath(QStringLiteral("settings.ini")))));
+    lines.clear();
+    const Store blocked;
+    QVERIFY(QDir(blocked.directory.path()).mkpath(QStringLiteral("settings.ini/x")));
+    QVERIFY(QDir(blocked.directory.path()).mkpath(QStringLiteral("mac/x")));
+    const auto settings = blocked.open();
+    lines.clear();
+    settings->setMac(QStringLiteral("08:90:00:01:02:03"));
+    QCOMPARE(lines.size(), 2);
+    QVERIFY2(lines.at(0).startsWith(QStringLiteral("4 Cannot save the MAC address in ")), qPrintable(lines.at(0)));
+    QCOMPARE(lines.at(1), QStringLiteral("4 Cannot save the settings in %1")
+                              .arg(blocked.directory.filePath(QStringLiteral("settings.ini"))));
+    disconnect(&NotificationCenter::instance(), nullptr, this, nullptr);
+    NotificationCenter::instance().removeListener();
 }
 
 QTEST_GUILESS_MAIN(SettingManagerTest)

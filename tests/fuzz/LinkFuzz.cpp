@@ -1,6 +1,7 @@
 #include "net/LinkMessage.h"
 #include "net/LinkSession.h"
 #include "net/ManagementCommand.h"
+#include "net/controllers/ListenerSession.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -38,6 +39,17 @@ void serve(const QByteArray &stream)
     session.tick(2000);
 }
 
+void listenTo(const QByteArray &stream)
+{
+    ListenerSession session("3:100:m:1", 0);
+    std::vector<TargetMessage> messages;
+    session.receive(stream.constData(), stream.size(), 0, messages);
+    session.tick(400);
+    session.send(stream, 500);
+    session.receive(stream.constData(), stream.size(), 1500, messages);
+    session.tick(2000, false);
+}
+
 /// The bytes as frames that are all right: code, length, body, and again. Gets behind the checksum.
 QByteArray framed(const QByteArray &bytes)
 {
@@ -58,10 +70,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     cutInPieces(bytes, 1 + static_cast<int>(size % 7));
     serve(bytes);
     serve(framed(bytes));
+    listenTo(bytes);
+    listenTo(framed(bytes));
     if (!bytes.isEmpty()) {
         decodeLinkMessage(static_cast<quint8>(bytes.at(0)), bytes.mid(1));
         decodeSnapshot(bytes.mid(1));
         Management::parse(bytes.mid(1));
+        ControllerText::parseFromListener(bytes.mid(1));
     }
     return 0;
 }

@@ -135,12 +135,80 @@ void RecordingEvents::simulatePush(int deviceNumber, int port, int channel)
     calls << QStringLiteral("%1:%2 %3").arg(deviceNumber).arg(port).arg(channel);
 }
 
+int RecordingSockets::note(const char *what, std::initializer_list<QVariant> parts)
+{
+    QStringList texts{ QString::fromLatin1(what) };
+    for (const QVariant &part : parts) {
+        texts << part.toString();
+    }
+    calls << texts.join(QLatin1Char(' '));
+    return status;
+}
+
+int RecordingSockets::openClient(int localPort, const QString &address, quint16 port, Protocol protocol, int boundPort)
+{
+    return note("client", { localPort, address, port, static_cast<int>(protocol), boundPort });
+}
+
+void RecordingSockets::closeClient(int localPort)
+{
+    note("close client", { localPort });
+}
+
+void RecordingSockets::refuseAddress(int localPort)
+{
+    note("refuse", { localPort });
+}
+
+int RecordingSockets::openServer(int localPort, quint16 port, Protocol protocol)
+{
+    return note("server", { localPort, port, static_cast<int>(protocol) });
+}
+
+void RecordingSockets::closeServer(int localPort)
+{
+    note("close server", { localPort });
+}
+
+int RecordingSockets::openWebSocketServer(int localPort, quint16 port, const QString &name)
+{
+    return note("websocket server", { localPort, port, name });
+}
+
+void RecordingSockets::closeWebSocketServer(int localPort)
+{
+    note("close websocket server", { localPort });
+}
+
+int RecordingSockets::openWebSocketClient(int localPort, const QString &url)
+{
+    return note("websocket client", { localPort, url });
+}
+
+void RecordingSockets::closeWebSocketClient(int localPort)
+{
+    note("close websocket client", { localPort });
+}
+
+bool RecordingSockets::sendOnce(Protocol protocol, const QString &host, int port, const QByteArray &data)
+{
+    note("send", { static_cast<int>(protocol), host, port, data });
+    return !isFull;
+}
+
+void RecordingSockets::broadcast(const QString &address, quint16 port, const QByteArray &bytes)
+{
+    note("broadcast", { address, port });
+    datagram = bytes;
+}
+
 LibraryBench::LibraryBench()
     : program(directory.path())
     , interpreter(program)
 {
     library.registerIn(program);
     program.setDevices(&devices);
+    program.setSockets(&sockets);
     interpreter.setEvents(&events);
     QObject::connect(&program, &AST::error, &program, [this](const QString &message) { messages << message; });
 }

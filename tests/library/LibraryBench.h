@@ -3,6 +3,7 @@
 #include "library/Library.h"
 #include "model/Values.h"
 #include "program/AST.h"
+#include "program/SocketActions.h"
 #include "support/FakeDevices.h"
 
 #include <QTemporaryDir>
@@ -52,6 +53,35 @@ public:
     std::optional<ChannelAddress> handledInput() const override { return input; }
 };
 
+/// Writes down what the program asks of its sockets; answers with what the test set.
+class RecordingSockets : public SocketActions
+{
+public:
+    QStringList calls;
+    int status = 0;
+    bool isFull = false;
+    std::vector<quint32> ips;
+    QStringList macs;
+    QByteArray datagram; // of the last broadcast
+
+    int openClient(int localPort, const QString &address, quint16 port, Protocol protocol, int boundPort) override;
+    void closeClient(int localPort) override;
+    void refuseAddress(int localPort) override;
+    int openServer(int localPort, quint16 port, Protocol protocol) override;
+    void closeServer(int localPort) override;
+    int openWebSocketServer(int localPort, quint16 port, const QString &name) override;
+    void closeWebSocketServer(int localPort) override;
+    int openWebSocketClient(int localPort, const QString &url) override;
+    void closeWebSocketClient(int localPort) override;
+    bool sendOnce(Protocol protocol, const QString &host, int port, const QByteArray &data) override;
+    void broadcast(const QString &address, quint16 port, const QByteArray &bytes) override;
+    std::vector<quint32> ipAddresses() const override { return ips; }
+    QStringList hardwareAddresses() const override { return macs; }
+
+private:
+    int note(const char *what, std::initializer_list<QVariant> parts); // joined by blanks; the status
+};
+
 /// A program object with the library, and built-ins called by name without a program around them.
 class LibraryBench
 {
@@ -70,6 +100,7 @@ public:
     Interpreter interpreter;
     RecordingDevices devices;
     RecordingEvents events;
+    RecordingSockets sockets;
     QStringList messages;
     std::function<void()> beforeEveryEvaluation; // so that arguments can change each other's variables
 

@@ -1,6 +1,9 @@
+#include "tools/arkctl/IrText.h"
 #include "tools/arkctl/LinkRun.h"
+#include "tools/arkctl/ListenCommand.h"
 #include "tools/arkctl/PanelActions.h"
 #include "tools/arkctl/PanelState.h"
+#include "tools/arkctl/PortTestCommand.h"
 #include "tools/arkctl/Rendering.h"
 #include <QDateTime>
 #include <QtTest>
@@ -35,6 +38,14 @@ private Q_SLOTS:
     void panelRemembersGroups();
     void linesStayLines_data();
     void linesStayLines();
+    void irTextBecomesAFile();
+    void irTextFaults_data();
+    void irTextFaults();
+    void portTests_data();
+    void portTests();
+    void listenLists_data();
+    void listenLists();
+    void linkStates();
 };
 
 void ArkctlTest::scripts_data()
@@ -140,6 +151,143 @@ void ArkctlTest::linesStayLines()
     QCOMPARE(QString::fromStdString(line).left(39), QStringLiteral("2024-05-01 12:00:00.007  error         "));
     const std::string object = Rendering::monitorLine(Rendering::Form::Json, when, message);
     QVERIFY2(QString::fromStdString(object).contains(json), object.c_str());
+}
+
+void ArkctlTest::irTextBecomesAFile()
+{
+    const QByteArray text = "header \"A \\\"B\\\"\"\n255 \"On\" 00 FF\n0 \"\" [1 2 3 4 5 -6] 0A\n";
+    const auto parsed =
+        IrText::parse("# codes\r\n\r\n  header \"A \\\"B\\\"\"\r\n255  \"On\"00ff\r\n0 \"\"[1 2 3 4 5 -6] 0A");
+    QVERIFY(std::holds_alternative<IrFile::Contents>(parsed));
+    const QByteArray file = IrFile::written(std::get<IrFile::Contents>(parsed));
+    const QByteArray expected =
+        "00000004 00490052 00000001 0000000a 0041 0020 0022 0042 0022 ffffffff ffffffff ffffffff ffffffff 00000002"
+        "00000004 004f006e 000000ff 00000000 00000000 00000000 00000000 00000000 00000000 00000002 00ff"
+        "00000000          00000000 00000001 00000002 00000003 00000004 00000005 fffffffa 00000001 0a";
+    QCOMPARE(file.toHex(), QByteArray::fromHex(expected).toHex());
+    const auto read = IrFile::read(file);
+    QVERIFY(read);
+    QCOMPARE(IrText::written(*read), text);
+    for (int length = 0; length < file.size(); ++length) {
+        QVERIFY(!IrFile::read(file.left(length)));
+    }
+}
+
+void ArkctlTest::irTextFaults_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QByteArray>("fault");
+    const auto row = [](const char *text, const char *fault) {
+        QTest::newRow(text) << QByteArray(text) << QByteArray(fault);
+    };
+    row("\n5 On 00", "2: not of the form NUMBER \"NAME\" BYTES");
+    row("256 \"On\" 00", "1: the code number is not one from 0 to 255: 256");
+    row("99999999999 \"On\" 00", "1: the code number is not one from 0 to 255: 99999999999");
+    row("5 \"On\" [1 2] 00", "1: there must be six numbers in the brackets, or no brackets");
+    row("5 \"On\" 0 0F", "1: the code is not a row of bytes with two hexadecimal digits each: 0 0F");
+    row("5 \"On\"", "1: the code is not a row of bytes with two hexadecimal digits each: ");
+    row("5 \"On\" 00\n5 \"Off\" 01", "2: code number 5 is there already");
+    row("header \"\"\nheader \"\"\nheader \"\"\nheader \"\"\nheader \"\"\nheader \"\"",
+        "6: there are more than five headers");
+}
+
+void ArkctlTest::irTextFaults()
+{
+    QFETCH(QByteArray, text);
+    const auto parsed = IrText::parse(text);
+    const auto *fault = std::get_if<IrText::Fault>(&parsed);
+    QVERIFY(fault);
+    QTEST(QByteArray::number(fault->line) + ": " + QByteArray::fromStdString(fault->what), "fault");
+}
+
+void ArkctlTest::portTests_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QByteArray>("text"); // of --send
+    QTest::addColumn<QByteArray>("plan");
+    const auto row = [](const char *words, const char *text, const QByteArray &plan) {
+        QTest::newRow((QByteArray(words) + ' ' + text).constData())
+            << QString::fromLatin1(words) << QByteArray(text) << plan;
+    };
+    row("tcp-client 10.0.0.9 23", R"(POWR\x3f\r\n\t\\)", "5 10.0.0.9 23 POWR?\r\n\t\\");
+    row("udp-server 65535", nullptr, "8  65535");
+    row("tcp-client 23", nullptr, "tcp-client needs HOST and PORT");
+    row("tcp-server host 23", nullptr, "tcp-server needs PORT, and nothing else");
+    row("tcp-server 65536", nullptr, "not a port from 1 to 65535: 65536");
+    row("udp-client host 0", nullptr, "not a port from 1 to 65535: 0");
+    row("udp-server 5", "x", "a udp-server only hears; --send needs one of the others");
+    row("tcp-server 5", R"(\x1)", R"(an escape that is none of \r \n \t \\ \xHH in: \x1)");
+    row("tcp-server 5", R"(\)", R"(an escape that is none of \r \n \t \\ \xHH in: \)");
+    row("tcp", nullptr, "unknown port test: tcp (there are tcp-client, tcp-server, udp-client and udp-server)");
+}
+
+void ArkctlTest::portTests()
+{
+    QFETCH(QString, words);
+    QFETCH(QByteArray, text);
+    std::vector<std::string> list;
+    const QStringList parts = words.split(QLatin1Char(' '));
+    for (const QString &word : parts) {
+        list.push_back(word.toStdString());
+    }
+    const auto parsed =
+        parsePortTest(list, text.isNull() ? std::vector<std::string>{} : std::vector{ text.toStdString() });
+    if (const auto *fault = std::get_if<std::string>(&parsed)) {
+        QTEST(QByteArray::fromStdString(*fault), "plan");
+        return;
+    }
+    const PortTestPlan &plan = std::get<PortTestPlan>(parsed);
+    QByteArray shown = QByteArray::number(static_cast<int>(plan.start.kind)) + ' ' + plan.start.host.toLatin1() + ' ' +
+                       QByteArray::number(plan.start.port);
+    for (const QByteArray &each : plan.texts) {
+        shown += ' ' + each;
+    }
+    QTEST(shown, "plan");
+}
+
+void ArkctlTest::listenLists_data()
+{
+    QTest::addColumn<QString>("change");
+    QTest::addColumn<QString>("list"); // of 10.0.0.1 10.0.0.2 after it
+    QTest::addColumn<QString>("missing");
+    const auto row = [](const char *change, const char *list, const char *missing = "") {
+        QTest::newRow(change) << QString::fromLatin1(change) << QString::fromLatin1(list)
+                              << QString::fromLatin1(missing);
+    };
+    row("add 10.0.0.3 10.0.0.3", "10.0.0.1 10.0.0.2 10.0.0.3");
+    row("add 10.0.0.1", "10.0.0.1 10.0.0.2");
+    row("remove 10.0.0.1", "10.0.0.2");
+    row("remove 10.0.0.1 10.0.0.2", "");
+    row("remove 10.0.0.9 10.0.0.2", "10.0.0.1", "10.0.0.9");
+}
+
+void ArkctlTest::listenLists()
+{
+    QFETCH(QString, change);
+    QStringList words = change.split(QLatin1Char(' '));
+    using Kind = ListChange::Kind;
+    const Kind kind = words.takeFirst() == QLatin1String("add") ? Kind::Add : Kind::Remove;
+    QStringList missing;
+    const QStringList list{ QStringLiteral("10.0.0.1"), QStringLiteral("10.0.0.2") };
+    QTEST(changedList(list, { kind, words }, missing).join(QLatin1Char(' ')), "list");
+    QTEST(missing.join(QLatin1Char(' ')), "missing");
+}
+
+void ArkctlTest::linkStates()
+{
+    const QByteArray two = QByteArray::fromHex("00000002 00000006 0031002e0032 00000002 00000002 0033 00000000");
+    const auto states = Rendering::linkStates(two);
+    QVERIFY(states && states->size() == 2);
+    QCOMPARE(QString::fromStdString(Rendering::linkState(Rendering::Form::Text, states->at(0))),
+             QStringLiteral("1.2              linked"));
+    QCOMPARE(QString::fromStdString(Rendering::linkState(Rendering::Form::Json, states->at(1))),
+             QStringLiteral("{\"address\":\"3\",\"status\":0,\"state\":\"unconnected\"}"));
+    for (int size = 0; size < two.size(); ++size) {
+        QVERIFY(!Rendering::linkStates(two.left(size)));
+    }
+    QVERIFY(!Rendering::linkStates(two + 'x'));
+    QVERIFY(!Rendering::linkStates(QByteArray::fromHex("7fffffff"))); // a count that is not there
+    QVERIFY(!Rendering::linkStates(QByteArray::fromHex("ffffffff")));
 }
 
 QTEST_APPLESS_MAIN(ArkctlTest)

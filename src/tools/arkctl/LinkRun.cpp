@@ -1,4 +1,5 @@
 #include "tools/arkctl/LinkRun.h"
+#include "net/LinkCodes.h"
 #include <QCoreApplication>
 #include <QRegularExpression>
 #include <QTimer>
@@ -33,16 +34,21 @@ LinkRun::LinkRun(const LinkClient::Identity &identity, const RunOptions &options
     : m_options(options)
     , m_console(new Console(this))
     , m_client(new LinkClient(identity, this))
+    , m_patience(new QTimer(this))
 {
+    m_patience->setSingleShot(true);
+    m_patience->setInterval(options.timeoutMs);
+    connect(m_patience, &QTimer::timeout, this, [this] {
+        fail("the controller at " + m_options.endpoint.text() + " does not answer",
+             "see whether its program is in a long loop, and try again");
+    });
     connect(m_console, &Console::stopRequested, this, [this] { finish(outcomeWhenStopped()); });
     connect(m_client, &LinkClient::introduced, this, [this] { begin(); });
     connect(m_client, &LinkClient::failed, this, [this](const QString &reason) {
         fail("no connection to " + m_options.endpoint.text() + ": " + reason.toStdString(),
              "is the controller running there? --host ADDRESS[:PORT] names another");
     });
-    connect(m_client, &LinkClient::disconnected, this, [this] {
-        fail("the controller at " + m_options.endpoint.text() + " closed the connection", adviceWhenLost());
-    });
+    connect(m_client, &LinkClient::disconnected, this, [this] { lost(); });
 }
 
 Outcome LinkRun::run()
@@ -59,6 +65,33 @@ Outcome LinkRun::run()
     }
     m_client->disconnect(this);
     return m_outcome.value_or(Outcome::Done);
+}
+
+LinkClient::Identity LinkRun::tool()
+{
+    constexpr int kToolNumber = 100;
+    return { PeerType::kManagementTool, kToolNumber, "arkctl", QCoreApplication::applicationVersion().toUtf8() };
+}
+
+LinkClient::Identity LinkRun::panel(int device)
+{
+    constexpr int kPanelType = 1;
+    return { kPanelType, device, "arkctl", QCoreApplication::applicationVersion().toUtf8() };
+}
+
+void LinkRun::lost()
+{
+    fail("the controller at " + m_options.endpoint.text() + " closed the connection", adviceWhenLost());
+}
+
+void LinkRun::awaitAnswer()
+{
+    m_patience->start();
+}
+
+void LinkRun::answered()
+{
+    m_patience->stop();
 }
 
 void LinkRun::finish(Outcome outcome)

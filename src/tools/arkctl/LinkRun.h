@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+class QTimer;
+
 /// A controller's address as given on the command line.
 struct Endpoint
 {
@@ -36,9 +38,14 @@ public:
     LinkRun(const LinkClient::Identity &identity, const RunOptions &options);
     Outcome run(); // until finish()
 
+    /// The management tool: no device, so that the program's online handlers leave it alone.
+    static LinkClient::Identity tool();
+    static LinkClient::Identity panel(int device);
+
 protected:
     virtual void begin() = 0;                          // introduced: to work
     virtual void leave(const std::string & /*why*/) {} // before the complaint
+    virtual void lost();                               // the connection, after it had been made: fails
     virtual Outcome outcomeWhenStopped() const { return Outcome::Done; }
     virtual std::string adviceWhenLost() const { return "see whether it is restarting, and try again"; }
 
@@ -48,9 +55,13 @@ protected:
     void finish(Outcome outcome);                                   // the first one counts
     void fail(const std::string &what, const std::string &tryThis); // says so, with the address, and finishes
 
+    void awaitAnswer(); // fails unless answered(), or the next awaitAnswer(), comes within the time limit
+    void answered();
+
 private:
     const RunOptions m_options;
     Console *m_console = nullptr;   // Qt child
     LinkClient *m_client = nullptr; // Qt child
+    QTimer *m_patience = nullptr;   // Qt child
     std::optional<Outcome> m_outcome;
 };

@@ -8,7 +8,7 @@ class MonitorCommand final : public LinkRun
 {
     Q_OBJECT
 public:
-    MonitorCommand(const RunOptions &options, Rendering::Form form, const QByteArray &version);
+    MonitorCommand(const RunOptions &options, Rendering::Form form);
 
 protected:
     void begin() override {}

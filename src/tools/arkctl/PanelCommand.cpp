@@ -1,14 +1,11 @@
 #include "tools/arkctl/PanelCommand.h"
+#include "tools/arkctl/Command.h"
 #include <QDateTime>
 #include <QTimer>
 
-namespace {
-constexpr int kPanelType = 1;
-}
-
 PanelCommand::PanelCommand(const RunOptions &options, int device, const PanelScript &script, std::optional<int> watchMs,
-                           Rendering::Form form, const QByteArray &version)
-    : LinkRun({ kPanelType, device, "arkctl", version }, options)
+                           Rendering::Form form)
+    : LinkRun(panel(device), options)
     , m_script(script)
     , m_watchMs(watchMs)
     , m_form(form)
@@ -68,4 +65,42 @@ void PanelCommand::take(const LinkMessage &message)
     if (m_script.watches) {
         console().print(Rendering::panelMessage(m_form, QDateTime::currentDateTime(), message));
     }
+}
+
+namespace {
+struct PanelArguments
+{
+    int device = 0;
+    std::vector<std::string> words;
+    std::optional<double> watchSeconds;
+    bool wantsJson = false;
+};
+
+Outcome runPanel(const PanelArguments &arguments, const RunOptions &options)
+{
+    const auto parsed = parsePanelScript(arguments.words);
+    if (const auto *fault = std::get_if<std::string>(&parsed)) {
+        return wrongUse(*fault);
+    }
+    const PanelScript &script = std::get<PanelScript>(parsed);
+    if (arguments.watchSeconds && !script.watches) {
+        return wrongUse("--for needs the action watch");
+    }
+    return PanelCommand(options, arguments.device, script, millisecondsOf(arguments.watchSeconds),
+                        formOf(arguments.wantsJson))
+        .run();
+}
+} // namespace
+
+Command panelCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("panel", "Act as a touch panel: one action after the other");
+    const auto arguments = std::make_shared<PanelArguments>();
+    word->add_option("DEVICE", arguments->device, "The panel's device number")->required()->check(CLI::Range(1, 65535));
+    word->add_option("ACTION", arguments->words,
+                     "push CHANNEL | release CHANNEL | press CHANNEL | level LEVEL VALUE | watch")
+        ->required();
+    addForOption(*word, arguments->watchSeconds, "Watch no longer than this");
+    addJsonFlag(*word, arguments->wantsJson, "Show what comes as one JSON object per line");
+    return { word, [arguments](const RunOptions &options) { return runPanel(*arguments, options); } };
 }

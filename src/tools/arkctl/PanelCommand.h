@@ -17,7 +17,7 @@ class PanelCommand final : public LinkRun
 public:
     /// \param watchMs  how long to watch after the last step; nothing: until interrupted
     PanelCommand(const RunOptions &options, int device, const PanelScript &script, std::optional<int> watchMs,
-                 Rendering::Form form, const QByteArray &version);
+                 Rendering::Form form);
 
 protected:
     void begin() override;

@@ -1,5 +1,6 @@
 #include "tools/arkctl/Rendering.h"
 #include "base/Monitor.h"
+#include <QDataStream>
 #include <QDateTime>
 
 #include <array>
@@ -107,6 +108,15 @@ std::string panelText(const LinkMessage &message)
     return text;
 }
 
+const char *stateWord(const PortTest::State &state)
+{
+    const bool isServer = state.kind == PortTest::Kind::TcpServer || state.kind == PortTest::Kind::UdpServer;
+    if (isServer) {
+        return state.isOn ? "listening" : "not-listening";
+    }
+    return state.isOn ? "connected" : "not-connected";
+}
+
 Json panelJson(const QDateTime &when, const LinkMessage &message)
 {
     Json object = jsonStart(when);
@@ -146,8 +156,61 @@ std::string monitorLine(Form form, const QDateTime &when, const LinkMessage &mes
     return timeText(when) + "  " + name + "  " + escaped(message.field("text"));
 }
 
+std::string portTestReport(Form form, const QDateTime &when, const PortTest::Report &report)
+{
+    const auto *data = std::get_if<PortTest::Data>(&report);
+    const std::string what = data ? "received" : stateWord(std::get<PortTest::State>(report));
+    if (form == Form::Json) {
+        Json object = jsonStart(when);
+        object["event"] = what;
+        if (data) {
+            object["text"] = data->data.toStdString();
+            object["hex"] = data->data.toHex().toStdString();
+        }
+        return dump(object);
+    }
+    const std::string line = timeText(when) + "  " + what;
+    return data ? line + "  " + std::to_string(data->data.size()) + " bytes: " + escaped(data->data) : line;
+}
+
 std::string panelMessage(Form form, const QDateTime &when, const LinkMessage &message)
 {
     return form == Form::Json ? dump(panelJson(when, message)) : timeText(when) + "  " + panelText(message);
+}
+
+std::optional<std::vector<LinkState>> linkStates(const QByteArray &statusStream)
+{
+    QDataStream stream(statusStream);
+    stream.setVersion(QDataStream::Qt_5_4);
+    qint32 count = 0;
+    stream >> count;
+    std::vector<LinkState> states;
+    while (stream.status() == QDataStream::Ok && static_cast<qint32>(states.size()) < count) {
+        LinkState state;
+        qint32 status = 0;
+        stream >> state.address >> status;
+        state.status = status;
+        states.push_back(state);
+    }
+    const bool isWhole = stream.status() == QDataStream::Ok && count >= 0 && stream.atEnd();
+    return isWhole ? std::optional(states) : std::nullopt;
+}
+
+std::string linkState(Form form, const LinkState &state)
+{
+    constexpr std::array kNames = { "unconnected", "connected", "linked" };
+    const bool isKnown = state.status >= 0 && state.status < static_cast<int>(kNames.size());
+    const std::string name =
+        isKnown ? kNames.at(static_cast<size_t>(state.status)) : "status-" + std::to_string(state.status);
+    if (form == Form::Json) {
+        Json object;
+        object["address"] = state.address.toStdString();
+        object["status"] = state.status;
+        object["state"] = name;
+        return dump(object);
+    }
+    std::string address = escaped(state.address.toUtf8());
+    address.resize(std::max<size_t>(address.size(), 15), ' ');
+    return address + "  " + name;
 }
 } // namespace Rendering

@@ -1,7 +1,12 @@
 #pragma once
 #include "net/LinkMessage.h"
+#include "net/porttest/PortTestMessage.h"
 
+#include <QString>
+
+#include <optional>
 #include <string>
+#include <vector>
 
 class QDateTime;
 
@@ -12,4 +17,16 @@ enum class Form { Text, Json };
 
 std::string monitorLine(Form form, const QDateTime &when, const LinkMessage &message);
 std::string panelMessage(Form form, const QDateTime &when, const LinkMessage &message);
+std::string portTestReport(Form form, const QDateTime &when, const PortTest::Report &report);
+
+/// The link of a controller to one that it listens to.
+struct LinkState
+{
+    QString address;
+    int status = 0; // 0 unconnected, 1 connected, 2 its system number is known too
+};
+
+/// Reads what follows "listenstatus:"; nothing when it is something else.
+std::optional<std::vector<LinkState>> linkStates(const QByteArray &statusStream);
+std::string linkState(Form form, const LinkState &state);
 } // namespace Rendering

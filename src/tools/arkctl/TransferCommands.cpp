@@ -1,6 +1,7 @@
 #include "tools/arkctl/TransferCommands.h"
 #include "base/Monitor.h"
 #include "net/LinkCodes.h"
+#include "tools/arkctl/Command.h"
 #include <QFileInfo>
 #include <QTimer>
 
@@ -10,7 +11,6 @@
 #include <nlohmann/json.hpp>
 
 namespace {
-constexpr int kToolNumber = 100; // no device: the program's online handlers leave it alone
 constexpr int kTickMs = 50;
 constexpr int kMinWatchdogMs = 200;
 constexpr char kOldStays[] = "the controller keeps its old file; run the same command again";
@@ -26,8 +26,8 @@ bool isError(int type)
 }
 } // namespace
 
-TransferRun::TransferRun(const RunOptions &options, Rendering::Form form, const QByteArray &version)
-    : LinkRun({ PeerType::kManagementTool, kToolNumber, "arkctl", version }, options)
+TransferRun::TransferRun(const RunOptions &options, Rendering::Form form)
+    : LinkRun(tool(), options)
     , m_form(form)
     , m_timer(new QTimer(this))
 {
@@ -94,9 +94,8 @@ std::optional<QString> TransferRun::lineAbout(const QString &name, const QString
     return text.startsWith(start) ? std::optional(text.mid(start.size())) : std::nullopt;
 }
 
-UploadCommand::UploadCommand(const RunOptions &options, std::vector<UploadItem> items, Rendering::Form form,
-                             const QByteArray &version)
-    : TransferRun(options, form, version)
+UploadCommand::UploadCommand(const RunOptions &options, std::vector<UploadItem> items, Rendering::Form form)
+    : TransferRun(options, form)
     , m_items(std::move(items))
 {}
 
@@ -201,8 +200,8 @@ void UploadCommand::finishItem(const std::string &remark)
 }
 
 DownloadCommand::DownloadCommand(const RunOptions &options, const DownloadItem &item, const QString &path,
-                                 Rendering::Form form, const QByteArray &version)
-    : TransferRun(options, form, version)
+                                 Rendering::Form form)
+    : TransferRun(options, form)
     , m_item(item)
     , m_file(path)
 {}
@@ -284,4 +283,70 @@ void DownloadCommand::settle(const QByteArray &out)
                adviceWhenLost());
         return;
     }
+}
+
+namespace {
+struct UploadArguments
+{
+    std::vector<std::string> files;
+    std::optional<int> irNumber;
+    bool wantsJson = false;
+};
+
+struct DownloadArguments
+{
+    std::string kind;
+    std::string output;
+    bool wantsJson = false;
+};
+
+Outcome runUpload(const UploadArguments &arguments, const RunOptions &options)
+{
+    auto plan = planUploads(arguments.files, arguments.irNumber);
+    if (const auto *fault = std::get_if<std::string>(&plan)) {
+        return wrongUse(*fault);
+    }
+    return UploadCommand(options, std::move(std::get<std::vector<UploadItem>>(plan)), formOf(arguments.wantsJson))
+        .run();
+}
+
+Outcome runDownload(const DownloadArguments &arguments, const RunOptions &options)
+{
+    const std::optional<DownloadItem> item = planDownload(arguments.kind);
+    if (!item) {
+        return wrongUse("nothing to download is called " + arguments.kind);
+    }
+    const QString path = QFile::decodeName(arguments.output.c_str());
+    if (path.isEmpty() && QFile::exists(item->fileName)) {
+        return wrongUse(item->fileName.toStdString() + " is here already: -o " + item->fileName.toStdString() +
+                        " replaces it");
+    }
+    return DownloadCommand(options, *item, path.isEmpty() ? item->fileName : path, formOf(arguments.wantsJson)).run();
+}
+} // namespace
+
+Command uploadCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("upload", "Send files: a program, its source, a panel design, a web "
+                                                        "archive, infrared codes");
+    const auto arguments = std::make_shared<UploadArguments>();
+    word->add_option("FILE", arguments->files, ".pobj, .src, .dtp, .zip or .ir; what each is, its suffix says")
+        ->required();
+    word->add_option("--ir", arguments->irNumber, "Which infrared code file, where the name does not end in it")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(1, 8));
+    addJsonFlag(*word, arguments->wantsJson, "One JSON object per file: file, state, bytes, seconds, text");
+    return { word, [arguments](const RunOptions &options) { return runUpload(*arguments, options); } };
+}
+
+Command downloadCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("download", "Fetch a file that was sent before");
+    const auto arguments = std::make_shared<DownloadArguments>();
+    word->add_option("KIND", arguments->kind, "source | ui | ir1 to ir8")->required();
+    word->add_option("-o,--output", arguments->output,
+                     "Write it there, in place of an older one (source.src, ui.dtp, ir1.ir: only a new one)")
+        ->type_name("FILE");
+    addJsonFlag(*word, arguments->wantsJson, "A JSON object: file, state, bytes, seconds, text");
+    return { word, [arguments](const RunOptions &options) { return runDownload(*arguments, options); } };
 }

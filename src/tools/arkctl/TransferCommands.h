@@ -17,7 +17,7 @@ class TransferRun : public LinkRun
 {
     Q_OBJECT
 protected:
-    TransferRun(const RunOptions &options, Rendering::Form form, const QByteArray &version);
+    TransferRun(const RunOptions &options, Rendering::Form form);
 
     virtual void takeFrame(quint8 code, const QByteArray &body, qint64 nowMs) = 0;
     virtual void takeLine(int type, const QString &text) = 0;
@@ -48,8 +48,7 @@ class UploadCommand final : public TransferRun
 {
     Q_OBJECT
 public:
-    UploadCommand(const RunOptions &options, std::vector<UploadItem> items, Rendering::Form form,
-                  const QByteArray &version);
+    UploadCommand(const RunOptions &options, std::vector<UploadItem> items, Rendering::Form form);
 
 protected:
     void begin() override;
@@ -77,8 +76,7 @@ class DownloadCommand final : public TransferRun
 {
     Q_OBJECT
 public:
-    DownloadCommand(const RunOptions &options, const DownloadItem &item, const QString &path, Rendering::Form form,
-                    const QByteArray &version);
+    DownloadCommand(const RunOptions &options, const DownloadItem &item, const QString &path, Rendering::Form form);
 
 protected:
     void begin() override;

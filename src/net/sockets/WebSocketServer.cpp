@@ -1,0 +1,49 @@
+#include "net/sockets/WebSocketServer.h"
+
+void WebSocketServer::send(const QByteArray &data)
+{
+    bool isTaken = true;
+    for (const std::shared_ptr<WebSocketLink> &link : m_links) {
+        isTaken = (!link->isOpen() || link->send(data)) && isTaken;
+    }
+    if (!isTaken) {
+        events().error(localPort(), QAbstractSocket::SocketResourceError);
+    }
+}
+
+void WebSocketServer::take(int socket)
+{
+    const std::shared_ptr<WebSocketLink> link = WebSocketLink::asServer(loop(), m_name, { shared_from_this(), this });
+    const std::shared_ptr<TcpStream> stream = TcpStream::accepted(loop(), socket, link);
+    if (!stream) {
+        release();
+        return;
+    }
+    link->setStream(stream);
+    m_links.push_back(link);
+    stream->announce();
+}
+
+void WebSocketServer::opened(WebSocketLink &link)
+{
+    events().online(localPort(), link.peer());
+}
+
+void WebSocketServer::message(WebSocketLink &link, const QByteArray &bytes)
+{
+    events().data(localPort(), bytes, link.peer());
+}
+
+void WebSocketServer::ended(WebSocketLink &link, int error)
+{
+    const SocketPeer peer = link.peer();
+    std::erase_if(m_links, [&link](const auto &each) { return each.get() == &link; });
+    release();
+    const bool isGone = link.wasOpen() && error == QAbstractSocket::RemoteHostClosedError; // without a farewell
+    if (error != kNoSocketError && !isGone) {
+        events().error(localPort(), error);
+    }
+    if (link.wasOpen()) {
+        events().offline(localPort(), peer);
+    }
+}

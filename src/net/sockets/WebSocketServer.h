@@ -1,0 +1,26 @@
+#pragma once
+#include "net/sockets/AcceptingSocket.h"
+#include "net/sockets/WebSocketLink.h"
+
+#include <vector>
+
+/// A WebSocket server of the program. What the program sends goes to every connection, as a binary message.
+class WebSocketServer final : public AcceptingSocket, private WebSocketLink::Owner
+{
+public:
+    WebSocketServer(SocketContext context, int localPort, quint16 port, QString name)
+        : AcceptingSocket(std::move(context), localPort, port)
+        , m_name(std::move(name))
+    {}
+
+    void send(const QByteArray &data) override;
+
+private:
+    void take(int socket) override;
+    void opened(WebSocketLink &link) override;
+    void message(WebSocketLink &link, const QByteArray &bytes) override;
+    void ended(WebSocketLink &link, int error) override;
+
+    const QString m_name; // for the handshake
+    std::vector<std::shared_ptr<WebSocketLink>> m_links;
+};

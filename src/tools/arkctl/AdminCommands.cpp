@@ -1,0 +1,266 @@
+#include "tools/arkctl/AdminCommands.h"
+#include "net/LinkCodes.h"
+#include "tools/arkctl/Command.h"
+#include <QHostAddress>
+#include <QRegularExpression>
+#include <QTimer>
+
+namespace {
+const QString kDateForm = QStringLiteral("yyyy-MM-dd HH:mm:ss");
+
+bool isIpv4(const std::string &text)
+{
+    QHostAddress address;
+    return address.setAddress(QString::fromStdString(text)) && address.protocol() == QAbstractSocket::IPv4Protocol;
+}
+
+bool isMac(const std::string &text)
+{
+    static const QRegularExpression form(QStringLiteral("\\A[0-9A-Fa-f]{2}(:[0-9A-Fa-f]{2}){5}\\z"));
+    return form.match(QString::fromStdString(text)).hasMatch();
+}
+
+QByteArray joinedLines(const QStringList &fields)
+{
+    return fields.join(QLatin1Char('\n')).toUtf8();
+}
+
+QByteArray staticIpText(const QStringList &addresses, const QString &mac)
+{
+    return joinedLines(QStringList{ QStringLiteral("staticip") } + addresses + QStringList{ mac });
+}
+
+QByteArray dhcpText(const QString &mac)
+{
+    return joinedLines({ QStringLiteral("dhcp"), mac });
+}
+} // namespace
+
+InfoRun::InfoRun(const RunOptions &options)
+    : LinkRun(tool(), options)
+{
+    connect(&client(), &LinkClient::received, this, [this](const LinkMessage &message) {
+        if (message.kind != LinkMessage::Kind::Information) {
+            return;
+        }
+        answered();
+        if (const std::optional<ControllerInfo> info = parseControllerInfo(message.body)) {
+            take(*info);
+        } else {
+            fail("an answer of " + this->options().endpoint.text() + " that makes no sense",
+                 "is it a controller of this version?");
+        }
+    });
+}
+
+void InfoRun::ask()
+{
+    client().sendPlain(LinkCode::kInformationRequest, QByteArray());
+    awaitAnswer();
+}
+
+void InfoCommand::take(const ControllerInfo &info)
+{
+    console().print(shownInfo(m_form, info));
+    finish(Outcome::Done);
+}
+
+void SystemNumberCommand::begin()
+{
+    client().sendTextCommand("sysnum\n" + QByteArray::number(m_number));
+    ask(); // answered after it was set
+}
+
+void SystemNumberCommand::take(const ControllerInfo &info)
+{
+    if (info.systemNumber != m_number) {
+        fail("the controller at " + options().endpoint.text() + " still has system number " +
+                 std::to_string(info.systemNumber),
+             "see whether its settings can be written");
+        return;
+    }
+    console().print("system number " + std::to_string(m_number));
+    finish(Outcome::Done);
+}
+
+void RestartingCommand::take(const ControllerInfo &info)
+{
+    client().sendTextCommand(m_text(info));
+    m_isSent = true;
+    awaitAnswer(); // which is the end of the connection
+}
+
+void RestartingCommand::lost()
+{
+    if (!m_isSent) {
+        InfoRun::lost();
+        return;
+    }
+    console().print(m_saidWhenDone);
+    finish(Outcome::Done);
+}
+
+DateTimeCommand::DateTimeCommand(const RunOptions &options, const QDateTime &wanted)
+    : LinkRun(tool(), options)
+    , m_wanted(wanted)
+{
+    connect(&client(), &LinkClient::received, this, [this](const LinkMessage &message) {
+        if (message.kind == LinkMessage::Kind::TextReply) {
+            take(message.body);
+        }
+    });
+}
+
+void DateTimeCommand::begin()
+{
+    client().sendTextCommand(m_wanted.isValid() ? "datetime!" + m_wanted.toString(kDateForm).toUtf8() : "datetime?");
+    awaitAnswer();
+}
+
+void DateTimeCommand::take(const QByteArray &reply)
+{
+    static const QByteArray keyword = "datetime:";
+    if (reply == "datetimeSet") { // that is: heard
+        askLater();
+        return;
+    }
+    if (!reply.startsWith(keyword)) {
+        return;
+    }
+    answered();
+    const QString shown = QString::fromUtf8(reply.mid(keyword.size()));
+    const qint64 awaySeconds =
+        m_wanted.isValid() ? std::abs(m_wanted.secsTo(QDateTime::fromString(shown, kDateForm))) : 0;
+    constexpr qint64 kNearSeconds = 10;
+    constexpr int kLooks = 5;
+    if (awaySeconds <= kNearSeconds) {
+        console().print(shown.toStdString());
+        finish(Outcome::Done);
+    } else if (++m_looks < kLooks) {
+        askLater();
+    } else {
+        fail("the clock of the controller at " + options().endpoint.text() + " still says " + shown.toStdString(),
+             "it may change its clock only as root and without --no-system-changes");
+    }
+}
+
+void DateTimeCommand::askLater()
+{
+    constexpr int kLookAgainMs = 200;
+    answered();
+    QTimer::singleShot(kLookAgainMs, this, [this] {
+        client().sendTextCommand("datetime?");
+        awaitAnswer();
+    });
+}
+
+Command infoCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("info", "Show the controller's model, version, number and network");
+    const auto wantsJson = std::make_shared<bool>(false);
+    addJsonFlag(*word, *wantsJson, "One JSON object");
+    return { word, [wantsJson](const RunOptions &options) { return InfoCommand(options, formOf(*wantsJson)).run(); } };
+}
+
+Command systemNumberCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("sysnum", "Set the controller's system number");
+    const auto number = std::make_shared<int>(0);
+    word->add_option("NUMBER", *number, "From 1")->required()->check(CLI::Range(1, 65535));
+    return { word, [number](const RunOptions &options) { return SystemNumberCommand(options, *number).run(); } };
+}
+
+Command rebootCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("reboot", "End the controller; its supervisor starts it again");
+    const auto run = [](const RunOptions &options) {
+        return RestartingCommand(
+                   options, [](const ControllerInfo &) { return QByteArrayLiteral("reboot"); },
+                   "The controller ends; its supervisor starts it again.")
+            .run();
+    };
+    return { word, run };
+}
+
+namespace {
+struct NetworkArguments
+{
+    std::vector<std::string> addresses;
+    std::string mac;
+};
+
+Outcome runNetwork(const NetworkArguments &arguments, bool isDhcp, const RunOptions &options)
+{
+    QStringList addresses;
+    for (const std::string &address : arguments.addresses) {
+        if (!isIpv4(address)) {
+            return wrongUse("not an IPv4 address: " + address);
+        }
+        addresses << QString::fromStdString(address);
+    }
+    if (!arguments.mac.empty() && !isMac(arguments.mac)) {
+        return wrongUse("not a MAC address such as 08:90:00:12:34:56: " + arguments.mac);
+    }
+    const QByteArray text = isDhcp ? dhcpText(QString::fromStdString(arguments.mac))
+                                   : staticIpText(addresses, QString::fromStdString(arguments.mac));
+    return RestartingCommand(
+               options, [text](const ControllerInfo &) { return text; },
+               "Stored. The controller ends and uses it when its supervisor has started it again.")
+        .run();
+}
+
+QByteArray macText(const ControllerInfo &info, const QString &mac)
+{
+    return info.isDhcp ? dhcpText(mac) : staticIpText({ info.ip, info.netmask, info.gateway, info.nameServer }, mac);
+}
+} // namespace
+
+Command networkCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("network", "Give the controller a fixed address, or let DHCP do it");
+    word->require_subcommand(1);
+    const auto arguments = std::make_shared<NetworkArguments>();
+    CLI::App *const dhcp = word->add_subcommand("dhcp", "Use DHCP");
+    CLI::App *const fixed = word->add_subcommand("static", "Use a fixed address");
+    fixed->add_option("ADDRESSES", arguments->addresses, "IP NETMASK GATEWAY DNS")->required()->expected(4);
+    for (CLI::App *way : { dhcp, fixed }) {
+        way->add_option("--mac", arguments->mac, "And store this MAC address")->type_name("MAC");
+        way->fallthrough();
+    }
+    return { word, [dhcp, arguments](const RunOptions &options) { return runNetwork(*arguments, !!*dhcp, options); } };
+}
+
+Command macCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("mac", "Store a MAC address, with the network settings in force");
+    const auto mac = std::make_shared<std::string>();
+    word->add_option("MAC", *mac, "Such as 08:90:00:12:34:56")->required();
+    const auto run = [mac](const RunOptions &options) {
+        if (!isMac(*mac)) {
+            return wrongUse("not a MAC address such as 08:90:00:12:34:56: " + *mac);
+        }
+        const auto text = [mac](const ControllerInfo &info) { return macText(info, QString::fromStdString(*mac)); };
+        return RestartingCommand(options, text, "Stored. The controller ends; its supervisor starts it again.").run();
+    };
+    return { word, run };
+}
+
+Command dateTimeCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("datetime", "Show the controller's clock, or set it");
+    const auto text = std::make_shared<std::string>();
+    word->add_option("WHEN", *text, "now, or \"yyyy-MM-dd HH:mm:ss\" in the controller's time zone");
+    const auto run = [text](const RunOptions &options) {
+        QDateTime wanted;
+        if (*text == "now") {
+            wanted = QDateTime::currentDateTime();
+        } else if (!text->empty()) {
+            wanted = QDateTime::fromString(QString::fromStdString(*text), kDateForm);
+            if (!wanted.isValid()) {
+                return wrongUse("not a date and time such as \"2026-01-31 08:00:00\": " + *text);
+            }
+        }
+        return DateTimeCommand(options, wanted).run();
+    };
+    return { word, run };
+}
