@@ -69,7 +69,9 @@ std::optional<QString> IncomingFile::open(qint64 size)
     }
     m_file.setFileName(temporaryName(m_place));
     QFile::remove(m_file.fileName());
-    if (QFileInfo(m_place).isDir() || !m_file.open(QIODevice::ReadWrite | QIODevice::NewOnly)) {
+    const QFileInfo there(m_place);
+    const bool isReplaceable = !there.exists() || there.isFile(); // no folder, no device
+    if (!isReplaceable || !m_file.open(QIODevice::ReadWrite | QIODevice::NewOnly)) {
         return translated(QT_TRANSLATE_NOOP("messages", "Failed to open file"));
     }
     if (!reserveSpace(m_file, size)) {

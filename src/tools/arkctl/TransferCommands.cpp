@@ -2,6 +2,7 @@
 #include "base/Monitor.h"
 #include "net/LinkCodes.h"
 #include "tools/arkctl/Command.h"
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QTimer>
 
@@ -203,15 +204,27 @@ DownloadCommand::DownloadCommand(const RunOptions &options, const DownloadItem &
                                  Rendering::Form form)
     : TransferRun(options, form)
     , m_item(item)
-    , m_file(path)
+    , m_path(QFileInfo(path).exists() ? QFileInfo(path).canonicalFilePath() : path)
+    , m_file(QStringLiteral("%1.%2.part").arg(m_path).arg(QCoreApplication::applicationPid()))
 {}
+
+DownloadCommand::~DownloadCommand()
+{
+    if (m_file.isOpen()) {
+        m_file.remove();
+    }
+}
 
 void DownloadCommand::begin()
 {
     if (m_client) {
         return;
     }
-    beginFile(m_file.fileName(), 0);
+    beginFile(m_path, 0);
+    if (const QFileInfo there(m_path); there.exists() && !there.isFile()) { // a folder, a device: not to be replaced
+        giveUp("is there and no file", "name another with -o FILE");
+        return;
+    }
     if (!m_file.open(QIODevice::WriteOnly)) {
         giveUp("cannot be written: " + m_file.errorString().toStdString(), "name another file with -o FILE");
         return;
@@ -266,7 +279,7 @@ void DownloadCommand::settle(const QByteArray &out)
     case DownloadClient::State::Done: {
         const qint64 size = m_client->size();
         m_client.reset();
-        if (!m_file.resize(size) || !m_file.commit()) {
+        if (!putInPlace(size)) {
             giveUp("cannot be written: " + m_file.errorString().toStdString(), "see whether the disk has room");
             return;
         }
@@ -349,4 +362,16 @@ Command downloadCommand(CLI::App &app)
         ->type_name("FILE");
     addJsonFlag(*word, arguments->wantsJson, "A JSON object: file, state, bytes, seconds, text");
     return { word, [arguments](const RunOptions &options) { return runDownload(*arguments, options); } };
+}
+
+/// The system writes it to the disk when it likes: unlike a controller's program, it can be fetched once more.
+bool DownloadCommand::putInPlace(qint64 size)
+{
+    const QByteArray from = QFile::encodeName(m_file.fileName());
+    const QByteArray to = QFile::encodeName(m_path);
+    if (!m_file.flush() || !m_file.resize(size) || std::rename(from.constData(), to.constData()) != 0) {
+        return false;
+    }
+    m_file.close();
+    return true;
 }

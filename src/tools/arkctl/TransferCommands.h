@@ -5,7 +5,6 @@
 #include "tools/arkctl/Rendering.h"
 #include "tools/arkctl/TransferPlan.h"
 #include <QFile>
-#include <QSaveFile>
 
 #include <memory>
 
@@ -77,6 +76,7 @@ class DownloadCommand final : public TransferRun
     Q_OBJECT
 public:
     DownloadCommand(const RunOptions &options, const DownloadItem &item, const QString &path, Rendering::Form form);
+    ~DownloadCommand() override; // what is not complete goes
 
 protected:
     void begin() override;
@@ -87,8 +87,10 @@ protected:
 
 private:
     void settle(const QByteArray &out);
+    bool putInPlace(qint64 size);
 
     const DownloadItem m_item;
-    QSaveFile m_file;
+    const QString m_path;
+    QFile m_file; // beside it until it is complete
     std::unique_ptr<DownloadClient> m_client;
 };
