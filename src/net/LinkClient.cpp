@@ -6,7 +6,7 @@
 namespace {
 constexpr int kTickMs = 200;
 constexpr int kTicksPerHeartbeat = 5;
-constexpr qint64 kReadBytes = 64 * 1024; // a turn; what is answered then leaves before the rest is read
+constexpr qint64 kReadBytes = 65536; // a turn; what is answered then leaves before the rest is read
 
 QByteArray joined(std::initializer_list<QByteArray> parts)
 {
