@@ -12,6 +12,8 @@
 #include <unistd.h>
 
 namespace {
+constexpr qint64 kBytesPerWrite = 8LL * 1024 * 1024;
+
 enum DownloadKind { kSourceFile = 0, kUserInterfaceFile = 1, kIrCodeFile = 2 };
 
 QString temporaryName(const QString &path)
@@ -78,6 +80,14 @@ std::optional<QString> IncomingFile::open(qint64 size)
         return translated(QT_TRANSLATE_NOOP("messages", "Failed to write the file: %1")).arg(systemError());
     }
     return std::nullopt;
+}
+
+void IncomingFile::noteReceived(qint64 bytes)
+{
+    if (bytes - m_handedToDisk >= kBytesPerWrite && m_file.flush()) {
+        ::sync_file_range(m_file.handle(), m_handedToDisk, bytes - m_handedToDisk, SYNC_FILE_RANGE_WRITE);
+        m_handedToDisk = bytes;
+    }
 }
 
 std::optional<QString> IncomingFile::commit()

@@ -43,6 +43,9 @@ public:
     QFile &file() { return m_file; }
     const TransferTarget &target() const { return m_target; }
 
+    /// Lets the disk begin with what has come, so that commit() waits for the rest only.
+    void noteReceived(qint64 bytes);
+
     /// Writes all of it to the disk and puts it in place. What went wrong, if anything: the old content is there then.
     std::optional<QString> commit();
 
@@ -55,6 +58,7 @@ private:
     const TransferTarget m_target;
     QString m_place; // the target's path, links followed
     QFile m_file;
+    qint64 m_handedToDisk = 0; // bytes from the beginning
 };
 
 /// Which files there are, who is writing one, and what happens with one that has come.
