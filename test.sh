@@ -10,9 +10,11 @@ if ! command -v dpkg-query >/dev/null; then
     exit 3
 fi
 . tools/setup.sh
-need "${build_packages[@]}" clang libclang-rt-14-dev clang-format shellcheck
+need "${build_packages[@]}" clang libclang-rt-14-dev clang-format shellcheck ccache
+# The second run, also of another clone, compiles only what has changed.
+export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 # What some tests need beside themselves; without it they are skipped.
-need iproute2 util-linux isc-dhcp-client dnsmasq-base socat
+need iproute2 util-linux isc-dhcp-client dnsmasq-base socat python3-websockets
 
 step() { echo; echo "== $*"; }
 

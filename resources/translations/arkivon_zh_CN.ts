@@ -755,5 +755,13 @@
         <source>Device 0:%1:0 error event occured</source>
         <translation>设备 0:%1:0 发生错误事件</translation>
     </message>
+    <message>
+        <source>Cannot open the console port %1: %2</source>
+        <translation>无法打开控制台端口 %1：%2</translation>
+    </message>
+    <message>
+        <source>The transfer was cancelled</source>
+        <translation>传输已取消</translation>
+    </message>
 </context>
 </TS>

@@ -20,12 +20,15 @@ struct TransferPaths
     QString irPattern; // with %1 for the number, 1 to 8
 };
 
+enum class TransferVia { Link, Console };
+
 /// A file that a tool wants to send: where it goes and what the tool calls it.
 struct TransferTarget
 {
     TransferKind kind;
     QString path;
     QString name; // the tool's, for messages to it
+    TransferVia via = TransferVia::Link;
 };
 
 class TransferFiles;

@@ -11,6 +11,8 @@
 using namespace TransferFrames;
 
 namespace {
+constexpr quint8 kNoParameter = 0xFF; // of an upload over the console port
+
 void appendLog(const QString &text)
 {
     qInfo().noquote() << text;
@@ -45,9 +47,10 @@ struct TransferSession::Download
     bool isUnderWay = false; // the peer has said go ahead
 };
 
-TransferSession::TransferSession(TransferFiles &files, const TransferTimes &times)
+TransferSession::TransferSession(TransferFiles &files, const TransferTimes &times, TransferVia via)
     : m_files(files)
     , m_times(times)
+    , m_via(via)
 {}
 
 TransferSession::~TransferSession() = default;
@@ -159,11 +162,13 @@ void TransferSession::beginUpload(const UploadRequest &request, qint64 nowMs, QB
         refuse(translated(QT_TRANSLATE_NOOP("messages", "File size is 0.")));
         return;
     }
-    const std::optional<TransferTarget> target = m_files.target(request.name, request.parameter);
+    const int irNumber = m_via == TransferVia::Console && request.parameter == kNoParameter ? 0 : request.parameter;
+    std::optional<TransferTarget> target = m_files.target(request.name, irNumber);
     if (!target) {
         refuse(translated(QT_TRANSLATE_NOOP("messages", "Filename is empty.")));
         return;
     }
+    target->via = m_via;
     appendLog(translated(QT_TRANSLATE_NOOP("messages", "Begin to receive file %1. File size: %2 bytes."))
                   .arg(QFileInfo(target->path).fileName())
                   .arg(request.size));
@@ -239,6 +244,13 @@ void TransferSession::hear(qint64 nowMs)
     m_silences = 0;
     m_periodMs = m_times.watchdogMs;
     m_dueMs = nowMs + m_periodMs;
+}
+
+void TransferSession::cancel()
+{
+    if (isActive()) {
+        fail(translated(QT_TRANSLATE_NOOP("messages", "The transfer was cancelled")));
+    }
 }
 
 void TransferSession::fail(const QString &reason)

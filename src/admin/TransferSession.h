@@ -15,13 +15,15 @@ public:
     static constexpr int kMaxSilences = 3; // watchdog periods without a sign of the peer
     static constexpr int kMaxWindow = 128; // blocks that a tool may ask to be sent ahead
 
-    explicit TransferSession(TransferFiles &files, const TransferTimes &times = {});
+    explicit TransferSession(TransferFiles &files, const TransferTimes &times = {},
+                             TransferVia via = TransferVia::Link);
     ~TransferSession();
 
     bool isActive() const { return m_upload || m_download; } // the connection is to ignore all other frames
 
     void take(const Frame &frame, qint64 nowMs, QByteArray &out);
     void tick(qint64 nowMs, QByteArray &out); // often against the periods of the transfer
+    void cancel();                            // at the tool's wish, or because the line is gone
 
 private:
     struct Upload;
@@ -41,6 +43,7 @@ private:
 
     TransferFiles &m_files;
     const TransferTimes m_times;
+    const TransferVia m_via;
     std::unique_ptr<Upload> m_upload;
     std::unique_ptr<Download> m_download;
     QByteArray m_repeated; // sent again until the peer answers; may be empty while the watchdog runs

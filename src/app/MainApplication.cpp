@@ -1,6 +1,7 @@
 #include "app/MainApplication.h"
 
 #include "admin/ConfigManager.h"
+#include "admin/SerialPortWorker.h"
 #include "admin/SettingManager.h"
 #include "app/ControllerBridge.h"
 #include "app/DaemonWorker.h"
@@ -40,10 +41,11 @@ int refuse(const QString &why)
     return kUsageStatus;
 }
 
-/// The setting "portLink" names the device file of the line to the port hardware; without it the hardware is simulated.
-QString portLinkDevice(const SettingManager::Location &location)
+/// A setting that names the device file of a serial line; empty: there is none.
+/// "portLink": the line to the port hardware, which is simulated without it. "consolePort": a tool's.
+QString deviceSetting(const SettingManager::Location &location, const char *name)
 {
-    const QString key = QStringLiteral("portLink");
+    const QString key = QString::fromLatin1(name);
     return location.settingsFile.isEmpty()
                ? QSettings().value(key).toString()
                : QSettings(location.settingsFile, QSettings::IniFormat).value(key).toString();
@@ -73,6 +75,7 @@ struct MainApplication::Parts
     std::unique_ptr<ServiceBridge> services;
     std::unique_ptr<ExecManager> exec;
     std::unique_ptr<Uploads> uploads;
+    QThread consoleThread;                   // its worker is deleted when it finishes
     std::unique_ptr<NetworkManager> network; // its threads end before the program does
     std::unique_ptr<ControllerLinks> links;
     std::unique_ptr<StopSignals> signalsToStop;
@@ -147,7 +150,7 @@ std::optional<int> MainApplication::startParts(const Options &options)
     }
 
     std::unique_ptr<PortHardware> hardware;
-    if (const QString device = portLinkDevice(parts.location); !device.isEmpty()) {
+    if (const QString device = deviceSetting(parts.location, "portLink"); !device.isEmpty()) {
         hardware = std::make_unique<SerialPortHardware>(device);
     } else {
         auto simulated = std::make_unique<SimulatedPortHardware>();
@@ -280,6 +283,7 @@ std::optional<int> MainApplication::startNetwork(const Options &options)
     }
     monitorLog(MonitorMessageType::System, translated(QT_TRANSLATE_NOOP("messages", "Network started.")));
     startControllerLinks(options);
+    serveConsolePort();
     return std::nullopt;
 }
 
@@ -305,9 +309,43 @@ void MainApplication::serveUploads()
                                     [this] {
                                         m_parts->settings.requestRestart();
                                         quit();
+                                    },
+                                    [this] {
+                                        m_parts->settings.requestReboot();
+                                        quit();
                                     } };
     parts.uploads = std::make_unique<Uploads>(paths, exec.webFolder(), actions, *parts.daemon);
     parts.network->setFileTransfers(&parts.uploads->service());
+}
+
+void MainApplication::serveConsolePort()
+{
+    Parts &parts = *m_parts;
+    const QString device = deviceSetting(parts.location, "consolePort");
+    if (device.isEmpty()) {
+        return;
+    }
+    NetworkManager &network = *parts.network;
+    SerialPortWorker::Actions actions;
+    actions.setNetwork = [&network](const Console::SetNetwork &set) {
+        if (set.isDhcp) {
+            network.makeDHCP(QString());
+        } else {
+            network.makeStaticIp(set.ip, set.netmask, set.gateway, set.nameServer, QString());
+        }
+    };
+    actions.setSystemNumber = [&network](int number) { network.changeSystemNumber(number); };
+    actions.setMac = [&network](const QString &mac) { network.setMacAddress(mac); };
+    actions.setDateTime = [this](const QString &text) {
+        QMetaObject::invokeMethod(
+            this, [this, text] { m_parts->services->setDateTime(text); }, Qt::QueuedConnection);
+    };
+    auto *worker = new SerialPortWorker(device, parts.settings, actions, parts.uploads->files());
+    worker->moveToThread(&parts.consoleThread);
+    connect(&parts.consoleThread, &QThread::started, worker, &SerialPortWorker::start);
+    connect(&parts.consoleThread, &QThread::finished, worker, &QObject::deleteLater);
+    const StopSignals::Blocked blocked;
+    parts.consoleThread.start();
 }
 
 void MainApplication::quitOnSupervisorsWish()
@@ -323,6 +361,8 @@ void MainApplication::endParts()
         return;
     }
     Parts &parts = *m_parts;
+    parts.consoleThread.quit();
+    parts.consoleThread.wait();
     if (parts.links) {
         parts.controllers->setLinks(nullptr);
         parts.services->setLinks(nullptr);

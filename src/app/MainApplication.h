@@ -31,6 +31,7 @@ private:
     void startControllerLinks(const Options &options);
     void quitOnSupervisorsWish();
     void serveUploads();
+    void serveConsolePort();
     void endParts();
 
     std::unique_ptr<Parts> m_parts;

@@ -23,15 +23,15 @@ void Uploads::arrived(const TransferTarget &target)
 {
     if (target.kind == TransferKind::Object) {
         m_hasNewProgram = true;
-        actLater([this] { restart(); });
+        actLater([this, via = target.via] { endProgram(via); });
     } else if (target.kind == TransferKind::WebArchive) {
         actLater([this, target] { m_unpacker.unpack(target.path, target.name); });
     }
 }
 
-void Uploads::restart()
+void Uploads::endProgram(TransferVia via)
 {
     m_actions.stopProgram();
-    QMetaObject::invokeMethod(
-        this, [this] { m_actions.restart(); }, Qt::QueuedConnection);
+    const auto end = via == TransferVia::Console ? m_actions.reboot : m_actions.restart;
+    QMetaObject::invokeMethod(this, end, Qt::QueuedConnection);
 }

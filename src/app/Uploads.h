@@ -24,19 +24,21 @@ public:
     {
         std::function<void()> stopProgram; // any thread
         std::function<void()> restart;     // main thread
+        std::function<void()> reboot;      // main thread; after an upload over the console port
     };
 
     /// \param timing  an object of a thread whose event loop nothing holds up
     Uploads(const TransferPaths &paths, const QString &webFolder, Actions actions, QObject &timing);
 
     TransferService &service() { return m_service; }
+    TransferFiles &files() { return m_files; }
     bool hasNewProgram() const { return m_hasNewProgram; } // the values of the old one are to be forgotten
 
 private:
     template <class Job>
     void actLater(Job job);
     void arrived(const TransferTarget &target); // the service's thread
-    void restart();                             // the timing thread
+    void endProgram(TransferVia via);           // the timing thread
 
     const Actions m_actions;
     QObject &m_timing;

@@ -3,8 +3,7 @@
 #include "base/Clock.h"
 #include "base/Messages.h"
 #include "devices/PortFrames.h"
-
-#include <QSerialPort>
+#include "devices/SerialLine.h"
 
 void SimulatedPortHardware::write(const QByteArray &frame)
 {
@@ -16,40 +15,35 @@ void SimulatedPortHardware::write(const QByteArray &frame)
 }
 
 SerialPortHardware::SerialPortHardware(const QString &deviceFile)
-    : m_port(std::make_unique<QSerialPort>(deviceFile))
-{
-    m_port->setBaudRate(QSerialPort::Baud115200);
-}
+    : m_line(std::make_unique<SerialLine>(deviceFile))
+{}
 
 SerialPortHardware::~SerialPortHardware() = default;
 
 std::optional<QString> SerialPortHardware::open()
 {
-    if (m_port->open(QIODevice::ReadWrite)) {
-        return std::nullopt;
-    }
-    return translated(QT_TRANSLATE_NOOP("messages", "Cannot open the port link %1: %2"))
-        .arg(m_port->portName(), m_port->errorString());
+    const std::optional<QString> reason = m_line->open();
+    return reason ? std::optional(translated(QT_TRANSLATE_NOOP("messages", "Cannot open the port link %1: %2"))
+                                      .arg(m_line->deviceFile(), *reason))
+                  : std::nullopt;
 }
 
 bool SerialPortHardware::isOpen() const
 {
-    return m_port->isOpen();
+    return m_line->isOpen();
 }
 
 void SerialPortHardware::write(const QByteArray &frame)
 {
-    if (m_port->isOpen()) {
-        m_port->write(PortFrames::onPortLink(frame));
-    }
+    m_line->write(PortFrames::onPortLink(frame));
 }
 
 void SerialPortHardware::finishWriting(int timeoutMs)
 {
     const qint64 endMs = Clock::instance().monotonicMs() + timeoutMs;
-    while (m_port->isOpen() && m_port->bytesToWrite() > 0) {
+    while (m_line->isOpen() && m_line->bytesToWrite() > 0) {
         const qint64 leftMs = endMs - Clock::instance().monotonicMs();
-        if (leftMs <= 0 || !m_port->waitForBytesWritten(static_cast<int>(leftMs))) {
+        if (leftMs <= 0 || !m_line->waitForBytesWritten(static_cast<int>(leftMs))) {
             return;
         }
     }

@@ -6,7 +6,7 @@
 #include <memory>
 #include <optional>
 
-class QSerialPort;
+class SerialLine;
 
 /// What stands behind the ports of device 5001 and takes their frames.
 class PortHardware
@@ -41,8 +41,8 @@ private:
     std::deque<QByteArray> m_frames;
 };
 
-/// Port hardware on a serial line, 115200 baud, 8 data bits, no parity, 1 stop bit; frames as PortFrames::onPortLink.
-/// Owns: the serial port. Thread: the main thread. Ends: with its port manager.
+/// Port hardware on a serial line; frames as PortFrames::onPortLink. A frame for a line that is away is lost.
+/// Owns: the line. Thread: the main thread. Ends: with its port manager.
 class SerialPortHardware : public PortHardware
 {
 public:
@@ -55,5 +55,5 @@ public:
     void finishWriting(int timeoutMs) override;
 
 private:
-    std::unique_ptr<QSerialPort> m_port;
+    std::unique_ptr<SerialLine> m_line;
 };

@@ -60,6 +60,7 @@ constexpr quint8 kEndOfFile = 0x26;
 constexpr quint8 kUploadComplete = 0x27;
 constexpr quint8 kDownloadRequest = 0x28;
 constexpr quint8 kDownloadRefused = 0x29;
+constexpr quint8 kCancelTransfer = 0x2F; // of a tool, on the console port only
 constexpr bool isTransfer(quint8 code)
 {
     return code >= kUploadRequest && code <= kDownloadRefused;

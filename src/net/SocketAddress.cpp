@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <net/if.h>
 #include <netinet/in.h>
 
 SocketAddress::SocketAddress(const QHostAddress &address, quint16 port)
@@ -20,7 +21,9 @@ SocketAddress::SocketAddress(const QHostAddress &address, quint16 port)
     const Q_IPV6ADDR bytes = address.toIPv6Address();
     if (address.protocol() == QAbstractSocket::IPv6Protocol) {
         std::copy(std::begin(bytes.c), std::end(bytes.c), ipv6->sin6_addr.s6_addr);
-        ipv6->sin6_scope_id = address.scopeId().toUInt();
+        bool isNumber = false;
+        const uint scope = address.scopeId().toUInt(&isNumber);
+        ipv6->sin6_scope_id = isNumber ? scope : ::if_nametoindex(address.scopeId().toLocal8Bit().constData());
     }
     size = sizeof *ipv6;
 }

@@ -70,9 +70,7 @@ void ProgramSocketsTest::clientFailsToConnect_data()
     QTest::addColumn<quint16>("port");
     QTest::addColumn<int>("code");
     QTest::newRow("nobody listens") << kHereText << freePort() << 0;
-    QTest::newRow("an address of documentation, over IPv6, that loopback does not reach")
-        << QStringLiteral("::ffff:255.255.255.255") << quint16(9) << 7;
-    QTest::newRow("broadcast") << QStringLiteral("255.255.255.255") << quint16(9) << 7;
+    QTest::newRow("an address that TCP cannot have") << QStringLiteral("255.255.255.255") << quint16(9) << 7;
 }
 
 void ProgramSocketsTest::clientFailsToConnect()

@@ -40,8 +40,9 @@ struct HostLookup::Shared
         addrinfo *found = nullptr;
         if (::getaddrinfo(name.c_str(), nullptr, &hints, &found) == 0) {
             const std::lock_guard lock(mutex);
-            std::memcpy(&first.storage, found->ai_addr, found->ai_addrlen);
-            isFound = true;
+            for (const addrinfo *each = found; each; each = each->ai_next) {
+                std::memcpy(&addresses.emplace_back().storage, each->ai_addr, each->ai_addrlen);
+            }
             ::freeaddrinfo(found);
         }
         const quint64 one = 1;
@@ -52,8 +53,7 @@ struct HostLookup::Shared
     const std::string name;
     const int done;   // an eventfd
     std::mutex mutex; // guards what follows
-    SocketAddress first;
-    bool isFound = false;
+    std::vector<SocketAddress> addresses;
 };
 
 bool HostLookup::start(SocketLoop &loop, const QString &name, Found found)
@@ -94,13 +94,13 @@ bool HostLookup::ready(quint32, qint64)
     if (::read(m_shared->done, &count, sizeof count) < 0) {
         return true;
     }
-    QHostAddress first;
+    QList<QHostAddress> addresses;
     {
         const std::lock_guard lock(m_shared->mutex);
-        if (m_shared->isFound) {
-            first = m_shared->first.host();
+        for (const SocketAddress &address : m_shared->addresses) {
+            addresses << address.host();
         }
     }
-    m_found(first);
+    m_found(addresses);
     return false;
 }

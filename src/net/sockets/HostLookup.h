@@ -13,7 +13,7 @@ class SocketLoop;
 class HostLookup final : public IoHandler
 {
 public:
-    using Found = std::function<void(const QHostAddress &first)>; // a null address: there is no such host
+    using Found = std::function<void(const QList<QHostAddress> &addresses)>; // best first; none: no such host
     static constexpr int kMostAtOnce = 32;
 
     /// False: too many are on their way already, or the system has no room for another.

@@ -226,6 +226,7 @@ bool TcpStream::finishConnecting()
     m_state = State::Open;
     m_deadlineMs = 0;
     m_peer = peerOf(m_socket);
+    watch();
     announce();
     return m_state != State::Closed;
 }

@@ -32,15 +32,16 @@ void WebSocketClient::restart()
     } else if (QHostAddress address; address.setAddress(m_url.host())) {
         connectTo(address);
     } else {
-        const auto found = [this, attempt = m_attempt, weak = weak_from_this()](const QHostAddress &first) {
+        const auto found = [this, attempt = m_attempt, weak = weak_from_this()](const QList<QHostAddress> &addresses) {
             const std::shared_ptr<ProgramSocket> self = weak.lock();
             if (!self || attempt != m_attempt) {
                 return;
             }
-            if (first.isNull()) {
+            m_addresses = addresses;
+            if (addresses.isEmpty()) {
                 events().error(localPort(), QAbstractSocket::HostNotFoundError);
             } else {
-                connectTo(first);
+                connectToNext();
             }
         };
         if (!HostLookup::start(loop(), m_url.host(), found)) {
@@ -53,9 +54,15 @@ void WebSocketClient::close()
 {
     ++m_attempt;
     m_isClosed = true;
+    m_addresses.clear();
     if (const std::shared_ptr<WebSocketLink> link = std::exchange(m_link, nullptr)) {
         link->close();
     }
+}
+
+void WebSocketClient::connectToNext()
+{
+    connectTo(m_addresses.takeFirst());
 }
 
 void WebSocketClient::connectTo(const QHostAddress &address)
@@ -70,7 +77,11 @@ void WebSocketClient::connectTo(const QHostAddress &address)
     TcpStream::Result result = TcpStream::connectTo(loop(), where, 0, m_link);
     if (!result.stream) {
         m_link.reset();
-        fail(result.error);
+        if (m_addresses.isEmpty()) {
+            fail(result.error);
+        } else {
+            connectToNext();
+        }
         return;
     }
     m_link->setStream(std::move(result.stream));
@@ -99,6 +110,12 @@ void WebSocketClient::message(WebSocketLink &link, const QByteArray &bytes)
 void WebSocketClient::ended(WebSocketLink &link, int error)
 {
     m_link.reset();
+    const bool wasConnected = link.peer().port != 0;
+    if (!wasConnected && !m_addresses.isEmpty()) {
+        connectToNext();
+        return;
+    }
+    m_addresses.clear();
     if (error != kNoSocketError) {
         events().error(localPort(), error);
     }

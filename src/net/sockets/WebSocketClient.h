@@ -18,6 +18,7 @@ public:
 
 private:
     bool isSecure() const { return m_url.scheme() == QLatin1String("wss"); }
+    void connectToNext();
     void connectTo(const QHostAddress &address);
     void fail(int error);
     void opened(WebSocketLink &link) override;
@@ -25,6 +26,7 @@ private:
     void ended(WebSocketLink &link, int error) override;
 
     const QUrl m_url;
+    QList<QHostAddress> m_addresses;       // of the host, not tried yet
     std::shared_ptr<WebSocketLink> m_link; // null: not connected, nor on the way
     int m_attempt = 0;
     bool m_isClosed = false;

@@ -3,8 +3,9 @@
 void WebSocketServer::send(const QByteArray &data)
 {
     bool isTaken = true;
-    for (const std::shared_ptr<WebSocketLink> &link : m_links) {
-        isTaken = (!link->isOpen() || link->send(data)) && isTaken;
+    for (const std::weak_ptr<WebSocketLink> &each : m_links) {
+        const std::shared_ptr<WebSocketLink> link = each.lock();
+        isTaken = (!link || !link->isOpen() || link->send(data)) && isTaken;
     }
     if (!isTaken) {
         events().error(localPort(), QAbstractSocket::SocketResourceError);
@@ -37,7 +38,7 @@ void WebSocketServer::message(WebSocketLink &link, const QByteArray &bytes)
 void WebSocketServer::ended(WebSocketLink &link, int error)
 {
     const SocketPeer peer = link.peer();
-    std::erase_if(m_links, [&link](const auto &each) { return each.get() == &link; });
+    std::erase_if(m_links, [&link](const auto &each) { return each.lock().get() == &link; });
     release();
     const bool isGone = link.wasOpen() && error == QAbstractSocket::RemoteHostClosedError; // without a farewell
     if (error != kNoSocketError && !isGone) {

@@ -21,6 +21,6 @@ private:
     void message(WebSocketLink &link, const QByteArray &bytes) override;
     void ended(WebSocketLink &link, int error) override;
 
-    const QString m_name; // for the handshake
-    std::vector<std::shared_ptr<WebSocketLink>> m_links;
+    const QString m_name;                              // for the handshake
+    std::vector<std::weak_ptr<WebSocketLink>> m_links; // their streams hold them, and they this server
 };
