@@ -12,6 +12,8 @@
 #include <unistd.h>
 
 namespace {
+constexpr qint64 kBytesPerWrite = 8LL * 1024 * 1024;
+
 enum DownloadKind { kSourceFile = 0, kUserInterfaceFile = 1, kIrCodeFile = 2 };
 
 QString temporaryName(const QString &path)
@@ -69,13 +71,23 @@ std::optional<QString> IncomingFile::open(qint64 size)
     }
     m_file.setFileName(temporaryName(m_place));
     QFile::remove(m_file.fileName());
-    if (QFileInfo(m_place).isDir() || !m_file.open(QIODevice::ReadWrite | QIODevice::NewOnly)) {
+    const QFileInfo there(m_place);
+    const bool isReplaceable = !there.exists() || there.isFile(); // no folder, no device
+    if (!isReplaceable || !m_file.open(QIODevice::ReadWrite | QIODevice::NewOnly)) {
         return translated(QT_TRANSLATE_NOOP("messages", "Failed to open file"));
     }
     if (!reserveSpace(m_file, size)) {
         return translated(QT_TRANSLATE_NOOP("messages", "Failed to write the file: %1")).arg(systemError());
     }
     return std::nullopt;
+}
+
+void IncomingFile::noteReceived(qint64 bytes)
+{
+    if (bytes - m_handedToDisk >= kBytesPerWrite && m_file.flush()) {
+        ::sync_file_range(m_file.handle(), m_handedToDisk, bytes - m_handedToDisk, SYNC_FILE_RANGE_WRITE);
+        m_handedToDisk = bytes;
+    }
 }
 
 std::optional<QString> IncomingFile::commit()

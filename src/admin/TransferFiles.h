@@ -46,6 +46,9 @@ public:
     QFile &file() { return m_file; }
     const TransferTarget &target() const { return m_target; }
 
+    /// Lets the disk begin with what has come, so that commit() waits for the rest only.
+    void noteReceived(qint64 bytes);
+
     /// Writes all of it to the disk and puts it in place. What went wrong, if anything: the old content is there then.
     std::optional<QString> commit();
 
@@ -58,6 +61,7 @@ private:
     const TransferTarget m_target;
     QString m_place; // the target's path, links followed
     QFile m_file;
+    qint64 m_handedToDisk = 0; // bytes from the beginning
 };
 
 /// Which files there are, who is writing one, and what happens with one that has come.
@@ -66,7 +70,7 @@ class TransferFiles
 {
 public:
     static constexpr int kIrFiles = 8;
-    static constexpr qint64 kKeptFreeBytes = 16 * 1024 * 1024; // for the variable stores and the log of the system
+    static constexpr qint64 kKeptFreeBytes = 16LL * 1024 * 1024; // for the variable stores and the log of the system
 
     using Arrived = std::function<void(const TransferTarget &target)>;
 

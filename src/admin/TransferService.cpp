@@ -1,6 +1,10 @@
 #include "admin/TransferService.h"
 #include "net/IoThread.h"
 
+namespace {
+constexpr int kDeliverBytes = 256; // a few confirmations of blocks
+} // namespace
+
 TransferService::TransferService(TransferFiles &files, const TransferTimes &times, qint64 tickMs)
     : m_files(files)
     , m_times(times)
@@ -94,7 +98,11 @@ void TransferService::serve(Arrival &arrival, qint64 nowMs)
         }
         found = m_sessions.try_emplace(arrival.key, arrival.peer, m_files, m_times).first;
     }
-    found->second.session.take(*arrival.frame, nowMs, found->second.out);
+    Served &served = found->second;
+    served.session.take(*arrival.frame, nowMs, served.out);
+    if (served.out.size() >= kDeliverBytes) {
+        deliver(served); // the peer goes on while we do
+    }
 }
 
 void TransferService::deliver(Served &served)

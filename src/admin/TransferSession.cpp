@@ -104,6 +104,8 @@ void TransferSession::takeChunk(const Frame &frame, qint64 nowMs)
     hear(nowMs);
     switch (m_upload->receiver.take(*chunk, frame.checksumOk)) {
     case BlockReceiver::Taken::Yes:
+        m_upload->incoming->noteReceived(m_upload->receiver.received());
+        return;
     case BlockReceiver::Taken::Ignored: // the confirmation of the block will not match, and it comes again
         return;
     case BlockReceiver::Taken::OutOfRange:

@@ -16,7 +16,7 @@
 namespace fs = std::filesystem;
 
 namespace {
-constexpr qint64 kKeptFreeBytes = 16 * 1024 * 1024;
+constexpr qint64 kKeptFreeBytes = 16LL * 1024 * 1024;
 
 fs::path pathOf(const QString &path)
 {

@@ -12,7 +12,7 @@ class ZipArchive
 {
 public:
     static constexpr int kMaxEntries = 10000;
-    static constexpr qint64 kMaxUnpackedBytes = 512 * 1024 * 1024;
+    static constexpr qint64 kMaxUnpackedBytes = 512LL * 1024 * 1024;
 
     struct Entry
     {

@@ -6,6 +6,7 @@
 namespace {
 constexpr int kTickMs = 200;
 constexpr int kTicksPerHeartbeat = 5;
+constexpr qint64 kReadBytes = 65536; // a turn; what is answered then leaves before the rest is read
 
 QByteArray joined(std::initializer_list<QByteArray> parts)
 {
@@ -48,6 +49,7 @@ LinkClient::LinkClient(const Identity &identity, QObject *parent)
     , m_timer(new QTimer(this))
 {
     m_clock.start();
+    m_socket->setReadBufferSize(kReadBytes);
     m_timer->setInterval(kTickMs);
     connect(m_timer, &QTimer::timeout, this, &LinkClient::tick);
     connect(m_socket, &QTcpSocket::readyRead, this, &LinkClient::readAvailable);

@@ -12,7 +12,7 @@
 #include <QtTest>
 
 namespace {
-constexpr TransferTimes kTimes{ 60, 15, 15 };
+constexpr TransferTimes kTimes{ 150, 15, 15 };
 constexpr int kTickMs = 5;
 const QHostAddress kHere(QStringLiteral("127.0.0.1"));
 
@@ -321,8 +321,7 @@ void TransferLinkTest::troubledUploadsLeaveOldOrNew()
             arrived += run->tool->isDone() ? 1 : 0;
         }
     }
-    QVERIFY2(arrived >= 60,
-             qPrintable(QString::number(arrived))); // 150 where nothing else runs: cuts and long delays are fatal
+    QVERIFY2(arrived >= 60, qPrintable(QString::number(arrived))); // 189 where little else runs: a cut is final
 }
 
 QTEST_GUILESS_MAIN(TransferLinkTest)

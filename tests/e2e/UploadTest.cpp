@@ -200,6 +200,7 @@ void UploadTest::refusals_data()
     row("upload tv.ir --ir 9", 2, "--ir");
     row("upload panel.dtp", 1, "panel.dtp: Failed to open file; the controller keeps its old file");
     row("download ir3 -o new", 1, "the controller has no such file");
+    row("download source -o ui.dtp", 1, "ui.dtp: is there and no file");
     row("download program", 2, "nothing to download is called program");
     row("download source", 2, "source.src is here already");
 }

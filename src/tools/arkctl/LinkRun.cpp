@@ -105,7 +105,7 @@ void LinkRun::finish(Outcome outcome)
 void LinkRun::fail(const std::string &what, const std::string &tryThis)
 {
     if (!m_outcome) {
-        leave();
+        leave(what);
         Console::complain(what, tryThis);
         finish(Outcome::Failed);
     }

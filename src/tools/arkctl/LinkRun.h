@@ -43,9 +43,9 @@ public:
     static LinkClient::Identity panel(int device);
 
 protected:
-    virtual void begin() = 0; // introduced: to work
-    virtual void leave() {}   // before a complaint is made
-    virtual void lost();      // the connection, after it had been made: fails
+    virtual void begin() = 0;                          // introduced: to work
+    virtual void leave(const std::string & /*why*/) {} // before the complaint
+    virtual void lost();                               // the connection, after it had been made: fails
     virtual Outcome outcomeWhenStopped() const { return Outcome::Done; }
     virtual std::string adviceWhenLost() const { return "see whether it is restarting, and try again"; }
 

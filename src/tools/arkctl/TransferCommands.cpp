@@ -2,6 +2,7 @@
 #include "base/Monitor.h"
 #include "net/LinkCodes.h"
 #include "tools/arkctl/Command.h"
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QTimer>
 
@@ -14,6 +15,11 @@ namespace {
 constexpr int kTickMs = 50;
 constexpr int kMinWatchdogMs = 200;
 constexpr char kOldStays[] = "the controller keeps its old file; run the same command again";
+
+void printJson(const nlohmann::ordered_json &object, Console &console)
+{
+    console.print(object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+}
 
 bool isError(int type)
 {
@@ -45,33 +51,42 @@ TransferTimes TransferRun::times() const
     return times;
 }
 
-void TransferRun::report(const QString &name, qint64 bytes, const std::string &remark)
+void TransferRun::beginFile(const QString &name, qint64 size)
+{
+    m_name = name;
+    m_bar.begin(name.toStdString(), size);
+}
+
+void TransferRun::report(qint64 bytes, const std::string &remark)
 {
     m_bar.clear();
     const double seconds = m_bar.seconds();
     if (m_form == Rendering::Form::Json) {
-        const nlohmann::ordered_json line{ { "file", name.toStdString() },
-                                           { "state", "done" },
-                                           { "bytes", bytes },
-                                           { "seconds", seconds },
-                                           { "text", remark } };
-        console().print(line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+        printJson({ { "file", m_name.toStdString() },
+                    { "state", "done" },
+                    { "bytes", bytes },
+                    { "seconds", seconds },
+                    { "text", remark } },
+                  console());
         return;
     }
     char took[32];
     std::snprintf(took, sizeof took, "%.1f s", seconds);
-    console().print(name.toStdString() + ": " + byteText(static_cast<double>(bytes)) + " in " + took +
+    console().print(m_name.toStdString() + ": " + byteText(static_cast<double>(bytes)) + " in " + took +
                     (remark.empty() ? "" : "; " + remark));
 }
 
-void TransferRun::giveUp(const QString &name, const std::string &what, const std::string &tryThis)
+void TransferRun::giveUp(const std::string &what, const std::string &tryThis)
+{
+    fail(m_name.toStdString() + ": " + what, tryThis);
+}
+
+void TransferRun::leave(const std::string &why)
 {
     m_bar.clear();
     if (m_form == Rendering::Form::Json) {
-        const nlohmann::ordered_json line{ { "file", name.toStdString() }, { "state", "failed" }, { "text", what } };
-        console().print(line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+        printJson({ { "file", m_name.toStdString() }, { "state", "failed" }, { "text", why } }, console());
     }
-    fail(name.toStdString() + ": " + what, tryThis);
 }
 
 std::optional<QString> TransferRun::lineAbout(const QString &name, const QString &text)
@@ -90,12 +105,12 @@ void UploadCommand::begin()
     if (m_client) {
         return; // asked once more who we are
     }
+    beginFile(item().name, item().size);
     m_file = std::make_unique<QFile>(item().path);
     if (!m_file->open(QIODevice::ReadOnly)) {
-        giveUp(item().name, "cannot be read: " + m_file->errorString().toStdString(), "see who may read it");
+        giveUp("cannot be read: " + m_file->errorString().toStdString(), "see who may read it");
         return;
     }
-    bar().begin(item().name.toStdString(), item().size);
     const TransferFrames::UploadRequest request{ item().irNumber, static_cast<quint32>(item().size), item().name };
     m_client = std::make_unique<UploadClient>(*m_file, request, times());
     QByteArray out;
@@ -120,7 +135,7 @@ void UploadCommand::takeLine(int type, const QString &text)
         return;
     }
     if (isError(type)) {
-        giveUp(item().name, about->toStdString(),
+        giveUp(about->toStdString(),
                m_unpackUntilMs ? "the web folder is as it was before" : "the controller keeps its old file");
     } else if (m_unpackUntilMs) {
         finishItem(about->toStdString());
@@ -153,7 +168,7 @@ void UploadCommand::settle(const QByteArray &out)
     if (!out.isEmpty()) {
         client().sendFrames(out);
     }
-    bar().show(m_client->confirmed(), item().size);
+    showProgress(m_client->confirmed(), item().size);
     switch (m_client->state()) {
     case UploadClient::State::Requested:
     case UploadClient::State::Sending:
@@ -167,14 +182,14 @@ void UploadCommand::settle(const QByteArray &out)
         }
         return;
     case UploadClient::State::Failed:
-        giveUp(item().name, "the controller at " + options().endpoint.text() + " does not answer any more", kOldStays);
+        giveUp("the controller at " + options().endpoint.text() + " does not answer any more", kOldStays);
         return;
     }
 }
 
 void UploadCommand::finishItem(const std::string &remark)
 {
-    report(item().name, item().size, remark);
+    report(item().size, remark);
     m_unpackUntilMs.reset();
     m_client.reset();
     if (++m_at == m_items.size()) {
@@ -189,20 +204,31 @@ DownloadCommand::DownloadCommand(const RunOptions &options, const DownloadItem &
                                  Rendering::Form form)
     : TransferRun(options, form)
     , m_item(item)
-    , m_file(path)
+    , m_path(QFileInfo(path).exists() ? QFileInfo(path).canonicalFilePath() : path)
+    , m_file(QStringLiteral("%1.%2.part").arg(m_path).arg(QCoreApplication::applicationPid()))
 {}
+
+DownloadCommand::~DownloadCommand()
+{
+    if (m_file.isOpen()) {
+        m_file.remove();
+    }
+}
 
 void DownloadCommand::begin()
 {
     if (m_client) {
         return;
     }
-    if (!m_file.open(QIODevice::WriteOnly)) {
-        giveUp(m_file.fileName(), "cannot be written: " + m_file.errorString().toStdString(),
-               "name another file with -o FILE");
+    beginFile(m_path, 0);
+    if (const QFileInfo there(m_path); there.exists() && !there.isFile()) { // a folder, a device: not to be replaced
+        giveUp("is there and no file", "name another with -o FILE");
         return;
     }
-    bar().begin(m_file.fileName().toStdString(), 0);
+    if (!m_file.open(QIODevice::WriteOnly)) {
+        giveUp("cannot be written: " + m_file.errorString().toStdString(), "name another file with -o FILE");
+        return;
+    }
     m_client = std::make_unique<DownloadClient>(m_file, m_item.request, times());
     QByteArray out;
     m_client->begin(nowMs(), out);
@@ -222,7 +248,7 @@ void DownloadCommand::takeLine(int type, const QString &text)
 {
     const auto about = isError(type) ? lineAbout(m_item.fileName, text) : std::nullopt;
     if (about) {
-        giveUp(m_file.fileName(), about->toStdString(), "run the same command again");
+        giveUp(about->toStdString(), "run the same command again");
     }
 }
 
@@ -245,7 +271,7 @@ void DownloadCommand::settle(const QByteArray &out)
     if (!out.isEmpty()) {
         client().sendFrames(out);
     }
-    bar().show(m_client->received(), m_client->size());
+    showProgress(m_client->received(), m_client->size());
     switch (m_client->state()) {
     case DownloadClient::State::Requested:
     case DownloadClient::State::Receiving:
@@ -253,21 +279,19 @@ void DownloadCommand::settle(const QByteArray &out)
     case DownloadClient::State::Done: {
         const qint64 size = m_client->size();
         m_client.reset();
-        if (!m_file.resize(size) || !m_file.commit()) {
-            giveUp(m_file.fileName(), "cannot be written: " + m_file.errorString().toStdString(),
-                   "see whether the disk has room");
+        if (!putInPlace(size)) {
+            giveUp("cannot be written: " + m_file.errorString().toStdString(), "see whether the disk has room");
             return;
         }
-        report(m_file.fileName(), size, "");
+        report(size, "");
         finish(Outcome::Done);
         return;
     }
     case DownloadClient::State::Refused:
-        giveUp(m_file.fileName(), "the controller has no such file", "upload one first");
+        giveUp("the controller has no such file", "upload one first");
         return;
     case DownloadClient::State::Failed:
-        giveUp(m_file.fileName(),
-               m_client->hasWriteError() ? "cannot be written: " + m_file.errorString().toStdString()
+        giveUp(m_client->hasWriteError() ? "cannot be written: " + m_file.errorString().toStdString()
                                          : "the controller does not answer any more",
                adviceWhenLost());
         return;
@@ -338,4 +362,16 @@ Command downloadCommand(CLI::App &app)
         ->type_name("FILE");
     addJsonFlag(*word, arguments->wantsJson, "A JSON object: file, state, bytes, seconds, text");
     return { word, [arguments](const RunOptions &options) { return runDownload(*arguments, options); } };
+}
+
+/// The system writes it to the disk when it likes: unlike a controller's program, it can be fetched once more.
+bool DownloadCommand::putInPlace(qint64 size)
+{
+    const QByteArray from = QFile::encodeName(m_file.fileName());
+    const QByteArray to = QFile::encodeName(m_path);
+    if (!m_file.flush() || !m_file.resize(size) || std::rename(from.constData(), to.constData()) != 0) {
+        return false;
+    }
+    m_file.close();
+    return true;
 }

@@ -5,7 +5,6 @@
 #include "tools/arkctl/Rendering.h"
 #include "tools/arkctl/TransferPlan.h"
 #include <QFile>
-#include <QSaveFile>
 
 #include <memory>
 
@@ -22,14 +21,15 @@ protected:
     virtual void takeFrame(quint8 code, const QByteArray &body, qint64 nowMs) = 0;
     virtual void takeLine(int type, const QString &text) = 0;
     virtual void tick(qint64 nowMs) = 0;
-    void leave() override { m_bar.clear(); }
+    void leave(const std::string &why) override;
     Outcome outcomeWhenStopped() const override { return Outcome::Failed; } // not all is done
 
-    TransferTimes times() const; // three silences are the time that --timeout gives
-    ProgressBar &bar() { return m_bar; }
+    TransferTimes times() const;                      // three silences are the time that --timeout gives
+    void beginFile(const QString &name, qint64 size); // size 0: not known yet
+    void showProgress(qint64 done, qint64 size) { m_bar.show(done, size); }
     qint64 nowMs() const { return m_clock.elapsed(); }
-    void report(const QString &name, qint64 bytes, const std::string &remark);
-    void giveUp(const QString &name, const std::string &what, const std::string &tryThis);
+    void report(qint64 bytes, const std::string &remark);
+    void giveUp(const std::string &what, const std::string &tryThis);
 
     /// The text behind "NAME: " in a line about the file of that name; nothing in any other line.
     static std::optional<QString> lineAbout(const QString &name, const QString &text);
@@ -37,6 +37,7 @@ protected:
 private:
     const Rendering::Form m_form;
     ProgressBar m_bar;
+    QString m_name; // of the file under way
     QElapsedTimer m_clock;
     QTimer *m_timer = nullptr; // Qt child
 };
@@ -75,6 +76,7 @@ class DownloadCommand final : public TransferRun
     Q_OBJECT
 public:
     DownloadCommand(const RunOptions &options, const DownloadItem &item, const QString &path, Rendering::Form form);
+    ~DownloadCommand() override; // what is not complete goes
 
 protected:
     void begin() override;
@@ -85,8 +87,10 @@ protected:
 
 private:
     void settle(const QByteArray &out);
+    bool putInPlace(qint64 size);
 
     const DownloadItem m_item;
-    QSaveFile m_file;
+    const QString m_path;
+    QFile m_file; // beside it until it is complete
     std::unique_ptr<DownloadClient> m_client;
 };
