@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include <sched.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -11,6 +12,13 @@ qint64 linkClockMs()
 {
     using namespace std::chrono;
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+int usableCores()
+{
+    cpu_set_t cores;
+    const bool isKnown = ::sched_getaffinity(0, sizeof cores, &cores) == 0;
+    return isKnown ? std::max(CPU_COUNT(&cores), 1) : 1;
 }
 
 quint32 IoHandler::firstEvents() const

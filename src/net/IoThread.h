@@ -11,6 +11,9 @@
 /// Milliseconds on the monotonic clock that the link's times are measured with. Any thread.
 qint64 linkClockMs();
 
+/// How many threads can run at the same time, at least one.
+int usableCores();
+
 /// Something with a file descriptor that an I/O thread serves. Every function but descriptor() is called on that
 /// thread.
 class IoHandler

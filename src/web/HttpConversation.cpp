@@ -3,8 +3,7 @@
 #include <QDebug>
 
 namespace {
-constexpr int kFullOutput = 64 * 1024; // with so much to send, further requests wait
-constexpr qint64 kStallAfterMs = 5000;
+constexpr int kFullOutput = 64 * 1024;       // with so much to send, further requests wait
 constexpr qint64 kLeastBytesPerSecond = 100; // a client that sends a request slower than this is hardly one
 } // namespace
 
@@ -23,10 +22,11 @@ bool HttpConversation::isTimedOut(qint64 nowMs) const
 bool HttpConversation::isStalling(qint64 nowMs) const
 {
     if (!m_output.isEmpty()) {
-        return nowMs - m_timerMs >= kStallAfterMs; // it does not read
+        return nowMs - m_timerMs >= m_settings.stallAfterMs; // it does not read
     }
     const qint64 sinceMs = nowMs - m_requestMs;
-    return m_parser.hasBegun() && sinceMs >= kStallAfterMs && m_requestBytes * 1000 < kLeastBytesPerSecond * sinceMs;
+    return m_parser.hasBegun() && sinceMs >= m_settings.stallAfterMs &&
+           m_requestBytes * 1000 < kLeastBytesPerSecond * sinceMs;
 }
 
 void HttpConversation::receive(const char *bytes, int count, qint64 nowMs)

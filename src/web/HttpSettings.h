@@ -18,6 +18,9 @@ struct HttpSettings
     QString sslKeyFile;             // TLS only when both are set and readable
     QString sslCertFile;
 
+    /// A client that has been in the middle of something for so long, and has done hardly anything, may lose its place.
+    qint64 stallAfterMs = 5000; // not a key
+
     /// Takes over the keys that the settings' current group has; the others, and values that make no sense, stay.
     /// \param directory  what relative names of the TLS files are relative to
     void take(const QSettings &settings, const QString &directory);
