@@ -6,9 +6,10 @@ import tempfile
 import language
 import loading
 import roundtrip
+import web
 from processes import Failed
 
-SECTIONS = {"language": language, "roundtrip": roundtrip, "loading": loading}
+SECTIONS = {"language": language, "roundtrip": roundtrip, "loading": loading, "web": web}
 USAGE_STATUS = 2
 
 

@@ -22,11 +22,6 @@ QByteArray dateText(std::time_t seconds)
     return lastText;
 }
 
-QByteArray etag(const WebFile &file)
-{
-    return QByteArray::number(file.size()).toBase64();
-}
-
 std::string_view view(const QByteArray &bytes)
 {
     return { bytes.constData(), static_cast<size_t>(bytes.size()) };
@@ -43,18 +38,21 @@ bool listsTag(std::string_view list, std::string_view tag)
 /// The client has this very file. Files of one size share a tag, so when both are told the times must be equal too.
 bool isKnownToClient(const HttpRequest &request, const WebFile &file)
 {
+    if (!request.hasHeader("if-none-match") && !request.hasHeader("if-modified-since")) {
+        return false; // nearly always
+    }
     const auto since = HttpText::parseDate(request.header("if-modified-since"));
     if (!request.hasHeader("if-none-match")) {
         return since && file.modified() <= *since;
     }
-    return listsTag(request.header("if-none-match"), view(etag(file))) && (!since || *since == file.modified());
+    return listsTag(request.header("if-none-match"), view(file.etag)) && (!since || *since == file.modified());
 }
 
 /// A client that goes on with an old download says what it has the beginning of.
 bool isRangeOfThis(const HttpRequest &request, const WebFile &file)
 {
     const std::string_view old = request.header("if-range");
-    return old.empty() || old == view(HttpText::date(file.modified())) || listsTag(old, view(etag(file)));
+    return old.empty() || old == view(file.lastModified) || listsTag(old, view(file.etag));
 }
 
 void setServerAndDate(HttpResponse &response)
@@ -65,8 +63,8 @@ void setServerAndDate(HttpResponse &response)
 
 void setValidators(HttpResponse &response, const WebFile &file)
 {
-    response.setHeader(QByteArrayLiteral("ETag"), etag(file));
-    response.setHeader(QByteArrayLiteral("Last-Modified"), HttpText::date(file.modified()));
+    response.setHeader(QByteArrayLiteral("ETag"), file.etag);
+    response.setHeader(QByteArrayLiteral("Last-Modified"), file.lastModified);
 }
 
 void writeNoPage(HttpResponse &response)

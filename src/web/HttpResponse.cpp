@@ -6,7 +6,8 @@ namespace {
 /// A value that cannot begin a header line of its own.
 QByteArray oneLine(QByteArray value)
 {
-    return value.replace('\r', ' ').replace('\n', ' ');
+    const bool isOneLine = !value.contains('\r') && !value.contains('\n');
+    return isOneLine ? value : value.replace('\r', ' ').replace('\n', ' ');
 }
 
 auto sameName(const char *name)

@@ -1,4 +1,5 @@
 #include "web/WebDirectory.h"
+#include "web/HttpText.h"
 
 #include <QDir>
 #include <QMimeDatabase>
@@ -149,6 +150,8 @@ std::shared_ptr<const WebFile> WebDirectory::examine(const QByteArray &name, con
     const QByteArray start = readStart(opened.descriptor(), isSmall ? static_cast<int>(status.st_size) : kTypeBytes);
     file->contentType =
         QMimeDatabase().mimeTypeForFileNameAndData(QFile::decodeName(name), start.left(kTypeBytes)).name().toLatin1();
+    file->lastModified = HttpText::date(status.st_mtim.tv_sec);
+    file->etag = QByteArray::number(static_cast<qint64>(status.st_size)).toBase64();
     const bool isSettled = std::time(nullptr) - status.st_ctim.tv_sec >= m_settledAfterSeconds;
     if (isSmall && isSettled && start.size() == status.st_size) {
         file->hasContent = true;

@@ -24,6 +24,8 @@ struct WebFile
 
     Identity identity;
     QByteArray contentType;
+    QByteArray lastModified; // as HTTP writes it
+    QByteArray etag;         // tells sizes apart, nothing else
     bool hasContent = false; // a small file's content is kept; the others are read when they are sent
     QByteArray content;
 
