@@ -1,13 +1,13 @@
 #!/bin/bash
 # Builds the release preset and prints one table: this runtime beside its peers, measured in the same run.
-# Usage: bench/run.sh [--quick] [language] [roundtrip] [sockets] [loading] [transfer]     (no name: all)
+# Usage: bench/run.sh [--quick] [language] [roundtrip] [sockets] [loading] [transfer] [web]     (no name: all)
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 PATH=$PATH:/usr/sbin # where daemons stand, which is not on everybody's path
 
 source "$root/tools/setup.sh"
-need "${build_packages[@]}" lua5.4 mosquitto nodejs rsync util-linux
+need "${build_packages[@]}" lua5.4 mosquitto nodejs rsync util-linux nginx-light lighttpd wrk
 
 cd "$root"
 cmake --preset release >/dev/null

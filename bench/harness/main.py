@@ -8,9 +8,11 @@ import loading
 import roundtrip
 import sockets
 import transfer
+import web
 from processes import Failed
 
-SECTIONS = {"language": language, "roundtrip": roundtrip, "sockets": sockets, "loading": loading, "transfer": transfer}
+SECTIONS = {"language": language, "roundtrip": roundtrip, "sockets": sockets, "loading": loading, "transfer": transfer,
+            "web": web}
 USAGE_STATUS = 2
 
 

@@ -763,5 +763,17 @@
         <source>The transfer was cancelled</source>
         <translation>传输已取消</translation>
     </message>
+    <message>
+        <source>The web server is not encrypted: cannot use %1 and %2</source>
+        <translation>网页服务器未加密：无法使用 %1 和 %2</translation>
+    </message>
+    <message>
+        <source>The web settings name no port</source>
+        <translation>网页设置中没有端口</translation>
+    </message>
+    <message>
+        <source>Web pages on port %1</source>
+        <translation>网页端口：%1</translation>
+    </message>
 </context>
 </TS>

@@ -21,8 +21,11 @@
 #include "net/NetworkManager.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/sockets/OneShotSends.h"
+#include "web/FileContoller.h"
+#include "web/HttpListener.h"
 
 #include <QAbstractSocket>
+#include <QDebug>
 #include <QDir>
 #include <QSettings>
 #include <QThread>
@@ -49,6 +52,24 @@ QString deviceSetting(const SettingManager::Location &location, const char *name
     return location.settingsFile.isEmpty()
                ? QSettings().value(key).toString()
                : QSettings(location.settingsFile, QSettings::IniFormat).value(key).toString();
+}
+
+/// The web settings that are built in, and over them those of the file "web.ini" in the data directory.
+HttpSettings webSettings(const QString &dataDirectory, const Options &options)
+{
+    HttpSettings web;
+    for (const QString &file : { QStringLiteral(":/web.ini"), dataDirectory + QStringLiteral("/web.ini") }) {
+        QSettings settings(file, QSettings::IniFormat);
+        settings.beginGroup(QStringLiteral("listener"));
+        web.take(settings, dataDirectory);
+    }
+    if (options.httpPort) {
+        web.port = options.httpPort;
+    }
+    if (options.bindAddress != QHostAddress(QHostAddress::Any)) {
+        web.host = options.bindAddress;
+    }
+    return web;
 }
 } // namespace
 
@@ -78,6 +99,8 @@ struct MainApplication::Parts
     QThread consoleThread;                   // its worker is deleted when it finishes
     std::unique_ptr<NetworkManager> network; // its threads end before the program does
     std::unique_ptr<ControllerLinks> links;
+    std::unique_ptr<FileContoller> webPages;
+    std::unique_ptr<HttpListener> web;
     std::unique_ptr<StopSignals> signalsToStop;
 };
 
@@ -178,10 +201,15 @@ std::optional<int> MainApplication::startParts(const Options &options)
     if (const std::optional<int> status = startNetwork(options)) {
         return status;
     }
+    if (options.httpPort) { // when it cannot be had, the process ends before the program has done anything
+        if (const std::optional<int> status = startWebServer(options)) {
+            return status;
+        }
+    }
     applyNetwork();
     exec.runStart();
     exec.startMainline();
-    return std::nullopt;
+    return options.httpPort ? std::nullopt : startWebServer(options);
 }
 
 void MainApplication::applyNetwork()
@@ -287,6 +315,31 @@ std::optional<int> MainApplication::startNetwork(const Options &options)
     return std::nullopt;
 }
 
+std::optional<int> MainApplication::startWebServer(const Options &options)
+{
+    Parts &parts = *m_parts;
+    const QString &directory = parts.location.dataDirectory;
+    const HttpSettings settings = webSettings(directory, options);
+    parts.webPages = std::make_unique<FileContoller>(directory + QStringLiteral("/web"));
+    parts.web = std::make_unique<HttpListener>(settings, *parts.webPages);
+    if (!parts.web->warning().isEmpty()) {
+        qWarning().noquote() << parts.web->warning();
+    }
+    if (parts.web->isListening()) {
+        if (settings.port == 0) { // nobody could know it otherwise
+            qInfo().noquote()
+                << translated(QT_TRANSLATE_NOOP("messages", "Web pages on port %1")).arg(parts.web->port());
+        }
+        return std::nullopt;
+    }
+    if (options.httpPort) {
+        return refuse(parts.web->error());
+    }
+    qWarning().noquote() << parts.web->error();
+    qWarning("Failed to listen on port %d", settings.port.value_or(0));
+    return std::nullopt;
+}
+
 void MainApplication::startControllerLinks(const Options &options)
 {
     Parts &parts = *m_parts;
@@ -363,6 +416,7 @@ void MainApplication::endParts()
     Parts &parts = *m_parts;
     parts.consoleThread.quit();
     parts.consoleThread.wait();
+    parts.web.reset();
     if (parts.links) {
         parts.controllers->setLinks(nullptr);
         parts.services->setLinks(nullptr);

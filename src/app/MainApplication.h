@@ -28,6 +28,7 @@ private:
     void startSupervisorLink();
     void loadProgram(const Options &options);
     std::optional<int> startNetwork(const Options &options);
+    std::optional<int> startWebServer(const Options &options);
     void startControllerLinks(const Options &options);
     void quitOnSupervisorsWish();
     void serveUploads();

@@ -13,6 +13,9 @@ struct Switches
                                       QStringLiteral("directory") };
     QCommandLineOption bind{ QStringLiteral("bind"), QStringLiteral("Serve on one <address> only."),
                              QStringLiteral("address") };
+    QCommandLineOption httpPort{ QStringLiteral("http-port"),
+                                 QStringLiteral("Serve web pages on TCP port <number>; 0 takes a free one."),
+                                 QStringLiteral("number") };
     QCommandLineOption language{ QStringLiteral("language"), QStringLiteral("Language of messages: en or zh_CN."),
                                  QStringLiteral("code") };
     QCommandLineOption monitor{ QStringLiteral("monitor"), QStringLiteral("Print monitor lines too.") };
@@ -42,6 +45,13 @@ std::variant<Options, OptionsEnd> collect(const QCommandLineParser &parser, cons
     if (parser.isSet(switches.bind) && !options.bindAddress.setAddress(parser.value(switches.bind))) {
         return refused(QStringLiteral("\"%1\" is no address to bind to.").arg(parser.value(switches.bind)));
     }
+    if (parser.isSet(switches.httpPort)) {
+        bool isPort = false;
+        options.httpPort = parser.value(switches.httpPort).toUShort(&isPort);
+        if (!isPort) {
+            return refused(QStringLiteral("\"%1\" is no TCP port.").arg(parser.value(switches.httpPort)));
+        }
+    }
     if (parser.isSet(switches.language)) {
         options.language = parser.value(switches.language);
         if (!Translations::isKnown(options.language)) {
@@ -63,8 +73,8 @@ std::variant<Options, OptionsEnd> parseOptions(const QStringList &arguments)
     parser.addPositionalArgument(QStringLiteral("filename"), QStringLiteral("Object file full path"),
                                  QStringLiteral(""));
     const Switches switches;
-    parser.addOptions(
-        { switches.dataDirectory, switches.bind, switches.language, switches.monitor, switches.noSystemChanges });
+    parser.addOptions({ switches.dataDirectory, switches.bind, switches.httpPort, switches.language, switches.monitor,
+                        switches.noSystemChanges });
     if (!parser.parse(arguments)) {
         return refused(parser.errorText());
     }

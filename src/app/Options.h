@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <variant>
 
 /// What the command line asks of the controller.
@@ -12,6 +13,7 @@ struct Options
     QString dataDirectory;  // empty: the application's own
     QString language;       // empty: the setting's, else the environment's
     QHostAddress bindAddress = QHostAddress(QHostAddress::Any);
+    std::optional<quint16> httpPort; // nothing: the one of the web settings; 0: any free one
     bool hasMonitor = false;
     bool mayChangeSystem = true;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <sched.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -42,6 +43,13 @@ private:
     IoThread &m_thread;
     const int m_event;
 };
+
+int usableCores()
+{
+    cpu_set_t cores;
+    const bool isKnown = ::sched_getaffinity(0, sizeof cores, &cores) == 0;
+    return isKnown ? std::max(CPU_COUNT(&cores), 1) : 1;
+}
 
 IoThread::IoThread() = default;
 

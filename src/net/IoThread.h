@@ -5,6 +5,9 @@
 #include <mutex>
 #include <thread>
 
+/// How many threads can run at the same time, at least one.
+int usableCores();
+
 /// One thread that serves many descriptors: a loop with one tick for all of them.
 /// Owns: the thread and the loop. Thread: add() and watch() on any thread; start() and stop() by the owner.
 /// Ends: stop() removes every handler and joins the thread.

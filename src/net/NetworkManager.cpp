@@ -8,7 +8,6 @@
 
 #include <algorithm>
 
-#include <sched.h>
 #include <sys/resource.h>
 
 namespace {
@@ -16,13 +15,6 @@ constexpr int kNoHandlersNumber = 100; // tools and controllers: no online event
 constexpr int kMaxPropertyBody = 4076; // panels take a message of 4096 bytes, 20 of them around the body
 constexpr int kFirstPanelNumber = 9001;
 constexpr int kLastPanelNumber = 32767;
-
-int usableCores()
-{
-    cpu_set_t cores;
-    const bool isKnown = ::sched_getaffinity(0, sizeof cores, &cores) == 0;
-    return isKnown ? std::max(CPU_COUNT(&cores), 1) : 1;
-}
 
 /// As many descriptors as the system lets us have: each panel takes one, and the usual 1024 is soon used up.
 void allowManyDescriptors()

@@ -64,6 +64,8 @@ void CommandLineTest::refusals_data()
     QTest::newRow("unknown option") << QByteArrayList{ "--nope" } << 2 << "nope";
     QTest::newRow("value missing") << QByteArrayList{ "--bind" } << 2 << "bind";
     QTest::newRow("no address") << QByteArrayList{ "--bind", "localhost" } << 2 << "localhost";
+    QTest::newRow("no port") << QByteArrayList{ "--http-port", "http" } << 2 << "http";
+    QTest::newRow("a port too high") << QByteArrayList{ "--http-port", "65536" } << 2 << "65536";
     QTest::newRow("no language") << QByteArrayList{ "--language", "klingon" } << 2 << "klingon";
     QTest::newRow("almost a language") << QByteArrayList{ "--language", "zhx" } << 2 << "zhx";
     QTest::newRow("empty directory") << QByteArrayList{ "--data-dir", "" } << 2 << "data-dir";

@@ -1,0 +1,186 @@
+#include "web/HttpTlsConnection.h"
+#include "base/Messages.h"
+#include "net/IoThread.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QSslCertificate>
+#include <QSslKey>
+#include <QSslSocket>
+#include <QThread>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace {
+constexpr int kPiece = 64 * 1024;
+constexpr qint64 kLingerMs = 2000;
+
+QByteArray contentOf(const QString &path, QString &problem)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        problem = file.errorString();
+    }
+    return file.isOpen() ? file.readAll() : QByteArray();
+}
+
+QSslKey readKey(const QByteArray &pem)
+{
+    for (const QSsl::KeyAlgorithm algorithm : { QSsl::Rsa, QSsl::Ec, QSsl::Dsa }) {
+        if (const QSslKey key(pem, algorithm); !key.isNull()) {
+            return key;
+        }
+    }
+    return {};
+}
+} // namespace
+
+HttpTlsConnection::HttpTlsConnection(int socket, const QSslConfiguration &configuration, const HttpService &service,
+                                     std::shared_ptr<Place> place, QObject *parent)
+    : QObject(parent)
+    , m_service(service)
+    , m_place(std::move(place))
+    , m_conversation(service.settings, service.handler, linkClockMs())
+    , m_socket(new QSslSocket(this))
+    , m_beganMs(linkClockMs())
+{
+    connect(m_socket, &QSslSocket::readyRead, this, &HttpTlsConnection::move);
+    connect(m_socket, &QSslSocket::encryptedBytesWritten, this, &HttpTlsConnection::move);
+    connect(m_socket, &QSslSocket::disconnected, this, &QObject::deleteLater);
+    connect(m_socket, &QSslSocket::errorOccurred, this, &QObject::deleteLater);
+    if (!m_socket->setSocketDescriptor(socket)) {
+        qDebug("HttpConnectionHandler (%p): cannot initialize socket: %s", static_cast<void *>(this),
+               qPrintable(m_socket->errorString()));
+        ::close(socket);
+        deleteLater();
+        return;
+    }
+    m_socket->setReadBufferSize(kPiece);
+    m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    qDebug("HttpConnectionHandler (%p): Starting encryption", static_cast<void *>(this));
+    m_socket->setSslConfiguration(configuration);
+    m_socket->startServerEncryption();
+    auto *const timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, &HttpTlsConnection::tick);
+    timer->start(IoLoop::kTickMs);
+}
+
+HttpTlsConnection::~HttpTlsConnection()
+{
+    m_socket->disconnect(this); // its end must not reach a connection that is gone
+    m_service.pool.remove(*m_place);
+}
+
+void HttpTlsConnection::move()
+{
+    if (m_lingersUntilMs > 0) {
+        m_socket->readAll();
+        return;
+    }
+    bool isMoving = true;
+    while (isMoving) {
+        isMoving = moveOut();
+        if (m_conversation.wantsInput() && m_socket->bytesAvailable() > 0) {
+            const QByteArray bytes = m_socket->read(kPiece);
+            m_conversation.receive(bytes.constData(), bytes.size(), linkClockMs());
+            isMoving = true;
+        }
+    }
+    if (m_conversation.isOver()) {
+        m_lingersUntilMs = linkClockMs() + kLingerMs;
+        m_socket->disconnectFromHost(); // when all is written
+    }
+}
+
+bool HttpTlsConnection::moveOut()
+{
+    HttpOutput &output = m_conversation.output();
+    if (output.isEmpty() || m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite() >= kPiece) {
+        return false;
+    }
+    if (OutBuffer &bytes = output.bytes(); !bytes.isEmpty()) {
+        const int count = std::min(bytes.size(), kPiece);
+        m_socket->write(bytes.data(), count);
+        bytes.consume(count);
+    } else {
+        char piece[kPiece];
+        const auto wanted = static_cast<size_t>(std::min<qint64>(output.fileBytes(), kPiece));
+        const ssize_t count = ::pread(output.file(), piece, wanted, output.fileOffset());
+        if (count <= 0) { // it has become shorter: the client must not take this for the whole
+            m_conversation.drop();
+            m_socket->abort();
+            return false;
+        }
+        m_socket->write(piece, count);
+        output.consumeFile(count);
+    }
+    m_conversation.sent(linkClockMs());
+    return true;
+}
+
+void HttpTlsConnection::tick()
+{
+    const qint64 nowMs = linkClockMs();
+    const bool hasLingered = m_lingersUntilMs > 0 && nowMs >= m_lingersUntilMs;
+    if (hasLingered || m_place->isGivenUp || m_conversation.isTimedOut(nowMs)) {
+        if (!hasLingered) {
+            qDebug("HttpConnectionHandler (%p): read timeout occured", static_cast<void *>(this));
+        }
+        m_socket->abort();
+        deleteLater();
+        return;
+    }
+    const bool isHandshaking = !m_socket->isEncrypted() && nowMs - m_beganMs >= m_service.settings.stallAfterMs;
+    m_place->setStalling(isHandshaking || m_conversation.isStalling(nowMs));
+}
+
+HttpTlsThreads::HttpTlsThreads(const QSslConfiguration &configuration, const HttpService &service, int threads)
+    : m_configuration(configuration)
+    , m_service(service)
+{
+    for (int count = 0; count < threads; ++count) {
+        Lane lane{ std::make_unique<QThread>(), new QObject };
+        lane.connections->moveToThread(lane.thread.get());
+        QObject::connect(lane.thread.get(), &QThread::finished, lane.connections, &QObject::deleteLater);
+        lane.thread->start();
+        m_lanes.push_back(std::move(lane));
+    }
+}
+
+HttpTlsThreads::~HttpTlsThreads()
+{
+    for (Lane &lane : m_lanes) {
+        lane.thread->quit();
+        lane.thread->wait();
+    }
+}
+
+void HttpTlsThreads::accept(int socket)
+{
+    QObject *const connections = m_lanes[m_next++ % m_lanes.size()].connections;
+    auto place = std::make_shared<HttpTlsConnection::Place>();
+    m_service.pool.add(place);
+    QMetaObject::invokeMethod(connections, [this, socket, place, connections] {
+        new HttpTlsConnection(socket, m_configuration, m_service, place, connections);
+    });
+}
+
+std::optional<QSslConfiguration> HttpTlsThreads::configure(const HttpSettings &settings, QString &problem)
+{
+    const QByteArray keyPem = contentOf(settings.sslKeyFile, problem);
+    const QByteArray certificatePem = contentOf(settings.sslCertFile, problem);
+    const QSslKey key = readKey(keyPem);
+    const QList<QSslCertificate> certificates = QSslCertificate::fromData(certificatePem, QSsl::Pem);
+    if (key.isNull() || certificates.isEmpty() || !QSslSocket::supportsSsl()) {
+        problem = translated(QT_TRANSLATE_NOOP("messages", "The web server is not encrypted: cannot use %1 and %2"))
+                      .arg(settings.sslKeyFile, settings.sslCertFile);
+        return std::nullopt;
+    }
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.setPrivateKey(key);
+    configuration.setLocalCertificateChain(certificates);
+    configuration.setPeerVerifyMode(QSslSocket::VerifyNone); // clients have no certificates
+    configuration.setProtocol(QSsl::TlsV1_2OrLater);
+    return configuration;
+}
