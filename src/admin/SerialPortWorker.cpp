@@ -2,6 +2,7 @@
 #include "admin/SettingManager.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
+#include "base/Overloaded.h"
 #include "devices/SerialLine.h"
 #include "net/IoLoop.h"
 #include "net/LinkCodes.h"
@@ -81,16 +82,6 @@ void SerialPortWorker::tick()
     m_transfers.tick(linkClockMs(), out);
     write(out);
 }
-
-namespace {
-template <class... Functions>
-struct Overloaded : Functions...
-{
-    using Functions::operator()...;
-};
-template <class... Functions>
-Overloaded(Functions...) -> Overloaded<Functions...>;
-} // namespace
 
 void SerialPortWorker::perform(const Console::Command &command)
 {

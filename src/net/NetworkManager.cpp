@@ -1,6 +1,7 @@
 #include "net/NetworkManager.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
+#include "base/Overloaded.h"
 #include "net/LinkCodes.h"
 #include "net/ListenSocket.h"
 #include <QDateTime>
@@ -426,16 +427,6 @@ void NetworkManager::take(SocketClient &client, const OtherFrame &other)
         m_portTests->request(client, other.frame.body);
     }
 }
-
-namespace {
-template <class... Functions>
-struct Overloaded : Functions...
-{
-    using Functions::operator()...;
-};
-template <class... Functions>
-Overloaded(Functions...) -> Overloaded<Functions...>;
-} // namespace
 
 void NetworkManager::perform(SocketClient &client, const Management::Command &command)
 {
