@@ -10,8 +10,8 @@
 #include <sys/socket.h>
 
 namespace {
-constexpr size_t kPiece = 64 * 1024;
-constexpr qint64 kFilePiece = 1024 * 1024;
+constexpr size_t kPiece = size_t{ 16 } * 1024; // also what may wait of a client that sends without reading
+constexpr qint64 kFilePiece = qint64{ 1024 } * 1024;
 constexpr int kPiecesPerTurn = 4; // then the other connections of the thread have theirs
 
 std::vector<char> &scratch()

@@ -3,7 +3,7 @@
 #include <QDebug>
 
 namespace {
-constexpr int kFullOutput = 64 * 1024;       // with so much to send, further requests wait
+constexpr int kFullOutput = 16 * 1024;       // with so much to send, further requests wait
 constexpr qint64 kLeastBytesPerSecond = 100; // a client that sends a request slower than this is hardly one
 } // namespace
 

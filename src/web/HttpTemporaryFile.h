@@ -8,7 +8,7 @@
 class HttpTemporaryFile
 {
 public:
-    static constexpr long long kMaxBytesTogether = 100 * 1024 * 1024;
+    static constexpr long long kMaxBytesTogether = 100LL * 1024 * 1024;
 
     static std::shared_ptr<HttpTemporaryFile> make(); // null when the system refuses
     ~HttpTemporaryFile();

@@ -13,7 +13,7 @@
 #include <algorithm>
 
 namespace {
-constexpr int kPiece = 64 * 1024;
+constexpr int kPiece = 16 * 1024;
 constexpr qint64 kLingerMs = 2000;
 
 QByteArray contentOf(const QString &path, QString &problem)
@@ -28,7 +28,7 @@ QByteArray contentOf(const QString &path, QString &problem)
 QSslKey readKey(const QByteArray &pem)
 {
     for (const QSsl::KeyAlgorithm algorithm : { QSsl::Rsa, QSsl::Ec, QSsl::Dsa }) {
-        if (const QSslKey key(pem, algorithm); !key.isNull()) {
+        if (QSslKey key(pem, algorithm); !key.isNull()) {
             return key;
         }
     }

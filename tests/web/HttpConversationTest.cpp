@@ -210,8 +210,9 @@ void HttpConversationTest::stalling()
     QVERIFY(!idle.conversation.isStalling(9000)); // it may be silent between requests
     Fixture slow;
     for (int second = 0; second < 9; ++second) {
-        slow.say("G", second * 1000);
-        QCOMPARE(slow.conversation.isStalling(second * 1000), second >= 5);
+        const qint64 nowMs = second * 1000LL;
+        slow.say("G", nowMs);
+        QCOMPARE(slow.conversation.isStalling(nowMs), second >= 5);
     }
     Fixture busy;
     busy.say("POST / HTTP/1.1\r\nContent-Length: 9000\r\n\r\n", 0);
