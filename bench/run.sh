@@ -7,7 +7,8 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 PATH=$PATH:/usr/sbin # where daemons stand, which is not on everybody's path
 
 source "$root/tools/setup.sh"
-need "${build_packages[@]}" lua5.4 mosquitto nodejs rsync util-linux nginx-light lighttpd wrk
+need "${build_packages[@]}" lua5.4 mosquitto rsync util-linux nginx-light lighttpd wrk
+command -v node >/dev/null || need nodejs
 
 cd "$root"
 cmake --preset release >/dev/null
