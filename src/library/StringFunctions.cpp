@@ -20,6 +20,9 @@ qint64 positionOf(std::string_view sought, std::string_view text, qint64 from)
         return from;
     }
     const std::string_view rest = text.substr(static_cast<size_t>(from));
+    if (rest.size() < sought.size()) {
+        return -1; // nothing may have no address at all, which memmem must not see
+    }
     const void *found = ::memmem(rest.data(), rest.size(), sought.data(), sought.size());
     return found ? static_cast<const char *>(found) - text.data() : -1;
 }

@@ -65,6 +65,7 @@ void StringFunctionsTest::gives_data()
     row("find from below 1", "find_string", { QByteArray("ABC"), QByteArray("A"), -5 }, 1.0);
     row("find the empty string", "find_string", { QByteArray("ABC"), QByteArray(), 3 }, 3.0);
     row("find the empty string behind the end", "find_string", { QByteArray("ABC"), QByteArray(), 5 }, 0.0);
+    row("find in the empty string", "find_string", { QByteArray(), QByteArray("A") }, 0.0);
     row("find what is longer", "find_string", { QByteArray("AB"), QByteArray("ABC") }, 0.0);
 
     row("wild card", "compare_string", { QByteArray("A?C"), QByteArray("ABC") }, 1.0);
