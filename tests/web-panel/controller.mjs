@@ -57,11 +57,13 @@ export class Controller {
     const from = this.output.length;
     // A directory of its own for temporary files and local sockets: several controllers share this machine.
     const env = { ...process.env, TMPDIR: path.join(this.scratch, 'tmp') };
-    this.process = spawn(this.programs.arkivon, options, { env, stdio: ['ignore', 'pipe', 'ignore'] });
-    this.process.stdout.on('data', (data) => {
-      this.output += data;
-      this.waiting?.();
-    });
+    this.process = spawn(this.programs.arkivon, options, { env, stdio: ['ignore', 'pipe', 'pipe'] });
+    for (const stream of [this.process.stdout, this.process.stderr]) {
+      stream.on('data', (data) => {
+        this.output += data;
+        this.waiting?.();
+      });
+    }
     await this.line(/Network started/, from);
     while (!await fetch(this.url).then((answer) => answer.ok, () => false)); // the pages come last
   }
