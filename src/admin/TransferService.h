@@ -1,6 +1,6 @@
 #pragma once
 #include "admin/TransferSession.h"
-#include "net/FileTransfers.h"
+#include "net/transfer/FileTransfers.h"
 
 #include <condition_variable>
 #include <map>

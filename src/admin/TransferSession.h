@@ -1,8 +1,8 @@
 #pragma once
 #include "admin/TransferFiles.h"
 #include "base/Frame.h"
-#include "net/BlockReceiver.h"
-#include "net/BlockSender.h"
+#include "net/transfer/BlockReceiver.h"
+#include "net/transfer/BlockSender.h"
 
 #include <memory>
 

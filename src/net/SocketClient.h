@@ -1,8 +1,8 @@
 #pragma once
 #include "net/Backlog.h"
-#include "net/FileTransfers.h"
 #include "net/LinkSession.h"
 #include "net/LinkSocket.h"
+#include "net/transfer/FileTransfers.h"
 #include <QString>
 
 #include <mutex>

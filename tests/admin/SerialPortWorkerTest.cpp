@@ -2,7 +2,7 @@
 #include "admin/SettingManager.h"
 #include "net/IoLoop.h"
 #include "net/LinkCodes.h"
-#include "net/ToolTransfers.h"
+#include "net/transfer/ToolTransfers.h"
 #include <QBuffer>
 #include <QTemporaryDir>
 #include <QThread>

@@ -1,7 +1,7 @@
 #include "TransferWire.h"
 #include "admin/TransferService.h"
 #include "net/NetworkManager.h"
-#include "net/ToolTransfers.h"
+#include "net/transfer/ToolTransfers.h"
 #include <QBuffer>
 #include <QElapsedTimer>
 #include <QLoggingCategory>

@@ -1,7 +1,7 @@
 #include "admin/TransferSession.h"
 #include "TransferWire.h"
 #include "base/Monitor.h"
-#include "net/ToolTransfers.h"
+#include "net/transfer/ToolTransfers.h"
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>

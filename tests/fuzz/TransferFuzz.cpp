@@ -1,5 +1,5 @@
 #include "admin/TransferSession.h"
-#include "net/ToolTransfers.h"
+#include "net/transfer/ToolTransfers.h"
 #include <QBuffer>
 #include <QLoggingCategory>
 #include <QTemporaryDir>

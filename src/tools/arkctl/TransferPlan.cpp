@@ -1,5 +1,5 @@
 #include "tools/arkctl/TransferPlan.h"
-#include "net/ToolTransfers.h"
+#include "net/transfer/ToolTransfers.h"
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 #pragma once
 #include "base/Frame.h"
-#include "net/BlockReceiver.h"
-#include "net/BlockSender.h"
+#include "net/transfer/BlockReceiver.h"
+#include "net/transfer/BlockSender.h"
 
 #include <optional>
 

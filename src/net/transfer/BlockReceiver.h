@@ -1,5 +1,5 @@
 #pragma once
-#include "net/TransferFrames.h"
+#include "net/transfer/TransferFrames.h"
 #include <QCryptographicHash>
 
 class QIODevice;

@@ -1,4 +1,4 @@
-#include "net/ToolTransfers.h"
+#include "net/transfer/ToolTransfers.h"
 #include "net/LinkCodes.h"
 #include <QIODevice>
 

@@ -1,4 +1,4 @@
-#include "net/TransferFrames.h"
+#include "net/transfer/TransferFrames.h"
 #include "base/Frame.h"
 #include "net/LinkCodes.h"
 #include <QtEndian>

@@ -1,4 +1,4 @@
-#include "net/BlockReceiver.h"
+#include "net/transfer/BlockReceiver.h"
 #include <QIODevice>
 
 BlockReceiver::BlockReceiver(QIODevice &file, qint64 size)

@@ -1,4 +1,4 @@
-#include "net/BlockSender.h"
+#include "net/transfer/BlockSender.h"
 #include <QIODevice>
 
 #include <algorithm>
