@@ -8,11 +8,10 @@
 #include <atomic>
 #include <functional>
 
-/// The files that tools send, and what they set off: a new program restarts the controller, a web
-/// archive is unpacked.
+/// The files that tools send, and what they set off: a new program restarts the controller, a web archive is unpacked.
 /// Owns: the transfer service and the unpacker. Thread: made and destroyed on the main thread. What an upload sets off
-/// is timed on another
-///       one, because a program in an endless loop, which is the best reason for a new one, keeps the main thread busy.
+///       is timed on another one, because a program in an endless loop, which is the best reason for a new one, keeps
+///       the main thread busy.
 /// Ends: after the network and the timing thread.
 class Uploads : public QObject
 {

@@ -29,8 +29,9 @@ private:
 };
 
 /// Many descriptors in one epoll set. Who owns the loop drives it: a thread of its own, or the main thread's event
-/// loop. Owns: the epoll descriptor, and its handlers together with whoever else holds them. Thread: one for everything
-/// but watch(), which any thread may call. A handler may add and remove handlers, itself
+/// loop.
+/// Owns: the epoll descriptor, and its handlers together with whoever else holds them.
+/// Thread: one for everything but watch(), which any thread may call. A handler may add and remove handlers, itself
 ///       too, and may let serve() and tickAll() be entered again, which a nested event loop does: a removed handler
 ///       lives on until the outermost of them returns.
 /// Ends: close(), which removes every handler that is left.

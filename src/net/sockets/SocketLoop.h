@@ -10,8 +10,8 @@ class QSocketNotifier;
 
 /// The program's sockets on the main thread: one epoll set, which the thread's event loop sees as one descriptor. After
 /// a few handlers, or a short while, the event loop gets its turn, so that what panels do comes in between; what has
-/// not been read stays in the kernel, which slows the peer down. Owns: the loop and the notifier. Thread: the main
-/// thread. A handler may let events in (a question to a panel does);
+/// not been read stays in the kernel, which slows the peer down.
+/// Owns: the loop and the notifier. Thread: the main thread. A handler may let events in (a question to a panel does);
 ///       sockets are then served within it, up to a few levels deep.
 /// Ends: with its last holder, also from within a handler; stop() removes all handlers before.
 class SocketLoop : public QObject, public std::enable_shared_from_this<SocketLoop>
