@@ -14,19 +14,19 @@ void PanelBridge::setProgram(ControlProgram *program)
     m_dispatcher = program ? &program->dispatcher() : nullptr;
 }
 
-void PanelBridge::buttonPressed(quint16 device, int channel)
+void PanelBridge::buttonPressed(quint16 device, int channel, UntilHandled untilHandled)
 {
-    post(PanelEvent::Pressed, device, channel, 0);
+    post(PanelEvent::Pressed, device, channel, 0, std::move(untilHandled));
 }
 
-void PanelBridge::buttonReleased(quint16 device, int channel)
+void PanelBridge::buttonReleased(quint16 device, int channel, UntilHandled untilHandled)
 {
-    post(PanelEvent::Released, device, channel, 0);
+    post(PanelEvent::Released, device, channel, 0, std::move(untilHandled));
 }
 
-void PanelBridge::levelChanged(quint16 device, int level, int value)
+void PanelBridge::levelChanged(quint16 device, int level, int value, UntilHandled untilHandled)
 {
-    post(PanelEvent::LevelChanged, device, level, value);
+    post(PanelEvent::LevelChanged, device, level, value, std::move(untilHandled));
 }
 
 bool PanelBridge::isFull() const
@@ -183,13 +183,14 @@ void PanelBridge::containerCall(int deviceNumber, const Channels &channels, cons
     toNetwork([&](NetworkManager &network) { network.containerCall(deviceNumber, channels, method, data); });
 }
 
-void PanelBridge::post(int kind, quint16 device, int code, int value)
+void PanelBridge::post(int kind, quint16 device, int code, int value, UntilHandled untilHandled)
 {
     const std::lock_guard lock(m_dispatcherMutex);
     if (m_dispatcher) {
-        QCoreApplication::postEvent(m_dispatcher,
-                                    new PanelEvent(static_cast<PanelEvent::Kind>(kind), device, code, value),
-                                    kPanelEventPriority);
+        QCoreApplication::postEvent(
+            m_dispatcher,
+            new PanelEvent(static_cast<PanelEvent::Kind>(kind), device, code, value, std::move(untilHandled)),
+            kPanelEventPriority);
     }
 }
 

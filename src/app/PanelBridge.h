@@ -24,9 +24,9 @@ public:
     void setProgram(ControlProgram *program); // nullptr before the program goes away
 
     // I/O threads
-    void buttonPressed(quint16 device, int channel) override;
-    void buttonReleased(quint16 device, int channel) override;
-    void levelChanged(quint16 device, int level, int value) override;
+    void buttonPressed(quint16 device, int channel, UntilHandled untilHandled) override;
+    void buttonReleased(quint16 device, int channel, UntilHandled untilHandled) override;
+    void levelChanged(quint16 device, int level, int value, UntilHandled untilHandled) override;
     bool isFull() const override;
 
     void gotButtonStatus(int deviceId, int channelCode, int status) override;
@@ -65,7 +65,7 @@ public:
                        const QByteArray &data) override;
 
 private:
-    void post(int kind, quint16 device, int code, int value); // a PanelEvent of that kind
+    void post(int kind, quint16 device, int code, int value, UntilHandled untilHandled); // a PanelEvent of that kind
     template <class Send>
     void toNetwork(Send send);
 

@@ -5,6 +5,7 @@
 #include <QEvent>
 
 #include <atomic>
+#include <memory>
 
 /// What can happen, as the dispatcher and the handlers see it.
 enum class EventType : int {
@@ -50,11 +51,13 @@ class PanelEvent : public QEvent
 {
 public:
     enum Kind : int { Pressed = 1011, Released = 1012, LevelChanged = 1014 };
-    PanelEvent(Kind kind, quint16 device, int channelOrLevel, int levelValue = 0)
+    PanelEvent(Kind kind, quint16 device, int channelOrLevel, int levelValue = 0,
+               std::shared_ptr<const void> heldUntilHandled = nullptr)
         : QEvent(static_cast<QEvent::Type>(kind))
         , deviceNumber(device)
         , code(channelOrLevel)
         , value(levelValue)
+        , untilHandled(std::move(heldUntilHandled))
     {
         s_waiting.fetch_add(1, std::memory_order_relaxed);
     }
@@ -63,8 +66,9 @@ public:
     static int waiting() { return s_waiting.load(std::memory_order_relaxed); } // posted and not handled; any thread
 
     const quint16 deviceNumber;
-    const int code;  // the channel, or the level code
-    const int value; // of the level
+    const int code;                                 // the channel, or the level code
+    const int value;                                // of the level
+    const std::shared_ptr<const void> untilHandled; // let go with the event
 
 private:
     inline static std::atomic<int> s_waiting{ 0 };

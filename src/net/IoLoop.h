@@ -21,6 +21,7 @@ public:
     /// Data has come, or there is room to write, as the epoll events say. False: done with, remove me.
     virtual bool ready(quint32 epollEvents, qint64 nowMs) = 0;
     virtual bool tick(qint64 nowMs) = 0; // every 200 ms; false: remove me
+    virtual void due() {}                // what IoThread::callLater() was asked for
     virtual void removed() {}            // no more calls will come; the place to close the descriptor
 
 private:
@@ -59,6 +60,7 @@ public:
     /// Waits for events, serves the handlers that they belong to, each at most once, and returns their number.
     int serve(int waitMs, int mostHandlers = kMostPerRound);
     void tickAll(qint64 nowMs);
+    static bool isServed(const IoHandler &handler) { return handler.m_isServed; }
 
 private:
     static constexpr int kMostPerRound = 256;

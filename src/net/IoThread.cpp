@@ -89,19 +89,39 @@ void IoThread::add(std::shared_ptr<IoHandler> handler)
     m_wake->call();
 }
 
+void IoThread::callLater(std::shared_ptr<IoHandler> handler)
+{
+    m_later.push_back({ linkClockMs() + kLaterMs, std::move(handler) });
+}
+
 void IoThread::run()
 {
     qint64 tickAtMs = linkClockMs() + IoLoop::kTickMs;
     while (!m_isStopping) {
-        const qint64 waitMs = std::clamp<qint64>(tickAtMs - linkClockMs(), 0, IoLoop::kTickMs);
+        const qint64 wakeAtMs = m_later.empty() ? tickAtMs : std::min(tickAtMs, m_later.front().atMs);
+        const qint64 waitMs = std::clamp<qint64>(wakeAtMs - linkClockMs(), 0, IoLoop::kTickMs);
         m_loop.serve(static_cast<int>(waitMs));
-        if (const qint64 nowMs = linkClockMs(); nowMs >= tickAtMs) {
+        const qint64 nowMs = linkClockMs();
+        callDue(nowMs);
+        if (nowMs >= tickAtMs) {
             tickAtMs = nowMs + IoLoop::kTickMs;
             m_loop.tickAll(nowMs);
         }
     }
     takeAdded(); // they too are removed on this thread
+    m_later.clear();
     m_loop.removeAll();
+}
+
+void IoThread::callDue(qint64 nowMs)
+{
+    while (!m_later.empty() && m_later.front().atMs <= nowMs) {
+        const std::shared_ptr<IoHandler> handler = std::move(m_later.front().handler);
+        m_later.pop_front();
+        if (IoLoop::isServed(*handler)) {
+            handler->due();
+        }
+    }
 }
 
 void IoThread::takeAdded()

@@ -12,14 +12,18 @@ class SocketClient;
 /// What the panel link asks of the rest of the system. The application ties these to the program object, the device
 /// manager and the settings; the link owns none of them, and all must outlive it.
 
-/// Input from panels. Called on an I/O thread, after the peer has its acknowledgement: post and return.
+/// To be let go when an event has been handled, or dropped: the peer's acknowledgement waits for it, to leave together
+/// with the feedback. Any thread.
+using UntilHandled = std::shared_ptr<const void>;
+
+/// Input from panels. Called on an I/O thread: post and return.
 class PanelEvents
 {
 public:
     virtual ~PanelEvents() = default;
-    virtual void buttonPressed(quint16 device, int channel) = 0;
-    virtual void buttonReleased(quint16 device, int channel) = 0;
-    virtual void levelChanged(quint16 device, int level, int value) = 0;
+    virtual void buttonPressed(quint16 device, int channel, UntilHandled untilHandled) = 0;
+    virtual void buttonReleased(quint16 device, int channel, UntilHandled untilHandled) = 0;
+    virtual void levelChanged(quint16 device, int level, int value, UntilHandled untilHandled) = 0;
 
     /// Whether so much has been reported and not handled that the peers are not to be read for a while. Any thread.
     virtual bool isFull() const { return false; }

@@ -338,9 +338,9 @@ void NetworkManager::take(SocketClient &client, const ButtonReport &report)
 {
     const auto device = static_cast<quint16>(report.device);
     if (report.isPressed) {
-        m_hooks.events.buttonPressed(device, report.channel);
+        m_hooks.events.buttonPressed(device, report.channel, client.heldAcknowledgements());
     } else {
-        m_hooks.events.buttonReleased(device, report.channel);
+        m_hooks.events.buttonReleased(device, report.channel, client.heldAcknowledgements());
     }
     pauseWhenFull(client);
     if (isMonitored()) {
@@ -354,7 +354,8 @@ void NetworkManager::take(SocketClient &client, const ButtonReport &report)
 
 void NetworkManager::take(SocketClient &client, const LevelReport &report)
 {
-    m_hooks.events.levelChanged(static_cast<quint16>(report.device), report.level, report.value);
+    m_hooks.events.levelChanged(static_cast<quint16>(report.device), report.level, report.value,
+                                client.heldAcknowledgements());
     pauseWhenFull(client);
     if (isMonitored()) {
         notify(translated(QT_TRANSLATE_NOOP("messages",

@@ -1,12 +1,21 @@
 #include "net/SocketClient.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
+namespace {
+bool isForProgram(const LinkEvent &event)
+{
+    return std::holds_alternative<ButtonReport>(event) || std::holds_alternative<LevelReport>(event);
+}
+} // namespace
+
 SocketClient::SocketClient(int socket, const QString &peerAddress, IoThread &thread, LinkEventSink &sink)
     : m_peerAddress(peerAddress)
+    , m_thread(thread)
     , m_sink(sink)
     , m_socket(socket, thread, *this)
     , m_session(linkClockMs())
@@ -32,7 +41,7 @@ void SocketClient::send(Action action)
     const std::lock_guard lock(m_mutex);
     if (m_socket.isOpen()) {
         action();
-        m_socket.flush(m_session.exchange());
+        flush();
     }
 }
 
@@ -108,8 +117,14 @@ bool SocketClient::tick(qint64 nowMs)
         updateReading();
     }
     const bool isAlive = m_socket.isOpen() && m_session.tick(nowMs, m_socket.isReading());
-    m_socket.flush(m_session.exchange());
+    flush();
     return isAlive;
+}
+
+void SocketClient::due()
+{
+    m_isDueAsked = false;
+    releaseHeld(); // the program is busy
 }
 
 void SocketClient::removed()
@@ -133,11 +148,51 @@ bool SocketClient::readAvailable(qint64 nowMs)
             return false;
         }
         m_session.receive(buffer.data(), static_cast<int>(count), nowMs, m_events);
-        m_socket.flush(m_session.exchange()); // the peer has its acknowledgements before anything else happens
+        if (std::any_of(m_events.begin(), m_events.end(), isForProgram)) {
+            hold();
+        } else {
+            flush();
+        }
     }
     for (LinkEvent &event : m_events) {
         m_sink.takeEvent(*this, event);
     }
     m_events.clear();
     return true;
+}
+
+std::shared_ptr<const void> SocketClient::heldAcknowledgements()
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_holdsBack) {
+        return nullptr;
+    }
+    return { this, [weak = weak_from_this()](const void *) {
+                if (const auto client = weak.lock()) {
+                    client->releaseHeld();
+                }
+            } };
+}
+
+void SocketClient::releaseHeld()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_holdsBack) {
+        flush();
+    }
+}
+
+void SocketClient::flush()
+{
+    m_holdsBack = false;
+    m_socket.flush(m_session.exchange());
+}
+
+void SocketClient::hold()
+{
+    m_holdsBack = true;
+    if (!m_isDueAsked) {
+        m_isDueAsked = true;
+        m_thread.callLater(shared_from_this());
+    }
 }

@@ -22,9 +22,9 @@ class Nobody : public PanelEvents, public PanelReplies, public PanelPresence, pu
 public:
     LinkHooks hooks() { return { *this, *this, *this, *this }; }
 
-    void buttonPressed(quint16, int) override { ++pushes; }
-    void buttonReleased(quint16, int) override {}
-    void levelChanged(quint16, int, int) override {}
+    void buttonPressed(quint16, int, UntilHandled) override { ++pushes; }
+    void buttonReleased(quint16, int, UntilHandled) override {}
+    void levelChanged(quint16, int, int, UntilHandled) override {}
     void gotButtonStatus(int, int, int) override {}
     void gotButtonText(int, int, int, const QByteArray &) override {}
     void gotButtonProperty(int, int, const QByteArray &, const QVariant &) override {}

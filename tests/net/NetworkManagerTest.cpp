@@ -33,15 +33,18 @@ public:
 
     LinkHooks hooks() { return { *this, *this, *this, *this }; }
 
-    void buttonPressed(quint16 device, int channel) override
+    void buttonPressed(quint16 device, int channel, UntilHandled untilHandled) override
     {
+        if (isBusy) {
+            unhandled = std::move(untilHandled);
+        }
         tell(QStringLiteral("push %1 %2").arg(device).arg(channel));
     }
-    void buttonReleased(quint16 device, int channel) override
+    void buttonReleased(quint16 device, int channel, UntilHandled) override
     {
         tell(QStringLiteral("release %1 %2").arg(device).arg(channel));
     }
-    void levelChanged(quint16 device, int level, int value) override
+    void levelChanged(quint16 device, int level, int value, UntilHandled) override
     {
         tell(QStringLiteral("level %1 %2 %3").arg(device).arg(level).arg(value));
     }
@@ -100,6 +103,8 @@ public:
 
     QByteArray snapshot;
     std::atomic<bool> full{ false };
+    std::atomic<bool> isBusy{ false };
+    UntilHandled unhandled; // the last push, while busy
 
 private:
     void tell(const QString &what)
@@ -153,6 +158,8 @@ private Q_SLOTS:
     void toolsSeeMonitorLines();
     void textCommands_data();
     void textCommands();
+    void acknowledgementComesBeforeTheFeedback();
+    void busyProgramHoldsNoAcknowledgement();
     void rebootWhileTheMainThreadIsBusy();
     void systemNumberSendsControllersAway();
     void garbageLeavesOthersAlone();
@@ -399,6 +406,41 @@ void NetworkManagerTest::textCommands()
     QCOMPARE(tool.received.size(), reply.isEmpty() ? 0 : 1);
     const QRegularExpression whole(QRegularExpression::anchoredPattern(QStringLiteral("reply ") + reply));
     QVERIFY(reply.isEmpty() || whole.match(tool.received.first()).hasMatch());
+}
+
+void NetworkManagerTest::acknowledgementComesBeforeTheFeedback()
+{
+    QTcpSocket panel;
+    panel.connectToHost(kHere, m_network->port());
+    QVERIFY(panel.waitForConnected());
+    panel.write(frameBytes(LinkCode::kHandshake, "1:10001:test:1"));
+    QTRY_VERIFY(m_network->hasPeer(kPanel));
+    m_system->isBusy = true;
+    panel.write(QByteArray::fromHex("5651 0000000e 2a 00000007 31303030313a353a30 fc ac"));
+    QTRY_VERIFY(m_system->told().contains(QStringLiteral("push 10001 5")));
+    m_network->setRangeButtonStatus(kPanel, 5, 1, 0, 0);
+    m_system->unhandled.reset();
+    const QByteArray acknowledgement = QByteArray::fromHex("5651 00000005 21 00000007 28 ac");
+    const QByteArray feedback = "5:1:0-0";
+    QByteArray received;
+    QTRY_VERIFY((received += panel.readAll()).contains(feedback));
+    QCOMPARE(received.count(acknowledgement), 1);
+    QVERIFY(received.indexOf(acknowledgement) < received.indexOf(feedback));
+}
+
+void NetworkManagerTest::busyProgramHoldsNoAcknowledgement()
+{
+    Peer panel(1, kPanel);
+    online(panel);
+    m_system->isBusy = true;
+    QSignalSpy acknowledged(&panel.client, &LinkClient::acknowledged);
+    for (int pushes = 1; pushes <= 3; ++pushes) {
+        panel.client.push(5);
+        QTRY_COMPARE(acknowledged.count(), pushes);
+    }
+    QVERIFY(m_system->unhandled);
+    m_network.reset(); // the connection may go before the event
+    m_system->unhandled.reset();
 }
 
 void NetworkManagerTest::rebootWhileTheMainThreadIsBusy()
