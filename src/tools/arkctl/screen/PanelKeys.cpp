@@ -37,8 +37,13 @@ struct Stroke
     std::optional<int> typedOrSelectedButton() const
     {
         const QString typed = model.typedNumber();
+        if (atLevels()) {
+            model.setTypedNumber({});
+            model.setNotice(QStringLiteral("a level is selected: + and - move it, Tab goes to the buttons"));
+            return std::nullopt;
+        }
         if (typed.isEmpty()) {
-            return atLevels() ? std::nullopt : selectedButton();
+            return selectedButton();
         }
         model.setTypedNumber({});
         const int channel = typed.toInt();
@@ -125,9 +130,9 @@ PanelModel::Actions takeEnter(const Stroke &stroke)
 {
     const QString typed = stroke.model.typedNumber();
     const std::optional<int> level = stroke.selectedLevel();
-    if (stroke.atLevels() && level) {
+    if (stroke.atLevels() && level && !typed.isEmpty()) {
         stroke.model.setTypedNumber({});
-        return typed.isEmpty() ? PanelModel::Actions{} : stroke.model.setLevel(stroke.now, *level, typed.toInt());
+        return stroke.model.setLevel(stroke.now, *level, typed.toInt());
     }
     const std::optional<int> channel = stroke.typedOrSelectedButton();
     return channel ? stroke.model.press(stroke.now, *channel) : PanelModel::Actions{};
@@ -207,7 +212,9 @@ PanelModel::Actions takeWheel(const Stroke &stroke, int direction)
 KeyEffect takeKey(const Key &key, QTime now, const PanelPicture &shown, PanelModel &model)
 {
     const Stroke stroke{ key, now, shown, model };
-    model.setNotice({});
+    if (key.kind != Kind::MouseUp) { // that belongs to the stroke before
+        model.setNotice({});
+    }
     if (model.showsHelp() && key.kind != Kind::MouseUp) {
         model.setShowsHelp(false);
         return { {}, key.kind == Kind::Character && key.character == 0x03 };

@@ -197,6 +197,9 @@ void PanelModel::selectButton(int place)
 
 void PanelModel::selectLevel(int place)
 {
+    if (m_setup.levels.empty()) {
+        return;
+    }
     m_selectedLevel = clampedPlace(place, m_setup.levels);
     m_focus = Focus::Levels;
 }

@@ -43,7 +43,8 @@ public:
     bool isHeld(int channel) const { return m_held.count(channel) > 0 || m_finger == channel; }
     bool isUsable(int channel) const; // neither disabled nor hidden by the program
     QString label(int channel) const; // printable; that of the state it is in
-    int value(int level) const;
+    bool hasValue(int level) const { return m_state.level(level).has_value(); }
+    int value(int level) const;        // the lowest while nobody has said it
     LevelRange range(int level) const; // wide enough for its value
 
     /// \name The connection.
@@ -62,7 +63,7 @@ public:
     Actions moveLevel(QTime now, int level, int step);
     Actions setLevel(QTime now, int level, int value);
     void selectButton(int place);
-    void selectLevel(int place);
+    void selectLevel(int place); // where there are none the buttons stay in focus
     void addButton(int channel);
     void setFocus(Focus focus) { m_focus = focus; }
     void setTypedNumber(const QString &digits) { m_typed = digits; }

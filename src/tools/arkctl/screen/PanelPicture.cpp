@@ -58,11 +58,14 @@ private:
     void paintHelp();
     void paintRule(int row, const QString &title, const QString &atEnd);
     QString buttonText(int channel) const;
+    QString valueText(int level) const;
+    int widestValue() const;
     QString status() const;
     Canvas &canvas() { return m_picture.canvas; }
 
     const PanelModel &m_model;
     const int m_numberColumns; // of the highest channel
+    const int m_valueColumns;  // of a level, with a blank on both sides
     const PanelLayout m_layout;
     PanelPicture m_picture;
 };
@@ -100,6 +103,7 @@ QString seen(const char *what, int first, int count, size_t all)
 Painter::Painter(const PanelModel &model, int columns, int rows)
     : m_model(model)
     , m_numberColumns(digitsOf(model.setup().buttons))
+    , m_valueColumns(widestValue() + 2)
     , m_layout(planPanel(needs(), columns, rows))
     , m_picture{ Canvas(columns, rows), {}, m_layout.gridColumns, std::max(1, m_layout.gridRows) }
 {}
@@ -213,10 +217,9 @@ void Painter::paintLevel(int place, int row)
     const bool isSelected = place == m_model.selectedLevel();
     const LevelRange range = m_model.range(level);
     const int numberColumns = digitsOf(m_model.setup().levels);
-    const QString value = QString::number(m_model.value(level));
-    constexpr int kValueColumns = 7;
+    const QString value = valueText(level);
     const int barColumn = numberColumns + 5;
-    const int bar = std::min(kWidestBar, canvas().columns() - barColumn - kValueColumns);
+    const int bar = std::min(kWidestBar, canvas().columns() - barColumn - m_valueColumns);
     const Style style{ Role::Plain, isSelected && hasFocus };
     const QString sign = !isSelected ? QStringLiteral(" ")
                          : hasFocus  ? QStringLiteral("\u25b6")
@@ -232,7 +235,7 @@ void Painter::paintLevel(int place, int row)
         canvas().put(row, barColumn, filled, QString(filled, QChar(0x2588)), { Role::Bar, false });
         canvas().put(row, barColumn + filled, bar - filled, QString(bar - filled, QChar(0x2591)),
                      { Role::Faint, false });
-        canvas().put(row, barColumn + bar, kValueColumns, value.rightJustified(kValueColumns - 1), style);
+        canvas().put(row, barColumn + bar, m_valueColumns, value.rightJustified(m_valueColumns - 1), style);
     }
     m_picture.areas.push_back(
         { Area::Kind::Level, level, place, row, bar < 4 ? 0 : barColumn, 1, bar < 4 ? canvas().columns() : bar });
@@ -311,6 +314,20 @@ QString Painter::buttonText(int channel) const
     const QString label = m_model.label(channel);
     const QString number = QString::number(channel).rightJustified(m_numberColumns);
     return QString(held) + lit + QLatin1Char(' ') + number + (label.isEmpty() ? QString() : QLatin1Char(' ') + label);
+}
+
+QString Painter::valueText(int level) const
+{
+    return m_model.hasValue(level) ? QString::number(m_model.value(level)) : QStringLiteral("-");
+}
+
+int Painter::widestValue() const
+{
+    int widest = 4;
+    for (const int level : m_model.setup().levels) {
+        widest = std::max(widest, static_cast<int>(valueText(level).size()));
+    }
+    return widest;
 }
 
 QString Painter::status() const
