@@ -179,31 +179,31 @@ Outcome runPanel(const PanelArguments &arguments, const RunOptions &options)
     return arguments.words.empty() ? runScreen(arguments, options) : runScript(arguments, options);
 }
 
-constexpr auto kDescription =
-    "Be a touch panel: a screen on the terminal, or one action after the other\n\n"
-    "Without an ACTION the terminal becomes the panel: its buttons, lit or not, with the texts that the program sets, "
-    "its levels, and a log of what is sent and received. ? shows the keys, and the mouse works too. It connects again "
-    "by "
-    "itself when the controller has restarted.\n\n"
-    "With ACTIONs they are done in order over one connection, each when the controller has confirmed the one before. "
-    "A panel that is lost, or an action that finds no confirmation, ends it with status 1.";
-
 constexpr auto kActions = "push CHANNEL, release CHANNEL, press CHANNEL (both), level LEVEL VALUE, wait SECONDS, "
                           "watch (show what comes, until interrupted), - (then the lines of standard input)";
 
-constexpr auto kExamples =
+constexpr auto kFooter =
+    "Without an ACTION the terminal becomes the panel: its buttons, lit or not, with the texts that the program sets,\n"
+    "its levels, and a log of what is sent and received. ? shows the keys; the mouse works too. When the controller\n"
+    "has restarted it connects again by itself.\n\n"
+    "ACTIONs are done in order over one connection, each when the controller has confirmed the one before. With - "
+    "each\n"
+    "line of standard input has one action or more; what follows # is skipped. A connection that is lost, or an "
+    "action\n"
+    "that is not confirmed, ends it with status 1.\n\n"
     "Examples:\n"
     "  arkctl panel 10001                                 the panel on the terminal\n"
     "  arkctl panel 10001 --buttons 1-12,101 --levels 1   with these buttons and this level\n"
     "  arkctl panel 10001 press 5                         push and release button 5\n"
     "  arkctl panel 10001 push 21 wait 1.5 release 21     hold it for a second and a half\n"
     "  arkctl panel 10001 level 1 200 watch --for 10      move level 1, show the answers for ten seconds\n"
-    "  arkctl panel 10001 watch - < evening.txt           the actions of a file, one or more on a line";
+    "  arkctl panel 10001 watch - < evening.txt           the actions of a file, and what comes until Ctrl-C";
 } // namespace
 
 Command panelCommand(CLI::App &app)
 {
-    CLI::App *const word = app.add_subcommand("panel", kDescription);
+    CLI::App *const word =
+        app.add_subcommand("panel", "Be a touch panel: a screen on the terminal, or one action after the other");
     const auto arguments = std::make_shared<PanelArguments>();
     word->add_option("DEVICE", arguments->device, "The panel's device number")->required()->check(CLI::Range(1, 65535));
     word->add_option("ACTION", arguments->words, kActions);
@@ -215,6 +215,6 @@ Command panelCommand(CLI::App &app)
     word->add_option("--range", arguments->range, "From where to where its levels go (0-255)")->type_name("LOW-HIGH");
     addForOption(*word, arguments->watchSeconds, "Watch no longer than this");
     addJsonFlag(*word, arguments->wantsJson, "Show what comes as one JSON object per line");
-    word->footer(kExamples);
+    word->footer(kFooter);
     return { word, [arguments](const RunOptions &options) { return runPanel(*arguments, options); } };
 }
