@@ -38,6 +38,6 @@ private:
     const Rendering::Form m_form;
     PanelState m_state;
     QTimer *m_patience = nullptr; // Qt child; runs while an acknowledgement is awaited
-    LineInput *m_input = nullptr; // Qt child; nullptr: not read, or at its end
+    LineInput *m_input = nullptr; // Qt child; nullptr: not read
     quint32 m_awaitedId = 0;
 };

@@ -99,7 +99,7 @@ QString told(const LinkMessage &message)
     case Kind::Snapshot:
         return QStringLiteral("%1 saved states").arg(decodeSnapshot(message.body).size());
     case Kind::Other:
-        return QStringLiteral("message %1 of %2 bytes").arg(message.code, 2, 16).arg(message.body.size());
+        return QStringLiteral("message 0x%1, %2 bytes").arg(message.code, 2, 16).arg(message.body.size());
     }
     Q_UNREACHABLE();
 }
