@@ -70,21 +70,25 @@ Key keyOf(const QString &word)
     return names.contains(word) ? Key{ names.value(word) } : Key{ Kind::Character, character };
 }
 
-/// Strokes one after the other on a screen of 40 columns; what the controller is told.
+/// Strokes one after the other on a screen of 40 columns, a second between them, or 30 ms before one with "~"; what the
+/// controller is told.
 QString typed(const QString &words, PanelModel &model)
 {
+    QTime now = kNow;
     QStringList told;
     const QStringList parts = words.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    for (const QString &word : parts) {
+    for (QString word : parts) {
+        now = now.addMSecs(word.startsWith(QLatin1Char('~')) ? 30 : 1000);
+        word.remove(QLatin1Char('~'));
         if (word == QLatin1String("LOST")) {
-            model.lost(kNow, QStringLiteral("gone"));
+            model.lost(now, QStringLiteral("gone"));
             model.setLink(false, QStringLiteral("connecting"));
         } else if (word == QLatin1String("BACK")) {
-            model.connected(kNow);
+            model.connected(now);
             model.setLink(true, QStringLiteral("connected"));
         } else {
-            const KeyEffect effect = takeKey(keyOf(word), kNow, drawPanel(model, 40, 20), model);
-            const PanelModel::Actions actions = effect.ends ? model.releaseAll(kNow) : effect.actions;
+            const KeyEffect effect = takeKey(keyOf(word), now, drawPanel(model, 40, 20), model);
+            const PanelModel::Actions actions = effect.ends ? model.releaseAll(now) : effect.actions;
             told << shown(actions) + (effect.ends ? QStringLiteral("end") : QString());
         }
     }
@@ -224,7 +228,8 @@ void PanelScreenTest::strokes_data()
     row("down down down down enter", ""); // the levels are below
     row("space right space q", "+1 +2 -1 -2end");
     row("space space q", "+1 -1 end");
-    row("space enter q", "+1 -1 end"); // a press lets go of what is held
+    row("space space ~space ~space ~space space", "+1 -1 +1"); // a key that is kept down does not rattle
+    row("space enter q", "+1 -1 end");                         // a press lets go of what is held
     row("1 2 enter", "+12 -12");
     row("7 7 space 7 7 space", "+77 -77");
     row("7 7 enter right enter", "+77 -77 +77 -77"); // it is the last button now

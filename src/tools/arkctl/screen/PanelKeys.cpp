@@ -140,6 +140,9 @@ PanelModel::Actions takeEnter(const Stroke &stroke)
 
 PanelModel::Actions takeSpace(const Stroke &stroke)
 {
+    if (stroke.model.isKeyRepeat(stroke.now)) {
+        return {};
+    }
     const std::optional<int> channel = stroke.typedOrSelectedButton();
     return channel ? stroke.model.toggleHold(stroke.now, *channel) : PanelModel::Actions{};
 }

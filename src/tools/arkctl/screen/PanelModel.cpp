@@ -8,6 +8,7 @@
 namespace {
 constexpr size_t kMostCodes = 4000; // a controller that names more is not shown more
 constexpr int kLongestLabel = 100;  // characters
+constexpr int kRepeatMs = 120;      // keyboards repeat faster than that, fingers do not
 using Kind = PanelAction::Kind;
 
 /// Adds a code in its place; the selection stays on the code it was on.
@@ -36,7 +37,9 @@ QString textOf(const QByteArray &bytes)
 
 PanelModel::PanelModel(Setup setup)
     : m_setup(std::move(setup))
-{}
+{
+    m_setup.controller = ScreenText::printable(m_setup.controller);
+}
 
 bool PanelModel::isUsable(int channel) const
 {
@@ -126,6 +129,13 @@ PanelModel::Actions PanelModel::toggleHold(QTime now, int channel)
     return tell(now, { { Kind::Push, channel } });
 }
 
+bool PanelModel::isKeyRepeat(QTime now)
+{
+    const bool isRepeat = m_holdKeyAt && m_holdKeyAt->msecsTo(now) >= 0 && m_holdKeyAt->msecsTo(now) < kRepeatMs;
+    m_holdKeyAt = now;
+    return isRepeat;
+}
+
 PanelModel::Actions PanelModel::fingerDown(QTime now, int channel)
 {
     if (!canTell()) {
@@ -181,7 +191,7 @@ PanelModel::Actions PanelModel::setLevel(QTime now, int level, int value)
                        .arg(limits.highest);
         return {};
     }
-    const Actions actions = tell(now, { { Kind::Level, level, value } });
+    Actions actions = tell(now, { { Kind::Level, level, value } });
     if (!actions.empty()) {
         addLevel(level);
         m_state.moveLevel(level, value);

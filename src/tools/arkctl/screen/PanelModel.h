@@ -57,6 +57,8 @@ public:
     /// \name The person. Without a connection there is nothing to tell, and the notice says so.
     Actions press(QTime now, int channel);      // push and release; one that is held: release
     Actions toggleHold(QTime now, int channel); // push, or release of what is held
+    /// Whether the key of toggleHold() comes from a keyboard that repeats it: a relay must not rattle.
+    bool isKeyRepeat(QTime now);
     Actions fingerDown(QTime now, int channel); // of the mouse: one button at a time
     Actions fingerUp(QTime now);
     Actions releaseAll(QTime now);
@@ -79,7 +81,8 @@ private:
     PanelState m_state;
     PanelLog m_log;
     std::set<int> m_held;
-    std::optional<int> m_finger; // the button that the mouse holds
+    std::optional<int> m_finger;      // the button that the mouse holds
+    std::optional<QTime> m_holdKeyAt; // when it was struck last
     QString m_linkText;
     QString m_notice;
     QString m_typed;

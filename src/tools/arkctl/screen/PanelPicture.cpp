@@ -64,7 +64,7 @@ Painter::Painter(const PanelModel &model, int columns, int rows)
     , m_numberColumns(digitsOf(model.setup().buttons))
     , m_valueColumns(widestValue() + 2)
     , m_layout(planPanel(needs(), columns, rows))
-    , m_picture{ Canvas(columns, rows), {}, m_layout.gridColumns, std::max(1, m_layout.gridRows) }
+    , m_picture{ Canvas(columns, rows), {}, m_layout.gridColumns }
 {}
 
 PanelPicture Painter::paint()

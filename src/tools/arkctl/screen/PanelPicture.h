@@ -24,7 +24,6 @@ struct PanelPicture
     Canvas canvas;
     std::vector<Area> areas;
     int gridColumns = 1; // buttons beside each other: what "up" and "down" skip
-    int gridRows = 1;    // of buttons that are seen
 
     const Area *areaAt(int row, int column) const; // nullptr: nothing to click
 };
