@@ -17,8 +17,6 @@ struct PanelScript
     std::vector<PanelAction> actions; // press is a push and a release
     bool watches = false;             // to the end, and shows what comes from the start
     bool readsInput = false;          // then the actions of standard input follow
-
-    bool isEmpty() const { return actions.empty() && !watches && !readsInput; }
 };
 
 /// Reads the words after the device number; otherwise a text says what is wrong with them.

@@ -186,11 +186,9 @@ constexpr auto kFooter =
     "Without an ACTION the terminal becomes the panel: its buttons, lit or not, with the texts that the program sets,\n"
     "its levels, and a log of what is sent and received. ? shows the keys; the mouse works too. When the controller\n"
     "has restarted it connects again by itself.\n\n"
-    "ACTIONs are done in order over one connection, each when the controller has confirmed the one before. With - "
-    "each\n"
-    "line of standard input has one action or more; what follows # is skipped. A connection that is lost, or an "
-    "action\n"
-    "that is not confirmed, ends it with status 1.\n\n"
+    "ACTIONs are done in order over one connection, each when the controller has confirmed the one before. After -\n"
+    "come the lines of standard input, with one action or more on each; what follows # is skipped. A connection that\n"
+    "is lost, or an action that is not confirmed, ends it with status 1.\n\n"
     "Examples:\n"
     "  arkctl panel 10001                                 the panel on the terminal\n"
     "  arkctl panel 10001 --buttons 1-12,101 --levels 1   with these buttons and this level\n"
@@ -208,8 +206,7 @@ Command panelCommand(CLI::App &app)
     word->add_option("DEVICE", arguments->device, "The panel's device number")->required()->check(CLI::Range(1, 65535));
     word->add_option("ACTION", arguments->words, kActions);
     word->add_option("--buttons", arguments->buttons,
-                     "Which buttons the screen has (1-24); others that the controller "
-                     "names are added")
+                     "Which buttons the screen has (1-24); others that the controller names are added")
         ->type_name("LIST");
     word->add_option("--levels", arguments->levels, "Which levels it has (1-4)")->type_name("LIST");
     word->add_option("--range", arguments->range, "From where to where its levels go (0-255)")->type_name("LOW-HIGH");

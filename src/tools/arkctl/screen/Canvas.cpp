@@ -2,6 +2,8 @@
 #include "tools/arkctl/screen/ScreenText.h"
 #include <QVector>
 
+#include <algorithm>
+
 Canvas::Canvas(int columns, int rows)
     : m_columns(std::max(columns, 0))
     , m_rows(static_cast<size_t>(std::max(rows, 0)), std::vector<Cell>(static_cast<size_t>(m_columns)))

@@ -1,6 +1,8 @@
 #include "tools/arkctl/screen/LastingLink.h"
 #include <QTimer>
 
+#include <algorithm>
+
 namespace {
 constexpr int kFirstPauseMs = 500;
 constexpr int kLongestPauseMs = 15000;

@@ -90,7 +90,7 @@ void PanelModel::lost(QTime now, const QString &why)
     m_held.clear();
     m_finger.reset();
     note(now, QStringLiteral("connection lost: %1%2")
-                  .arg(why, hadHeld ? QStringLiteral("; what was held is released") : QString()));
+                  .arg(why, hadHeld ? QStringLiteral("; nothing is held any more") : QString()));
 }
 
 void PanelModel::take(QTime now, const LinkMessage &message)

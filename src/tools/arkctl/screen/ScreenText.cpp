@@ -1,6 +1,7 @@
 #include "tools/arkctl/screen/ScreenText.h"
 #include <QVector>
 
+#include <algorithm>
 #include <clocale>
 #include <cwchar>
 

@@ -3,8 +3,9 @@
 #include "tools/arkctl/screen/ScreenText.h"
 #include <QSocketNotifier>
 
-#include <array>
+#include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <optional>
 
 #include <sys/ioctl.h>
