@@ -50,7 +50,7 @@ cat <<'HINTS'
 
 The room is running. In another terminal:
     build/release/bin/arkctl monitor                  watch what it does
-    build/release/bin/arkctl panel 10001 push 1       push a button of the panel
+    build/release/bin/arkctl panel 10001              be its panel: 1 and Enter switch the room on
 Control-C ends it.
 
 HINTS

@@ -79,12 +79,18 @@ void LinkClient::connectTo(const QString &host, quint16 port)
     m_parser = FrameParser();
     m_pending.clear();
     m_received = DuplicateFilter();
+    m_lastHeardMs = m_clock.elapsed();
     m_socket->connectToHost(host, port);
 }
 
 void LinkClient::close()
 {
     m_socket->disconnectFromHost();
+}
+
+void LinkClient::abort()
+{
+    m_socket->abort();
 }
 
 quint32 LinkClient::push(int channel)
@@ -157,6 +163,7 @@ void LinkClient::sendFrames(const QByteArray &frames)
 
 void LinkClient::readAvailable()
 {
+    m_lastHeardMs = m_clock.elapsed();
     const std::vector<Frame> frames = m_parser.feed(m_socket->readAll());
     for (const Frame &frame : frames) {
         if (frame.checksumOk) {

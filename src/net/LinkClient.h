@@ -34,9 +34,11 @@ public:
     bool isIntroduced() const { return m_isIntroduced; }
     int pendingMessages() const { return m_pending.pending(); } // sent and not acknowledged yet
     int deviceNumber() const { return m_identity.deviceNumber; }
+    qint64 silentMs() const { return m_clock.elapsed() - m_lastHeardMs; } // since the controller sent something
 
     void connectTo(const QString &host, quint16 port = kDefaultPort);
     void close();
+    void abort(); // at once, and what waits to be sent is dropped: for a peer that takes nothing any more
     void setHeartbeats(bool isOn) { m_sendsHeartbeats = isOn; } // off: to be a peer that has died
 
     /// \name What panels report. Each returns the message id that acknowledged() will name.
@@ -78,6 +80,7 @@ private:
     ResendTable m_pending;
     DuplicateFilter m_received;
     quint32 m_lastMessageId = 0;
+    qint64 m_lastHeardMs = 0;
     int m_ticks = 0;
     bool m_isIntroduced = false;
     bool m_sendsHeartbeats = true;

@@ -17,13 +17,14 @@ QString shown(const std::variant<PanelScript, std::string> &parsed)
     const PanelScript &script = std::get<PanelScript>(parsed);
     QStringList steps;
     for (const PanelAction &action : script.actions) {
-        const char *const names[] = { "push", "release", "level" };
+        const char *const names[] = { "push", "release", "level", "wait" };
         steps << QStringLiteral("%1 %2 %3")
                      .arg(QLatin1String(names[static_cast<int>(action.kind)]))
                      .arg(action.code)
                      .arg(action.value);
     }
-    return steps.join(QStringLiteral(", ")) + (script.watches ? QStringLiteral(" watch") : QString());
+    return steps.join(QStringLiteral(", ")) + (script.watches ? QStringLiteral(" watch") : QString()) +
+           (script.readsInput ? QStringLiteral(" then input") : QString());
 }
 } // namespace
 
@@ -33,6 +34,7 @@ class ArkctlTest : public QObject
 private Q_SLOTS:
     void scripts_data();
     void scripts();
+    void scriptLines();
     void endpoints_data();
     void endpoints();
     void panelRemembersGroups();
@@ -58,12 +60,19 @@ void ArkctlTest::scripts_data()
     row("push 5 release 5 watch", "push 5 0, release 5 0 watch");
     row("press 5", "push 5 0, release 5 0");
     row("watch level 1 -20", "level 1 -20 watch");
+    row("push 5 wait 0.25 watch -", "push 5 0, wait 0 250 watch then input");
+    row("- push 5", "fault: after - only watch may follow, not push");
+    row("wait", "fault: the time after wait is missing");
+    row("wait 1s", "fault: the time after wait is not a number of seconds: 1s");
+    row("wait -1", "fault: the time after wait is not a number of seconds: -1");
+    row("wait nan", "fault: the time after wait is not a number of seconds: nan");
+    row("wait 1e300", "fault: the time after wait is not a number of seconds: 1e300");
     row("push", "fault: the channel after push is missing");
     row("push 5x", "fault: the channel after push is not a number: 5x");
     row("push 99999999999", "fault: the channel after push is not a number: 99999999999");
     row("push -5", "fault: the channel after push must not be negative");
     row("level 1", "fault: the value after level 1 is missing");
-    row("poke 5", "fault: unknown action: poke (there are push, release, press, level and watch)");
+    row("poke 5", "fault: unknown action: poke (there are push, release, press, level, wait and watch)");
 }
 
 void ArkctlTest::scripts()
@@ -75,6 +84,13 @@ void ArkctlTest::scripts()
         list.push_back(word.toStdString());
     }
     QTEST(shown(parsePanelScript(list)), "script");
+}
+
+void ArkctlTest::scriptLines()
+{
+    QCOMPARE(shown(parsePanelLine("\tpress  5 # the lamp\r")), QStringLiteral("push 5 0, release 5 0"));
+    QCOMPARE(shown(parsePanelLine("#")), QString());
+    QCOMPARE(shown(parsePanelLine("push 5 -")), QStringLiteral("fault: - is for the command line only"));
 }
 
 void ArkctlTest::endpoints_data()

@@ -1,7 +1,9 @@
 #include "tools/arkctl/PanelActions.h"
 
 #include <charconv>
+#include <cmath>
 #include <optional>
+#include <sstream>
 
 namespace {
 std::optional<int> numberIn(const std::string &word)
@@ -47,6 +49,24 @@ public:
         return value.value_or(0);
     }
 
+    /// Seconds, also parts of them, as milliseconds.
+    int milliseconds(const std::string &what)
+    {
+        constexpr double kLongestSeconds = 1e6;
+        if (atEnd()) {
+            setFault(what + " is missing");
+            return 0;
+        }
+        const std::string &text = word();
+        double seconds = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+        if (error != std::errc() || end != text.data() + text.size() || !(seconds >= 0 && seconds <= kLongestSeconds)) {
+            setFault(what + " is not a number of seconds: " + text);
+            return 0;
+        }
+        return static_cast<int>(std::lround(seconds * 1000));
+    }
+
 private:
     const std::vector<std::string> &m_words;
     size_t m_next = 0;
@@ -59,6 +79,12 @@ void readAction(ScriptReader &reader, PanelScript &script)
     const std::string verb = reader.word();
     if (verb == "watch") {
         script.watches = true;
+    } else if (verb == "-") {
+        script.readsInput = true;
+    } else if (script.readsInput) {
+        reader.setFault("after - only watch may follow, not " + verb);
+    } else if (verb == "wait") {
+        script.actions.push_back({ Kind::Wait, 0, reader.milliseconds("the time after wait") });
     } else if (verb == "push") {
         script.actions.push_back({ Kind::Push, reader.natural("the channel after push") });
     } else if (verb == "release") {
@@ -72,7 +98,7 @@ void readAction(ScriptReader &reader, PanelScript &script)
         script.actions.push_back(
             { Kind::Level, level, reader.number("the value after level " + std::to_string(level)) });
     } else {
-        reader.setFault("unknown action: " + verb + " (there are push, release, press, level and watch)");
+        reader.setFault("unknown action: " + verb + " (there are push, release, press, level, wait and watch)");
     }
 }
 } // namespace
@@ -87,8 +113,18 @@ std::variant<PanelScript, std::string> parsePanelScript(const std::vector<std::s
     if (!reader.fault().empty()) {
         return reader.fault();
     }
-    if (script.actions.empty() && !script.watches) {
-        return "nothing to do: name an action, such as push 5";
-    }
     return script;
+}
+
+std::variant<PanelScript, std::string> parsePanelLine(const std::string &line)
+{
+    std::istringstream stream(line.substr(0, line.find('#')));
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) {
+        if (word == "-") {
+            return "- is for the command line only";
+        }
+        words.push_back(word);
+    }
+    return parsePanelScript(words);
 }

@@ -1,12 +1,15 @@
 #include "tools/arkctl/PanelCommand.h"
 #include "tools/arkctl/Command.h"
+#include "tools/arkctl/LineInput.h"
+#include "tools/arkctl/screen/PanelScreen.h"
 #include <QDateTime>
 #include <QTimer>
 
 PanelCommand::PanelCommand(const RunOptions &options, int device, const PanelScript &script, std::optional<int> watchMs,
                            Rendering::Form form)
     : LinkRun(panel(device), options)
-    , m_script(script)
+    , m_actions(script.actions.begin(), script.actions.end())
+    , m_watches(script.watches)
     , m_watchMs(watchMs)
     , m_form(form)
     , m_patience(new QTimer(this))
@@ -25,6 +28,14 @@ PanelCommand::PanelCommand(const RunOptions &options, int device, const PanelScr
             next();
         }
     });
+    if (script.readsInput) {
+        m_input = new LineInput(this);
+        connect(m_input, &LineInput::line, this, &PanelCommand::takeLine);
+        connect(m_input, &LineInput::ended, this, &PanelCommand::end);
+        connect(m_input, &LineInput::failed, this, [this](const std::string &why) {
+            fail("standard input: " + why, "one action on each line, such as push 5");
+        });
+    }
 }
 
 void PanelCommand::begin()
@@ -35,15 +46,19 @@ void PanelCommand::begin()
 void PanelCommand::next()
 {
     m_patience->stop();
-    if (m_next == m_script.actions.size()) {
-        if (!m_script.watches) {
-            finish(Outcome::Done);
-        } else if (m_watchMs) {
-            QTimer::singleShot(*m_watchMs, this, [this] { finish(Outcome::Done); });
-        }
-        return;
+    if (!m_actions.empty()) {
+        const PanelAction action = m_actions.front();
+        m_actions.pop_front();
+        perform(action);
+    } else if (m_input) {
+        m_input->ask();
+    } else {
+        end();
     }
-    const PanelAction &action = m_script.actions.at(m_next++);
+}
+
+void PanelCommand::perform(const PanelAction &action)
+{
     switch (action.kind) {
     case PanelAction::Kind::Push:
         m_awaitedId = client().push(action.code);
@@ -54,15 +69,43 @@ void PanelCommand::next()
     case PanelAction::Kind::Level:
         m_awaitedId = client().reportLevel(action.code, action.value);
         break;
+    case PanelAction::Kind::Wait:
+        QTimer::singleShot(action.value, this, &PanelCommand::next);
+        return;
     }
     m_patience->start();
+}
+
+void PanelCommand::end()
+{
+    if (!m_watches) {
+        finish(Outcome::Done);
+    } else if (m_watchMs) {
+        QTimer::singleShot(*m_watchMs, this, [this] { finish(Outcome::Done); });
+    }
+}
+
+void PanelCommand::takeLine(const std::string &line)
+{
+    const auto parsed = parsePanelLine(line);
+    if (const auto *fault = std::get_if<std::string>(&parsed)) {
+        Console::complain("line " + std::to_string(m_input->lineNumber()) + ": " + *fault,
+                          "the lines before it are done, those after it are not");
+        finish(Outcome::WrongUse);
+        return;
+    }
+    const PanelScript &script = std::get<PanelScript>(parsed);
+    m_actions.assign(script.actions.begin(), script.actions.end());
+    m_watches = m_watches || script.watches;
+    // From the event loop: a long row of empty lines must not call itself deeper and deeper.
+    QTimer::singleShot(0, this, &PanelCommand::next);
 }
 
 void PanelCommand::take(const LinkMessage &message)
 {
     m_state.take(message);
     m_state.answer(message, client());
-    if (m_script.watches) {
+    if (m_watches) {
         console().print(Rendering::panelMessage(m_form, QDateTime::currentDateTime(), message));
     }
 }
@@ -74,15 +117,26 @@ struct PanelArguments
     std::vector<std::string> words;
     std::optional<double> watchSeconds;
     bool wantsJson = false;
+    std::optional<std::string> buttons;
+    std::optional<std::string> levels;
+    std::optional<std::string> range;
+
+    bool hasScreenOptions() const { return buttons || levels || range; }
 };
 
-Outcome runPanel(const PanelArguments &arguments, const RunOptions &options)
+constexpr auto kDefaultButtons = "1-24";
+constexpr auto kDefaultLevels = "1-4";
+
+Outcome runScript(const PanelArguments &arguments, const RunOptions &options)
 {
     const auto parsed = parsePanelScript(arguments.words);
     if (const auto *fault = std::get_if<std::string>(&parsed)) {
         return wrongUse(*fault);
     }
     const PanelScript &script = std::get<PanelScript>(parsed);
+    if (arguments.hasScreenOptions()) {
+        return wrongUse("--buttons, --levels and --range are for the screen, which has no actions");
+    }
     if (arguments.watchSeconds && !script.watches) {
         return wrongUse("--for needs the action watch");
     }
@@ -90,17 +144,74 @@ Outcome runPanel(const PanelArguments &arguments, const RunOptions &options)
                         formOf(arguments.wantsJson))
         .run();
 }
+
+Outcome runScreen(const PanelArguments &arguments, const RunOptions &options)
+{
+    if (arguments.watchSeconds || arguments.wantsJson) {
+        return wrongUse("--for and --json need the action watch");
+    }
+    PanelModel::Setup setup;
+    setup.device = arguments.device;
+    setup.controller = QString::fromStdString(options.endpoint.text());
+    for (auto [text, codes] : { std::pair(arguments.buttons.value_or(kDefaultButtons), &setup.buttons),
+                                std::pair(arguments.levels.value_or(kDefaultLevels), &setup.levels) }) {
+        const auto parsed = parseCodeList(text);
+        if (const auto *fault = std::get_if<std::string>(&parsed)) {
+            return wrongUse(*fault);
+        }
+        *codes = std::get<std::vector<int>>(parsed);
+    }
+    if (arguments.range) {
+        const auto parsed = parseLevelRange(*arguments.range);
+        if (const auto *fault = std::get_if<std::string>(&parsed)) {
+            return wrongUse(*fault);
+        }
+        setup.range = std::get<LevelRange>(parsed);
+    }
+    if (!Terminal::isThere()) {
+        return wrongUse("without an action the panel is a screen, and this is no terminal: name an action, or -");
+    }
+    return PanelScreen(options, setup).run();
+}
+
+Outcome runPanel(const PanelArguments &arguments, const RunOptions &options)
+{
+    return arguments.words.empty() ? runScreen(arguments, options) : runScript(arguments, options);
+}
+
+constexpr auto kActions = "push CHANNEL, release CHANNEL, press CHANNEL (both), level LEVEL VALUE, wait SECONDS, "
+                          "watch (show what comes, until interrupted), - (then the lines of standard input)";
+
+constexpr auto kFooter =
+    "Without an ACTION the terminal becomes the panel: its buttons, lit or not, with the texts that the program sets,\n"
+    "its levels, and a log of what is sent and received. ? shows the keys; the mouse works too. When the controller\n"
+    "has restarted it connects again by itself.\n\n"
+    "ACTIONs are done in order over one connection, each when the controller has confirmed the one before. After -\n"
+    "come the lines of standard input, with one action or more on each; what follows # is skipped. A connection that\n"
+    "is lost, or an action that is not confirmed, ends it with status 1.\n\n"
+    "Examples:\n"
+    "  arkctl panel 10001                                 the panel on the terminal\n"
+    "  arkctl panel 10001 --buttons 1-12,101 --levels 1   with these buttons and this level\n"
+    "  arkctl panel 10001 press 5                         push and release button 5\n"
+    "  arkctl panel 10001 push 21 wait 1.5 release 21     hold it for a second and a half\n"
+    "  arkctl panel 10001 level 1 200 watch --for 10      move level 1, show the answers for ten seconds\n"
+    "  arkctl panel 10001 watch - < evening.txt           the actions of a file, and what comes until Ctrl-C";
 } // namespace
 
 Command panelCommand(CLI::App &app)
 {
-    CLI::App *const word = app.add_subcommand("panel", "Act as a touch panel: one action after the other");
+    CLI::App *const word =
+        app.add_subcommand("panel", "Be a touch panel: a screen on the terminal, or one action after the other");
     const auto arguments = std::make_shared<PanelArguments>();
     word->add_option("DEVICE", arguments->device, "The panel's device number")->required()->check(CLI::Range(1, 65535));
-    word->add_option("ACTION", arguments->words,
-                     "push CHANNEL | release CHANNEL | press CHANNEL | level LEVEL VALUE | watch")
-        ->required();
+    word->add_option("ACTION", arguments->words, kActions);
+    word->add_option("--buttons", arguments->buttons,
+                     "Which buttons the screen has (1-24); others that the controller names are added")
+        ->type_name("LIST");
+    word->add_option("--levels", arguments->levels, "Which levels it has (1-4)")->type_name("LIST");
+    word->add_option("--range", arguments->range, "From where to where its levels go (0-255)")->type_name("LOW-HIGH");
     addForOption(*word, arguments->watchSeconds, "Watch no longer than this");
     addJsonFlag(*word, arguments->wantsJson, "Show what comes as one JSON object per line");
+    word->footer(kFooter);
     return { word, [arguments](const RunOptions &options) { return runPanel(*arguments, options); } };
 }

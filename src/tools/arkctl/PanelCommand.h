@@ -4,12 +4,15 @@
 #include "tools/arkctl/PanelState.h"
 #include "tools/arkctl/Rendering.h"
 
+#include <deque>
 #include <optional>
 
+class LineInput;
 class QTimer;
 
-/// arkctl panel: is a touch panel that pushes and releases buttons, moves levels and shows what the controller sends.
-/// Each step waits for the acknowledgement of the one before.
+/// arkctl panel with actions: is a touch panel that pushes and releases buttons, moves levels and shows what the
+/// controller sends. Each step waits for the acknowledgement of the one before; a line of standard input is read when
+/// those before it are done.
 /// Owns, Thread, Ends: as LinkRun.
 class PanelCommand final : public LinkRun
 {
@@ -24,13 +27,17 @@ protected:
 
 private:
     void next();
+    void perform(const PanelAction &action);
+    void end(); // of the actions
+    void takeLine(const std::string &line);
     void take(const LinkMessage &message);
 
-    const PanelScript m_script;
+    std::deque<PanelAction> m_actions; // to be done
+    bool m_watches = false;
     const std::optional<int> m_watchMs;
     const Rendering::Form m_form;
     PanelState m_state;
     QTimer *m_patience = nullptr; // Qt child; runs while an acknowledgement is awaited
-    size_t m_next = 0;
+    LineInput *m_input = nullptr; // Qt child; nullptr: not read
     quint32 m_awaitedId = 0;
 };

@@ -11,6 +11,23 @@ QByteArray answered(PropertyKind kind, const QByteArray &name, const QByteArray 
 }
 } // namespace
 
+std::optional<qint64> PanelState::level(qint64 code) const
+{
+    const auto found = m_levels.constFind(code);
+    return found == m_levels.constEnd() ? std::nullopt : std::optional(*found);
+}
+
+QByteArray PanelState::stateProperty(qint64 channel, qint64 state, const QByteArray &name) const
+{
+    return m_stateProperties.value({ { channel, state }, name });
+}
+
+void PanelState::forgetFeedback()
+{
+    m_statuses.clear();
+    m_levels.clear();
+}
+
 void PanelState::take(const LinkMessage &message)
 {
     using Kind = LinkMessage::Kind;
@@ -22,6 +39,10 @@ void PanelState::take(const LinkMessage &message)
     } else if (message.kind == Kind::ChannelStatuses) {
         for (const LinkMessage::Pair &pair : message.pairs) {
             m_statuses.insert(pair.first, static_cast<int>(pair.second));
+        }
+    } else if (message.kind == Kind::Levels) {
+        for (const LinkMessage::Pair &pair : message.pairs) {
+            m_levels.insert(pair.first, pair.second);
         }
     } else if (message.kind == Kind::Snapshot) {
         takeSnapshot(message.body);
@@ -51,11 +72,11 @@ void PanelState::answer(const LinkMessage &question, LinkClient &client) const
     if (question.kind == Kind::StatusQuery) {
         client.answerStatus(channelCode, status(channel));
     } else if (question.kind == Kind::TextQuery) {
-        client.answerText(channelCode, stateIndex, m_stateProperties.value({ { channel, state }, "text" }));
+        client.answerText(channelCode, stateIndex, stateProperty(channel, state, "text"));
     } else if (question.kind == Kind::PropertyQuery) {
         client.answerProperty(channelCode, name, answered(PropertyKind::Button, name, property(channel, name)));
     } else if (question.kind == Kind::StatePropertyQuery) {
-        const QByteArray known = m_stateProperties.value({ { channel, state }, name });
+        const QByteArray known = stateProperty(channel, state, name);
         client.answerStateProperty(channelCode, stateIndex, name, answered(PropertyKind::State, name, known));
     } else if (question.kind == Kind::PagePropertyQuery) {
         const QByteArray page = question.field("page");
@@ -94,7 +115,9 @@ void PanelState::takeSnapshot(const QByteArray &body)
             takeRange(record.channel, record.status, record.third, record.fourth);
         } else if (record.kind == 2) {
             takeList(record.channel, record.status, QVector<qint64>(record.channels.begin(), record.channels.end()));
-        } else if (record.third == 0) { // else a level
+        } else if (record.third != 0) {
+            m_levels.insert(record.third, record.fourth);
+        } else {
             m_statuses.insert(record.channel, record.status);
         }
     }

@@ -1,0 +1,298 @@
+#include "tools/arkctl/screen/PanelPicture.h"
+#include "tools/arkctl/screen/PanelHelp.h"
+#include "tools/arkctl/screen/PanelLayout.h"
+#include "tools/arkctl/screen/PanelModel.h"
+#include "tools/arkctl/screen/ScreenText.h"
+#include <QStringList>
+
+#include <algorithm>
+
+namespace {
+using Area = PanelPicture::Area;
+
+constexpr int kWidestLabel = 18;
+constexpr int kWidestBar = 60;
+
+/// Draws one picture: each function one part of it.
+class Painter
+{
+public:
+    Painter(const PanelModel &model, int columns, int rows);
+    PanelPicture paint();
+
+private:
+    PanelNeeds needs() const;
+    void paintHeading();
+    void paintButtons();
+    void paintButton(int place, int row, int column);
+    void paintFrame(int row, int column, bool isSelected, Style style);
+    void paintLevels();
+    void paintLevel(int place, int row);
+    void paintLog();
+    void paintStatus();
+    void paintRule(int row, const QString &title, const QString &atEnd);
+    QString buttonText(int channel) const;
+    QString valueText(int level) const;
+    int widestValue() const;
+    QString status() const;
+    Canvas &canvas() { return m_picture.canvas; }
+
+    const PanelModel &m_model;
+    const int m_numberColumns; // of the highest channel
+    const int m_valueColumns;  // of a level, with a blank on both sides
+    const PanelLayout m_layout;
+    PanelPicture m_picture;
+};
+
+int digitsOf(const std::vector<int> &codes)
+{
+    return codes.empty() ? 1 : static_cast<int>(QString::number(codes.back()).size());
+}
+
+QString seen(const char *what, int first, int count, size_t all)
+{
+    return count <= 0 || static_cast<size_t>(count) >= all ? QString()
+                                                           : QStringLiteral("%1 %2 to %3 of %4")
+                                                                 .arg(QLatin1String(what))
+                                                                 .arg(first + 1)
+                                                                 .arg(std::min(first + count, static_cast<int>(all)))
+                                                                 .arg(all);
+}
+
+Painter::Painter(const PanelModel &model, int columns, int rows)
+    : m_model(model)
+    , m_numberColumns(digitsOf(model.setup().buttons))
+    , m_valueColumns(widestValue() + 2)
+    , m_layout(planPanel(needs(), columns, rows))
+    , m_picture{ Canvas(columns, rows), {}, m_layout.gridColumns }
+{}
+
+PanelPicture Painter::paint()
+{
+    paintHeading();
+    paintButtons();
+    paintLevels();
+    paintLog();
+    paintStatus();
+    if (m_model.showsHelp()) {
+        paintHelp(canvas());
+    }
+    return std::move(m_picture);
+}
+
+PanelNeeds Painter::needs() const
+{
+    const PanelModel::Setup &setup = m_model.setup();
+    int label = 0;
+    for (const int channel : setup.buttons) {
+        label = std::max(label, std::min(kWidestLabel, ScreenText::columnsOf(m_model.label(channel))));
+    }
+    constexpr int kFrameAndSigns = 6; // a frame on both sides, the signs of held and lit, two blanks
+    PanelNeeds needs;
+    needs.buttons = static_cast<int>(setup.buttons.size());
+    needs.selectedButton = m_model.selectedButton();
+    needs.buttonColumns = kFrameAndSigns + m_numberColumns + (label > 0 ? label + 1 : 0);
+    needs.levels = static_cast<int>(setup.levels.size());
+    needs.selectedLevel = m_model.selectedLevel();
+    needs.levelsFirst = m_model.focus() == PanelModel::Focus::Levels;
+    return needs;
+}
+
+void Painter::paintHeading()
+{
+    const Style style{ m_model.isConnected() ? Role::Heading : Role::Alarm, true };
+    const QString state = (m_model.isConnected() ? QStringLiteral("\u25cf ") : QStringLiteral("\u25cb ")) +
+                          m_model.linkText() + QLatin1Char(' ');
+    const QString who = QStringLiteral(" Panel %1 at %2").arg(m_model.setup().device).arg(m_model.setup().controller);
+    const int columns = canvas().columns();
+    const int stateColumns = std::min(columns, ScreenText::columnsOf(state));
+    canvas().put(0, 0, columns - stateColumns, who, style);
+    canvas().put(0, columns - stateColumns, stateColumns, state, style);
+}
+
+void Painter::paintButtons()
+{
+    const int last = std::min(static_cast<int>(m_model.setup().buttons.size()),
+                              m_layout.firstButton + m_layout.gridRows * m_layout.gridColumns);
+    for (int place = m_layout.firstButton; place < last; ++place) {
+        const int index = place - m_layout.firstButton;
+        paintButton(place, m_layout.gridTop + index / m_layout.gridColumns * m_layout.cellRows,
+                    index % m_layout.gridColumns * (m_layout.cellColumns + 1));
+    }
+}
+
+void Painter::paintButton(int place, int row, int column)
+{
+    const int channel = m_model.setup().buttons.at(static_cast<size_t>(place));
+    const bool isSelected = m_model.focus() == PanelModel::Focus::Buttons && place == m_model.selectedButton();
+    const Role role = m_model.isHeld(channel)     ? Role::Held
+                      : m_model.isLit(channel)    ? Role::Lit
+                      : m_model.isUsable(channel) ? Role::Plain
+                                                  : Role::Faint;
+    const int width = m_layout.cellColumns;
+    const Style frame{ isSelected ? Role::Plain : Role::Faint, isSelected };
+    int textRow = row;
+    if (m_layout.cellRows > 1) {
+        paintFrame(row, column, isSelected, frame);
+        textRow = row + 1;
+    } else if (isSelected) {
+        canvas().put(row, column, 1, QStringLiteral("["), frame);
+        canvas().put(row, column + width - 1, 1, QStringLiteral("]"), frame);
+    }
+    canvas().put(textRow, column + 1, width - 2, buttonText(channel), { role, isSelected });
+    m_picture.areas.push_back({ Area::Kind::Button, channel, place, row, column, m_layout.cellRows, width });
+}
+
+void Painter::paintFrame(int row, int column, bool isSelected, Style style)
+{
+    const QString parts = isSelected ? QStringLiteral("\u250f\u2501\u2513\u2503\u2517\u251b")
+                                     : QStringLiteral("\u250c\u2500\u2510\u2502\u2514\u2518");
+    const int width = m_layout.cellColumns;
+    const QString line(std::max(0, width - 2), parts.at(1));
+    canvas().put(row, column, width, parts.at(0) + line + parts.at(2), style);
+    canvas().put(row + 1, column, 1, parts.at(3), style);
+    canvas().put(row + 1, column + width - 1, 1, parts.at(3), style);
+    canvas().put(row + 2, column, width, parts.at(4) + line + parts.at(5), style);
+}
+
+void Painter::paintLevels()
+{
+    const int last =
+        std::min(static_cast<int>(m_model.setup().levels.size()), m_layout.firstLevel + m_layout.levelRows);
+    if (m_layout.levelsRule >= 0) {
+        paintRule(m_layout.levelsRule, QStringLiteral("Levels"),
+                  seen("buttons", m_layout.firstButton, m_layout.gridRows * m_layout.gridColumns,
+                       m_model.setup().buttons.size()));
+    }
+    for (int place = m_layout.firstLevel; place < last; ++place) {
+        paintLevel(place, m_layout.levelsTop + place - m_layout.firstLevel);
+    }
+}
+
+void Painter::paintLevel(int place, int row)
+{
+    const int level = m_model.setup().levels.at(static_cast<size_t>(place));
+    const bool hasFocus = m_model.focus() == PanelModel::Focus::Levels;
+    const bool isSelected = place == m_model.selectedLevel();
+    const LevelRange range = m_model.range(level);
+    const int numberColumns = digitsOf(m_model.setup().levels);
+    const QString value = valueText(level);
+    const int barColumn = numberColumns + 5;
+    const int bar = std::min(kWidestBar, canvas().columns() - barColumn - m_valueColumns);
+    const Style style{ Role::Plain, isSelected && hasFocus };
+    const QString sign = !isSelected ? QStringLiteral(" ")
+                         : hasFocus  ? QStringLiteral("\u25b6")
+                                     : QStringLiteral("\u25b7");
+    const QString number = QString::number(level).rightJustified(numberColumns);
+    if (bar < 4) { // a number says more than so short a bar
+        canvas().put(row, 0, canvas().columns(), sign + number + QLatin1Char(' ') + value, style);
+    } else {
+        const qint64 span = qint64(range.highest) - range.lowest;
+        const qint64 above = qint64(m_model.value(level)) - range.lowest;
+        const int filled = span > 0 ? static_cast<int>(above * bar / span) : 0;
+        canvas().put(row, 0, barColumn, QLatin1Char(' ') + sign + QLatin1Char(' ') + number, style);
+        canvas().put(row, barColumn, filled, QString(filled, QChar(0x2588)), { Role::Bar, false });
+        canvas().put(row, barColumn + filled, bar - filled, QString(bar - filled, QChar(0x2591)),
+                     { Role::Faint, false });
+        canvas().put(row, barColumn + bar, m_valueColumns, value.rightJustified(m_valueColumns - 1), style);
+    }
+    m_picture.areas.push_back(
+        { Area::Kind::Level, level, place, row, bar < 4 ? 0 : barColumn, 1, bar < 4 ? canvas().columns() : bar });
+}
+
+void Painter::paintLog()
+{
+    if (m_layout.logRule >= 0) {
+        paintRule(m_layout.logRule, QStringLiteral("Log"),
+                  seen("levels", m_layout.firstLevel, m_layout.levelRows, m_model.setup().levels.size()));
+    }
+    const auto &lines = m_model.log().lines();
+    const int count = std::min(m_layout.logRows, static_cast<int>(lines.size()));
+    for (int index = 0; index < count; ++index) {
+        using Source = PanelLog::Source;
+        const PanelLog::Line &line = lines.at(lines.size() - static_cast<size_t>(count - index));
+        const int row = m_layout.logTop + index;
+        const bool isSent = line.source == Source::Panel;
+        const Role role = isSent ? Role::Sent : line.source == Source::Program ? Role::Command : Role::Plain;
+        const QString sign = isSent                        ? QStringLiteral("\u2192 ")
+                             : line.source == Source::Link ? QStringLiteral("\u00b7 ")
+                                                           : QStringLiteral("\u2190 ");
+        const bool showsTime = canvas().columns() >= 40;
+        const int column = showsTime ? 10 : 0;
+        canvas().put(row, 1, column - 1, line.when.toString(QStringLiteral("HH:mm:ss")), { Role::Faint, false });
+        canvas().put(row, column, canvas().columns() - column, sign + line.text, { role, role == Role::Command });
+    }
+}
+
+void Painter::paintStatus()
+{
+    const bool isFault = !m_model.notice().isEmpty() && m_model.typedNumber().isEmpty();
+    canvas().put(m_layout.statusRow, 0, canvas().columns(), QLatin1Char(' ') + status(),
+                 { isFault ? Role::Alarm : Role::Plain, isFault || !m_model.typedNumber().isEmpty() });
+}
+
+void Painter::paintRule(int row, const QString &title, const QString &atEnd)
+{
+    const QString line(canvas().columns(), QChar(0x2500));
+    const Style style{ Role::Faint, false };
+    canvas().put(row, 0, canvas().columns(), line, style);
+    const QString shown = QLatin1Char(' ') + title + QLatin1Char(' ');
+    canvas().put(row, 1, static_cast<int>(shown.size()), shown, style);
+    if (!atEnd.isEmpty()) {
+        const int width = static_cast<int>(atEnd.size()) + 2;
+        canvas().put(row, std::max(0, canvas().columns() - width - 1), width,
+                     QLatin1Char(' ') + atEnd + QLatin1Char(' '), style);
+    }
+}
+
+QString Painter::buttonText(int channel) const
+{
+    const QChar held = m_model.isHeld(channel) ? QChar(0x25bc) : QChar(0x20);
+    const QChar lit = m_model.isLit(channel) ? QChar(0x25cf) : QChar(0x25cb);
+    const QString label = m_model.label(channel);
+    const QString number = QString::number(channel).rightJustified(m_numberColumns);
+    return QString(held) + lit + QLatin1Char(' ') + number + (label.isEmpty() ? QString() : QLatin1Char(' ') + label);
+}
+
+QString Painter::valueText(int level) const
+{
+    return m_model.hasValue(level) ? QString::number(m_model.value(level)) : QStringLiteral("-");
+}
+
+int Painter::widestValue() const
+{
+    int widest = 4;
+    for (const int level : m_model.setup().levels) {
+        widest = std::max(widest, static_cast<int>(valueText(level).size()));
+    }
+    return widest;
+}
+
+QString Painter::status() const
+{
+    const bool atLevels = m_model.focus() == PanelModel::Focus::Levels;
+    if (!m_model.typedNumber().isEmpty()) {
+        const auto &levels = m_model.setup().levels;
+        const bool hasLevel = atLevels && !levels.empty();
+        return hasLevel ? QStringLiteral("level %1 to %2_   Enter: set")
+                              .arg(levels.at(static_cast<size_t>(m_model.selectedLevel())))
+                              .arg(m_model.typedNumber())
+                        : QStringLiteral("button %1_   Enter: press   Space: hold").arg(m_model.typedNumber());
+    }
+    return m_model.notice().isEmpty() ? keyHints(atLevels, m_picture.canvas.columns() - 1) : m_model.notice();
+}
+} // namespace
+
+const PanelPicture::Area *PanelPicture::areaAt(int row, int column) const
+{
+    const auto found = std::find_if(areas.begin(), areas.end(), [row, column](const Area &area) {
+        return row >= area.row && row < area.row + area.rows && column >= area.column &&
+               column < area.column + area.columns;
+    });
+    return found == areas.end() ? nullptr : &*found;
+}
+
+PanelPicture drawPanel(const PanelModel &model, int columns, int rows)
+{
+    return Painter(model, columns, rows).paint();
+}
