@@ -32,6 +32,9 @@ bool areSame(const QString &one, const QString &other)
 Outcome build(const BuildArguments &arguments)
 {
     const QString source = QString::fromStdString(arguments.source);
+    if (source == kStandardInput && arguments.output.empty()) {
+        return wrongUse("standard input has no name for the object file: give one with -o");
+    }
     const QString output = arguments.output.empty() ? besideSource(source) : QString::fromStdString(arguments.output);
     if (areSame(source, output)) {
         complain(QStringLiteral("the output %1 would overwrite the source").arg(output),
@@ -58,7 +61,8 @@ Command buildCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("build", "Compile a source into an object file");
     const auto arguments = std::make_shared<BuildArguments>();
-    word->add_option("SOURCE", arguments->source, "The source file; what it includes is looked for beside it")
+    word->add_option("SOURCE", arguments->source,
+                     "The source file, - for standard input; what it includes is looked for beside it")
         ->required();
     word->add_option("-o,--output", arguments->output, "The object file (the source's name with .pobj)")
         ->type_name("FILE");

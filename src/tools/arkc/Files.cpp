@@ -75,9 +75,9 @@ std::optional<Diagnostic> sourceProblem(const Input &input, Emptiness emptiness)
     }
     const ReadSource source = decodeSource(input.bytes);
     if (!source.problem.isNull()) {
-        return problem(input.bytes.contains('\0') ? source.problem
-                                                  : source.problem + QStringLiteral("; save it as UTF-8 in the editor"),
-                       source.line);
+        const char *const advice =
+            input.bytes.contains('\0') ? "; name a source file" : "; save it as UTF-8 in the editor";
+        return problem(source.problem + QLatin1String(advice), source.line);
     }
     if (emptiness == Emptiness::Refused && source.text.trimmed().isEmpty()) {
         return problem(QStringLiteral("the file is empty; a program has at least a declaration or an event"));

@@ -16,7 +16,11 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     for (const arkc::Command &command : commands) {
         if (*command.word) {
-            return static_cast<int>(command.run());
+            try {
+                return static_cast<int>(command.run());
+            } catch (const std::exception &error) { // of the libraries
+                return static_cast<int>(arkc::wrongUse(error.what()));
+            }
         }
     }
     return static_cast<int>(arkc::wrongUse("no command given"));
