@@ -56,7 +56,7 @@ private:
             return token().isDefinitionBody && !token().isFlat ? Break::Make : Break::Join;
         }
         if (isElse() && token().isJoined) {
-            return at(at(m_index - 1).partner).isFlat ? Break::Keep : Break::Join;
+            return at(at(m_before).partner).isFlat ? Break::Keep : Break::Join;
         }
         if (token().startsStatement && !token().startsNested) {
             return block().isFlat ? Break::None : Break::Make;

@@ -171,9 +171,10 @@ private:
             depth += opens(item(i)) ? 1 : closes(item(i)) ? -1 : 0;
         }
         for (size_t i = codeEnd; i < end; ++i) {
-            line.comment += line.comment.isEmpty() ? item(i).text : QLatin1Char(' ') + item(i).text;
+            line.comment += line.comment.isEmpty() ? QString() : QStringLiteral(" ");
+            line.commentColumn = item(i).sourceColumn - widthOf(line.comment);
+            line.comment += item(i).text;
         }
-        line.commentColumn = end > codeEnd ? item(end - 1).sourceColumn : 0;
         return line;
     }
 

@@ -10,7 +10,7 @@ struct FormattedLine
     bool hasEmptyLine = false;
     QString code;
     QString comment;       // at its end, or all of it; may go on over further lines
-    int commentColumn = 0; // in the source
+    int commentColumn = 0; // in the source, as its last line sees it
     Anchor anchor = Anchor::None;
     int anchorAt = 0;         // in code
     bool isSpaced = false;    // the source has more than one blank before the anchor

@@ -208,7 +208,7 @@ private:
         frame().memberWords += token.is(TokenKind::Name) ? 1 : 0;
         token.isKeyword = isKeywordHere();
         if (token.isWord("else") && frame().head == m_index) {
-            token.isJoined = previousIs(TokenKind::RightBrace) && previous()->isBlock;
+            token.isJoined = followsBlock();
             frame().next = Next::Nested;
         }
     }
@@ -226,6 +226,16 @@ private:
     {
         return frame().kind == Kind::Structure && current().is(TokenKind::Name) && frame().memberWords >= 2 &&
                (previousIs(TokenKind::Name) || previousIs(TokenKind::RightBracket));
+    }
+
+    /// Also when a semicolon between says nothing.
+    bool followsBlock()
+    {
+        int before = m_index - 1;
+        while (before >= 0 && at(before).isDropped) {
+            --before;
+        }
+        return before >= 0 && at(before).is(TokenKind::RightBrace) && at(before).isBlock;
     }
 
     /// The brace of a list ends a statement as that of a block does.
