@@ -17,6 +17,7 @@ export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 need iproute2 util-linux isc-dhcp-client dnsmasq-base socat python3-websockets chromium
 command -v npm >/dev/null || need nodejs npm
 (cd tests/web-panel && npm ci --no-audit --no-fund --silent) || echo "No playwright-core: the web panel is not tested."
+(cd tests/editors && npm ci --no-audit --no-fund --silent) || echo "No vscode-textmate: the grammar for editors is not tested."
 
 step() { echo; echo "== $*"; }
 

@@ -62,6 +62,15 @@ private:
             return;
         }
         m_included.insert(canonical);
+        if (!included.exists() || included.isDir()) {
+            m_sources.error(name.position,
+                            included.isDir()
+                                ? QStringLiteral("the include '%1' is a folder; name a file in it").arg(path)
+                                : QStringLiteral("the include '%1' does not exist; it is looked for "
+                                                 "beside the file that names it")
+                                      .arg(path));
+            return;
+        }
         const ReadSource source = readSource(path);
         if (!source.problem.isNull()) {
             const QString line = source.line > 0 ? QStringLiteral(" (line %1)").arg(source.line) : QString();

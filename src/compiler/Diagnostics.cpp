@@ -45,7 +45,7 @@ QString textOf(const Diagnostic &diagnostic, Colour colour)
                      shade + word + QStringLiteral("\033[0m"));
     }
     text += QLatin1Char('\n');
-    if (diagnostic.line > 0) {
+    if (diagnostic.line > 0 && !diagnostic.sourceLine.isNull()) {
         text += diagnostic.sourceLine + QLatin1Char('\n') + caretLine(diagnostic) + QLatin1Char('\n');
     }
     return text;

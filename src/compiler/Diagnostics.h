@@ -14,6 +14,7 @@ struct Diagnostic
     QString message;
     QString sourceLine{}; // the line's text, without its end; of a long line the part around the place
     int sourceColumn = 1; // of the first character of sourceLine
+    int length = 0;       // of the word, number, text or sign at the place, in characters; on its line
 
     bool isError() const { return severity == Severity::Error; }
 };

@@ -1,5 +1,7 @@
 #include "compiler/Sources.h"
 
+#include "compiler/Lexer.h"
+
 #include <QFile>
 #include <QTextCodec>
 
@@ -49,6 +51,26 @@ QString lineAround(const QString &text, int offset, const LineAndColumn &place, 
     return text.mid(start, std::min(kLongest, place.lineStart + length - start));
 }
 
+/// Characters of the word, number or text that begins at a place; 1 of a sign, 0 at a line end.
+int lengthAt(const QString &text, int offset)
+{
+    const auto at = [&text](int i) { return i < text.size() ? text.at(i) : QChar(QLatin1Char('\n')); };
+    int end = offset;
+    if (at(offset) == QLatin1Char('\'')) {
+        do {
+            ++end;
+        } while (at(end) != QLatin1Char('\'') && at(end) != QLatin1Char('\n'));
+        end += at(end) == QLatin1Char('\'') ? 1 : 0;
+    } else if (isNamePart(at(offset)) || at(offset) == QLatin1Char('$')) {
+        do {
+            ++end;
+        } while (isNamePart(at(end)));
+    } else if (at(offset) != QLatin1Char('\n')) {
+        ++end;
+    }
+    return locate(text.mid(offset, end - offset), end - offset).column - 1;
+}
+
 /// Whether bytes are well-formed UTF-8 and nothing is left over at their end.
 bool isUtf8(const QByteArray &bytes)
 {
@@ -92,6 +114,7 @@ void Sources::add(Diagnostic::Severity severity, SourcePosition position, const 
     const File &source = file(position.file);
     const LineAndColumn place = locate(source.text, position.offset);
     Diagnostic diagnostic{ severity, source.name, place.line, place.column, message };
+    diagnostic.length = lengthAt(source.text, position.offset);
     diagnostic.sourceLine = lineAround(source.text, position.offset, place, diagnostic.sourceColumn);
     m_remarks.push_back({ position, diagnostic });
     if (severity == Diagnostic::Severity::Error && ++m_errors == kMostErrors) {

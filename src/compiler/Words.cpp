@@ -163,6 +163,17 @@ QStringList statementWords()
     return words;
 }
 
+QStringList allWords()
+{
+    QStringList words = declarationWords() + statementWords();
+    appendAll(words, kOperatorWords);
+    appendAll(words, kOtherReserved);
+    for (const Word &placement : kPlacements) {
+        words += QString::fromLatin1(placement.text);
+    }
+    return words;
+}
+
 bool isReservedWord(const QString &word)
 {
     return isIn(kStatementWords, word) || isIn(kOperatorWords, word) || isIn(kOtherReserved, word) ||

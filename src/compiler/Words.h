@@ -15,6 +15,7 @@ QString wordOfPlacementCode(int code);
 bool isProgramWord(const QString &word);
 QStringList declarationWords(); // for suggestions
 QStringList statementWords();
+QStringList allWords(); // reserved or not, without the names of event parts; for what colours sources
 
 /// Words that a program cannot use as the name of a variable, function, routine, type or parameter.
 bool isReservedWord(const QString &word);

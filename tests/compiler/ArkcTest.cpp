@@ -26,10 +26,16 @@ private Q_SLOTS:
     void speaksJson();
     void refusesWrongUse_data();
     void refusesWrongUse();
+    void saysWhatToTry_data();
+    void saysWhatToTry();
+    void checksWhatIsNotSaved();
+    void formatsInPlace();
+    void formatShowsWithoutChanging();
+    void formatReadsStandardInput();
     void helpFitsAScreen();
 
 private:
-    Outcome run(const QStringList &arguments);
+    Outcome run(const QStringList &arguments, const QByteArray &input = {});
     void write(const char *name, const QByteArray &content);
     QByteArray read(const char *name);
 
@@ -41,11 +47,13 @@ void ArkcTest::init()
     m_directory = std::make_unique<QTemporaryDir>();
 }
 
-Outcome ArkcTest::run(const QStringList &arguments)
+Outcome ArkcTest::run(const QStringList &arguments, const QByteArray &input)
 {
     QProcess process;
     process.setWorkingDirectory(m_directory->path());
     process.start(QStringLiteral(ARKC), arguments);
+    process.write(input);
+    process.closeWriteChannel();
     process.waitForFinished();
     return { process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError() };
 }
@@ -141,6 +149,150 @@ void ArkcTest::refusesWrongUse()
     QCOMPARE(outcome.status, 2);
     QVERIFY(!outcome.errors.isEmpty());
     QCOMPARE(read("room.src"), QByteArray("start { }\n"));
+}
+
+void ArkcTest::saysWhatToTry_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("line");
+    const auto row = [](const char *arguments, int status, const char *line) {
+        QTest::newRow(arguments) << QString::fromLatin1(arguments) << status << QByteArray(line);
+    };
+    row("check none.src", 1, "none.src: error: cannot be read: No such file or directory; check its name");
+    row("check folder", 1, "folder: error: cannot be read: it is a folder; name a file in it");
+    row("check good.pobj", 1, "good.pobj: error: this is an object file, no source; 'arkc dump' writes it as source");
+    row("build binary", 1, "binary:1:1: error: the file holds a NUL byte; it is no source text; name a source file");
+    row("fmt latin.src", 1, "latin.src:1:1: error: the file is not UTF-8 text; save it as UTF-8 in the editor");
+    row("build empty.src", 1, "empty.src: error: the file is empty; a program has at least a declaration or an event");
+    row("check include.src", 1,
+        "include.src:1:9: error: the include 'none.src' does not exist; it is looked for beside the file that names "
+        "it");
+    row("check folder.src", 1, "folder.src:1:9: error: the include 'folder' is a folder; name a file in it");
+    row("dump good.src", 1,
+        "arkc: good.src: this is no object file; it looks like a source: arkc build compiles it, arkc check checks it");
+    row("dump binary", 1, "arkc: binary: this is no object file; name a file that arkc build has made");
+    row("build good.src -o folder", 2,
+        "arkc: cannot write folder: Filename refers to a directory; check the folder, its rights and the space on the "
+        "disk");
+    row("build good.src -o /dev/full", 2,
+        "arkc: cannot write /dev/full: No space left on device; check the folder, its rights and the space on the "
+        "disk");
+    row("build good.src -o link.src", 2, "arkc: the output link.src would overwrite the source; name another with -o");
+    row("build -", 2, "arkc: standard input has no name for the object file: give one with -o; see arkc --help");
+    row("fmt /dev/null", 2, "arkc: /dev/null is no plain file; - reads standard input");
+}
+
+void ArkcTest::saysWhatToTry()
+{
+    QFETCH(QString, arguments);
+    QFETCH(int, status);
+    QFETCH(QByteArray, line);
+    write("good.src", "start { }\n");
+    QCOMPARE(run({ QStringLiteral("build"), QStringLiteral("good.src") }).status, 0);
+    write("empty.src", " \n");
+    write("binary", QByteArray("a\0b", 3));
+    write("latin.src", "char a[] = '\xe4'\n");
+    write("include.src", "include 'none.src'\n");
+    write("folder.src", "include 'folder'\n");
+    QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("folder")));
+    QVERIFY(QFile::link(QStringLiteral("good.src"), m_directory->filePath(QStringLiteral("link.src"))));
+    const Outcome outcome = run(arguments.split(QLatin1Char(' ')));
+    QCOMPARE(outcome.status, status);
+    QCOMPARE(outcome.errors.split('\n').first(), line);
+    QCOMPARE(outcome.output, QByteArray());
+}
+
+/// As an editor does it: the text comes on standard input, its includes are files beside the name it has.
+void ArkcTest::checksWhatIsNotSaved()
+{
+    QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("room")));
+    write("room/lamp.src", "integer nLamp = nothing\n");
+    write("other.src", "start { }\n");
+    const Outcome checked =
+        run({ QStringLiteral("check"), QStringLiteral("other.src"), QStringLiteral("-"), QStringLiteral("--stdin-name"),
+              QStringLiteral("room/room.src"), QStringLiteral("--format"), QStringLiteral("json") },
+            "include 'lamp.src'\nstart { nLamp = gr\xc3\xb6\xc3\x9f"
+            "e }\n");
+    QCOMPARE(checked.status, 1);
+    QStringList places;
+    for (const QJsonValue &value :
+         QJsonDocument::fromJson(checked.output).object().value(QStringLiteral("diagnostics")).toArray()) {
+        const QJsonObject remark = value.toObject();
+        places += QStringLiteral("%1 %2:%3-%4:%5")
+                      .arg(remark.value(QStringLiteral("file")).toString())
+                      .arg(remark.value(QStringLiteral("line")).toInt())
+                      .arg(remark.value(QStringLiteral("column")).toInt())
+                      .arg(remark.value(QStringLiteral("endLine")).toInt())
+                      .arg(remark.value(QStringLiteral("endColumn")).toInt());
+    }
+    QCOMPARE(places,
+             QStringList({ QStringLiteral("room/room.src 2:17-2:22"), QStringLiteral("room/lamp.src 1:17-1:24") }));
+}
+
+void ArkcTest::formatsInPlace()
+{
+    write("room.src", "INTEGER a\r\n");
+    write("bad.src", "start { (\n");
+    const QString path = m_directory->filePath(QStringLiteral("room.src"));
+    const QString link = m_directory->filePath(QStringLiteral("link.src"));
+    const QFile::Permissions rights = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+    QVERIFY(QFile::setPermissions(path, rights));
+    QVERIFY(QFile::link(QStringLiteral("room.src"), link));
+    const Outcome outcome = run({ QStringLiteral("fmt"), QStringLiteral("bad.src"), QStringLiteral("link.src") });
+    QCOMPARE(outcome.status, 1);
+    QVERIFY(outcome.errors.startsWith("bad.src:1:9: error: this '(' is not closed\n"));
+    QCOMPARE(read("bad.src"), QByteArray("start { (\n"));
+    QCOMPARE(read("room.src"), QByteArray("integer a\r\n"));
+    QVERIFY(QFileInfo(link).isSymLink());
+    QCOMPARE(QFile::permissions(path) & (QFile::ExeOwner | QFile::ReadGroup | QFile::ReadOther), QFile::ExeOwner);
+
+    // What needs no change is not touched.
+    QFile file(path);
+    const QDateTime past = QDateTime::fromSecsSinceEpoch(1000000000);
+    QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(past, QFileDevice::FileModificationTime));
+    file.close();
+    QCOMPARE(run({ QStringLiteral("fmt"), QStringLiteral("room.src") }).status, 0);
+    QCOMPARE(QFileInfo(path).lastModified(), past);
+}
+
+void ArkcTest::formatShowsWithoutChanging()
+{
+    QByteArray source;
+    for (int i = 0; i < 20; ++i) {
+        source += "integer n" + QByteArray::number(i) + (i == 2 || i == 19 ? "  = 1\n" : "\n");
+    }
+    source.chop(1);
+    write("room.src", source);
+    write("good.src", "integer a\n");
+    const Outcome checked = run(
+        { QStringLiteral("fmt"), QStringLiteral("--check"), QStringLiteral("good.src"), QStringLiteral("room.src") });
+    QCOMPARE(checked.status, 1);
+    QCOMPARE(checked.output, QByteArray("room.src\n"));
+    const Outcome shown = run(
+        { QStringLiteral("fmt"), QStringLiteral("--diff"), QStringLiteral("good.src"), QStringLiteral("room.src") });
+    QCOMPARE(shown.status, 1);
+    QCOMPARE(shown.output,
+             QByteArray("--- room.src\n+++ room.src\n"
+                        "@@ -1,6 +1,6 @@\n integer n0\n integer n1\n-integer n2  = 1\n+integer n2 = 1\n integer n3\n"
+                        " integer n4\n integer n5\n"
+                        "@@ -17,4 +17,4 @@\n integer n16\n integer n17\n integer n18\n-integer n19  = 1\n"
+                        "\\ No newline at end of file\n+integer n19 = 1\n"));
+    QCOMPARE(read("room.src"), source);
+    QCOMPARE(run({ QStringLiteral("fmt"), QStringLiteral("--check"), QStringLiteral("good.src") }).status, 0);
+}
+
+void ArkcTest::formatReadsStandardInput()
+{
+    const Outcome formatted = run({ QStringLiteral("fmt"), QStringLiteral("-") }, "start{n=1}");
+    QCOMPARE(formatted.status, 0);
+    QCOMPARE(formatted.output, QByteArray("start { n = 1 }\n"));
+    const Outcome refused =
+        run({ QStringLiteral("fmt"), QStringLiteral("-"), QStringLiteral("--stdin-name"), QStringLiteral("room.src") },
+            "start {");
+    QCOMPARE(refused.status, 1);
+    QCOMPARE(refused.output, QByteArray());
+    QVERIFY(refused.errors.startsWith("room.src:1:7: error: "));
 }
 
 void ArkcTest::helpFitsAScreen()

@@ -1,0 +1,1 @@
+autocmd BufNewFile,BufRead *.src set filetype=arkivon

@@ -1,0 +1,179 @@
+// Runs arkc for the editor: problems while typing and on save, the layout, and tasks. No dependencies.
+'use strict';
+const path = require('path');
+const { spawn } = require('child_process');
+const vscode = require('vscode');
+
+const kTypingPauseMs = 400;
+
+const settingsOf = (document) => vscode.workspace.getConfiguration('arkivon', document && document.uri);
+
+/** Runs arkc with a text on its standard input. Resolves to { status, output, errors }, rejects when it cannot start. */
+function runArkc(document, args, text, directory) {
+    return new Promise((resolve, reject) => {
+        const child = spawn(settingsOf(document).get('arkcPath'), args, { cwd: directory });
+        const output = [];
+        const errors = [];
+        child.stdout.on('data', (bytes) => output.push(bytes));
+        child.stderr.on('data', (bytes) => errors.push(bytes));
+        child.on('error', reject);
+        child.on('close', (status) => resolve({
+            status, output: Buffer.concat(output).toString(), errors: Buffer.concat(errors).toString(),
+        }));
+        child.stdin.on('error', () => {}); // it ended before it read all
+        child.stdin.end(text);
+    });
+}
+
+/** The source that includes the others; undefined when none is set, or the document is it. */
+function programOf(document) {
+    const folder = vscode.workspace.getWorkspaceFolder(document.uri);
+    const program = settingsOf(document).get('program');
+    if (!folder || !program) {
+        return undefined;
+    }
+    const whole = path.resolve(folder.uri.fsPath, program);
+    return whole === document.uri.fsPath ? undefined : whole;
+}
+
+function diagnosticOf(remark) {
+    const line = Math.max(remark.line - 1, 0);
+    const start = Math.max(remark.column - 1, 0);
+    const range = new vscode.Range(line, start, line, Math.max(remark.endColumn - 1, start + 1));
+    const severity = remark.severity === 'error' ? vscode.DiagnosticSeverity.Error
+        : vscode.DiagnosticSeverity.Warning;
+    const diagnostic = new vscode.Diagnostic(range, remark.message, severity);
+    diagnostic.source = 'arkc';
+    return diagnostic;
+}
+
+/** Keeps the problems of each checked source, those in its includes too, and takes back what is out of date. */
+class Checker {
+    constructor(collection) {
+        this.collection = collection;
+        this.found = new Map();  // checked file: Map of file to diagnostics
+        this.latest = new Map(); // checked file: number of its last run
+        this.timers = new Map(); // document: the pause in typing
+        this.hasComplained = false;
+    }
+
+    typed(document) {
+        if (document.languageId !== 'arkivon' || !settingsOf(document).get('checkWhileTyping') || programOf(document)) {
+            return;
+        }
+        clearTimeout(this.timers.get(document));
+        this.timers.set(document, setTimeout(() => this.check(document), kTypingPauseMs));
+    }
+
+    async check(document) {
+        if (document.languageId !== 'arkivon' || document.uri.scheme !== 'file') {
+            return;
+        }
+        clearTimeout(this.timers.get(document));
+        this.timers.delete(document);
+        const program = programOf(document);
+        const name = program || document.uri.fsPath;
+        const args = program ? [program] : ['-', '--stdin-name', name];
+        const run = (this.latest.get(name) || 0) + 1;
+        this.latest.set(name, run);
+        try {
+            const result = await runArkc(document, ['check', ...args, '--format', 'json'],
+                program ? '' : document.getText(), path.dirname(name));
+            if (this.latest.get(name) === run) {
+                this.take(name, JSON.parse(result.output).diagnostics);
+            }
+        } catch (error) {
+            this.complain(error);
+        }
+    }
+
+    take(name, remarks) {
+        const files = new Map([[name, []]]);
+        for (const remark of remarks) {
+            const file = path.resolve(path.dirname(name), remark.file);
+            files.set(file, [...(files.get(file) || []), diagnosticOf(remark)]);
+        }
+        const before = this.found.get(name) || new Map();
+        this.found.set(name, files);
+        for (const file of new Set([...before.keys(), ...files.keys()])) {
+            this.show(file);
+        }
+    }
+
+    show(file) {
+        const all = [...this.found.values()].flatMap((files) => files.get(file) || []);
+        const seen = new Set();
+        this.collection.set(vscode.Uri.file(file), all.filter((diagnostic) => {
+            const key = JSON.stringify([diagnostic.range, diagnostic.message]);
+            return !seen.has(key) && seen.add(key);
+        }));
+    }
+
+    closed(document) {
+        clearTimeout(this.timers.get(document));
+        this.timers.delete(document);
+        const name = document.uri.fsPath;
+        const files = this.found.get(name);
+        this.latest.set(name, (this.latest.get(name) || 0) + 1);
+        if (files) {
+            this.found.delete(name);
+            files.forEach((_, file) => this.show(file));
+        }
+    }
+
+    complain(error) {
+        if (!this.hasComplained) {
+            this.hasComplained = true;
+            vscode.window.showWarningMessage(`arkc cannot be run (${error.message}). Set arkivon.arkcPath.`);
+        }
+    }
+}
+
+async function format(document) {
+    const result = await runArkc(document, ['fmt', '-', '--stdin-name', document.uri.fsPath], document.getText());
+    if (result.status !== 0) {
+        vscode.window.setStatusBarMessage(result.errors.split('\n')[0], 8000);
+        return [];
+    }
+    const whole = new vscode.Range(0, 0, document.lineCount, 0);
+    return result.output === document.getText() ? [] : [vscode.TextEdit.replace(whole, result.output)];
+}
+
+function taskOf(definition, scope) {
+    const execution = new vscode.ProcessExecution(settingsOf().get('arkcPath'),
+        [definition.command, definition.source]);
+    const task = new vscode.Task(definition, scope, `${definition.command} ${definition.source}`, 'arkc', execution,
+        '$arkc');
+    task.group = definition.command === 'build' ? vscode.TaskGroup.Build : undefined;
+    return task;
+}
+
+/** Build and check, for the program of the folder or the source in front. */
+function tasks() {
+    const editor = vscode.window.activeTextEditor;
+    const folder = editor && vscode.workspace.getWorkspaceFolder(editor.document.uri);
+    if (!folder || editor.document.languageId !== 'arkivon') {
+        return [];
+    }
+    const source = path.relative(folder.uri.fsPath, programOf(editor.document) || editor.document.uri.fsPath);
+    return ['build', 'check'].map((command) => taskOf({ type: 'arkc', command, source }, folder));
+}
+
+function activate(context) {
+    const collection = vscode.languages.createDiagnosticCollection('arkivon');
+    const checker = new Checker(collection);
+    context.subscriptions.push(
+        collection,
+        vscode.workspace.onDidOpenTextDocument((document) => checker.check(document)),
+        vscode.workspace.onDidSaveTextDocument((document) => checker.check(document)),
+        vscode.workspace.onDidChangeTextDocument((change) => checker.typed(change.document)),
+        vscode.workspace.onDidCloseTextDocument((document) => checker.closed(document)),
+        vscode.languages.registerDocumentFormattingEditProvider('arkivon', { provideDocumentFormattingEdits: format }),
+        vscode.tasks.registerTaskProvider('arkc', {
+            provideTasks: tasks,
+            resolveTask: (task) => taskOf(task.definition, task.scope),
+        }));
+    vscode.workspace.textDocuments.forEach((document) => checker.check(document));
+}
+
+module.exports = { activate, deactivate() {} };

@@ -1,0 +1,78 @@
+#include "compiler/Compiler.h"
+#include "compiler/Sources.h"
+#include "tools/arkc/Command.h"
+#include "tools/arkc/Files.h"
+#include "tools/arkc/Report.h"
+
+#include <QFileInfo>
+
+namespace arkc {
+namespace {
+struct BuildArguments
+{
+    std::string source;
+    std::string output;
+    std::string format = "text";
+};
+
+QString besideSource(const QString &source)
+{
+    const QFileInfo info(source);
+    return info.path() + QLatin1Char('/') + info.completeBaseName() + QStringLiteral(".pobj");
+}
+
+bool areSame(const QString &one, const QString &other)
+{
+    const QFileInfo first(one);
+    const QFileInfo second(other);
+    return first.absoluteFilePath() == second.absoluteFilePath() ||
+           (first.exists() && first.canonicalFilePath() == second.canonicalFilePath());
+}
+
+Outcome build(const BuildArguments &arguments)
+{
+    const QString source = QString::fromStdString(arguments.source);
+    if (source == kStandardInput && arguments.output.empty()) {
+        return wrongUse("standard input has no name for the object file: give one with -o");
+    }
+    const QString output = arguments.output.empty() ? besideSource(source) : QString::fromStdString(arguments.output);
+    if (areSame(source, output)) {
+        complain(QStringLiteral("the output %1 would overwrite the source").arg(output),
+                 QStringLiteral("name another with -o"));
+        return Outcome::WrongUse;
+    }
+    const Input input = readInput(source);
+    Report report(formOf(arguments.format));
+    CompileResult result;
+    if (const auto problem = sourceProblem(input, Emptiness::Refused)) {
+        result.diagnostics = { *problem };
+    } else {
+        result = compileSource(decodeSource(input.bytes).text, input.name);
+    }
+    report.add(result.diagnostics);
+    if (!report.finish() || !result.isGood()) {
+        return Outcome::Failed;
+    }
+    return writeFile(output, result.objectFile) ? Outcome::Done : Outcome::WrongUse;
+}
+} // namespace
+
+Command buildCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("build", "Compile a source into an object file");
+    const auto arguments = std::make_shared<BuildArguments>();
+    word->add_option("SOURCE", arguments->source,
+                     "The source file, - for standard input; what it includes is looked for beside it")
+        ->required();
+    word->add_option("-o,--output", arguments->output, "The object file (the source's name with .pobj)")
+        ->type_name("FILE");
+    addFormatOption(*word, arguments->format);
+    word->footer("Reports errors and warnings. The object file is replaced only when there is no error.\n"
+                 "Ends with 0 when it is written; 1 when the source has errors or cannot be read; 2 when it was\n"
+                 "called wrongly, or the object file cannot be written.\n\n"
+                 "Examples:\n"
+                 "  arkc build room.src\n"
+                 "  arkc build room.src -o program.pobj");
+    return { word, [arguments] { return build(*arguments); } };
+}
+} // namespace arkc

@@ -1,0 +1,26 @@
+#pragma once
+#include "tools/arkc/Console.h"
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+
+namespace arkc {
+/// One word of the command line: how it is written, and what it does. Each is described beside its code by one of the
+/// functions below, which adds the word to the program.
+struct Command
+{
+    CLI::App *word;
+    std::function<Outcome()> run;
+};
+
+Command buildCommand(CLI::App &app);
+Command checkCommand(CLI::App &app);
+Command dumpCommand(CLI::App &app);
+Command formatCommand(CLI::App &app);
+
+/// The whole command line, as main() and whatever describes the program elsewhere need it.
+std::vector<Command> describeCommandLine(CLI::App &app);
+
+Outcome wrongUse(const std::string &what); // says so, and where help is
+} // namespace arkc

@@ -1,0 +1,52 @@
+#include "compiler/SourceWriter.h"
+#include "tools/arkc/Command.h"
+#include "tools/arkc/Files.h"
+
+namespace arkc {
+namespace {
+struct DumpArguments
+{
+    std::string program;
+    std::string output;
+};
+
+Outcome dump(const DumpArguments &arguments)
+{
+    const Input input = readInput(QString::fromStdString(arguments.program));
+    if (!input.problem.isEmpty()) {
+        std::fprintf(stderr, "arkc: %s %s\n", input.name.toUtf8().constData(), input.problem.toUtf8().constData());
+        return Outcome::Failed;
+    }
+    const SourceText source = sourceOf(input.bytes);
+    if (!source.problem.isEmpty()) {
+        complain(QStringLiteral("%1: %2").arg(input.name, source.problem),
+                 sourceProblem(input, Emptiness::Refused)
+                     ? QStringLiteral("name a file that arkc build has made")
+                     : QStringLiteral("it looks like a source: arkc build compiles it, arkc check checks it"));
+        return Outcome::Failed;
+    }
+    if (arguments.output.empty()) {
+        return print(source.text.toUtf8()) ? Outcome::Done : Outcome::WrongUse;
+    }
+    return writeFile(QString::fromStdString(arguments.output), source.text.toUtf8()) ? Outcome::Done
+                                                                                     : Outcome::WrongUse;
+}
+} // namespace
+
+Command dumpCommand(CLI::App &app)
+{
+    CLI::App *const word = app.add_subcommand("dump", "Write an object file as source");
+    const auto arguments = std::make_shared<DumpArguments>();
+    word->add_option("PROGRAM", arguments->program, "The object file; - is standard input")->required();
+    word->add_option("-o,--output", arguments->output, "The source file (standard output)")->type_name("FILE");
+    word->footer(
+        "What arkc has built comes back to the same bytes when it is built again. What the source form has no\n"
+        "words for stands in comments.\n"
+        "Ends with 0 when it is written; 1 when the file cannot be read or is no object file; 2 when arkc was\n"
+        "called wrongly, or the source cannot be written.\n\n"
+        "Examples:\n"
+        "  arkc dump program.pobj\n"
+        "  arkc dump program.pobj -o room.src");
+    return { word, [arguments] { return dump(*arguments); } };
+}
+} // namespace arkc
