@@ -91,10 +91,16 @@ struct Theatre
     QString prepare()
     {
         const QString address = QStringLiteral("'%1'").arg(room.address());
+        const QString soon = QStringLiteral("4"); // tenths: a test does not wait as long as a person may
         return room.prepare(QStringLiteral("home-theatre/home-theatre.src"),
                             { { QStringLiteral("PROJECTOR_ADDRESS"), address },
                               { QStringLiteral("AMPLIFIER_ADDRESS"), address },
-                              { QStringLiteral("MODBUS_ADDRESS"), address } });
+                              { QStringLiteral("MODBUS_ADDRESS"), address },
+                              { QStringLiteral("PROJECTOR_ANSWER_TENTHS"), soon },
+                              { QStringLiteral("PROJECTOR_RETRY_TENTHS"), soon },
+                              { QStringLiteral("MODBUS_ANSWER_TENTHS"), soon },
+                              { QStringLiteral("MODBUS_RETRY_TENTHS"), soon },
+                              { QStringLiteral("AMP_POLL_TIMES"), QStringLiteral("{600}") } });
     }
 };
 
