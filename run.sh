@@ -6,6 +6,10 @@
 #     ./run.sh lecture-hall          two controllers that are linked
 #     ./run.sh [NAME] OPTION...      further arguments go to the controller, the hall's in the lecture hall
 #
+# PROJECTOR, AMPLIFIER and HOUSE in the environment are options of the simulated devices:
+#
+#     AMPLIFIER="--lose 0.3" HOUSE=--jam ./run.sh home-theatre
+#
 # Control-C ends everything that was started. So does the end of any part of it.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -122,10 +126,12 @@ HINTS
 }
 
 run_home_theatre() {
-    local devices=examples/home-theatre/devices name
+    local devices=examples/home-theatre/devices name faults
     prepare examples/home-theatre/home-theatre.src build/home-theatre
     for name in projector amplifier house; do
-        in_background "$name" python3 "$devices/$name.py"
+        faults=${name^^}
+        read -ra faults <<<"${!faults:-}"
+        in_background "$name" python3 "$devices/$name.py" "${faults[@]}"
     done
     cat <<'HINTS'
 
@@ -133,6 +139,7 @@ The theatre is running; its devices say here what they do. In another terminal:
     build/release/bin/arkctl panel 10001 watch        what the panel shows
     build/release/bin/arkctl panel 10001 press 1      watch a film;  9: off
     build/release/bin/arkctl monitor                  every line to and from the devices
+    kill -USR1 NUMBER                                 a hand at a device; the numbers stand below
 Control-C ends it.
 
 HINTS

@@ -67,7 +67,7 @@ async def serve(options):
     loop = asyncio.get_running_loop()
     transport, amplifier = await loop.create_datagram_endpoint(lambda: Amplifier(options),
                                                                local_addr=(options.bind, options.port))
-    amplifier.say(f"listens on {options.bind}:{options.port}")
+    amplifier.say(device.place(options))
     await device.run_until_ended(amplifier.touch)
     transport.close()
 

@@ -1,6 +1,7 @@
 """What the simulated devices share: their options, what they print, and how they end."""
 import argparse
 import asyncio
+import os
 import signal
 
 
@@ -17,13 +18,18 @@ def printer(name):
     return lambda text: print(f"{name:<10} {text}", flush=True)
 
 
-async def run_until_ended(at_the_device):
-    """Waits for SIGTERM or Control-C. SIGUSR1 stands for a hand at the device itself: at_the_device is called."""
+def place(options):
+    """Where the device is, and how to put a hand on it."""
+    return f"listens on {options.bind}:{options.port}; kill -USR1 {os.getpid()} is a hand at the device"
+
+
+async def run_until_ended(touch):
+    """Waits for SIGTERM or Control-C. SIGUSR1 stands for a hand at the device itself: touch is called."""
     ended = asyncio.Event()
     loop = asyncio.get_running_loop()
     for number in (signal.SIGTERM, signal.SIGINT):
         loop.add_signal_handler(number, ended.set)
-    loop.add_signal_handler(signal.SIGUSR1, at_the_device)
+    loop.add_signal_handler(signal.SIGUSR1, touch)
     await ended.wait()
 
 
@@ -40,7 +46,7 @@ async def serve_tcp(device, options):
             writer.close()
 
     server = await asyncio.start_server(serve, options.bind, options.port)
-    device.say(f"listens on {options.bind}:{options.port}")
+    device.say(place(options))
     await run_until_ended(device.touch)
     server.close()
 
