@@ -210,7 +210,7 @@ bool StatementParser::parseDeclarator(BlockItemDefStatement &definition, const s
     const Token name = cursor().next();
     StaticType type;
     std::unique_ptr<Expression> declarator = std::make_unique<VarExpression>(normalisedName(name.text));
-    while (cursor().at(TokenKind::LeftBracket)) {
+    while (cursor().at(TokenKind::LeftBracket) && !cursor().startsLine()) {
         cursor().next();
         const TokenCursor::Nested nested(cursor());
         auto array = std::make_unique<ArrayExpression>();

@@ -1,0 +1,60 @@
+#pragma once
+#include "../e2e/ControllerProcess.h"
+#include "net/LinkClient.h"
+
+#include <QMap>
+#include <QSet>
+
+/// A controller with the program of an example, some of whose constants are others: addresses, ports, times.
+class ExampleRoom : public ControllerProcess
+{
+public:
+    using Constants = QMap<QString, QString>; // name to value, as it stands in the source
+
+    /// Compiles the program of examples/. What went wrong; empty when all is well.
+    QString prepare(const QString &program, const Constants &constants);
+};
+
+/// A panel that keeps what it was told, as one that is looked at.
+class SeenPanel
+{
+public:
+    explicit SeenPanel(int number);
+
+    bool isLit(int channel) const { return m_lit.contains(channel); }
+    int level(int code) const { return m_levels.value(code, -1); }
+    QString status() const { return m_texts.isEmpty() ? QString() : m_texts.last(); }
+    QStringList texts() const { return m_texts; } // every status so far
+
+    void press(int channel);
+    LinkClient client;
+
+private:
+    void take(const LinkMessage &message);
+    void show(int channel, bool isOn);
+
+    QSet<int> m_lit;
+    QMap<int, int> m_levels;
+    QStringList m_texts;
+};
+
+constexpr int kPatienceMs = 10000;
+
+#define PREPARES(room, program, constants) QCOMPARE((room).prepare(QStringLiteral(program), constants), QString())
+#define STARTS(room)                                                                                                   \
+    (room).start();                                                                                                    \
+    QTRY_VERIFY2((room).output().contains("Online Event: 5001:4:0"), (room).errors().constData())
+#define SAYS(process, text)                                                                                            \
+    QTRY_VERIFY2_WITH_TIMEOUT((process).output().contains(text), (process).output().constData(), kPatienceMs)
+#define SHOWS(panel, text)                                                                                             \
+    QTRY_VERIFY2_WITH_TIMEOUT((panel).status() == (text), qPrintable((panel).texts().join(QLatin1Char('\n'))),         \
+                              kPatienceMs)
+#define LIGHTS(panel, channel) QTRY_VERIFY_WITH_TIMEOUT((panel).isLit(channel), kPatienceMs)
+#define DARKENS(panel, channel) QTRY_VERIFY_WITH_TIMEOUT(!(panel).isLit(channel), kPatienceMs)
+#ifndef QTRY_VERIFY2_WITH_TIMEOUT
+#define QTRY_VERIFY2_WITH_TIMEOUT(expression, description, timeout)                                                    \
+    do {                                                                                                               \
+        QTRY_IMPL((expression), (timeout))                                                                             \
+        QVERIFY2((expression), (description));                                                                         \
+    } while (false)
+#endif

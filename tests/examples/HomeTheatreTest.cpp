@@ -1,0 +1,290 @@
+#include "ExampleRoom.h"
+
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QtTest>
+
+#include <csignal>
+#include <map>
+#include <memory>
+
+/// The home theatre with its simulated devices, as a person with the panel in hand sees it.
+class HomeTheatreTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void beginsAFilm_data();
+    void beginsAFilm();
+    void showsWhatHandsDo();
+    void devicesComeBack_data();
+    void devicesComeBack();
+    void frozenDevicesAreGivenUp_data();
+    void frozenDevicesAreGivenUp();
+    void wrongPassword();
+    void strangeAnswers();
+};
+
+namespace {
+const QString kPython = QStringLiteral("/usr/bin/python3");
+const QStringList kDevices{ QStringLiteral("projector"), QStringLiteral("amplifier"), QStringLiteral("house") };
+
+/// One simulated device. Ends: killed with the object.
+class Simulated
+{
+public:
+    Simulated(const QString &name, const QString &address, const QStringList &options)
+        : m_name(name)
+    {
+        m_arguments << QStringLiteral(EXAMPLES_DIRECTORY "/home-theatre/devices/%1.py").arg(name)
+                    << QStringLiteral("--bind") << address << options;
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("PYTHONDONTWRITEBYTECODE"), QStringLiteral("1")); // the source stays clean
+        m_process.setProcessEnvironment(environment);
+        start();
+    }
+    ~Simulated() { kill(); }
+    Simulated(const Simulated &) = delete;
+    Simulated &operator=(const Simulated &) = delete;
+
+    void start()
+    {
+        m_output.clear();
+        m_process.start(kPython, m_arguments);
+    }
+    void kill()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    void signal(int number) { ::kill(static_cast<pid_t>(m_process.processId()), number); }
+    bool isRunning() const { return m_process.state() == QProcess::Running; }
+    int exitCode() const { return m_process.exitCode(); }
+    QByteArray output() { return m_output += m_process.readAll(); }
+
+private:
+    const QString m_name;
+    QStringList m_arguments;
+    QProcess m_process;
+    QByteArray m_output;
+};
+
+/// The three devices, their controller and a panel, on an address of their own.
+struct Theatre
+{
+    ExampleRoom room;
+    SeenPanel panel{ 10001 };
+    std::map<QString, std::unique_ptr<Simulated>> devices;
+
+    Simulated &device(const QString &name) { return *devices.at(name); }
+    Simulated &projector() { return device(kDevices.at(0)); }
+    Simulated &amplifier() { return device(kDevices.at(1)); }
+    Simulated &house() { return device(kDevices.at(2)); }
+
+    void startDevices(const QMap<QString, QStringList> &options)
+    {
+        for (const QString &name : kDevices) {
+            devices[name] = std::make_unique<Simulated>(name, room.address(), options.value(name));
+        }
+    }
+
+    QString prepare()
+    {
+        const QString address = QStringLiteral("'%1'").arg(room.address());
+        const QString soon = QStringLiteral("4"); // tenths: a test does not wait as long as a person may
+        return room.prepare(QStringLiteral("home-theatre/home-theatre.src"),
+                            { { QStringLiteral("PROJECTOR_ADDRESS"), address },
+                              { QStringLiteral("AMPLIFIER_ADDRESS"), address },
+                              { QStringLiteral("MODBUS_ADDRESS"), address },
+                              { QStringLiteral("PROJECTOR_ANSWER_TENTHS"), soon },
+                              { QStringLiteral("PROJECTOR_RETRY_TENTHS"), soon },
+                              { QStringLiteral("MODBUS_ANSWER_TENTHS"), soon },
+                              { QStringLiteral("MODBUS_RETRY_TENTHS"), soon },
+                              { QStringLiteral("AMP_POLL_TIMES"), QStringLiteral("{600}") } });
+    }
+};
+
+const QMap<QString, QStringList> kQuick{ { QStringLiteral("projector"),
+                                           { QStringLiteral("--warm-up"), QStringLiteral("0.3"),
+                                             QStringLiteral("--cool-down"), QStringLiteral("0.3") } } };
+} // namespace
+
+#define OPENS(theatre, options)                                                                                        \
+    (theatre).startDevices(options);                                                                                   \
+    QCOMPARE((theatre).prepare(), QString());                                                                          \
+    for (const QString &name : kDevices) {                                                                             \
+        SAYS((theatre).device(name), "listens on");                                                                    \
+    }                                                                                                                  \
+    STARTS((theatre).room);                                                                                            \
+    (theatre).panel.client.connectTo((theatre).room.address())
+
+void HomeTheatreTest::beginsAFilm_data()
+{
+    QTest::addColumn<QString>("device");
+    QTest::addColumn<QString>("faults");
+    QTest::addColumn<QByteArray>("trace"); // what the device says of its fault
+    QTest::addColumn<QString>("status");
+    const QString ready = QStringLiteral("Film: ready");
+    QTest::newRow("all is well") << "projector"
+                                 << "" << QByteArray("shows a picture") << ready;
+    QTest::newRow("the projector is busy") << "projector"
+                                           << "--busy 3" << QByteArray("POWER ON -> BUSY") << ready;
+    QTest::newRow("the projector drops the connection")
+        << "projector"
+        << "--drop-after 4" << QByteArray("drops the connection") << ready;
+    QTest::newRow("datagrams are lost") << "amplifier"
+                                        << "--lose-first 8" << QByteArray("(lost: ") << ready;
+    QTest::newRow("every other datagram is lost") << "amplifier"
+                                                  << "--lose 0.4 --seed 3" << QByteArray("(lost: ") << ready;
+    QTest::newRow("the house is busy") << "house"
+                                       << "--busy 4" << QByteArray("exception 6") << ready;
+    QTest::newRow("the house drops the connection") << "house"
+                                                    << "--drop-after 3" << QByteArray("drops the connection") << ready;
+    QTest::newRow("the blinds are jammed") << "house"
+                                           << "--jam" << QByteArray("exception 4") << "The blinds do not move";
+}
+
+void HomeTheatreTest::beginsAFilm()
+{
+    QFETCH(QString, device);
+    QFETCH(QString, faults);
+    QFETCH(QByteArray, trace);
+    QFETCH(QString, status);
+    QMap<QString, QStringList> options = kQuick;
+    options[device] += faults.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    Theatre theatre;
+    OPENS(theatre, options);
+    theatre.panel.press(1); // whatever has connected by now
+    SAYS(theatre.projector(), "POWER ON -> OK");
+    SAYS(theatre.amplifier(), "VOLUME 45 ->");
+    SAYS(theatre.house(), "lamp stairs on");
+    LIGHTS(theatre.panel, 1);
+    LIGHTS(theatre.panel, 34);
+    QTRY_COMPARE_WITH_TIMEOUT(theatre.panel.level(1), 45, kPatienceMs);
+    SHOWS(theatre.panel, status);
+    SAYS(theatre.device(device), trace);
+    const bool isJammed = status != QLatin1String("Film: ready");
+    QTRY_VERIFY_WITH_TIMEOUT(theatre.panel.isLit(51) != isJammed, kPatienceMs); // the blinds are down
+    QVERIFY2(!theatre.room.output().contains("Error:"), theatre.room.output().constData());
+    for (const QString &name : kDevices) {
+        theatre.device(name).signal(SIGTERM);
+        QTRY_VERIFY(!theatre.device(name).isRunning());
+        QCOMPARE(theatre.device(name).exitCode(), 0);
+        QVERIFY2(!theatre.device(name).output().contains("Traceback"), theatre.device(name).output().constData());
+    }
+}
+
+void HomeTheatreTest::showsWhatHandsDo()
+{
+    Theatre theatre;
+    OPENS(theatre, kQuick);
+    SHOWS(theatre.panel, QLatin1String("The theatre is off"));
+    theatre.house().signal(SIGUSR1);
+    LIGHTS(theatre.panel, 31);
+    theatre.panel.press(31); // what the switch has switched on goes off
+    DARKENS(theatre.panel, 31);
+    theatre.amplifier().signal(SIGUSR1);
+    QTRY_COMPARE_WITH_TIMEOUT(theatre.panel.level(1), 25, kPatienceMs);
+    theatre.panel.press(21); // louder than the knob has made it
+    QTRY_COMPARE_WITH_TIMEOUT(theatre.panel.level(1), 30, kPatienceMs);
+    theatre.panel.client.reportLevel(2, 60);
+    SAYS(theatre.house(), "register 1 = 60");
+    theatre.panel.press(1);
+    SHOWS(theatre.panel, QLatin1String("Film: ready"));
+    theatre.projector().signal(SIGUSR1);
+    DARKENS(theatre.panel, 1);
+    SHOWS(theatre.panel,
+          QLatin1String("One moment")); // the amplifier is on, and nobody switches the projector on again
+    QVERIFY(theatre.projector().output().endsWith("is off\n"));
+    theatre.panel.press(9);
+    SHOWS(theatre.panel, QLatin1String("The theatre is off"));
+}
+
+void HomeTheatreTest::devicesComeBack_data()
+{
+    QTest::addColumn<QString>("device");
+    QTest::addColumn<QString>("away");
+    QTest::addColumn<int>("channel");
+    QTest::addColumn<QByteArray>("done");
+    QTest::newRow("projector") << "projector"
+                               << "The projector is away" << 61 << QByteArray("POWER ON -> OK");
+    QTest::newRow("amplifier") << "amplifier"
+                               << "The amplifier is away" << 62 << QByteArray("VOLUME 45");
+    QTest::newRow("house") << "house"
+                           << "The lights are away" << 63 << QByteArray("blinds at 100");
+}
+
+void HomeTheatreTest::devicesComeBack()
+{
+    QFETCH(QString, device);
+    QFETCH(QString, away);
+    QFETCH(int, channel);
+    QFETCH(QByteArray, done);
+    Theatre theatre;
+    OPENS(theatre, kQuick);
+    SHOWS(theatre.panel, QLatin1String("The theatre is off"));
+    theatre.device(device).kill();
+    SHOWS(theatre.panel, away);
+    DARKENS(theatre.panel, channel);
+    theatre.panel.press(1); // a wish that waits
+    theatre.device(device).start();
+    LIGHTS(theatre.panel, channel);
+    SHOWS(theatre.panel, QLatin1String("Film: ready"));
+    SAYS(theatre.device(device), done);
+}
+
+void HomeTheatreTest::frozenDevicesAreGivenUp_data()
+{
+    devicesComeBack_data();
+}
+
+/// A device that keeps its connection and answers nothing.
+void HomeTheatreTest::frozenDevicesAreGivenUp()
+{
+    QFETCH(QString, device);
+    QFETCH(QString, away);
+    QFETCH(int, channel);
+    Theatre theatre;
+    OPENS(theatre, kQuick);
+    SHOWS(theatre.panel, QLatin1String("The theatre is off"));
+    theatre.device(device).signal(SIGSTOP);
+    SHOWS(theatre.panel, away);
+    theatre.device(device).signal(SIGCONT);
+    LIGHTS(theatre.panel, channel);
+    theatre.panel.press(1);
+    SHOWS(theatre.panel, QLatin1String("Film: ready"));
+}
+
+void HomeTheatreTest::wrongPassword()
+{
+    Theatre theatre;
+    OPENS(theatre, (QMap<QString, QStringList>{
+                       { QStringLiteral("projector"), { QStringLiteral("--password"), QStringLiteral("other") } } }));
+    SHOWS(theatre.panel, QLatin1String("The projector refuses our password"));
+    QCOMPARE(theatre.projector().output().count("wrong password"), 1); // it is not tried again at once
+    theatre.panel.press(3);
+    LIGHTS(theatre.panel, 3); // music needs no projector
+}
+
+/// Bytes that are no Modbus, and lines that are no answers: the program connects anew, or passes them over.
+void HomeTheatreTest::strangeAnswers()
+{
+    Theatre theatre;
+    QTcpServer house;
+    QVERIFY(house.listen(QHostAddress(theatre.room.address()), 7003));
+    QCOMPARE(theatre.prepare(), QString());
+    const QByteArrayList answers{ "HTTP/1.1 400 Bad Request\r\n\r\n", QByteArray::fromHex("0001000000020101"),
+                                  QByteArray::fromHex("000100000003010105"), QByteArray(3000, '\0') };
+    STARTS(theatre.room);
+    for (const QByteArray &answer : answers) {
+        QTRY_VERIFY_WITH_TIMEOUT(house.hasPendingConnections(), kPatienceMs);
+        QTcpSocket *const peer = house.nextPendingConnection();
+        QTRY_VERIFY_WITH_TIMEOUT(peer->bytesAvailable() >= 12, kPatienceMs);
+        peer->write(answer);
+        QTRY_COMPARE_WITH_TIMEOUT(peer->state(), QAbstractSocket::UnconnectedState, kPatienceMs);
+    }
+    QVERIFY2(!theatre.room.output().contains("Error:"), theatre.room.output().constData());
+}
+
+QTEST_GUILESS_MAIN(HomeTheatreTest)
+#include "HomeTheatreTest.moc"
