@@ -152,13 +152,13 @@ QString Example::check() const
     if (const QString difference = differenceOf(compiled); !difference.isEmpty() || !compiled.isGood()) {
         return difference;
     }
-    if (!m_plays.isEmpty()) {
-        for (const QString &line : m_plays) {
-            source += QStringLiteral("//") + line + QLatin1Char('\n');
-        }
-        return ScriptedProgram::play(source);
+    if (const QString difference = run(compiled.objectFile); !difference.isEmpty() || m_plays.isEmpty()) {
+        return difference;
     }
-    return run(compiled.objectFile);
+    for (const QString &line : m_plays) {
+        source += QStringLiteral("//") + line + QLatin1Char('\n');
+    }
+    return ScriptedProgram::play(source);
 }
 
 QString Example::differenceOf(const CompileResult &compiled) const

@@ -160,6 +160,19 @@ class Checker:
         if kind is not None:
             self.problems.append(f"{page.relative_to(self.root)}: the last block has no end")
 
+    def check_frames(self, page):
+        """Link frames in hexadecimal must have the length and the checksum that they claim."""
+        number = re.compile(r"(?:[0-9a-f]{2}(?: |\n *))+", re.I)
+        for start in re.finditer(r"56 51 ", page.read_text(encoding="utf-8")):
+            data = bytes.fromhex(number.match(start.string, start.start())[0])
+            length = int.from_bytes(data[2:6], "big")
+            whole = data[:length + 8]
+            if len(whole) < 10 or len(whole) < length + 8:
+                continue                                # a form like 00000001, or one that is explained in part
+            if whole[-1] != 0xAC or whole[-2] != sum(whole[6:-2]) & 255:
+                line = start.string.count("\n", 0, start.start()) + 1
+                self.problems.append(f"{page.relative_to(self.root)}:{line}: the frame has a wrong sum or end")
+
     def check_code(self, where, code):
         words = code.split()
         if len(words) > 1 and words[0] in self.programs and "…" not in code:
@@ -201,6 +214,7 @@ def main():
              *root.glob("docs/**/*.md"), *root.glob("examples/**/*.md")]
     for page in sorted(pages):
         checker.check_page(page)
+        checker.check_frames(page)
     index = (root / "docs/README.md")
     if index.exists():
         listed = re.findall(r"\]\(([^)#\s]+)", index.read_text(encoding="utf-8"))
