@@ -177,6 +177,9 @@ class Checker:
         words = code.split()
         if len(words) > 1 and words[0] in self.programs and "…" not in code:
             self.check_line(where, code)
+        elif re.fullmatch(r"(src|tests|docs|tools|bench|examples|resources)/[\w./*-]+", code):
+            if not any(self.root.glob(code.rstrip("/").removesuffix(".*") + ("*" if code.endswith(".*") else ""))):
+                self.problems.append(f"{where}: no such file: {code}")
         return ""
 
 
