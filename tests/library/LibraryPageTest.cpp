@@ -16,13 +16,17 @@ void LibraryPageTest::describesEveryBuiltin()
 {
     QFile page(QStringLiteral(LIBRARY_PAGE));
     QVERIFY(page.open(QIODevice::ReadOnly));
-    const std::vector<CodeBlock> blocks = codeBlocksOf(QString::fromUtf8(page.readAll()));
+    const QString text = QString::fromUtf8(page.readAll());
+    const QString contents = text.section(QStringLiteral("\nA program calls"), 0, 0);
+    const std::vector<CodeBlock> blocks = codeBlocksOf(text);
     for (const Builtin &row : Library::table()) {
-        const QString call = QString::fromLatin1(row.name).toLower() + QLatin1Char('(');
+        const QString name = QString::fromLatin1(row.name).toLower();
+        const QString call = name + QLatin1Char('(');
         const auto entry = std::find_if(blocks.cbegin(), blocks.cend(), [&call](const CodeBlock &block) {
             return block.heading.contains(call) && block.code.join(QString()).contains(call);
         });
         QVERIFY2(!row.isAvailable() || entry != blocks.cend(), row.name);
+        QVERIFY2(contents.contains(QLatin1Char('`') + name + QLatin1Char('`')), row.name);
     }
 }
 
