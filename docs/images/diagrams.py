@@ -35,7 +35,6 @@ LANES = ["panel", "I/O thread", "main thread"]
 # (from, to, text) an arrow; (lane, None, text) what happens there
 PUSH = [
     (0, 1, "2A push"),
-    (1, 0, "21 confirmed, in one write"),
     (1, 2, "PanelEvent, priority 200"),
     (2, None, "Dispatcher::press"),
     (2, None, "let go of what TO holds; hold timer"),
@@ -43,7 +42,7 @@ PUSH = [
     (2, None, "the body runs, prepared code"),
     (2, None, "ON → groups → DeviceManager"),
     (2, None, "status store; panel by index"),
-    (2, 0, "1B feedback, written straight to the panel's socket"),
+    (2, 0, "21 confirmed and 1B feedback, one write to the socket"),
     (0, 1, "21 confirmed"),
     (1, None, "the pending frame is dropped"),
 ]
