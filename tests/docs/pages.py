@@ -173,6 +173,17 @@ class Checker:
                 line = start.string.count("\n", 0, start.start()) + 1
                 self.problems.append(f"{page.relative_to(self.root)}:{line}: the frame has a wrong sum or end")
 
+    def check_messages(self, page):
+        """What the table under Troubleshooting quotes must be a text of some program."""
+        sources = "".join(file.read_text(encoding="utf-8") for file in self.root.glob("src/**/*.cpp")).replace('\\"', '"')
+        table = page.read_text(encoding="utf-8").split("## Troubleshooting", 1)[1].split("\n## ", 1)[0]
+        for row in re.findall(r"^\| ([^|]*) \|", table, re.M):
+            for quoted in re.findall(r"`([^`]* [^`]*)`", row):
+                # What the system adds, such as a reason behind a colon, stands in no source.
+                fixed = [part for part in re.split(r"…|\d+|: [A-Z][a-z ]+$|^arkctl: ", quoted) if len(part) > 6]
+                if quoted.split()[0] not in self.programs and not all(part in sources for part in fixed):
+                    self.problems.append(f"{page.relative_to(self.root)}: no program says: {quoted}")
+
     def check_code(self, where, code):
         words = code.split()
         if len(words) > 1 and words[0] in self.programs and "…" not in code:
@@ -218,6 +229,7 @@ def main():
     for page in sorted(pages):
         checker.check_page(page)
         checker.check_frames(page)
+    checker.check_messages(root / "docs/operating.md")
     index = (root / "docs/README.md")
     if index.exists():
         listed = re.findall(r"\]\(([^)#\s]+)", index.read_text(encoding="utf-8"))
