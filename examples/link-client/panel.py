@@ -4,6 +4,7 @@
 Reads lines "push 5", "release 5", "level 1 40" and prints what the controller shows: "button 5 on", "level 1 40",
 "command page-Main", "online", "offline". Ends with its input; a lost connection is made again every second.
 """
+import contextlib
 import os
 import select
 import socket
@@ -43,7 +44,7 @@ class Connection:
         self.socket = socket.create_connection(target, timeout=5)
         self.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
         self.device, self.data, self.last_id = device, b"", 0
-        self.unconfirmed, self.seen, self.buttons = {}, {}, {}
+        self.unconfirmed, self.seen, self.buttons, self.is_online = {}, {}, {}, False
         self.heard = self.beaten = time.monotonic()
 
     def send(self, code, text=""):
@@ -78,11 +79,13 @@ class Connection:
         self.heard = time.monotonic()
         payloads, self.data = cut_frames(self.data + piece)
         for payload in payloads:
-            self.take(payload[0], payload[1:])
+            with contextlib.suppress(ValueError, IndexError, struct.error):     # a message that makes no sense
+                self.take(payload[0], payload[1:])
 
     def take(self, code, body):
         if code == 0x19:                                        # who are you? Type 1: a panel
             self.send(0x1F, f"1:{self.device}:panel.py:1.0")
+            self.is_online = True
             say("online")
         elif code == 0x21:
             self.unconfirmed.pop(struct.unpack(">I", body[:4])[0], None)
@@ -150,20 +153,21 @@ def main(host, device, port=6139):
             ready = select.select([0, link.socket], [], [], 0.1)[0]
             if link.socket in ready:
                 link.read()
-            if 0 in ready:
-                piece = os.read(0, 4096)
-                if not piece:
-                    return
-                *lines, typed = (typed + piece).split(b"\n")
-                for line in lines:
-                    link.do(line.decode())
             link.tend()
         except OSError:
             if link:
                 link.socket.close()
                 say("offline")
                 link = None
-            time.sleep(1)
+            ready = select.select([0], [], [], 1)[0]
+        if 0 in ready:
+            piece = os.read(0, 4096)
+            if not piece:
+                return
+            *lines, typed = (typed + piece).split(b"\n")
+            for line in lines if link and link.is_online else ():   # what is pushed while nobody listens is gone
+                with contextlib.suppress(OSError):                      # the next read sees the loss
+                    link.do(line.decode(errors="replace"))
 
 
 if __name__ == "__main__":

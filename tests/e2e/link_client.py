@@ -100,6 +100,7 @@ def main():
             running.send_signal(signal.SIGTERM)
             running.wait(30)
             shown.expect("offline")
+            do("push 11")                                                   # must not come late
             running = controller()
             shown.expect("online")
             do("push 1")
