@@ -137,8 +137,7 @@ public:
             return Flow::Next;
         }
         const std::vector<ChannelGroup> groups = m_channels.collect(run);
-        ValueRef hold;
-        const std::vector<qint64> values = wholeNumbersOf(m_value->view(run, hold));
+        const std::vector<qint64> values = wholeNumbersOf(*m_value, run);
         for (const ChannelGroup &group : groups) {
             std::vector<qint64> own;
             for (const int index : group.valueIndexes) {

@@ -4,6 +4,7 @@
 #include "interp/Interpreter.h"
 #include "interp/Preparer.h"
 #include "interp/Run.h"
+#include "interp/TextCode.h"
 #include "model/Values.h"
 #include "program/AST.h"
 
@@ -121,8 +122,7 @@ std::vector<ChannelGroup> ChannelCode::collect(Run &run) const
     }
     ChannelGroup group;
     if (m_items[1].code) {
-        ValueRef hold;
-        group.channels = wholeNumbersOf(m_items[1].code->view(run, hold));
+        group.channels = wholeNumbersOf(*m_items[1].code, run);
     }
     for (size_t index = 0; index < group.channels.size(); ++index) {
         group.valueIndexes.push_back(static_cast<int>(index));
@@ -163,6 +163,23 @@ std::vector<qint64> wholeNumbersOf(const ValueView &value)
                     numbers.push_back(integerPart(element.number));
                 }
             }
+        }
+    }
+    return numbers;
+}
+
+std::vector<qint64> wholeNumbersOf(const Code &code, Run &run)
+{
+    const auto *list = dynamic_cast<const TextCode *>(&code);
+    if (!list || list->items().empty()) {
+        ValueRef hold;
+        return wholeNumbersOf(code.view(run, hold));
+    }
+    std::vector<qint64> numbers;
+    for (const std::unique_ptr<Code> &item : list->items()) {
+        if (item) {
+            const std::vector<qint64> more = wholeNumbersOf(*item, run);
+            numbers.insert(numbers.end(), more.begin(), more.end());
         }
     }
     return numbers;

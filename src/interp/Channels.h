@@ -42,3 +42,5 @@ std::vector<DeviceAddress> devicesOf(const ValueView &value);
 
 /// A value as a list of whole numbers: one of a number, one per element of an array.
 std::vector<qint64> wholeNumbersOf(const ValueView &value);
+/// The same of code that is run for it. The numbers of a list stay whole; only where it becomes a text are they bytes.
+std::vector<qint64> wholeNumbersOf(const Code &code, Run &run);

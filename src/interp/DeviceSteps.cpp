@@ -125,9 +125,8 @@ public:
     Flow execute(Run &run) const override
     {
         for (const DeviceAddress &address : addresses(run)) {
-            ValueRef hold;
-            const std::vector<qint64> codes = wholeNumbersOf(m_codes->view(run, hold));
-            const std::vector<qint64> values = wholeNumbersOf(m_values->view(run, hold));
+            const std::vector<qint64> codes = wholeNumbersOf(*m_codes, run);
+            const std::vector<qint64> values = wholeNumbersOf(*m_values, run);
             if (codes.empty() || values.empty()) {
                 run.error(codes.empty() ? kWrongLevelCode : kWrongLevelValue);
             } else if (DeviceActions *devices = run.program().devices()) {

@@ -113,6 +113,7 @@ QString ScriptedProgram::play(const QString &source)
             seen += player.takeLines();
         }
     }
+    seen.replaceInStrings(QStringLiteral("\r"), QStringLiteral("\\r"));
     if (seen == expected) {
         return QString();
     }
