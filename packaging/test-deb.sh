@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the package in dist/ (built when it is missing) into a fresh Debian 12 in a temporary folder, runs the
-# controller there, removes and purges the package, and looks for what is left. As root; takes minutes and some 500 MB.
+# Builds the package and installs it into a fresh Debian 12 in a temporary folder, runs the controller there, removes
+# and purges the package, and looks for what is left. As root; takes minutes and some 500 MB.
 # Debian comes from where this machine's apt gets it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -15,8 +15,7 @@ fi
 . tools/setup.sh
 need debootstrap util-linux iproute2
 
-package=$(find dist -name 'arkivon_*.deb' 2>/dev/null | sort | tail -n 1)
-[ -n "$package" ] || package=$(packaging/build-deb.sh | tail -n 1)
+package=$(packaging/build-deb.sh | tail -n 1)
 
 root=$(mktemp -d)
 chmod 755 "$root" # the root of a system is open to its users
@@ -31,10 +30,12 @@ inside() { chroot "$root" env LC_ALL=C.UTF-8 PATH=/usr/sbin:/usr/bin:/sbin:/bin 
 
 # What a package can leave behind: everything but the records of apt and dpkg, and copies of the user table.
 files() {
-    inside find / -xdev -path /proc -prune -o -path /tmp -prune -o -path /var/log -prune -o -path /var/cache -prune \
-        -o -path /var/lib/apt -prune -o -path /var/lib/dpkg -prune \
-        -o -not -path '/etc/passwd*' -not -path '/etc/group*' -not -path '/etc/*shadow*' -not -path '/etc/sub*id*' \
-        -print | sort
+    local path others=()
+    for path in /proc /run /tmp /var/log /var/cache /var/lib/apt /var/lib/dpkg; do
+        others+=(-path "$path" -prune -o)
+    done
+    inside find / -xdev "${others[@]}" -not -path '/etc/passwd*' -not -path '/etc/group*' \
+        -not -path '/etc/*shadow*' -not -path '/etc/sub*id*' -print | sort
 }
 
 step "a fresh system"
@@ -44,7 +45,8 @@ mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' 'Created-By: Pa
 [ -n "$mirror" ] || fail "this machine's apt knows no source of bookworm"
 eval "$(apt-config shell proxy Acquire::http::Proxy)"
 [ -z "${proxy:-}" ] || export http_proxy=$proxy
-debootstrap --variant=minbase bookworm "$root" "$mirror" >"$root.log" 2>&1 || { tail -n 20 "$root.log"; fail debootstrap; }
+debootstrap --variant=minbase bookworm "$root" "$mirror" >"$root.log" 2>&1 ||
+    { tail -n 20 "$root.log"; fail "debootstrap"; }
 rm "$root.log"
 echo "deb $mirror bookworm main" >"$root/etc/apt/sources.list"
 [ -z "${proxy:-}" ] || echo "Acquire::http::Proxy \"$proxy\";" >"$root/etc/apt/apt.conf.d/90proxy"
@@ -116,7 +118,8 @@ inside apt-get -qq remove -y arkivon 2>&1 | tail -n 1
 [ -s "$root/var/lib/arkivon/program.pobj" ] || fail "remove has taken the room's data"
 [ ! -e "$root/usr/bin/arkivon" ] || fail "a program is left"
 step "install again, and purge"
-inside apt-get -qq install -y --no-install-recommends /tmp/arkivon.deb >"$root/tmp/apt.log" 2>&1 || fail "second install"
+inside apt-get -qq install -y --no-install-recommends /tmp/arkivon.deb >"$root/tmp/apt.log" 2>&1 ||
+    fail "second install"
 inside apt-get -qq purge -y arkivon 2>&1 | tail -n 1
 files >"$root/tmp/after"
 diff "$root/tmp/before" "$root/tmp/after" || fail "the lines with > are left"

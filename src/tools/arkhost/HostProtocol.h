@@ -1,5 +1,5 @@
 #pragma once
-#include <QLatin1String>
+#include <QString>
 
 /// What both ends of the supervisor's socket know; docs/formats/supervisor-link.md.
 namespace HostProtocol {

@@ -108,6 +108,7 @@ void HostSocket::serveController(QLocalSocket &socket)
         m_controller->abort(); // it has connected anew
     }
     m_controller = &socket;
+    connect(&socket, &QLocalSocket::disconnected, this, &HostSocket::controllerLeft);
     const auto parser = std::make_shared<FrameParser>();
     connect(&socket, &QLocalSocket::readyRead, this, [this, &socket, parser] { readController(socket, *parser); });
     if (m_portFrames == PortFrames::Show) {

@@ -33,6 +33,7 @@ public:
 Q_SIGNALS:
     void ledChanged(int led, bool on);
     void portFrame(const QByteArray &frame);
+    void controllerLeft(); // after all that it has told
 
 private:
     void takeConnections();

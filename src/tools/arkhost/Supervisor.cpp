@@ -35,6 +35,7 @@ Supervisor::Supervisor(const Setup &setup)
     connect(&m_redraw, &QTimer::timeout, this, &Supervisor::showStatus);
     connect(&m_second, &QTimer::timeout, this, &Supervisor::showStatus);
     connect(&m_socket, &HostSocket::ledChanged, this, &Supervisor::showLed);
+    connect(&m_socket, &HostSocket::controllerLeft, this, [this] { m_leds.allOff(); });
     connect(&m_socket, &HostSocket::portFrame, this, [this](const QByteArray &frame) {
         m_display.say(QStringLiteral("port frame %1").arg(QString::fromLatin1(frame.toHex(' '))));
     });
@@ -120,7 +121,6 @@ void Supervisor::takeOutput()
 void Supervisor::controllerEnded(int status, QProcess::ExitStatus how)
 {
     takeOutput();
-    m_leds.allOff();
     const ControllerEnd end = ControllerEnd::of(status, how);
     recordEnd(end.reason());
     if (m_isEnding) {
@@ -141,7 +141,7 @@ void Supervisor::controllerFailed(QProcess::ProcessError error)
     }
     const QString problem = QStringLiteral("Cannot start %1: %2").arg(m_setup.controller, m_controller.errorString());
     if (m_isEnding || m_starts == 1) {
-        m_display.say(problem);
+        m_display.showErrors(problem.toLocal8Bit() + '\n');
         Q_EMIT ended(m_isEnding ? 0 : kUsageStatus);
         return;
     }
