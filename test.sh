@@ -25,7 +25,7 @@ step "formatting"
 find src tests bench -name '*.cpp' -o -name '*.h' | sort | xargs clang-format --dry-run --Werror
 
 step "shell scripts"
-shellcheck -x ./*.sh bench/*.sh tools/*.sh tests/*/*.sh resources/scripts/*.sh
+shellcheck -x ./*.sh bench/*.sh packaging/*.sh packaging/debian/p* tools/*.sh tests/*/*.sh resources/scripts/*.sh
 
 step "release"
 cmake --preset release >/dev/null

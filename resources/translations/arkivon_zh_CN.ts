@@ -775,5 +775,21 @@
         <source>Web pages on port %1</source>
         <translation>网页端口：%1</translation>
     </message>
+    <message>
+        <source>Program %1, system %2</source>
+        <translation>程序 %1，系统号 %2</translation>
+    </message>
+    <message>
+        <source>No program, system %1</source>
+        <translation>没有程序，系统号 %1</translation>
+    </message>
+    <message>
+        <source>Starting again</source>
+        <translation>正在重新启动</translation>
+    </message>
+    <message>
+        <source>Ending</source>
+        <translation>正在结束</translation>
+    </message>
 </context>
 </TS>

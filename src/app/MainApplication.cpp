@@ -9,6 +9,7 @@
 #include "app/PanelBridge.h"
 #include "app/ProgramStop.h"
 #include "app/ServiceBridge.h"
+#include "app/ServiceManagerLink.h"
 #include "app/SystemScripts.h"
 #include "app/TerminalMonitor.h"
 #include "app/Translations.h"
@@ -27,6 +28,7 @@
 #include <QAbstractSocket>
 #include <QDebug>
 #include <QDir>
+#include <QFileInfo>
 #include <QSettings>
 #include <QThread>
 
@@ -82,6 +84,8 @@ struct MainApplication::Parts
         , scripts(options.mayChangeSystem ? SystemScripts::Permission::AsRoot : SystemScripts::Permission::Never)
     {}
 
+    QString serviceStatus() const;
+
     const SettingManager::Location location;
     Translations translations;
     SettingManager settings;
@@ -102,7 +106,18 @@ struct MainApplication::Parts
     std::unique_ptr<FileContoller> webPages;
     std::unique_ptr<HttpListener> web;
     std::unique_ptr<StopSignals> signalsToStop;
+    ServiceManagerLink serviceManager{ [this] { return serviceStatus(); } };
 };
+
+/// One line about what runs here.
+QString MainApplication::Parts::serviceStatus() const
+{
+    const int number = settings.systemNumber();
+    return exec->program() ? translated(QT_TRANSLATE_NOOP("messages", "Program %1, system %2"))
+                                 .arg(QFileInfo(exec->objectFilePath()).fileName())
+                                 .arg(number)
+                           : translated(QT_TRANSLATE_NOOP("messages", "No program, system %1")).arg(number);
+}
 
 MainApplication::MainApplication(int &argc, char **argv)
     : QCoreApplication(argc, argv)
@@ -142,6 +157,9 @@ int MainApplication::run()
         status = exec(); // a quit that nobody has given a reason for goes back to work
     } while (!settings.isRebootRequested() && !settings.isRestartRequested() && !ProgramStop::isEndRequested());
 
+    const bool comesBack = settings.isRebootRequested() || settings.isRestartRequested();
+    m_parts->serviceManager.stopping(comesBack ? translated(QT_TRANSLATE_NOOP("messages", "Starting again"))
+                                               : translated(QT_TRANSLATE_NOOP("messages", "Ending")));
     if (m_parts->uploads->hasNewProgram()) {
         m_parts->exec->forgetValues();
     }
@@ -209,7 +227,11 @@ std::optional<int> MainApplication::startParts(const Options &options)
     applyNetwork();
     exec.runStart();
     exec.startMainline();
-    return options.httpPort ? std::nullopt : startWebServer(options);
+    if (!options.httpPort) {
+        startWebServer(options); // without pages it goes on
+    }
+    parts.serviceManager.ready();
+    return std::nullopt;
 }
 
 void MainApplication::applyNetwork()

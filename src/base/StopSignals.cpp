@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 namespace {
-constexpr int kSignals[] = { SIGTERM, SIGINT };
+constexpr int kSignals[] = { SIGTERM, SIGINT, SIGHUP };
 void (*callAtOnce)() = nullptr;
 int wakeDescriptor = -1; // set before the handlers, closed after them
 
@@ -25,13 +25,22 @@ void handle(int)
     errno = savedErrno;
 }
 
+/// Whoever started the process wants it to outlive the terminal.
+bool isForNohup(int number)
+{
+    struct sigaction present = {};
+    return number == SIGHUP && ::sigaction(number, nullptr, &present) == 0 && present.sa_handler == SIG_IGN;
+}
+
 void setHandler(void (*handler)(int))
 {
     struct sigaction action = {};
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
     for (const int number : kSignals) {
-        ::sigaction(number, &action, nullptr);
+        if (!isForNohup(number)) {
+            ::sigaction(number, &action, nullptr);
+        }
     }
 }
 } // namespace

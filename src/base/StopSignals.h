@@ -3,9 +3,10 @@
 
 class QSocketNotifier;
 
-/// SIGTERM and SIGINT: a function that runs at once, also while the main thread is busy, and a signal from the event
-/// loop. Owns: a notifier (Qt child); the handlers of the process while it lives. Thread: the main thread. Ends: with
-/// the application; from then on both signals are ignored, the process is ending anyway.
+/// SIGTERM, SIGINT and SIGHUP (unless it is ignored, as under nohup): a function that runs at once, also while the main
+/// thread is busy, and a signal from the event loop. Owns: a notifier (Qt child); the handlers of the process while it
+/// lives. Thread: the main thread. Ends: with the application; from then on they are ignored, the process is ending
+/// anyway.
 class StopSignals : public QObject
 {
     Q_OBJECT
@@ -14,7 +15,7 @@ public:
     explicit StopSignals(void (*atOnce)() = nullptr, QObject *parent = nullptr);
     ~StopSignals() override;
 
-    /// While one lives, threads that start inherit a mask in which both signals are blocked.
+    /// While one lives, threads that start inherit a mask in which they are blocked.
     class Blocked
     {
     public:

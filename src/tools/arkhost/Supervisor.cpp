@@ -1,137 +1,223 @@
-#include "Supervisor.h"
+#include "tools/arkhost/Supervisor.h"
 
-#include <QLocalSocket>
-#include <QTextStream>
-#include <QTimer>
+#include "tools/arkhost/ControllerArguments.h"
 
-#include <memory>
+#include <QCoreApplication>
+#include <QDateTime>
 
 namespace {
 constexpr int kUsageStatus = 2;    // the controller refuses its arguments: starting it again is no use
-constexpr int kShortLifeMs = 1000; // one that ends sooner is started again only after this time
 constexpr int kKillAfterMs = 5000; // of a controller that was asked to end
-constexpr int kConnectTimeoutMs = 200;
+constexpr int kRedrawMs = 50;
+constexpr int kSecondMs = 1000;
+constexpr double kMsPerSecond = 1000;
 
-// The codes of the supervisor link.
-constexpr quint8 kLed = 2;
-constexpr quint8 kWatchPorts = 3;
-constexpr quint8 kPortFrame = 4;
-
-const QString &serverName()
+QString secondsText(qint64 ms)
 {
-    static const QString name = QStringLiteral("emulator");
-    return name;
-}
-
-void say(const QString &text)
-{
-    QTextStream(stdout) << text << '\n';
+    return QStringLiteral("%1 s").arg(static_cast<double>(ms) / kMsPerSecond);
 }
 } // namespace
 
-Supervisor::Supervisor(const QString &controller, const QStringList &arguments, PortFrames portFrames)
-    : m_controllerPath(controller)
-    , m_arguments(arguments)
-    , m_portFrames(portFrames)
+Supervisor::Supervisor(const Setup &setup)
+    : m_setup(setup)
+    , m_display(setup.form)
+    , m_reports(setup.reports, setup.keptReports)
+    , m_socket({ [this](qint64 process) { return m_controller.hasInGroup(process); },
+                 [this] { return HostStatusText::json(status()); } },
+               setup.portFrames)
 {
-    m_controller.setProcessChannelMode(QProcess::ForwardedChannels);
-    connect(&m_server, &QLocalServer::newConnection, this, &Supervisor::takeConnection);
+    m_clock.start();
+    m_nextStart.setSingleShot(true);
+    m_nextStart.setTimerType(Qt::PreciseTimer);
+    m_redraw.setSingleShot(true);
+    m_controller.setStandardInputFile(QProcess::nullDevice());
+    connect(&m_nextStart, &QTimer::timeout, this, &Supervisor::startController);
+    connect(&m_redraw, &QTimer::timeout, this, &Supervisor::showStatus);
+    connect(&m_second, &QTimer::timeout, this, &Supervisor::showStatus);
+    connect(&m_socket, &HostSocket::ledChanged, this, &Supervisor::showLed);
+    connect(&m_socket, &HostSocket::controllerLeft, this, [this] { m_leds.allOff(); });
+    connect(&m_socket, &HostSocket::portFrame, this, [this](const QByteArray &frame) {
+        m_display.say(QStringLiteral("port frame %1").arg(QString::fromLatin1(frame.toHex(' '))));
+    });
+    connect(&m_controller, &QProcess::readyReadStandardOutput, this, &Supervisor::takeOutput);
+    connect(&m_controller, &QProcess::readyReadStandardError, this, &Supervisor::takeOutput);
     connect(&m_controller, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
             &Supervisor::controllerEnded);
     connect(&m_controller, &QProcess::errorOccurred, this, &Supervisor::controllerFailed);
 }
 
+HostStatus Supervisor::status() const
+{
+    const bool isRunning = m_controller.state() != QProcess::NotRunning;
+    HostStatus status;
+    status.state = m_isEnding  ? HostStatus::State::Ending
+                   : isRunning ? HostStatus::State::Running
+                               : HostStatus::State::Waiting;
+    status.processId = m_controller.processId();
+    status.uptimeSeconds = isRunning ? uptimeMs() / kSecondMs : 0;
+    status.starts = m_starts;
+    status.crashes = m_crashes;
+    status.lastEnd = m_lastEnd;
+    if (m_nextStart.isActive()) {
+        status.nextStartInSeconds = m_nextStart.remainingTime() / kMsPerSecond;
+    }
+    status.leds = m_leds.namesOfThoseOn();
+    status.supervisorId = QCoreApplication::applicationPid();
+    status.supervisorUptimeSeconds = m_clock.elapsed() / kSecondMs;
+    return status;
+}
+
 std::optional<QString> Supervisor::start()
 {
-    if (std::optional<QString> problem = listen()) {
+    if (std::optional<QString> problem = m_socket.listen()) {
         return problem;
     }
     startController();
+    if (m_display.hasStatusLine()) {
+        m_second.start(kSecondMs);
+    }
     return std::nullopt;
 }
 
 void Supervisor::end()
 {
-    m_isEnding = true;
     if (m_controller.state() == QProcess::NotRunning) {
+        m_isEnding = true;
+        m_nextStart.stop();
         Q_EMIT ended(0);
         return;
     }
+    if (m_isEnding) { // asked again
+        m_controller.killGroup();
+        return;
+    }
+    m_isEnding = true;
     m_controller.terminate();
-    QTimer::singleShot(kKillAfterMs, &m_controller, &QProcess::kill);
-}
-
-std::optional<QString> Supervisor::listen()
-{
-    if (m_server.listen(serverName())) {
-        return std::nullopt;
-    }
-    QLocalSocket other;
-    other.connectToServer(serverName());
-    if (other.waitForConnected(kConnectTimeoutMs)) {
-        return QStringLiteral("Another supervisor listens on the socket %1.").arg(serverName());
-    }
-    QLocalServer::removeServer(serverName()); // left behind by one that crashed
-    if (m_server.listen(serverName())) {
-        return std::nullopt;
-    }
-    return QStringLiteral("Cannot listen on the socket %1: %2").arg(serverName(), m_server.errorString());
+    QTimer::singleShot(kKillAfterMs, &m_controller, &ChildController::killGroup);
+    showStatus();
 }
 
 void Supervisor::startController()
 {
-    if (!m_isEnding) {
-        m_age.start();
-        m_controller.start(m_controllerPath, m_arguments);
-    }
+    m_startedAtMs = m_clock.elapsed();
+    m_pauses.started(m_startedAtMs);
+    m_tail.clear();
+    ++m_starts;
+    m_controller.start(m_setup.controller, m_setup.arguments);
+    m_processId = m_controller.processId();
+    showStatus();
 }
 
-void Supervisor::takeConnection()
+void Supervisor::takeOutput()
 {
-    while (QLocalSocket *socket = m_server.nextPendingConnection()) {
-        const auto parser = std::make_shared<FrameParser>();
-        connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
-        connect(socket, &QLocalSocket::readyRead, socket, [this, socket, parser] { readFrames(*socket, *parser); });
-        if (m_portFrames == PortFrames::Show) {
-            socket->write(frameBytes(kWatchPorts, {}));
-        }
-    }
-}
-
-void Supervisor::readFrames(QLocalSocket &socket, FrameParser &parser)
-{
-    for (const Frame &frame : parser.feed(socket.readAll())) {
-        if (!frame.checksumOk) {
-            continue;
-        }
-        if (frame.code == kLed && frame.body.size() == 2) {
-            const QLatin1String state(frame.body.at(1) != 0 ? "on" : "off");
-            say(QStringLiteral("LED %1 %2").arg(static_cast<quint8>(frame.body.at(0))).arg(state));
-        } else if (frame.code == kPortFrame) {
-            say(QStringLiteral("port frame %1").arg(QString::fromLatin1(frame.body.toHex(' '))));
-        }
-    }
+    const QByteArray output = m_controller.readAllStandardOutput();
+    m_tail.take(output);
+    m_display.showOutput(output);
+    const QByteArray errors = m_controller.readAllStandardError();
+    m_tail.take(errors);
+    m_display.showErrors(errors);
 }
 
 void Supervisor::controllerEnded(int status, QProcess::ExitStatus how)
 {
+    takeOutput();
+    const ControllerEnd end = ControllerEnd::of(status, how);
+    recordEnd(end.reason());
     if (m_isEnding) {
         Q_EMIT ended(0);
-        return;
+    } else if (end.isWrongUse() && m_starts == 1) { // later it is something else, a port that is still taken
+        Q_EMIT ended(kUsageStatus);
+    } else if (end.isInOrder()) {
+        afterOrderlyEnd(end);
+    } else {
+        afterCrash(end);
     }
-    if (how == QProcess::NormalExit && status == kUsageStatus) {
-        Q_EMIT ended(status);
-        return;
-    }
-    const QLatin1String reason(how == QProcess::NormalExit ? "ended" : "crashed");
-    say(QStringLiteral("The controller has %1 with status %2 and is started again.").arg(reason).arg(status));
-    QTimer::singleShot(m_age.elapsed() < kShortLifeMs ? kShortLifeMs : 0, this, &Supervisor::startController);
 }
 
 void Supervisor::controllerFailed(QProcess::ProcessError error)
 {
-    if (error == QProcess::FailedToStart) { // every other failure is followed by the end of the process
-        say(QStringLiteral("Cannot start %1: %2").arg(m_controllerPath, m_controller.errorString()));
-        Q_EMIT ended(kUsageStatus);
+    if (error != QProcess::FailedToStart) { // every other failure is followed by the end of the process
+        return;
+    }
+    const QString problem = QStringLiteral("Cannot start %1: %2").arg(m_setup.controller, m_controller.errorString());
+    if (m_isEnding || m_starts == 1) {
+        m_display.showErrors(problem.toLocal8Bit() + '\n');
+        Q_EMIT ended(m_isEnding ? 0 : kUsageStatus);
+        return;
+    }
+    // It did start before: it is being replaced just now, or the machine is out of something.
+    recordEnd(m_controller.errorString());
+    const qint64 pauseMs = m_pauses.pauseMs(RestartPauses::End::Crash, m_clock.elapsed());
+    m_display.say(QStringLiteral("%1. It is tried again in %2.").arg(problem, secondsText(pauseMs)));
+    startLater(pauseMs);
+}
+
+void Supervisor::recordEnd(const QString &reason)
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    m_lastEnd = HostStatus::LastEnd{ now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate), reason,
+                                     uptimeMs() / kSecondMs };
+}
+
+void Supervisor::afterOrderlyEnd(const ControllerEnd &end)
+{
+    const qint64 pauseMs = m_pauses.pauseMs(RestartPauses::End::InOrder, m_clock.elapsed());
+    const QString when = pauseMs > 0 ? QStringLiteral(" in ") + secondsText(pauseMs) : QString();
+    m_display.say(
+        QStringLiteral("The controller has ended with status %1 and is started again%2.").arg(end.number).arg(when));
+    startLater(pauseMs);
+}
+
+void Supervisor::afterCrash(const ControllerEnd &end)
+{
+    ++m_crashes;
+    const qint64 pauseMs = m_pauses.pauseMs(RestartPauses::End::Crash, m_clock.elapsed());
+    startLater(pauseMs); // before the report, which may take a while
+    m_display.say(QStringLiteral("The controller has crashed: %1, after %2. It is started again in %3.")
+                      .arg(end.reason(), timeText(uptimeMs() / kSecondMs), secondsText(pauseMs)));
+    m_display.say(reportCrash(end, pauseMs));
+}
+
+void Supervisor::startLater(qint64 pauseMs)
+{
+    m_nextStart.start(static_cast<int>(pauseMs));
+    showStatus();
+}
+
+QString Supervisor::reportCrash(const ControllerEnd &end, qint64 pauseMs)
+{
+    CrashReport report;
+    report.at = QDateTime::currentDateTime();
+    report.end = end;
+    report.uptimeSeconds = uptimeMs() / kSecondMs;
+    report.pauseMs = pauseMs;
+    report.starts = m_starts;
+    report.crashes = m_crashes;
+    report.processId = m_processId;
+    report.version = m_setup.version;
+    report.controller = m_setup.controller;
+    report.arguments = m_setup.arguments;
+    report.objectFile = ControllerArguments::objectFile(m_setup.arguments);
+    report.lastLines = m_tail.lines();
+    const CrashReports::Outcome outcome = m_reports.write(report);
+    return outcome.problem.isEmpty()
+               ? QStringLiteral("Crash report: %1").arg(outcome.path)
+               : QStringLiteral("The crash report %1 cannot be written: %2").arg(outcome.path, outcome.problem);
+}
+
+void Supervisor::showLed(int led, bool on)
+{
+    m_leds.set(led, on);
+    if (!m_display.hasStatusLine()) {
+        m_display.say(QStringLiteral("LED %1 %2").arg(led).arg(on ? QLatin1String("on") : QLatin1String("off")));
+    } else if (!m_redraw.isActive()) {
+        m_redraw.start(kRedrawMs);
+    }
+}
+
+void Supervisor::showStatus()
+{
+    if (m_display.hasStatusLine()) {
+        m_display.showStatus(HostStatusText::line(status()) + QStringLiteral("  ") + m_leds.takeLine());
     }
 }

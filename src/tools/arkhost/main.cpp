@@ -1,38 +1,63 @@
-#include "Supervisor.h"
 #include "base/StopSignals.h"
+#include "tools/arkhost/ControllerArguments.h"
+#include "tools/arkhost/HostCommandLine.h"
+#include "tools/arkhost/StatusCommand.h"
+#include "tools/arkhost/Supervisor.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 
-#include <cstdio>
+#include <csignal>
 
-int main(int argc, char **argv)
+namespace {
+constexpr int kUsageStatus = 2;
+
+Supervisor::Setup setupOf(const HostCommandLine &line)
 {
-    QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Runs the controller, starts it again when it ends, and shows its LEDs."));
-    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    parser.addHelpOption();
-    const QCommandLineOption ports(QStringLiteral("ports"),
-                                   QStringLiteral("Show what goes to the port hardware, too."));
-    parser.addOption(ports);
-    parser.addPositionalArgument(QStringLiteral("arguments"), QStringLiteral("Arguments of the controller."),
-                                 QStringLiteral("-- [arguments...]"));
-    parser.process(application);
+    Supervisor::Setup setup;
+    setup.controller = line.controller.empty()
+                           ? QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("arkivon"))
+                           : QFile::decodeName(line.controller.c_str());
+    for (const std::string &argument : line.arguments) {
+        setup.arguments << QFile::decodeName(argument.c_str());
+    }
+    setup.reports = line.reports.empty()
+                        ? ControllerArguments::dataDirectory(setup.arguments) + QStringLiteral("/crash-reports")
+                        : QDir(QFile::decodeName(line.reports.c_str())).absolutePath();
+    setup.keptReports = line.keptReports;
+    setup.version = QStringLiteral(ARKHOST_VERSION);
+    setup.portFrames = line.showsPorts ? HostSocket::PortFrames::Show : HostSocket::PortFrames::Hide;
+    setup.form = line.isPlain ? HostDisplay::Form::Plain : HostDisplay::Form::WithStatusLine;
+    return setup;
+}
 
-    const QString controller = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("arkivon"));
-    Supervisor supervisor(controller, parser.positionalArguments(),
-                          parser.isSet(ports) ? Supervisor::PortFrames::Show : Supervisor::PortFrames::Hide);
+int supervise(const HostCommandLine &line)
+{
+    Supervisor supervisor(setupOf(line));
     const StopSignals signalsToStop;
     QObject::connect(&signalsToStop, &StopSignals::received, &supervisor, &Supervisor::end);
     QObject::connect(
-        &supervisor, &Supervisor::ended, &application, [](int status) { QCoreApplication::exit(status); },
+        &supervisor, &Supervisor::ended, &supervisor, [](int status) { QCoreApplication::exit(status); },
         Qt::QueuedConnection);
     if (const std::optional<QString> problem = supervisor.start()) {
-        std::fputs((*problem + QLatin1Char('\n')).toLocal8Bit().constData(), stderr);
-        return 2;
+        HostDisplay::complain(*problem);
+        return kUsageStatus;
     }
     return QCoreApplication::exec();
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    std::signal(SIGPIPE, SIG_IGN); // a terminal that has gone is no reason to end
+    CLI::App app;
+    HostCommandLine line;
+    describeHost(app, line);
+    if (const std::optional<int> status = parseHost(app, line, { argv + 1, argv + argc })) {
+        return *status;
+    }
+    QCoreApplication application(argc, argv);
+    return line.wantsStatus ? runStatusCommand(line.wantsJson, static_cast<int>(line.timeoutSeconds * 1000))
+                            : supervise(line);
 }

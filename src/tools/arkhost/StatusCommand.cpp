@@ -1,0 +1,78 @@
+#include "tools/arkhost/StatusCommand.h"
+
+#include "base/Frame.h"
+#include "tools/arkhost/HostDisplay.h"
+#include "tools/arkhost/HostProtocol.h"
+#include "tools/arkhost/HostStatus.h"
+
+#include <QDeadlineTimer>
+#include <QLocalSocket>
+
+#include <cstdio>
+#include <variant>
+
+namespace {
+constexpr int kRunning = 0;
+constexpr int kNotRunning = 1;
+
+struct NoAnswer
+{
+    const char *state; // for --json
+    QString why;
+};
+
+int leftMs(const QDeadlineTimer &deadline)
+{
+    return static_cast<int>(deadline.remainingTime());
+}
+
+/// The status as JSON, or why there is none.
+std::variant<QByteArray, NoAnswer> ask(int timeoutMs)
+{
+    const QDeadlineTimer deadline(timeoutMs);
+    QLocalSocket socket;
+    socket.connectToServer(HostProtocol::serverName());
+    if (!socket.waitForConnected(leftMs(deadline))) {
+        return NoAnswer{ "none", QStringLiteral("no supervisor listens on the socket %1 (%2); is arkhost running, "
+                                                "with the same TMPDIR?")
+                                     .arg(HostProtocol::serverName(), socket.errorString()) };
+    }
+    socket.write(frameBytes(HostProtocol::kAskStatus, {}));
+    FrameParser parser;
+    while (socket.bytesAvailable() > 0 || socket.waitForReadyRead(leftMs(deadline))) {
+        for (const Frame &frame : parser.feed(socket.readAll())) {
+            if (frame.checksumOk && frame.code == HostProtocol::kStatus) {
+                return frame.body;
+            }
+        }
+    }
+    return NoAnswer{ "silent", QStringLiteral("no answer on the socket %1; does something else listen there, or an "
+                                              "older supervisor?")
+                                   .arg(HostProtocol::serverName()) };
+}
+
+void print(const QByteArray &text)
+{
+    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
+}
+} // namespace
+
+int runStatusCommand(bool wantsJson, int timeoutMs)
+{
+    const auto answer = ask(timeoutMs);
+    if (const auto *none = std::get_if<NoAnswer>(&answer)) {
+        if (wantsJson) {
+            print(QByteArray("{\"state\":\"") + none->state + "\"}\n");
+        }
+        HostDisplay::complain(none->why);
+        return kNotRunning;
+    }
+    const auto &json = std::get<QByteArray>(answer);
+    const std::optional<HostStatus> status = HostStatusText::fromJson(json);
+    if (!status) {
+        HostDisplay::complain(QStringLiteral("the supervisor answers in a form that this version does not know"));
+        return kNotRunning;
+    }
+    print(wantsJson ? json + '\n' : HostStatusText::lines(*status).toLocal8Bit());
+    return status->isRunning() ? kRunning : kNotRunning;
+}
