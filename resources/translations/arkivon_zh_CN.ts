@@ -28,6 +28,10 @@
         <translation>目标文件 %1 已损坏或不是程序</translation>
     </message>
     <message>
+        <source>Values are not kept: cannot write in %1: %2</source>
+        <translation>数值不会保存：无法写入 %1：%2</translation>
+    </message>
+    <message>
         <source>File size is 0.</source>
         <translation>文件大小为 0。</translation>
     </message>

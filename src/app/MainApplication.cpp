@@ -30,6 +30,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSettings>
+#include <QTemporaryFile>
 #include <QThread>
 
 #include <cstdio>
@@ -44,6 +45,23 @@ int refuse(const QString &why)
 {
     sayOnStandardError(why);
     return kUsageStatus;
+}
+
+void reportEverywhere(const QString &text)
+{
+    sayOnStandardError(text);
+    monitorLog(MonitorMessageType::Error, translated(QT_TRANSLATE_NOOP("messages", "Error:%1")).arg(text));
+}
+
+/// A room that keeps no values still has to work: the controller goes on.
+void reportUnlessWritable(const QString &directory)
+{
+    // Tried, not asked: permissions say nothing of a file system that is read-only.
+    QTemporaryFile probe(directory + QStringLiteral("/probe"));
+    if (!probe.open()) {
+        reportEverywhere(translated(QT_TRANSLATE_NOOP("messages", "Values are not kept: cannot write in %1: %2"))
+                             .arg(directory, probe.errorString()));
+    }
 }
 
 /// A setting that names the device file of a serial line; empty: there is none.
@@ -282,6 +300,7 @@ void MainApplication::loadProgram(const Options &options)
     if (!options.objectFilePath.isEmpty()) {
         exec.setObjectFilePath(options.objectFilePath);
     }
+    reportUnlessWritable(m_parts->location.dataDirectory);
     QString problem;
     switch (exec.loadProgram()) {
     case ExecManager::Load::Done:
@@ -299,9 +318,7 @@ void MainApplication::loadProgram(const Options &options)
         break;
     }
     if (!problem.isEmpty()) {
-        const QString text = problem.arg(exec.objectFilePath());
-        sayOnStandardError(text);
-        monitorLog(MonitorMessageType::Error, translated(QT_TRANSLATE_NOOP("messages", "Error:%1")).arg(text));
+        reportEverywhere(problem.arg(exec.objectFilePath()));
     }
     m_parts->panels->setProgram(exec.program());
     m_parts->controllers->setProgram(exec.program());

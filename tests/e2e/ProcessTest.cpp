@@ -16,6 +16,7 @@ private Q_SLOTS:
     void unknownOption();
     void takenPort();
     void dataDirectoryThatCannotBe();
+    void dataDirectoryThatTakesNothing();
     void missingNamedFile();
     void damagedFile();
     void twoFilesAreNone();
@@ -72,6 +73,20 @@ void ProcessTest::dataDirectoryThatCannotBe()
                          { QStringLiteral("--data-dir"), file.fileName() + QStringLiteral("/below") });
     QTRY_VERIFY(controller.errors().contains("/file/below"));
     ENDS_WITH(controller, 2);
+}
+
+void ProcessTest::dataDirectoryThatTakesNothing()
+{
+    ControllerProcess controller;
+    QStringList arguments = controller.standardArguments();
+    arguments.replace(arguments.indexOf(QStringLiteral("--data-dir")) + 1, QStringLiteral("/proc")); // not even root's
+    controller.startWith(QStringLiteral(ARKIVON_PROGRAM), arguments);
+    STARTS(controller);
+    QVERIFY2(controller.errors().startsWith("Values are not kept: cannot write in /proc: "),
+             controller.errors().constData());
+    QVERIFY(controller.output().contains("Error:Values are not kept"));
+    controller.signal(SIGTERM);
+    ENDS_WITH(controller, 0);
 }
 
 void ProcessTest::missingNamedFile()
