@@ -53,7 +53,8 @@ CHANGELOG
 # The libraries that the programs are linked to. No Qt plugin is loaded at run time.
 mkdir "$work/debian"
 echo "Source: arkivon" >"$work/debian/control"
-depends=$(cd "$work" && dpkg-shlibdeps -O stage/usr/bin/* 2> >(grep -v 'should already be installed' >&2) | sed -n 's/^shlibs:Depends=//p')
+depends=$(cd "$work" && dpkg-shlibdeps -O stage/usr/bin/* 2> >(grep -v 'should already be installed' >&2) |
+    sed -n 's/^shlibs:Depends=//p')
 
 mkdir "$stage/DEBIAN"
 sed -e "s/@VERSION@/$version/" -e "s/@ARCHITECTURE@/$architecture/" -e "s/@DEPENDS@/$depends/" \
