@@ -90,18 +90,29 @@ private:
         return true;
     }
 
+    /// A bracket opens or closes with an item, which ends at a column of a line that begins at another.
+    void track(Brackets &brackets, size_t index, int end, int lineColumn) const
+    {
+        if (opens(item(index))) {
+            brackets.push_back({ isLastOfLine(index) ? lineColumn + kIndent : end, lineColumn });
+        } else if (closes(item(index)) && !brackets.empty()) {
+            brackets.pop_back();
+        }
+    }
+
+    int widthWithBlanks(size_t index, size_t first) const
+    {
+        return (index == first ? 0 : item(index).blanks) + widthOf(item(index).text);
+    }
+
     /// The brackets that are open behind the items of a line.
     Brackets walk(size_t first, size_t end, int column) const
     {
         Brackets brackets = m_brackets;
         int at = column;
         for (size_t i = first; i < end; ++i) {
-            at += (i == first ? 0 : item(i).blanks) + widthOf(item(i).text);
-            if (opens(item(i))) {
-                brackets.push_back({ isLastOfLine(i) ? column + kIndent : at, column });
-            } else if (closes(item(i)) && !brackets.empty()) {
-                brackets.pop_back();
-            }
+            at += widthWithBlanks(i, first);
+            track(brackets, i, at, column);
         }
         return brackets;
     }
@@ -123,21 +134,16 @@ private:
                 return i;
             }
             const int depth = static_cast<int>(brackets.size());
-            if (i > first && isCandidate(i) &&
-                (brackets.empty() ? (m_line.level + 1) * kIndent : brackets.back().column) < at) {
-                if (!best || rank(depth) <= rank(best->depth)) {
-                    best = { i, depth };
-                }
+            const int continued = brackets.empty() ? (m_line.level + 1) * kIndent : brackets.back().column;
+            const bool helps = i > first && isCandidate(i) && continued < at;
+            if (helps && (!best || rank(depth) <= rank(best->depth))) {
+                best = { i, depth };
             }
-            at += (i == first ? 0 : item(i).blanks) + widthOf(item(i).text);
+            at += widthWithBlanks(i, first);
             if (at > kLongestLine && best && item(i).token >= 0) {
                 return best->index;
             }
-            if (opens(item(i))) {
-                brackets.push_back({ isLastOfLine(i) ? column + kIndent : at, column });
-            } else if (closes(item(i)) && !brackets.empty()) {
-                brackets.pop_back();
-            }
+            track(brackets, i, at, column);
         }
         return m_line.items.size();
     }

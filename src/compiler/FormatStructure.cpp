@@ -73,6 +73,7 @@ public:
     }
 
 private:
+    static constexpr size_t kDeepest = 500; // beyond, the indentation would be most of the text
     enum class Kind { TopLevel, Block, Structure, Paren, Bracket, List, Quote };
     enum class Next { Goes, Statement, Nested }; // what the next token of a block is
 
@@ -118,7 +119,7 @@ private:
             token.text = token.text.toLower();
         }
         open();
-        return true;
+        return m_frames.size() <= kDeepest || refuse(token, QStringLiteral("brackets are nested too deeply here"));
     }
 
     void open()

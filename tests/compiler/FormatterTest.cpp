@@ -144,6 +144,8 @@ void FormatterTest::laysOut_data()
         "integer a\n\ninteger b\nstart\n{\n    x\n\n    // c\n}\n");
     row("signs that would become others stay apart", "start {\na = b - -c\na = ( *d\na = 1 .. .5\na = ! =b\n)\n}",
         "start\n{\n    a = b - -c\n    a = ( * d\n         a = 1.. .5\n         a = ! = b\n    )\n}\n");
+    row("an else behind a superfluous semicolon", "start {\nif (a) {\nb\n} ;\nelse { c };\n}",
+        "start\n{\n    if (a) {\n        b\n    } else { c }\n}\n");
     row("a statement behind a list", "start { [d, 1] = {1, 0} [d, 2] = 3 }", "start { [d, 1] = {1, 0}  [d, 2] = 3 }\n");
     row("too long for one line",
         "button_event [dvPanelOnTheTable, 1] { push: { call DoSomethingThatHasALongName('and some text', 1, 2, 3, 4, "
@@ -189,6 +191,8 @@ void FormatterTest::refuses_data()
     row("x = \"1, 2", "1:5: error: this '\"' is not closed");
     row("x = 'abc\n", "1:5: error: this text has no end on its line; ' is missing");
     row("integer a\n  /* no end", "2:3: error: this comment has no end; '*/' is missing");
+    QTest::newRow("deep") << QString(600, QLatin1Char('{')) + QString(600, QLatin1Char('}'))
+                          << QStringLiteral("program.src:1:500: error: brackets are nested too deeply here");
     row("a = 1 # 2", "1:7: error: unexpected character '#'");
 }
 
