@@ -44,7 +44,7 @@ bin=build/release/bin
 
 # ---- what is started, and its end
 
-declare -A children # process id to name
+declare -A children=() # process id to name
 
 # in_background NAME COMMAND...: starts a part of the example.
 in_background() {
