@@ -21,8 +21,8 @@ let browser;
 function startDevices() {
   for (const name of DEVICES) {
     const options = name === 'projector' ? ['--warm-up', '0.5', '--cool-down', '0.5'] : [];
-    devices[name] = spawn('python3', ['-B', path.join(example, 'devices', `${name}.py`), '--bind', room.address, ...options],
-      { stdio: 'ignore' });
+    const script = path.join(example, 'devices', `${name}.py`);
+    devices[name] = spawn('python3', ['-B', script, '--bind', room.address, ...options], { stdio: 'ignore' });
   }
 }
 
