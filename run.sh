@@ -44,7 +44,7 @@ bin=build/release/bin
 
 # ---- what is started, and its end
 
-declare -A children # process id to name
+declare -A children=() # process id to name
 
 # in_background NAME COMMAND...: starts a part of the example.
 in_background() {
@@ -67,11 +67,11 @@ wait_for_the_end() {
     exit "$status"
 }
 
-# prepare SOURCE DIRECTORY: compiles a program, with the pages of its folder, into a data directory.
+# prepare SOURCE DIRECTORY: compiles a program, and its web panel where it has one, into a data directory.
 prepare() {
     mkdir -p "$2/web"
     "$bin/arkc" build "$1" -o "$2/program.pobj"
-    [ ! -d "${1%/*}/web" ] || cp -R "${1%/*}/web/." "$2/web/"
+    [ ! -d "${1%/*}/web" ] || cp -R examples/web-panel/. "${1%/*}/web/." "$2/web/"
 }
 
 # ---- the web panel
@@ -128,6 +128,8 @@ HINTS
 run_home_theatre() {
     local devices=examples/home-theatre/devices name faults
     prepare examples/home-theatre/home-theatre.src build/home-theatre
+    find_web_port "$@"
+    show_web_address "$@"
     for name in projector amplifier house; do
         faults=${name^^}
         read -ra faults <<<"${!faults:-}"
@@ -143,7 +145,8 @@ The theatre is running; its devices say here what they do. In another terminal:
 Control-C ends it.
 
 HINTS
-    in_background controller "$bin/arkivon" --data-dir build/home-theatre --no-system-changes --http-port 0 "$@"
+    in_background controller "$bin/arkivon" --data-dir build/home-theatre --no-system-changes \
+        "${web_options[@]}" "$@"
     wait_for_the_end
 }
 

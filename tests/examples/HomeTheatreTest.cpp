@@ -92,8 +92,13 @@ struct Theatre
     {
         const QString address = QStringLiteral("'%1'").arg(room.address());
         const QString soon = QStringLiteral("4"); // tenths: a test does not wait as long as a person may
+        QTcpServer free;
+        free.listen(QHostAddress(QHostAddress::Any));
+        const QString webPort = QString::number(free.serverPort());
+        free.close();
         return room.prepare(QStringLiteral("home-theatre/home-theatre.src"),
-                            { { QStringLiteral("PROJECTOR_ADDRESS"), address },
+                            { { QStringLiteral("WEB_PANEL_PORT"), webPort },
+                              { QStringLiteral("PROJECTOR_ADDRESS"), address },
                               { QStringLiteral("AMPLIFIER_ADDRESS"), address },
                               { QStringLiteral("MODBUS_ADDRESS"), address },
                               { QStringLiteral("PROJECTOR_ANSWER_TENTHS"), soon },

@@ -1,6 +1,6 @@
 // The example room on a controller of its own: the real programs, on a loopback address that no other test uses.
 import { execFileSync, spawn } from 'node:child_process';
-import { cpSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import { cpSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import net from 'node:net';
 import path from 'node:path';
 
@@ -29,11 +29,13 @@ export class Controller {
     controller.httpPort = await freePort();
     controller.panelPort = await freePort();
     controller.compile(example);
-    cpSync(path.join(example, 'web'), path.join(scratch, 'web'), { recursive: true });
+    for (const pages of [path.join(example, '..', 'web-panel'), path.join(example, 'web')]) {
+      cpSync(pages, path.join(scratch, 'web'), { recursive: true });
+    }
     return controller;
   }
 
-  /// The example as it is, but for the port, which another room on this machine may have.
+  /// The example as it is, but for the port, which another room on this machine may have, and devices' addresses.
   compile(example) {
     const copy = path.join(this.scratch, 'source');
     cpSync(example, copy, { recursive: true });
@@ -43,8 +45,12 @@ export class Controller {
     const changed = source.replace(/(WEB_PANEL_PORT = )8081/, `$1${this.panelPort}`);
     if (changed === source) throw new Error('webpanel.src has no port to change');
     writeFileSync(file, changed);
+    for (const name of readdirSync(copy).filter((each) => each.endsWith('.src'))) {
+      const module = path.join(copy, name);
+      writeFileSync(module, readFileSync(module, 'utf8').replace(/(_ADDRESS\[\]\s*= )'127.0.0.1'/, `$1'${address}'`));
+    }
     execFileSync(this.programs.arkc,
-      ['build', path.join(copy, 'boardroom.src'), '-o', path.join(this.scratch, 'program.pobj')]);
+      ['build', path.join(copy, `${path.basename(example)}.src`), '-o', path.join(this.scratch, 'program.pobj')]);
   }
 
   get url() {

@@ -74,7 +74,7 @@ async def serve(options):
 
 def main():
     parser = device.options("A simulated amplifier.", 7002)
-    parser.add_argument("--lose", type=float, default=0, metavar="SHARE", help="lose this share of the datagrams, 0 to 1")
+    parser.add_argument("--lose", type=float, default=0, metavar="SHARE", help="lose this share of all datagrams")
     parser.add_argument("--lose-first", type=int, default=0, metavar="N", help="lose the first N datagrams")
     parser.add_argument("--seed", type=int, help="lose the same ones each time")
     device.run(serve(parser.parse_args()))

@@ -1,7 +1,7 @@
 'use strict';
 
 // The panel: buttons tell the room's program what is wanted; what is lit comes from the program only.
-// The messages are described in webpanel.src, beside this folder.
+// The messages are described in the webpanel.src of each room.
 
 const PORT = 8081;                // WEB_PANEL_PORT of the program; ?port=N in the page's address takes another one
 const REPEAT_MS = 300;            // a held button says itself again
