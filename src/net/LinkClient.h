@@ -33,6 +33,7 @@ public:
 
     bool isIntroduced() const { return m_isIntroduced; }
     int pendingMessages() const { return m_pending.pending(); } // sent and not acknowledged yet
+    bool isConnected() const { return m_isConnected; }
     int deviceNumber() const { return m_identity.deviceNumber; }
 
     void connectTo(const QString &host, quint16 port = kDefaultPort);
@@ -60,9 +61,10 @@ Q_SIGNALS:
     void introduced();                         // the controller has asked, and been told, who we are
     void received(const LinkMessage &message); // once, also when it came more often
     void acknowledged(quint32 messageId);
-    void abandoned(int count);          // this many messages found no acknowledgement in 5 s
-    void disconnected();                // after a connection had been made
-    void failed(const QString &reason); // no connection could be made
+    void abandoned(int count);                   // this many messages found no acknowledgement in 5 s
+    void disconnected();                         // after a connection had been made
+    void failed(const QString &reason);          // no connection could be made
+    void heardStranger(const QByteArray &words); // the peer begins with something that is no frame
 
 private:
     void readAvailable();
@@ -79,6 +81,8 @@ private:
     DuplicateFilter m_received;
     quint32 m_lastMessageId = 0;
     int m_ticks = 0;
+    bool m_isConnected = false;
+    bool m_hasHeard = false; // anything from the peer
     bool m_isIntroduced = false;
     bool m_sendsHeartbeats = true;
 };

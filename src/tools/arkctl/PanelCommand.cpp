@@ -95,11 +95,17 @@ Outcome runPanel(const PanelArguments &arguments, const RunOptions &options)
 Command panelCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("panel", "Act as a touch panel: one action after the other");
+    CommandLine::explain(*word,
+                         { "Each action waits until the controller has confirmed the one before. watch shows what "
+                           "the panel is told, until it is interrupted.",
+                           { { "arkctl panel 10001 press 5", "push and release button 5" },
+                             { "arkctl panel 10001 level 1 200 watch", "move slider 1, then watch" } } });
     const auto arguments = std::make_shared<PanelArguments>();
     word->add_option("DEVICE", arguments->device, "The panel's device number")->required()->check(CLI::Range(1, 65535));
     word->add_option("ACTION", arguments->words,
                      "push CHANNEL | release CHANNEL | press CHANNEL | level LEVEL VALUE | watch")
-        ->required();
+        ->required()
+        ->check(CommandLine::suggests({ "push", "release", "press", "level", "watch" }));
     addForOption(*word, arguments->watchSeconds, "Watch no longer than this");
     addJsonFlag(*word, arguments->wantsJson, "Show what comes as one JSON object per line");
     return { word, [arguments](const RunOptions &options) { return runPanel(*arguments, options); } };
