@@ -17,7 +17,7 @@ class MonitorHistory : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int kMostLines = 10'000;
+    static constexpr int kMostLines = 10000;
     static constexpr int kMostTextBytes = 512 * 1024; // as it lies in memory, two bytes a character
     static constexpr int kLongestText = 4000;         // characters; more is cut off
 
