@@ -14,20 +14,23 @@ constexpr char kSystem[] = "Arkivon " ARKIVON_VERSION;
 
 struct Program
 {
+    const char *name;
     int section;
     void (*describe)(CLI::App &app);
 };
 
-void describeArkctl(CLI::App &app)
+/// Somewhere for the values of a command line that nobody gives and nobody reads.
+template <class Values>
+Values &unread()
 {
-    static CommonOptions options; // read by nobody
-    describeProgram(app, options);
+    static Values values;
+    return values;
 }
 
 /// Every program. A new one is a row here, and its library in CMakeLists.txt.
 constexpr Program kPrograms[] = {
-    { 8, describeController },
-    { 1, describeArkctl },
+    { "arkivon", 8, describeController },
+    { "arkctl", 1, [](CLI::App &app) { describeProgram(app, unread<CommonOptions>()); } },
 };
 
 bool write(const std::filesystem::path &path, const std::string &text)
@@ -44,7 +47,7 @@ bool write(const std::filesystem::path &path, const std::string &text)
 
 bool writePages(const Program &program, const std::filesystem::path &folder)
 {
-    CLI::App app;
+    CLI::App app("", program.name);
     program.describe(app);
     const CommandText text = describe(app);
     bool isWritten = write(folder / "bash-completion/completions" / text.line, bashCompletion(text));
