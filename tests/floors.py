@@ -5,8 +5,8 @@ import re
 import sys
 
 FLOORS = [
-    {"base"}, {"model"}, {"program"}, {"interp"}, {"events"}, {"library"}, {"devices"},
-    {"net", "compiler"}, {"admin", "web"}, {"app", "tools"},
+    {"base"}, {"cli"}, {"model"}, {"program"}, {"interp"}, {"events"}, {"library"}, {"devices"},
+    {"net", "compiler"}, {"admin", "web"}, {"app", "tools"}, {"pages"},
 ]
 LEVEL = {name: level for level, names in enumerate(FLOORS) for name in names}
 INCLUDE = re.compile(r'^\s*#include "([a-z]+)/[^"]*"')

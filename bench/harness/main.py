@@ -3,6 +3,7 @@ import pathlib
 import sys
 import tempfile
 
+import history
 import language
 import loading
 import roundtrip
@@ -12,7 +13,7 @@ import web
 from processes import Failed
 
 SECTIONS = {"language": language, "roundtrip": roundtrip, "sockets": sockets, "loading": loading, "transfer": transfer,
-            "web": web}
+            "web": web, "history": history}
 USAGE_STATUS = 2
 
 

@@ -88,11 +88,11 @@ class Server:
         raise Failed(f"{self._command} does not serve {self.address}:{self.port}")
 
 
-def arkivon(binaries, directory, program, address, cores=None, port=6139):
+def arkivon(binaries, directory, program, address, cores=None, port=6139, options=()):
     """The controller with its data in a directory of its own. port: of its own or of its program; it is up when that is."""
     data = pathlib.Path(directory) / ("data-" + address)
     data.mkdir(exist_ok=True)
-    command = [binaries / "arkivon", "--bind", address, "--data-dir", data, "--no-system-changes", program]
+    command = [binaries / "arkivon", "--bind", address, "--data-dir", data, "--no-system-changes", *options, program]
     return Server(command, address, port, cores=cores)
 
 

@@ -8,7 +8,7 @@ from table import Section
 MOST_PANELS = 1000
 ECHO_FACTOR = 2.5
 BURST_MS = 500
-PROTOCOLS = {"arkivon": "link", "echo": "echo", "mosquitto": "mqtt"}
+PROTOCOLS = {"arkivon": "link", "arkivon history": "link", "echo": "echo", "mosquitto": "mqtt"}
 
 
 def make_program(binaries, directory):

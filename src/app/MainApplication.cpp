@@ -16,6 +16,7 @@
 #include "app/Uploads.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
+#include "base/MonitorHistory.h"
 #include "base/StopSignals.h"
 #include "devices/DeviceManager.h"
 #include "library/ControlProgram.h"
@@ -109,6 +110,7 @@ struct MainApplication::Parts
     SettingManager settings;
     SystemScripts scripts;
     std::unique_ptr<TerminalMonitor> monitor;
+    std::unique_ptr<MonitorHistory> history;         // nullptr: none is kept
     SimulatedPortHardware *simulatedPorts = nullptr; // borrowed; nullptr when there is hardware
     std::unique_ptr<DeviceManager> devices;
     QThread daemonThread;
@@ -206,6 +208,9 @@ std::optional<int> MainApplication::startParts(const Options &options)
     });
     if (options.hasMonitor) {
         parts.monitor = std::make_unique<TerminalMonitor>();
+    }
+    if (options.monitorHistory > 0) {
+        parts.history = std::make_unique<MonitorHistory>(options.monitorHistory);
     }
 
     std::unique_ptr<PortHardware> hardware;
@@ -330,6 +335,9 @@ std::optional<int> MainApplication::startNetwork(const Options &options)
     parts.network =
         std::make_unique<NetworkManager>(LinkHooks{ *parts.panels, *parts.panels, *parts.panels, *parts.services });
     NetworkManager &network = *parts.network;
+    if (parts.history) {
+        network.setMonitorHistory(*parts.history);
+    }
     serveUploads();
     connect(&network, &NetworkManager::programError, this, [this](const QString &text) {
         if (ControlProgram *program = m_parts->exec->program()) {

@@ -6,6 +6,10 @@
 #include <optional>
 #include <variant>
 
+namespace CLI {
+class App;
+}
+
 /// What the command line asks of the controller.
 struct Options
 {
@@ -14,6 +18,7 @@ struct Options
     QString language;       // empty: the setting's, else the environment's
     QHostAddress bindAddress = QHostAddress(QHostAddress::Any);
     std::optional<quint16> httpPort; // nothing: the one of the web settings; 0: any free one
+    int monitorHistory = 0;          // lines kept; 0: none
     bool hasMonitor = false;
     bool mayChangeSystem = true;
 };
@@ -26,6 +31,9 @@ struct OptionsEnd
 };
 
 constexpr int kUsageStatus = 2; // something that the command line asks for cannot be done
+
+/// The command line alone, for the manual page and completion.
+void describeController(CLI::App &app);
 
 /// \param arguments  the program's name first
 std::variant<Options, OptionsEnd> parseOptions(const QStringList &arguments);

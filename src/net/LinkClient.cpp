@@ -55,11 +55,13 @@ LinkClient::LinkClient(const Identity &identity, QObject *parent)
     connect(m_socket, &QTcpSocket::readyRead, this, &LinkClient::readAvailable);
     connect(m_socket, &QTcpSocket::connected, this, [this] {
         m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        m_isConnected = true;
         m_timer->start();
     });
     connect(m_socket, &QTcpSocket::disconnected, this, [this] {
         m_timer->stop();
         m_isIntroduced = false;
+        m_isConnected = false;
         Q_EMIT disconnected();
     });
     connect(m_socket, &QTcpSocket::errorOccurred, this, [this] {
@@ -80,6 +82,7 @@ void LinkClient::connectTo(const QString &host, quint16 port)
     m_pending.clear();
     m_received = DuplicateFilter();
     m_lastHeardMs = m_clock.elapsed();
+    m_hasHeard = false;
     m_socket->connectToHost(host, port);
 }
 
@@ -164,7 +167,13 @@ void LinkClient::sendFrames(const QByteArray &frames)
 void LinkClient::readAvailable()
 {
     m_lastHeardMs = m_clock.elapsed();
-    const std::vector<Frame> frames = m_parser.feed(m_socket->readAll());
+    const QByteArray bytes = m_socket->readAll();
+    static const QByteArray magic = QByteArrayLiteral("VQ");
+    if (!m_hasHeard && !bytes.isEmpty() && !magic.startsWith(bytes.left(magic.size()))) {
+        Q_EMIT heardStranger(bytes);
+    }
+    m_hasHeard = m_hasHeard || !bytes.isEmpty();
+    const std::vector<Frame> frames = m_parser.feed(bytes);
     for (const Frame &frame : frames) {
         if (frame.checksumOk) {
             takeFrame(frame);

@@ -33,6 +33,7 @@ public:
 
     bool isIntroduced() const { return m_isIntroduced; }
     int pendingMessages() const { return m_pending.pending(); } // sent and not acknowledged yet
+    bool isConnected() const { return m_isConnected; }
     int deviceNumber() const { return m_identity.deviceNumber; }
     qint64 silentMs() const { return m_clock.elapsed() - m_lastHeardMs; } // since the controller sent something
 
@@ -62,9 +63,10 @@ Q_SIGNALS:
     void introduced();                         // the controller has asked, and been told, who we are
     void received(const LinkMessage &message); // once, also when it came more often
     void acknowledged(quint32 messageId);
-    void abandoned(int count);          // this many messages found no acknowledgement in 5 s
-    void disconnected();                // after a connection had been made
-    void failed(const QString &reason); // no connection could be made
+    void abandoned(int count);                   // this many messages found no acknowledgement in 5 s
+    void disconnected();                         // after a connection had been made
+    void failed(const QString &reason);          // no connection could be made
+    void heardStranger(const QByteArray &words); // the peer begins with something that is no frame
 
 private:
     void readAvailable();
@@ -82,6 +84,8 @@ private:
     quint32 m_lastMessageId = 0;
     qint64 m_lastHeardMs = 0;
     int m_ticks = 0;
+    bool m_isConnected = false;
+    bool m_hasHeard = false; // anything from the peer
     bool m_isIntroduced = false;
     bool m_sendsHeartbeats = true;
 };

@@ -51,6 +51,13 @@ Parsed parseIrCode(const QString &text)
     return number ? Parsed(AskIrCode{ *number }) : std::nullopt;
 }
 
+Parsed parseMonitorHistory(const QString &text)
+{
+    bool converts = false;
+    const qint64 ageMs = text.mid(text.indexOf(QLatin1Char('?')) + 1).toLongLong(&converts);
+    return converts && ageMs >= 0 ? Parsed(AskMonitorHistory{ ageMs }) : std::nullopt;
+}
+
 template <class Plain>
 Parsed parsePlain(const QString &)
 {
@@ -83,6 +90,7 @@ constexpr Row kRows[] = {
     { "ir", Match::Prefix, parseIrCode },
     { "listening?", Match::Whole, parsePlain<AskListenAddresses> },
     { "listenstatus?", Match::Prefix, [](const QString &text) { return parseText<AskListenStatus>(text, 13); } },
+    { "monitorhistory?", Match::Prefix, parseMonitorHistory },
 };
 } // namespace
 

@@ -37,9 +37,13 @@ struct AskListenStatus
 {
     QString text; // the new listen list; empty only asks
 };
+struct AskMonitorHistory
+{
+    qint64 ageMs = 0; // of the oldest line wanted
+};
 
 using Command = std::variant<SetSystemNumber, Reboot, UseDhcp, UseStaticIp, AskDateTime, SetDateTime, AskIrCode,
-                             AskListenAddresses, AskListenStatus>;
+                             AskListenAddresses, AskListenStatus, AskMonitorHistory>;
 
 /// Reads a command; nothing when it is unknown or its fields do not fit, it is then ignored.
 std::optional<Command> parse(const QByteArray &text);

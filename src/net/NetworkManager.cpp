@@ -1,9 +1,11 @@
 #include "net/NetworkManager.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
+#include "base/MonitorHistory.h"
 #include "base/Overloaded.h"
 #include "net/LinkCodes.h"
 #include "net/ListenSocket.h"
+#include "net/MonitorPast.h"
 #include <QDateTime>
 #include <QDebug>
 
@@ -93,6 +95,13 @@ NetworkManager::NetworkManager(const LinkHooks &hooks, QObject *parent)
 NetworkManager::~NetworkManager()
 {
     stop();
+}
+
+void NetworkManager::setMonitorHistory(MonitorHistory &history)
+{
+    m_history = &history;
+    disconnect(&NotificationCenter::instance(), nullptr, this, nullptr);
+    connect(&history, &MonitorHistory::line, this, &NetworkManager::sendMonitorLine, Qt::DirectConnection);
 }
 
 std::optional<QString> NetworkManager::start(const LinkOptions &options)
@@ -472,8 +481,29 @@ void NetworkManager::perform(SocketClient &client, const Management::Command &co
                 }
             });
         },
+        [&](const AskMonitorHistory &ask) { tellPast(client, ask.ageMs); },
     };
     std::visit(performers, command);
+}
+
+void NetworkManager::tellPast(SocketClient &client, qint64 ageMs) const
+{
+    const auto reply = [&client](const MonitorPast::Reply &told) {
+        client.sendPlain(LinkCode::kTextReply, MonitorPast::encode(told));
+    };
+    if (!m_history) {
+        reply(MonitorPast::NotKept());
+        return;
+    }
+    // Only the seam is sent under the lock of the history: lines of other threads wait no longer than that.
+    const MonitorHistory::Past past =
+        m_history->since(QDateTime::currentMSecsSinceEpoch(), ageMs, [&reply](const MonitorHistory::Past &asked) {
+            reply(MonitorPast::Seam{ asked.nowMs, asked.lostUntilMs });
+        });
+    for (const MonitorPast::Lines &page : MonitorPast::pages(past.lines)) {
+        reply(page);
+    }
+    reply(MonitorPast::End());
 }
 
 void NetworkManager::welcome(const std::weak_ptr<SocketClient> &client, int deviceNumber)

@@ -15,6 +15,8 @@
 #include <optional>
 #include <vector>
 
+class MonitorHistory;
+
 struct LinkOptions
 {
     QHostAddress bindAddress = QHostAddress(QHostAddress::Any);
@@ -93,6 +95,9 @@ public:
     /// Where the frames of file transfers go. Set before start(); outlives this.
     void setFileTransfers(FileTransfers *transfers) { m_transfers = transfers; }
 
+    /// Tools may ask for its lines, and get the lines that follow through it. Set before start(); outlives this.
+    void setMonitorHistory(MonitorHistory &history);
+
 Q_SIGNALS:
     void programError(const QString &text); // a fault of the running program; emitted on the caller's thread
 
@@ -113,6 +118,7 @@ private:
     void take(SocketClient &client, const ControllerMessage &message);
     void take(SocketClient &client, const OtherFrame &other);
     void perform(SocketClient &client, const Management::Command &command);
+    void tellPast(SocketClient &client, qint64 ageMs) const;
 
     void welcome(const std::weak_ptr<SocketClient> &client, int deviceNumber); // main thread
     void sendMonitorLine(int type, const QString &text);                       // any thread
@@ -127,6 +133,7 @@ private:
     const LinkHooks m_hooks;
     ControllerMessageHook m_controllerMessage;
     FileTransfers *m_transfers = nullptr; // borrowed
+    MonitorHistory *m_history = nullptr;  // borrowed; nullptr: none is kept
     ConnectionRegistry m_registry;
     std::unique_ptr<PortTests> m_portTests; // outlives the I/O threads, which use it
     std::vector<std::unique_ptr<IoThread>> m_threads;

@@ -32,6 +32,8 @@ void CommandLineTest::options_data()
                                 << "f;d;zh_CN;127.0.0.7;1;0";
     QTest::newRow("a file with a dash") << "-- -f"
                                         << "-f;;;0.0.0.0;0;1";
+    QTest::newRow("the last of two counts") << "--bind 127.0.0.7 --monitor --monitor --bind=127.0.0.8"
+                                            << ";;;127.0.0.8;1;1";
     QTest::newRow("a language with a country") << "--language en_US"
                                                << ";;en_US;0.0.0.0;0;1";
 }
@@ -69,6 +71,9 @@ void CommandLineTest::refusals_data()
     QTest::newRow("no language") << QByteArrayList{ "--language", "klingon" } << 2 << "klingon";
     QTest::newRow("almost a language") << QByteArrayList{ "--language", "zhx" } << 2 << "zhx";
     QTest::newRow("empty directory") << QByteArrayList{ "--data-dir", "" } << 2 << "data-dir";
+    QTest::newRow("too much history") << QByteArrayList{ "--monitor-history", "10001" } << 2 << "10001";
+    QTest::newRow("less than no history") << QByteArrayList{ "--monitor-history", "-1" } << 2 << "-1";
+    QTest::newRow("half a line") << QByteArrayList{ "--monitor-history=0.5" } << 2 << "0.5";
     QTest::newRow("help") << QByteArrayList{ "--help" } << 0 << "Central controller program.";
     QTest::newRow("version") << QByteArrayList{ "-v" } << 0 << QCoreApplication::applicationVersion();
 }

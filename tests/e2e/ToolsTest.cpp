@@ -1,7 +1,10 @@
 #include "ControllerProcess.h"
+#include "net/LinkClient.h"
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QtTest>
 
 /// arkctl against a real controller: what it prints, and how it ends.
@@ -14,6 +17,13 @@ private Q_SLOTS:
     void restarts();
     void refusals_data();
     void refusals();
+    void thePastHasNoSeam();
+    void smallHistories();
+    void outputs_data();
+    void outputs();
+    void strangers_data();
+    void strangers();
+    void jsonParses();
 };
 
 namespace {
@@ -122,6 +132,19 @@ void ToolsTest::refusals_data()
     QTest::newRow("system number") << "sysnum 0" << 2 << QByteArray("NUMBER");
     QTest::newRow("date") << "datetime tomorrow" << 2 << QByteArray("not a date and time such as");
     QTest::newRow("address") << "--host a:b:c info" << 2 << QByteArray("not an address: a:b:c");
+    QTest::newRow("type of lines") << "monitor --type error,lamp" << 2
+                                   << QByteArray("--type: lamp is none of remote-io");
+    QTest::newRow("regular expression") << "monitor --regex (a" << 2 << QByteArray("not a regular expression: (a (at");
+    QTest::newRow("no past") << "monitor --no-follow" << 2 << QByteArray("--no-follow needs --since WHEN");
+    QTest::newRow("no such time") << "monitor --since 25:00" << 2 << QByteArray("not a time such as 90s, 10m");
+    QTest::newRow("no such file") << "upload nowhere.pobj" << 2 << QByteArray("nowhere.pobj does not exist");
+    QTest::newRow("a folder") << "upload /" << 2 << QByteArray("/ is no file");
+    QTest::newRow("another kind of file")
+        << "upload /etc/passwd" << 2 << QByteArray("/etc/passwd: a controller takes .pobj");
+    QTest::newRow("no such host") << "--host host.invalid info" << 1
+                                  << QByteArray("no connection to host.invalid:6139");
+    QTest::newRow("not to be written") << "ir build /dev/null -o /proc/x/ir1.ir" << 1
+                                       << QByteArray("cannot write /proc/x");
     QTest::newRow("listen") << "listen add fe80::1" << 2 << QByteArray("not an IPv4 address: fe80::1");
 }
 
@@ -134,6 +157,203 @@ void ToolsTest::refusals()
     QVERIFY2(ended.errors.startsWith("arkctl: " + error), ended.errors.constData());
     QCOMPARE(ended.errors.count('\n'), 1);
     QVERIFY(ended.output.isEmpty());
+}
+
+namespace {
+QStringList channelsIn(const QByteArray &output)
+{
+    static const QRegularExpression pushed(QStringLiteral("Button pressed: .*channel code (\\d+),"));
+    QStringList channels;
+    for (auto found = pushed.globalMatch(QString::fromUtf8(output)); found.hasNext();) {
+        channels << found.next().captured(1);
+    }
+    return channels;
+}
+} // namespace
+
+/// Tools that come while a panel pushes see every push once, in order.
+void ToolsTest::thePastHasNoSeam()
+{
+    ControllerProcess controller;
+    controller.start({ QStringLiteral("--monitor-history"), QStringLiteral("10000") });
+    QTRY_VERIFY2(controller.output().contains("Network started."), controller.errors().constData());
+    LinkClient panel({ 1, 10001, "panel", "1" });
+    panel.connectTo(controller.address());
+    QTRY_VERIFY(panel.isIntroduced());
+    constexpr int kPushes = 3000;
+    constexpr int kTools = 4;
+    constexpr int kAtOnce = 20;
+    int pushed = 0;
+    const auto pushSome = [&] {
+        for (int count = 0; count < kAtOnce && pushed < kPushes; ++count) {
+            panel.push(++pushed);
+        }
+    };
+    connect(&panel, &LinkClient::acknowledged, this, [&] {
+        if (panel.pendingMessages() == 0) {
+            pushSome();
+        }
+    });
+    std::vector<std::unique_ptr<QProcess>> tools;
+    pushSome();
+    for (int tool = 1; tool <= kTools; ++tool) {
+        QTRY_VERIFY(pushed >= kPushes * tool / (kTools + 2));
+        tools.push_back(std::make_unique<QProcess>());
+        tools.back()->start(QStringLiteral(ARKCTL_PROGRAM),
+                            { QStringLiteral("--host"), controller.address(), QStringLiteral("monitor"),
+                              QStringLiteral("--since"), QStringLiteral("1h") });
+    }
+    QStringList all;
+    for (int channel = 1; channel <= kPushes; ++channel) {
+        all << QString::number(channel);
+    }
+    for (const auto &tool : tools) {
+        QByteArray output;
+        QTRY_VERIFY(
+            (output += tool->readAllStandardOutput()).contains("channel code " + QByteArray::number(kPushes) + ','));
+        QVERIFY(channelsIn(output) == all);
+        tool->terminate();
+        QVERIFY(tool->waitForFinished());
+        QCOMPARE(tool->exitCode(), 0);
+    }
+}
+
+void ToolsTest::smallHistories()
+{
+    const QStringList past = words("monitor --since 1h --no-follow --type system");
+    ControllerProcess none;
+    STARTS(none);
+    const Ended refused = arkctl(QStringList{ QStringLiteral("--host"), none.address() } + past);
+    QCOMPARE(refused.status, 1);
+    QCOMPARE(refused.errors, "arkctl: the controller at " + none.address().toLatin1() +
+                                 ":6139 keeps no past lines; start it with --monitor-history 5000\n");
+    ControllerProcess small;
+    small.start(words("--monitor-history 2"));
+    QTRY_VERIFY2(small.output().contains("System changes are off"), small.errors().constData());
+    const QStringList host{ QStringLiteral("--host"), small.address() };
+    const Ended first = arkctl(host + past);
+    QCOMPARE(first.status, 0);
+    QVERIFY2(first.errors.contains("are no longer kept"), first.errors.constData());
+    QVERIFY(!first.output.contains("Network started"));
+    QVERIFY(arkctl(host + words("monitor --since 0s --no-follow")).errors.isEmpty());
+}
+
+void ToolsTest::outputs_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::newRow("info") << "info";
+    QTest::newRow("help") << "--help";
+    QTest::newRow("help of a command") << "monitor --help";
+    QTest::newRow("the past") << "monitor --since 1h --no-follow";
+    QTest::newRow("discover") << "discover --for 0.5 --at ADDRESS";
+}
+
+/// A full disk is told, a reader that has gone is not.
+void ToolsTest::outputs()
+{
+    QFETCH(QString, command);
+    ControllerProcess controller;
+    controller.start(words("--monitor-history 100"));
+    QTRY_VERIFY2(controller.output().contains("Network started."), controller.errors().constData());
+    command.replace(QLatin1String("ADDRESS"), controller.address());
+    const QString line =
+        QStringLiteral("%1 --host %2 %3").arg(QStringLiteral(ARKCTL_PROGRAM), controller.address(), command);
+    const auto shell = [](const QString &script) {
+        QProcess process;
+        process.start(QStringLiteral("bash"), { QStringLiteral("-c"), script });
+        const bool isFinished = process.waitForFinished(20000);
+        return Ended{ isFinished ? process.exitCode() : -1, process.readAllStandardOutput(),
+                      process.readAllStandardError() };
+    };
+    const Ended full = shell(line + QStringLiteral(" >/dev/full"));
+    QCOMPARE(full.status, 1);
+    QVERIFY2(full.errors.startsWith("arkctl: cannot write the output: No space left on device"),
+             full.errors.constData());
+    QCOMPARE(full.errors.count('\n'), 1);
+    const Ended gone = shell(line + QStringLiteral(" | true"));
+    QCOMPARE(gone.errors, QByteArray());
+}
+
+void ToolsTest::strangers_data()
+{
+    QTest::addColumn<QByteArray>("hello"); // "close": hangs up; else it answers the first words
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QByteArray>("error"); // after the address
+    QTest::newRow("ssh") << QByteArray("SSH-2.0-Server\r\n") << "info"
+                         << QByteArray(", but something that says \"SSH-2.0-Server\"");
+    QTest::newRow("bytes") << QByteArray("\x16\x03") << "info"
+                           << QByteArray(", but something that says \"\\x16\\x03\"");
+    QTest::newRow("half a beginning") << QByteArray("VX") << "monitor"
+                                      << QByteArray(", but something that says \"VX\"");
+    QTest::newRow("silence") << QByteArray() << "monitor" << QByteArray(" says nothing, as no controller does");
+    QTest::newRow("hangs up") << QByteArray("close") << "reboot"
+                              << QByteArray(" closed the connection and did not say");
+    QTest::newRow("another version") << QByteArray::fromHex("5651 00000002 19 01 1a ac") << "monitor --since 1m"
+                                     << QByteArray(
+                                            " does not answer the question for past lines; it is of another version");
+    QTest::newRow("says no more") << QByteArray::fromHex("5651 00000002 19 01 1a ac") << "info"
+                                  << QByteArray(" does not answer; see whether");
+}
+
+void ToolsTest::strangers()
+{
+    QFETCH(QByteArray, hello);
+    QFETCH(QString, command);
+    QFETCH(QByteArray, error);
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    connect(&server, &QTcpServer::newConnection, this, [&] {
+        QTcpSocket *const peer = server.nextPendingConnection();
+        if (hello == "close") {
+            peer->close();
+        } else {
+            peer->write(hello);
+        }
+    });
+    const QString address = QStringLiteral("127.0.0.1:%1").arg(server.serverPort());
+    QProcess tool;
+    tool.start(QStringLiteral(ARKCTL_PROGRAM),
+               QStringList{ QStringLiteral("--timeout"), QStringLiteral("0.6"), QStringLiteral("--host"), address } +
+                   command.split(QLatin1Char(' ')));
+    QTRY_COMPARE_WITH_TIMEOUT(tool.state(), QProcess::NotRunning, 20000);
+    const QByteArray said = tool.readAllStandardError();
+    QCOMPARE(tool.exitCode(), 1);
+    QVERIFY2(said.contains(address.toLatin1() + error), said.constData());
+    QCOMPARE(said.count('\n'), 1);
+}
+
+void ToolsTest::jsonParses()
+{
+    ControllerProcess controller;
+    controller.start(words("--monitor-history 100"));
+    QTRY_VERIFY2(controller.output().contains("Network started."), controller.errors().constData());
+    QFile source(controller.filePath(QStringLiteral("a \"room\".src")));
+    QVERIFY(source.open(QIODevice::WriteOnly) && source.write("program 'x'") > 0 && source.flush());
+    const QString address = controller.address();
+    const QList<QStringList> commands{
+        words("info"),
+        { QStringLiteral("discover"), QStringLiteral("--for"), QStringLiteral("0.5"), QStringLiteral("--at"), address },
+        words("listen add 127.1.1.1"),
+        { QStringLiteral("upload"), source.fileName() },
+        { QStringLiteral("download"), QStringLiteral("source"), QStringLiteral("-o"),
+          controller.filePath(QStringLiteral("back.src")) },
+        words("panel 10001 press 5 watch --for 0.1"),
+        words("porttest udp-server 45871 --for 0.1"),
+        words("monitor --since 1h --no-follow"),
+    };
+    for (const QStringList &command : commands) {
+        const bool isBelow = command.first() == QLatin1String("listen"); // its flag stands before the word below
+        QStringList line = command;
+        line.insert(isBelow ? 1 : command.size(), QStringLiteral("--json"));
+        const Ended ended = arkctl(QStringList{ QStringLiteral("--host"), address } + line);
+        QVERIFY2(ended.status == 0, ended.errors.constData());
+        QVERIFY2(!ended.output.isEmpty() || command.first() == QLatin1String("panel"),
+                 qPrintable(line.join(QLatin1Char(' '))));
+        const QList<QByteArray> lines = ended.output.split('\n');
+        for (const QByteArray &one : lines) {
+            QVERIFY2(one.isEmpty() || QJsonDocument::fromJson(one).isObject(), one.constData());
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(ToolsTest)

@@ -24,6 +24,9 @@ QString shown(const Command &command)
     if (const auto *ask = std::get_if<AskListenStatus>(&command)) {
         return QStringLiteral("status '%1'").arg(ask->text);
     }
+    if (const auto *ask = std::get_if<AskMonitorHistory>(&command)) {
+        return QStringLiteral("history %1").arg(ask->ageMs);
+    }
     const char *const plain[] = { "", "reboot", "", "", "date?", "", "", "listening?" };
     return QString::fromLatin1(plain[command.index()]);
 }
@@ -71,6 +74,10 @@ void ManagementCommandTest::reads_data()
     row("listening?", "listening?");
     row("listenstatus?", "status ''");
     row("listenstatus?10.0.0.3\n10.0.0.4", "status '10.0.0.3\n10.0.0.4'");
+    row("monitorhistory?600000", "history 600000");
+    row("monitorhistory?", "");
+    row("monitorhistory?-1", "");
+    row("monitorhistory?99999999999999999999", "");
     row("", "");
     row("format c:", "");
 }

@@ -1,10 +1,13 @@
+#include "net/MonitorPast.h"
 #include "tools/arkctl/IrText.h"
 #include "tools/arkctl/LinkRun.h"
 #include "tools/arkctl/ListenCommand.h"
+#include "tools/arkctl/MonitorFilter.h"
 #include "tools/arkctl/PanelActions.h"
 #include "tools/arkctl/PanelState.h"
 #include "tools/arkctl/PortTestCommand.h"
 #include "tools/arkctl/Rendering.h"
+#include "tools/arkctl/SinceTime.h"
 #include <QDateTime>
 #include <QtTest>
 
@@ -48,6 +51,11 @@ private Q_SLOTS:
     void listenLists_data();
     void listenLists();
     void linkStates();
+    void times_data();
+    void times();
+    void filters_data();
+    void filters();
+    void pastRepliesAreReadWhole();
 };
 
 void ArkctlTest::scripts_data()
@@ -161,11 +169,10 @@ void ArkctlTest::linesStayLines()
     QFETCH(QByteArray, text);
     QFETCH(QString, json);
     const QDateTime when(QDate(2024, 5, 1), QTime(12, 0, 0, 7));
-    const LinkMessage message = decodeLinkMessage(0x14, '\x04' + text);
-    const std::string line = Rendering::monitorLine(Rendering::Form::Text, when, message);
+    const std::string line = Rendering::monitorLine(Rendering::Form::Text, when, 4, QString::fromUtf8(text));
     QTEST(QString::fromStdString(line).mid(39), "line");
     QCOMPARE(QString::fromStdString(line).left(39), QStringLiteral("2024-05-01 12:00:00.007  error         "));
-    const std::string object = Rendering::monitorLine(Rendering::Form::Json, when, message);
+    const std::string object = Rendering::monitorLine(Rendering::Form::Json, when, 4, QString::fromUtf8(text));
     QVERIFY2(QString::fromStdString(object).contains(json), object.c_str());
 }
 
@@ -304,6 +311,113 @@ void ArkctlTest::linkStates()
     QVERIFY(!Rendering::linkStates(two + 'x'));
     QVERIFY(!Rendering::linkStates(QByteArray::fromHex("7fffffff"))); // a count that is not there
     QVERIFY(!Rendering::linkStates(QByteArray::fromHex("ffffffff")));
+}
+
+void ArkctlTest::times_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("moment"); // at 14:05:30 on the 23rd
+    const auto row = [](const char *text, const char *moment) {
+        QTest::newRow(text) << QString::fromLatin1(text) << QString::fromLatin1(moment);
+    };
+    row("90s", "2026-11-23 14:04:00");
+    row("1h30m", "2026-11-23 12:35:30");
+    row("2d", "2026-11-21 14:05:30");
+    row("0s", "2026-11-23 14:05:30");
+    row("14:05", "2026-11-23 14:05:00");
+    row("14:05:30", "2026-11-23 14:05:30");
+    row("14:06", "2026-11-22 14:06:00"); // yesterday
+    row("7:00", "2026-11-23 07:00:00");
+    row("2026-11-22 08:30", "2026-11-22 08:30:00");
+    row("2026-11-22T08:30:15", "2026-11-22 08:30:15");
+    row("2026-11-22", "2026-11-22 00:00:00");
+    row("2026-11-24 08:30", "a time that is still to come: 2026-11-24 08:30");
+    for (const char *text : { "", "10", "m", "10x", "-5m", "25:00", "14:5x", "2026-02-30 08:00", "yesterday" }) {
+        row(text, (QByteArray("not a time such as 90s, 10m, 2h, 14:05 or \"2026-11-23 14:05\": ") + text).constData());
+    }
+}
+
+void ArkctlTest::times()
+{
+    QFETCH(QString, text);
+    const QDateTime now(QDate(2026, 11, 23), QTime(14, 5, 30));
+    const auto age = parseSince(text.toStdString(), now);
+    const auto *fault = std::get_if<std::string>(&age);
+    const QString shown = fault ? QString::fromStdString(*fault)
+                                : now.addMSecs(-std::get<qint64>(age)).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    QTEST(shown, "moment");
+}
+
+void ArkctlTest::filters_data()
+{
+    QTest::addColumn<QStringList>("words"); // types, other types, text, regex
+    QTest::addColumn<QString>("shown");     // of: 4 Projector lost, 5 projector slow, 10 On relay: 3
+    const auto row = [](const char *types, const char *others, const char *text, const char *regex, const char *shown) {
+        QTest::addRow("%s/%s/%s/%s", types, others, text, regex)
+            << QStringList{ QString::fromLatin1(types), QString::fromLatin1(others), QString::fromLatin1(text),
+                            QString::fromLatin1(regex) }
+            << QString::fromLatin1(shown);
+    };
+    row("", "", "", "", "4 5 10");
+    row("error,on", "", "", "", "4 10");
+    row("", "error,on", "", "", "5");
+    row("error", "error", "", "", "");
+    row("", "", "PROJECTOR", "", "4 5");
+    row("", "", ".*", "", "");
+    row("", "", "", "^P", "4");
+    row("", "", "", "relay: [3-5]$", "10");
+    row("warning", "", "projector", "slow", "5");
+    row("", "", "", "(a", "not a regular expression: (a (at character 3: missing closing parenthesis)");
+    row("nonsense", "", "", "",
+        "no type of monitor lines: nonsense (there are remote-io, system, connection, online, error, warning, "
+        "port-traffic, command, level, pulse, on, off, to, received)");
+}
+
+void ArkctlTest::filters()
+{
+    QFETCH(QStringList, words);
+    MonitorFilterWords asked{ {}, {}, words.at(2).toStdString(), words.at(3).toStdString() };
+    for (const QString &name : words.at(0).split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        asked.types.push_back(name.toStdString());
+    }
+    for (const QString &name : words.at(1).split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        asked.otherTypes.push_back(name.toStdString());
+    }
+    const auto filter = parseMonitorFilter(asked);
+    if (const auto *fault = std::get_if<std::string>(&filter)) {
+        QTEST(QString::fromStdString(*fault), "shown");
+        return;
+    }
+    QStringList shown;
+    const std::pair<int, const char *> lines[] = { { 4, "Projector lost" },
+                                                   { 5, "projector slow" },
+                                                   { 10, "On relay: 3" } };
+    for (const auto &[type, text] : lines) {
+        if (std::get<MonitorFilter>(filter).shows(type, QString::fromLatin1(text))) {
+            shown << QString::number(type);
+        }
+    }
+    QTEST(shown.join(QLatin1Char(' ')), "shown");
+}
+
+void ArkctlTest::pastRepliesAreReadWhole()
+{
+    const QByteArray lines = "monitorhistory:l" + QByteArray::fromHex("000000000000007b 0a 00000002 c3a4"
+                                                                      "000000000000007c 04 00000000");
+    const auto reply = MonitorPast::parse(lines);
+    QVERIFY(reply && std::holds_alternative<MonitorPast::Lines>(*reply));
+    const auto &read = std::get<MonitorPast::Lines>(*reply);
+    QCOMPARE(read.size(), size_t(2));
+    QCOMPARE(read.at(0).wallMs, qint64(123));
+    QCOMPARE(read.at(0).text, QString(QChar(0xE4)));
+    QCOMPARE(MonitorPast::encode(read), lines);
+    for (int size = 0; size < lines.size(); ++size) {
+        const auto cut = MonitorPast::parse(lines.left(size));
+        QVERIFY(!cut || std::get<MonitorPast::Lines>(*cut).size() < 2);
+    }
+    for (const char *text : { "monitorhistory:x", "monitorhistory:nx", "monitorhistory:s1234567", "datetime:" }) {
+        QVERIFY2(!MonitorPast::parse(text), text);
+    }
 }
 
 QTEST_APPLESS_MAIN(ArkctlTest)

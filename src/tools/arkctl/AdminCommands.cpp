@@ -157,6 +157,9 @@ void DateTimeCommand::askLater()
 Command infoCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("info", "Show the controller's model, version, number and network");
+    CommandLine::explain(*word, { "The network is that of the settings.",
+                                  { { "arkctl --host 192.168.1.2 info", "" },
+                                    { "arkctl info --json | jq -r .version", "one value, for a script" } } });
     const auto wantsJson = std::make_shared<bool>(false);
     addJsonFlag(*word, *wantsJson, "One JSON object");
     return { word, [wantsJson](const RunOptions &options) { return InfoCommand(options, formOf(*wantsJson)).run(); } };
@@ -165,6 +168,9 @@ Command infoCommand(CLI::App &app)
 Command systemNumberCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("sysnum", "Set the controller's system number");
+    CommandLine::explain(*word, { "Controllers that use each other's ports need different ones. It is stored, and "
+                                  "other controllers that are connected connect again.",
+                                  { { "arkctl --host 192.168.1.2 sysnum 2", "" } } });
     const auto number = std::make_shared<int>(0);
     word->add_option("NUMBER", *number, "From 1")->required()->check(CLI::Range(1, 65535));
     return { word, [number](const RunOptions &options) { return SystemNumberCommand(options, *number).run(); } };
@@ -173,6 +179,10 @@ Command systemNumberCommand(CLI::App &app)
 Command rebootCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("reboot", "End the controller; its supervisor starts it again");
+    CommandLine::explain(*word,
+                         { "Works also while its program is in a loop without end. Without a supervisor, such as "
+                           "arkhost, it stays off.",
+                           { { "arkctl --host 192.168.1.2 reboot", "" } } });
     const auto run = [](const RunOptions &options) {
         return RestartingCommand(
                    options, [](const ControllerInfo &) { return QByteArrayLiteral("reboot"); },
@@ -218,6 +228,11 @@ QByteArray macText(const ControllerInfo &info, const QString &mac)
 Command networkCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("network", "Give the controller a fixed address, or let DHCP do it");
+    CommandLine::explain(
+        *word,
+        { "The controller stores the network, ends, and uses it when its supervisor has started "
+          "it again. It changes the system's network only as root.",
+          { { "arkctl network static 10.0.0.5 255.0.0.0 10.0.0.1 10.0.0.1", "" }, { "arkctl network dhcp", "" } } });
     word->require_subcommand(1);
     const auto arguments = std::make_shared<NetworkArguments>();
     CLI::App *const dhcp = word->add_subcommand("dhcp", "Use DHCP");
@@ -234,6 +249,9 @@ Command macCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("mac", "Store a MAC address, with the network settings in force");
     const auto mac = std::make_shared<std::string>();
+    CommandLine::explain(*word, { "The controller ends and is started again by its supervisor. The file \"mac\" in its "
+                                  "data folder has the address.",
+                                  { { "arkctl mac 08:90:00:12:34:56", "" } } });
     word->add_option("MAC", *mac, "Such as 08:90:00:12:34:56")->required();
     const auto run = [mac](const RunOptions &options) {
         if (!isMac(*mac)) {
@@ -249,7 +267,13 @@ Command dateTimeCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("datetime", "Show the controller's clock, or set it");
     const auto text = std::make_shared<std::string>();
-    word->add_option("WHEN", *text, "now, or \"yyyy-MM-dd HH:mm:ss\" in the controller's time zone");
+    CommandLine::explain(*word,
+                         { "Without WHEN it shows the clock. A controller sets its clock only as root and without "
+                           "--no-system-changes; the command fails when it does not.",
+                           { { "arkctl datetime now", "the time of this machine" },
+                             { "arkctl datetime \"2026-01-31 08:00:00\"", "" } } });
+    word->add_option("WHEN", *text, "now, or \"yyyy-MM-dd HH:mm:ss\" in the controller's time zone")
+        ->check(CommandLine::suggests({ "now" }));
     const auto run = [text](const RunOptions &options) {
         QDateTime wanted;
         if (*text == "now") {

@@ -1,8 +1,7 @@
 #pragma once
+#include "cli/CommandLine.h"
 #include "tools/arkctl/LinkRun.h"
 #include "tools/arkctl/Rendering.h"
-
-#include <CLI/CLI.hpp>
 
 #include <functional>
 

@@ -1,8 +1,10 @@
 #include "tools/arkctl/Console.h"
 #include <QSocketNotifier>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -37,11 +39,25 @@ void Console::print(const std::string &line)
     if (m_isBroken) {
         return;
     }
-    const std::string whole = line + '\n';
-    if (std::fwrite(whole.data(), 1, whole.size(), stdout) != whole.size() || std::fflush(stdout) != 0) {
-        m_isBroken = true;
+    const Written written = write(line + '\n');
+    m_isBroken = written != Written::Done;
+    if (written == Written::NoReader) {
         Q_EMIT stopRequested();
+    } else if (written == Written::Failed) {
+        Q_EMIT outputFailed();
     }
+}
+
+Console::Written Console::write(const std::string &text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
+        return Written::Done;
+    }
+    if (errno == EPIPE) {
+        return Written::NoReader;
+    }
+    complain(std::string("cannot write the output: ") + std::strerror(errno), "see whether the disk is full");
+    return Written::Failed;
 }
 
 void Console::complain(const std::string &whatAndWhere, const std::string &tryThis)

@@ -20,10 +20,15 @@ public:
 
     void print(const std::string &line); // and a line end, at once
 
+    /// Writes to standard output at once; says so when that fails, unless only nobody reads it any more.
+    enum class Written { Done, NoReader, Failed };
+    static Written write(const std::string &text);
+
     /// One line on standard error: what happened and where, and what to try.
     static void complain(const std::string &whatAndWhere, const std::string &tryThis);
 
 Q_SIGNALS:
+    void outputFailed();  // it has been said why
     void stopRequested(); // interrupted, or nobody reads the output any more
 
 private:

@@ -31,6 +31,10 @@ DiscoverCommand::DiscoverCommand(const std::optional<QHostAddress> &target, int 
     , m_console(new Console(this))
 {
     connect(m_console, &Console::stopRequested, this, [] { QCoreApplication::quit(); });
+    connect(m_console, &Console::outputFailed, this, [this] {
+        m_outcome = Outcome::Failed;
+        QCoreApplication::quit();
+    });
 }
 
 Outcome DiscoverCommand::run()
@@ -56,7 +60,7 @@ Outcome DiscoverCommand::run()
                           "see whether it is switched on and in the same network, or name it with --at ADDRESS");
         return Outcome::Failed;
     }
-    return Outcome::Done;
+    return m_outcome;
 }
 
 void DiscoverCommand::ask(QUdpSocket &socket) const
@@ -141,6 +145,10 @@ struct DiscoverArguments
 Command discoverCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("discover", "Show the controllers on this machine's networks");
+    CommandLine::explain(*word, { "Asks three times, and shows each that answers once.",
+                                  { { "arkctl discover", "" },
+                                    { "arkctl discover --at 192.168.1.2", "behind a router" },
+                                    { "arkctl discover --json", "for a script" } } });
     const auto arguments = std::make_shared<DiscoverArguments>();
     word->add_option("--at", arguments->address, "Ask this address only")->type_name("ADDRESS");
     word->add_option("--for", arguments->seconds, "How long to wait (2)")

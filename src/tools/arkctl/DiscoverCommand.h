@@ -30,6 +30,7 @@ private:
     const std::optional<QHostAddress> m_target;
     const int m_waitMs;
     const Rendering::Form m_form;
+    Outcome m_outcome = Outcome::Done;
     Console *m_console = nullptr; // Qt child
     std::vector<QUdpSocket *> m_sockets;
     std::set<quint32> m_found; // IPv4 addresses

@@ -4,7 +4,6 @@
 #include <QFile>
 #include <QSaveFile>
 
-#include <cstdio>
 #include <optional>
 
 namespace {
@@ -16,6 +15,11 @@ std::optional<QByteArray> contentsOf(const std::string &path)
         return std::nullopt;
     }
     return file.readAll();
+}
+
+Outcome outcomeOf(Console::Written written)
+{
+    return written == Console::Written::Failed ? Outcome::Failed : Outcome::Done;
 }
 } // namespace
 
@@ -38,9 +42,9 @@ Outcome IrCommand::build(const std::string &textPath, const std::string &filePat
         Console::complain("cannot write " + filePath + ": " + file.errorString().toStdString(), "check the folder");
         return Outcome::Failed;
     }
-    std::printf("%s: %zu codes, IR channels are the code numbers + %d\n", filePath.c_str(), contents.records.size(),
-                IrFile::kFirstChannel);
-    return Outcome::Done;
+    return outcomeOf(Console::write(filePath + ": " + std::to_string(contents.records.size()) +
+                                    " codes, IR channels are the code numbers + " +
+                                    std::to_string(IrFile::kFirstChannel) + '\n'));
 }
 
 Outcome IrCommand::show(const std::string &filePath)
@@ -54,9 +58,7 @@ Outcome IrCommand::show(const std::string &filePath)
         Console::complain(filePath + " is no IR code file, or damaged", "arkctl ir build makes one");
         return Outcome::Failed;
     }
-    const QByteArray text = IrText::written(*contents);
-    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
-    return std::fflush(stdout) == 0 ? Outcome::Done : Outcome::Failed;
+    return outcomeOf(Console::write(IrText::written(*contents).toStdString()));
 }
 
 namespace {
@@ -71,14 +73,22 @@ Command irCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("ir", "Make and show IR code files (needs no controller)");
     word->require_subcommand(1);
+    CommandLine::explain(*word, { R"(The readable form has a code in each line, for example: 5 "Power on" 00 6D 22 02)",
+                                  { { "arkctl ir build tv.txt -o ir1.ir", "then: arkctl upload ir1.ir" },
+                                    { "arkctl ir show ir1.ir > tv.txt", "back again" } } });
     const auto arguments = std::make_shared<IrArguments>();
     CLI::App *const build = word->add_subcommand("build", "Make an IR code file from its readable form");
-    build->add_option("TEXT", arguments->inputPath, "A code a line: NUMBER \"NAME\" BYTES in hexadecimal")->required();
+    build->add_option("TEXT", arguments->inputPath, "A code a line: NUMBER \"NAME\" BYTES in hexadecimal")
+        ->required()
+        ->check(CommandLine::files());
     build->add_option("-o", arguments->outputPath, "The file to make: ir1.ir to ir8.ir by emitter")
         ->type_name("FILE")
-        ->required();
+        ->required()
+        ->check(CommandLine::files({ "ir" }));
     CLI::App *const show = word->add_subcommand("show", "Print an IR code file in the form that build reads");
-    show->add_option("FILE", arguments->inputPath, "For example ir1.ir")->required();
+    show->add_option("FILE", arguments->inputPath, "For example ir1.ir")
+        ->required()
+        ->check(CommandLine::files({ "ir" }));
     const auto run = [build, arguments](const RunOptions &) {
         return *build ? IrCommand::build(arguments->inputPath, arguments->outputPath)
                       : IrCommand::show(arguments->inputPath);

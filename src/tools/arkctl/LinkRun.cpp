@@ -1,8 +1,13 @@
 #include "tools/arkctl/LinkRun.h"
 #include "net/LinkCodes.h"
+#include "tools/arkctl/Rendering.h"
 #include <QCoreApplication>
 #include <QRegularExpression>
 #include <QTimer>
+
+namespace {
+constexpr char kNameAController[] = "--host ADDRESS[:PORT] names a controller, which listens on port 6139";
+} // namespace
 
 std::string Endpoint::text() const
 {
@@ -38,26 +43,37 @@ LinkRun::LinkRun(const LinkClient::Identity &identity, const RunOptions &options
 {
     m_patience->setSingleShot(true);
     m_patience->setInterval(options.timeoutMs);
-    connect(m_patience, &QTimer::timeout, this, [this] {
-        fail("the controller at " + m_options.endpoint.text() + " does not answer",
-             "see whether its program is in a long loop, and try again");
-    });
+    connect(m_patience, &QTimer::timeout, this, [this] { unanswered(); });
     connect(m_console, &Console::stopRequested, this, [this] { finish(outcomeWhenStopped()); });
-    connect(m_client, &LinkClient::introduced, this, [this] { begin(); });
+    connect(m_console, &Console::outputFailed, this, [this] { finish(Outcome::Failed); });
+    connect(m_client, &LinkClient::introduced, this, [this] {
+        m_wasIntroduced = true;
+        begin();
+    });
+    connect(m_client, &LinkClient::heardStranger, this, [this](const QByteArray &words) {
+        fail("no controller listens at " + m_options.endpoint.text() + ", but something that says " +
+                 Rendering::quotedStart(words),
+             kNameAController);
+    });
     connect(m_client, &LinkClient::failed, this, [this](const QString &reason) {
         fail("no connection to " + m_options.endpoint.text() + ": " + reason.toStdString(),
              "is the controller running there? --host ADDRESS[:PORT] names another");
     });
-    connect(m_client, &LinkClient::disconnected, this, [this] { lost(); });
+    connect(m_client, &LinkClient::disconnected, this, [this] {
+        if (m_wasIntroduced) {
+            lost();
+        } else {
+            fail(m_options.endpoint.text() + " closed the connection and did not say what it is", kNameAController);
+        }
+    });
 }
 
 Outcome LinkRun::run()
 {
     m_client->connectTo(m_options.endpoint.host, m_options.endpoint.port);
     QTimer::singleShot(m_options.timeoutMs, this, [this] {
-        if (!m_client->isIntroduced()) {
-            fail("no answer from " + m_options.endpoint.text() + " in time",
-                 "see whether a controller listens there, or give it longer with --timeout SECONDS");
+        if (!m_wasIntroduced) {
+            giveUpConnecting();
         }
     });
     if (!m_outcome) {
@@ -77,6 +93,22 @@ LinkClient::Identity LinkRun::panel(int device)
 {
     constexpr int kPanelType = 1;
     return { kPanelType, device, "arkctl", QCoreApplication::applicationVersion().toUtf8() };
+}
+
+void LinkRun::giveUpConnecting()
+{
+    if (m_client->isConnected()) {
+        fail("what listens at " + m_options.endpoint.text() + " says nothing, as no controller does", kNameAController);
+    } else {
+        fail("no answer from " + m_options.endpoint.text() + " in time",
+             "see whether a controller listens there, or give it longer with --timeout SECONDS");
+    }
+}
+
+void LinkRun::unanswered()
+{
+    fail("the controller at " + m_options.endpoint.text() + " does not answer",
+         "see whether its program is in a long loop, and try again");
 }
 
 void LinkRun::lost()

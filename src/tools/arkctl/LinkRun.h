@@ -45,6 +45,7 @@ public:
 protected:
     virtual void begin() = 0;                          // introduced: to work
     virtual void leave(const std::string & /*why*/) {} // before the complaint
+    virtual void unanswered();                         // awaitAnswer() has waited in vain: fails
     virtual void lost();                               // the connection, after it had been made: fails
     virtual Outcome outcomeWhenStopped() const { return Outcome::Done; }
     virtual std::string adviceWhenLost() const { return "see whether it is restarting, and try again"; }
@@ -59,9 +60,12 @@ protected:
     void answered();
 
 private:
+    void giveUpConnecting();
+
     const RunOptions m_options;
     Console *m_console = nullptr;   // Qt child
     LinkClient *m_client = nullptr; // Qt child
     QTimer *m_patience = nullptr;   // Qt child
     std::optional<Outcome> m_outcome;
+    bool m_wasIntroduced = false;
 };

@@ -116,6 +116,12 @@ Command listenCommand(CLI::App &app)
         app.add_subcommand("listen", "Show, or change, the controllers whose ports this one listens to");
     const auto arguments = std::make_shared<ListenArguments>();
     word->require_subcommand(0, 1);
+    CommandLine::explain(*word,
+                         { "Without a command it shows the list: unconnected; connected, while the other has not "
+                           "told its system number; linked.",
+                           { { "arkctl listen", "" },
+                             { "arkctl listen add 10.0.0.7 10.0.0.8", "" },
+                             { "arkctl listen remove 10.0.0.7", "" } } });
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per line: address, status, state");
     CLI::App *const add = word->add_subcommand("add", "Listen to these too");
     CLI::App *const remove = word->add_subcommand("remove", "Listen to these no longer");

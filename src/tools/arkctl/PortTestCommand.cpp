@@ -178,9 +178,14 @@ Command portTestCommand(CLI::App &app)
     CLI::App *const word =
         app.add_subcommand("porttest", "Let the controller be a client or server, to check a network");
     const auto arguments = std::make_shared<PortTestArguments>();
+    CommandLine::explain(
+        *word, { "What the controller receives is shown. The controller's ends are gone when the command ends.",
+                 { { R"(arkctl porttest tcp-client 10.0.0.9 23 --send 'POWR?\r' --for 2)", "" },
+                   { "arkctl porttest udp-server 4000 --for 60", "hear a sensor" } } });
     word->add_option("TEST", arguments->words,
                      "tcp-client HOST PORT | tcp-server PORT | udp-client HOST PORT | udp-server PORT")
-        ->required();
+        ->required()
+        ->check(CommandLine::suggests({ "tcp-client", "tcp-server", "udp-client", "udp-server" }));
     word->add_option("--send", arguments->texts, "Send this once it works; \\r \\n \\t \\xHH stand for bytes")
         ->type_name("TEXT")
         ->allow_extra_args(false);

@@ -141,19 +141,30 @@ Json panelJson(const QDateTime &when, const LinkMessage &message)
 }
 } // namespace
 
-std::string monitorLine(Form form, const QDateTime &when, const LinkMessage &message)
+std::string quotedStart(const QByteArray &bytes)
 {
-    const qint64 type = message.number("type");
+    constexpr int kShown = 40;
+    const QByteArray line = bytes.left(std::max(bytes.indexOf('\n'), 0)).trimmed();
+    return '"' + escaped((line.isEmpty() ? bytes : line).left(kShown)) + '"';
+}
+
+std::vector<std::string> monitorTypeNames()
+{
+    return { kTypeNames.begin(), kTypeNames.end() };
+}
+
+std::string monitorLine(Form form, const QDateTime &when, int type, const QString &text)
+{
     if (form == Form::Json) {
         Json object = jsonStart(when);
         object["type"] = type;
         object["name"] = typeName(type);
-        object["text"] = message.field("text").toStdString();
+        object["text"] = text.toStdString();
         return dump(object);
     }
     std::string name = typeName(type);
     name.resize(std::max<size_t>(name.size(), 12), ' ');
-    return timeText(when) + "  " + name + "  " + escaped(message.field("text"));
+    return timeText(when) + "  " + name + "  " + escaped(text.toUtf8());
 }
 
 std::string portTestReport(Form form, const QDateTime &when, const PortTest::Report &report)

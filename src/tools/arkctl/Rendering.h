@@ -15,8 +15,10 @@ class QDateTime;
 namespace Rendering {
 enum class Form { Text, Json };
 
-std::string monitorLine(Form form, const QDateTime &when, const LinkMessage &message);
+std::vector<std::string> monitorTypeNames(); // by MonitorMessageType
+std::string monitorLine(Form form, const QDateTime &when, int type, const QString &text);
 std::string panelMessage(Form form, const QDateTime &when, const LinkMessage &message);
+std::string quotedStart(const QByteArray &bytes); // the first line of what a stranger says
 std::string portTestReport(Form form, const QDateTime &when, const PortTest::Report &report);
 
 /// The link of a controller to one that it listens to.

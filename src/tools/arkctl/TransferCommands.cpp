@@ -340,11 +340,18 @@ Outcome runDownload(const DownloadArguments &arguments, const RunOptions &option
 
 Command uploadCommand(CLI::App &app)
 {
-    CLI::App *const word = app.add_subcommand("upload", "Send files: a program, its source, a panel design, a web "
-                                                        "archive, infrared codes");
+    CLI::App *const word =
+        app.add_subcommand("upload", "Send files: program, source, panel design, web archive, IR codes");
+    CommandLine::explain(
+        *word, { "Each takes effect as a whole or not at all: after a failure run the same command again. Two seconds "
+                 "after a program has arrived, the controller ends and its supervisor starts it with the new one.",
+                 { { "arkctl upload room.pobj", "a new program" },
+                   { "arkctl upload room.src panel.dtp site.zip", "its source, panel design, web pages" },
+                   { "arkctl upload tv.ir --ir 3", "codes of emitter 3; or: ir3.ir" } } });
     const auto arguments = std::make_shared<UploadArguments>();
     word->add_option("FILE", arguments->files, ".pobj, .src, .dtp, .zip or .ir; what each is, its suffix says")
-        ->required();
+        ->required()
+        ->check(CommandLine::files({ "pobj", "src", "dtp", "zip", "ir" }));
     word->add_option("--ir", arguments->irNumber, "Which infrared code file, where the name does not end in it")
         ->type_name("NUMBER")
         ->check(CLI::Range(1, 8));
@@ -355,11 +362,16 @@ Command uploadCommand(CLI::App &app)
 Command downloadCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("download", "Fetch a file that was sent before");
+    CommandLine::explain(*word, { "Without -o it takes its usual name in this folder (source.src, ui.dtp, ir1.ir), and "
+                                  "replaces no file there.",
+                                  { { "arkctl download source -o room.src", "" }, { "arkctl download ir3", "" } } });
     const auto arguments = std::make_shared<DownloadArguments>();
-    word->add_option("KIND", arguments->kind, "source | ui | ir1 to ir8")->required();
-    word->add_option("-o,--output", arguments->output,
-                     "Write it there, in place of an older one (source.src, ui.dtp, ir1.ir: only a new one)")
-        ->type_name("FILE");
+    word->add_option("KIND", arguments->kind, "source | ui | ir1 to ir8")
+        ->required()
+        ->check(CommandLine::suggests({ "source", "ui", "ir1", "ir2", "ir3", "ir4", "ir5", "ir6", "ir7", "ir8" }));
+    word->add_option("-o,--output", arguments->output, "Write it there, in place of an older one")
+        ->type_name("FILE")
+        ->check(CommandLine::files());
     addJsonFlag(*word, arguments->wantsJson, "A JSON object: file, state, bytes, seconds, text");
     return { word, [arguments](const RunOptions &options) { return runDownload(*arguments, options); } };
 }

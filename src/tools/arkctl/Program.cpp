@@ -1,0 +1,41 @@
+#include "tools/arkctl/Program.h"
+
+namespace {
+constexpr auto kAllCommands = {
+    monitorCommand, panelCommand,    infoCommand,         discoverCommand, networkCommand,
+    macCommand,     dateTimeCommand, systemNumberCommand, listenCommand,   rebootCommand,
+    uploadCommand,  downloadCommand, portTestCommand,     irCommand,
+};
+
+CommandLine::Explanation explanation()
+{
+    return {
+        {},
+        { { "arkctl discover", "which controllers are there" },
+          { "arkctl --host 192.168.1.2 monitor", "what one of them does" },
+          { "arkctl upload room.pobj", "give it a program" } },
+        {},
+        { { "0", "done" }, { "1", "failed" }, { "2", "called wrongly" } },
+        { { "arkivon", "8" }, { "arkc", "1" } },
+    };
+}
+} // namespace
+
+std::vector<Command> describeProgram(CLI::App &app, CommonOptions &common)
+{
+    app.name("arkctl");
+    app.description("Speaks to a controller over its link, as the management tool or as a touch panel");
+    CommandLine::explain(app, explanation());
+    app.set_version_flag("--version", "arkctl " ARKCTL_VERSION)->description("Show the version");
+    app.add_option("--host", common.host, "The controller (127.0.0.1:6139)")->type_name("ADDRESS[:PORT]");
+    app.add_option("--timeout", common.timeoutSeconds, "How long to wait for an answer (5)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.1, 3600.0));
+    app.fallthrough();
+    app.require_subcommand(0, 1);
+    std::vector<Command> commands;
+    for (const auto describeCommand : kAllCommands) {
+        commands.push_back(describeCommand(app));
+    }
+    return commands;
+}

@@ -1,0 +1,134 @@
+#include "base/MonitorHistory.h"
+#include "base/Monitor.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+/// What the ring keeps, and that a line is either before the seam or after it.
+class MonitorHistoryTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void keepsTheNewest_data();
+    void keepsTheNewest();
+    void beginsAtATime_data();
+    void beginsAtATime();
+    void noLineIsOnBothSides_data();
+    void noLineIsOnBothSides();
+};
+
+namespace {
+constexpr auto kNothing = [](const MonitorHistory::Past &) {};
+constexpr qint64 kEver = 1'000'000;
+} // namespace
+
+void MonitorHistoryTest::keepsTheNewest_data()
+{
+    QTest::addColumn<int>("most");
+    QTest::addColumn<int>("told");
+    QTest::addColumn<int>("textSize");
+    QTest::addColumn<int>("kept");
+    QTest::newRow("room for all") << 5 << 5 << 1 << 5;
+    QTest::newRow("one more") << 5 << 6 << 1 << 5;
+    QTest::newRow("more than there may be") << 100'000 << 10'005 << 1 << 10'000;
+    QTest::newRow("too much text") << 1000 << 100 << 4000 << 65;
+    QTest::newRow("a huge line is cut") << 1000 << 66 << 1'000'000 << 65;
+}
+
+void MonitorHistoryTest::keepsTheNewest()
+{
+    QFETCH(int, most);
+    QFETCH(int, told);
+    QFETCH(int, textSize);
+    QFETCH(int, kept);
+    MonitorHistory history(most);
+    for (int number = 1; number <= told; ++number) {
+        history.add(number, 1, QString(textSize, QLatin1Char('x')));
+    }
+    const MonitorHistory::Past past = history.since(told, kEver, kNothing);
+    QCOMPARE(static_cast<int>(past.lines.size()), kept);
+    QCOMPARE(past.lines.back().wallMs, qint64(told));
+    QCOMPARE(past.lostUntilMs, qint64(told - kept));
+}
+
+void MonitorHistoryTest::beginsAtATime_data()
+{
+    QTest::addColumn<QVector<int>>("times");
+    QTest::addColumn<int>("age"); // at 100
+    QTest::addColumn<QVector<int>>("shown");
+    QTest::newRow("between") << QVector<int>{ 10, 20, 30 } << 75 << QVector<int>{ 30 };
+    QTest::newRow("exactly") << QVector<int>{ 10, 20, 30 } << 80 << QVector<int>{ 20, 30 };
+    QTest::newRow("nothing so young") << QVector<int>{ 10, 20 } << 5 << QVector<int>{};
+    QTest::newRow("clock put back") << QVector<int>{ 10, 90, 30 } << 20 << QVector<int>{ 90, 30 };
+    QTest::newRow("nothing at all") << QVector<int>{} << 100 << QVector<int>{};
+}
+
+void MonitorHistoryTest::beginsAtATime()
+{
+    QFETCH(QVector<int>, times);
+    QFETCH(int, age);
+    MonitorHistory history(10);
+    for (const int time : qAsConst(times)) {
+        history.add(time, 1, QString());
+    }
+    QVector<int> shown;
+    for (const MonitorHistory::Line &line : history.since(100, age, kNothing).lines) {
+        shown << static_cast<int>(line.wallMs);
+    }
+    QTEST(shown, "shown");
+}
+
+void MonitorHistoryTest::noLineIsOnBothSides_data()
+{
+    QTest::addColumn<int>("round"); // one alone may happen to meet no thread at the wrong moment
+    for (int round = 1; round <= 20; ++round) {
+        QTest::addRow("round %d", round) << round;
+    }
+}
+
+/// Threads tell lines while the past is asked for again and again: what was told live before a seam is the past.
+void MonitorHistoryTest::noLineIsOnBothSides()
+{
+    MonitorHistory history(MonitorHistory::kMostLines);
+    constexpr int kThreads = 3;
+    constexpr int kLines = 3000;
+    constexpr int kAll = kThreads * kLines;
+    std::vector<QString> live; // guarded by the lock of the history
+    live.reserve(kAll);
+    connect(
+        &history, &MonitorHistory::line, this, [&live](int, const QString &text) { live.push_back(text); },
+        Qt::DirectConnection);
+    std::atomic<int> told{ 0 };
+    std::vector<std::thread> tellers;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        tellers.emplace_back([thread, &told] {
+            for (int number = 0; number < kLines; ++number) {
+                monitorLog(MonitorMessageType::On, QString::number(thread * kLines + number));
+                ++told;
+            }
+        });
+    }
+    int seams = 0;
+    int wrongSeams = 0;
+    while (told < kAll) {
+        history.since(0, kEver, [&](const MonitorHistory::Past &past) {
+            ++seams;
+            wrongSeams += past.lines.size() == live.size() ? 0 : 1;
+        });
+    }
+    for (std::thread &teller : tellers) {
+        teller.join();
+    }
+    QVERIFY(seams > 1);
+    QCOMPARE(wrongSeams, 0);
+    const MonitorHistory::Past past = history.since(0, kEver, kNothing);
+    QCOMPARE(static_cast<int>(past.lines.size()), kAll);
+    QVERIFY(std::equal(past.lines.begin(), past.lines.end(), live.begin(), live.end(),
+                       [](const MonitorHistory::Line &line, const QString &text) { return line.text == text; }));
+}
+
+QTEST_GUILESS_MAIN(MonitorHistoryTest)
+#include "MonitorHistoryTest.moc"
