@@ -1,7 +1,9 @@
 #include "app/Options.h"
 #include "cli/BashCompletion.h"
 #include "cli/ManPage.h"
+#include "tools/arkc/Command.h"
 #include "tools/arkctl/Program.h"
+#include "tools/arkhost/HostCommandLine.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -31,6 +33,8 @@ Values &unread()
 constexpr Program kPrograms[] = {
     { "arkivon", 8, describeController },
     { "arkctl", 1, [](CLI::App &app) { describeProgram(app, unread<CommonOptions>()); } },
+    { "arkc", 1, [](CLI::App &app) { arkc::describeCommandLine(app); } },
+    { "arkhost", 1, [](CLI::App &app) { describeHost(app, unread<HostCommandLine>()); } },
 };
 
 bool write(const std::filesystem::path &path, const std::string &text)

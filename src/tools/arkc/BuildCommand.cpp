@@ -63,16 +63,20 @@ Command buildCommand(CLI::App &app)
     const auto arguments = std::make_shared<BuildArguments>();
     word->add_option("SOURCE", arguments->source,
                      "The source file, - for standard input; what it includes is looked for beside it")
-        ->required();
+        ->required()
+        ->check(CommandLine::files({ ".src" }));
     word->add_option("-o,--output", arguments->output, "The object file (the source's name with .pobj)")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(CommandLine::files({ ".pobj" }));
     addFormatOption(*word, arguments->format);
-    word->footer("Reports errors and warnings. The object file is replaced only when there is no error.\n"
-                 "Ends with 0 when it is written; 1 when the source has errors or cannot be read; 2 when it was\n"
-                 "called wrongly, or the object file cannot be written.\n\n"
-                 "Examples:\n"
-                 "  arkc build room.src\n"
-                 "  arkc build room.src -o program.pobj");
+    CommandLine::explain(*word,
+                         { "Reports errors and warnings. The object file is replaced only when there is no error.",
+                           { { "arkc build room.src", "writes room.pobj beside the source" },
+                             { "arkc build room.src -o program.pobj", "writes it elsewhere" } },
+                           {},
+                           { { "0", "the object file is written" },
+                             { "1", "the source has errors or cannot be read" },
+                             { "2", "called wrongly, or the object file cannot be written" } } });
     return { word, [arguments] { return build(*arguments); } };
 }
 } // namespace arkc

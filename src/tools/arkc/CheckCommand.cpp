@@ -40,21 +40,23 @@ Command checkCommand(CLI::App &app)
     CLI::App *const word = app.add_subcommand("check", "Report errors and warnings, write nothing");
     const auto arguments = std::make_shared<CheckArguments>();
     word->add_option("SOURCE", arguments->sources, "Source files, each a program of its own; - is standard input")
-        ->required();
+        ->required()
+        ->check(CommandLine::files({ ".src" }));
     word->add_option("--stdin-name", arguments->standardInputName,
                      "The file that standard input stands for: in messages, and for what it includes")
         ->type_name("FILE");
     addFormatOption(*word, arguments->format);
-    word->footer(
-        "With --format json, standard output gets an object with the list \"diagnostics\". Each has file, line,\n"
-        "column, endLine, endColumn (from 1, the end is behind the last character; 0: the file as a whole),\n"
-        "severity (error or warning) and message.\n"
-        "Ends with 0 when there is no error; 1 when there are errors, or a file cannot be read; 2 when it was\n"
-        "called wrongly.\n\n"
-        "Examples:\n"
-        "  arkc check room.src lobby.src\n"
-        "  arkc check room.src --format json\n"
-        "  arkc check - --stdin-name room.src --format json < unsaved-text");
+    CommandLine::explain(*word,
+                         { "With --format json, standard output gets an object with the list \"diagnostics\". Each has "
+                           "file, line, column, endLine, endColumn (from 1, the end is behind the last character; "
+                           "0: the file as a whole), severity (error or warning) and message.",
+                           { { "arkc check room.src lobby.src", "two programs" },
+                             { "arkc check room.src --format json", "for an editor" },
+                             { "arkc check - --stdin-name room.src < text", "one that is not saved yet" } },
+                           {},
+                           { { "0", "there is no error" },
+                             { "1", "there are errors, or a file cannot be read" },
+                             { "2", "called wrongly" } } });
     return { word, [arguments] { return check(*arguments); } };
 }
 } // namespace arkc

@@ -1,7 +1,6 @@
 #pragma once
+#include "cli/CommandLine.h"
 #include "tools/arkc/Console.h"
-
-#include <CLI/CLI.hpp>
 
 #include <functional>
 

@@ -37,16 +37,21 @@ Command dumpCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("dump", "Write an object file as source");
     const auto arguments = std::make_shared<DumpArguments>();
-    word->add_option("PROGRAM", arguments->program, "The object file; - is standard input")->required();
-    word->add_option("-o,--output", arguments->output, "The source file (standard output)")->type_name("FILE");
-    word->footer(
-        "What arkc has built comes back to the same bytes when it is built again. What the source form has no\n"
-        "words for stands in comments.\n"
-        "Ends with 0 when it is written; 1 when the file cannot be read or is no object file; 2 when arkc was\n"
-        "called wrongly, or the source cannot be written.\n\n"
-        "Examples:\n"
-        "  arkc dump program.pobj\n"
-        "  arkc dump program.pobj -o room.src");
+    word->add_option("PROGRAM", arguments->program, "The object file; - is standard input")
+        ->required()
+        ->check(CommandLine::files({ ".pobj" }));
+    word->add_option("-o,--output", arguments->output, "The source file (standard output)")
+        ->type_name("FILE")
+        ->check(CommandLine::files({ ".src" }));
+    CommandLine::explain(*word,
+                         { "What arkc has built comes back to the same bytes when it is built again. What the source "
+                           "form has no words for stands in comments.",
+                           { { "arkc dump program.pobj", "on standard output" },
+                             { "arkc dump program.pobj -o room.src", "into a file" } },
+                           {},
+                           { { "0", "the source is written" },
+                             { "1", "the file cannot be read, or is no object file" },
+                             { "2", "called wrongly, or the source cannot be written" } } });
     return { word, [arguments] { return dump(*arguments); } };
 }
 } // namespace arkc

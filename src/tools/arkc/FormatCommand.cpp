@@ -70,21 +70,24 @@ Command formatCommand(CLI::App &app)
     const auto arguments = std::make_shared<FormatArguments>();
     word->add_option("SOURCE", arguments->sources,
                      "Source files, rewritten in place; - reads standard input and writes standard output")
-        ->required();
+        ->required()
+        ->check(CommandLine::files({ ".src" }));
     word->add_flag("--check", arguments->checks, "Change nothing; print the names of the files that would change");
     word->add_flag("--diff", arguments->showsDiff, "Change nothing; print what would change");
     word->add_option("--stdin-name", arguments->standardInputName, "The name of standard input in messages")
         ->type_name("FILE");
-    word->footer(
-        "Changes blanks, line ends, the case of keywords and semicolons at line ends, so a program compiles to\n"
-        "the same bytes; comments stay. A file whose brackets do not match is left as it is.\n"
-        "Ends with 0 when all is done, or nothing would change; 1 when a file would change (--check, --diff),\n"
-        "cannot be read or is refused; 2 when it was called wrongly, or a file cannot be written.\n\n"
-        "Examples:\n"
-        "  arkc fmt room.src projector.src\n"
-        "  arkc fmt --check *.src\n"
-        "  arkc fmt --diff room.src\n"
-        "  arkc fmt - < room.src");
+    CommandLine::explain(*word,
+                         { "Changes blanks, line ends, the case of keywords and semicolons at line ends, so a program "
+                           "compiles to the same bytes; comments stay. A file whose brackets do not match is left "
+                           "as it is.",
+                           { { "arkc fmt room.src projector.src", "rewrites both" },
+                             { "arkc fmt --check *.src", "names those that would change" },
+                             { "arkc fmt --diff room.src", "shows what would change" },
+                             { "arkc fmt - < room.src", "for editors" } },
+                           {},
+                           { { "0", "done, or nothing would change" },
+                             { "1", "one would change, cannot be read or is refused" },
+                             { "2", "called wrongly, or a file cannot be written" } } });
     return { word, [arguments] { return format(*arguments); } };
 }
 } // namespace arkc

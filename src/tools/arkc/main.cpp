@@ -4,14 +4,11 @@
 
 int main(int argc, char **argv)
 {
-    CLI::App app("", "arkc");
+    CLI::App app;
     const std::vector<arkc::Command> commands = arkc::describeCommandLine(app);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success &help) {
-        return app.exit(help);
-    } catch (const CLI::ParseError &error) {
-        return static_cast<int>(arkc::wrongUse(error.what()));
+    const auto refuse = [](const std::string &what) { return static_cast<int>(arkc::wrongUse(what)); };
+    if (const std::optional<int> status = CommandLine::parse(app, argc, argv, refuse)) {
+        return *status;
     }
     QCoreApplication application(argc, argv);
     for (const arkc::Command &command : commands) {

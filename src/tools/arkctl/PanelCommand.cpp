@@ -184,18 +184,20 @@ constexpr auto kActions = "push CHANNEL, release CHANNEL, press CHANNEL (both), 
 
 CommandLine::Explanation explanation()
 {
-    return { "Without an ACTION the terminal becomes the panel: its buttons, lit or not, with the texts that the program "
-             "sets, its levels, and a log of what is sent and received. ? shows the keys; the mouse works too. When the "
-             "controller has restarted it connects again by itself.\n\n"
-             "ACTIONs are done in order over one connection, each when the controller has confirmed the one before. "
-             "After - come the lines of standard input, with one action or more on each; what follows # is skipped. A "
-             "connection that is lost, or an action that is not confirmed, ends it with status 1.",
-             { { "arkctl panel 10001", "the panel on the terminal" },
-               { "arkctl panel 10001 --buttons 1-12,101 --levels 1", "with these buttons and this level" },
-               { "arkctl panel 10001 press 5", "push and release button 5" },
-               { "arkctl panel 10001 push 21 wait 1.5 release 21", "hold it for a second and a half" },
-               { "arkctl panel 10001 level 1 200 watch --for 10", "move level 1, show the answers for ten seconds" },
-               { "arkctl panel 10001 watch - < evening.txt", "the actions of a file, and what comes" } } };
+    return {
+        "Without an ACTION the terminal becomes the panel: its buttons, lit or not, with the texts that the program "
+        "sets, its levels, and a log of what is sent and received. ? shows the keys; the mouse works too. When the "
+        "controller has restarted it connects again by itself.\n\n"
+        "ACTIONs are done in order over one connection, each when the controller has confirmed the one before. "
+        "After - come the lines of standard input, with one action or more on each; what follows # is skipped. A "
+        "connection that is lost, or an action that is not confirmed, ends it with status 1.",
+        { { "arkctl panel 10001", "the panel on the terminal" },
+          { "arkctl panel 10001 --buttons 1-12,101 --levels 1", "with these buttons and this level" },
+          { "arkctl panel 10001 press 5", "push and release button 5" },
+          { "arkctl panel 10001 push 21 wait 1.5 release 21", "hold it for a second and a half" },
+          { "arkctl panel 10001 level 1 200 watch --for 10", "move level 1, show the answers for ten seconds" },
+          { "arkctl panel 10001 watch - < evening.txt", "the actions of a file, and what comes" } }
+    };
 }
 } // namespace
 

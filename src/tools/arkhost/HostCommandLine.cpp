@@ -8,23 +8,33 @@ namespace {
 constexpr int kWrongUse = 2;
 constexpr int kMostReports = 1000;
 
-constexpr char kFooter[] = "What stands behind -- goes to the controller as it is. On a terminal a line at\n"
-                           "the bottom shows state, uptime, starts, crashes and LEDs. After a crash the\n"
-                           "controller is started again in 1 s, then 2, 4 and so on up to 60 s; once it has\n"
-                           "run for a minute the pauses begin anew. Each crash leaves a report in a file.\n\n"
-                           "Exit status: 0 ended by SIGTERM, SIGINT or SIGHUP; 2 wrong use, the controller\n"
-                           "cannot be started or refuses its arguments, or another supervisor runs.\n\n"
-                           "Examples:\n"
-                           "  arkhost                               the controller with its default program\n"
-                           "  arkhost -- --data-dir /srv/room       a room of its own\n"
-                           "  arkhost --ports -- room.pobj          show what goes to the ports, too\n"
-                           "  arkhost status                        how is it?";
+CommandLine::Explanation explanation()
+{
+    return { "What stands behind -- goes to the controller as it is. On a terminal a line at the bottom shows state, "
+             "uptime, starts, crashes and LEDs. After a crash the controller is started again in 1 s, then 2, 4 and so "
+             "on up to 60 s; once it has run for a minute the pauses begin anew. Each crash leaves a report in a file.",
+             { { "arkhost", "the controller with its default program" },
+               { "arkhost -- --data-dir /srv/room", "a room of its own" },
+               { "arkhost --ports -- room.pobj", "show what goes to the ports, too" },
+               { "arkhost status", "how is it?" } },
+             { { "DATA-FOLDER/crash-reports", "the reports of the newest crashes" } },
+             { { "0", "ended by SIGTERM, SIGINT or SIGHUP" },
+               { "2",
+                 "called wrongly, the controller cannot be started or refuses its arguments, or another supervisor "
+                 "runs" } },
+             { { "arkivon", "8" }, { "arkctl", "1" } } };
+}
 
-constexpr char kStatusFooter[] = "Exit status: 0 the controller runs; 1 it does not, or there is no supervisor;\n"
-                                 "2 wrong use.\n\n"
-                                 "Examples:\n"
-                                 "  arkhost status          state, process, uptime, starts, crashes, last end\n"
-                                 "  arkhost status --json   the same as one JSON object, for programs";
+CommandLine::Explanation statusExplanation()
+{
+    return {
+        {},
+        { { "arkhost status", "state, process, uptime, starts, crashes, last end" },
+          { "arkhost status --json", "the same as one JSON object, for programs" } },
+        {},
+        { { "0", "the controller runs" }, { "1", "it does not, or there is no supervisor" }, { "2", "called wrongly" } }
+    };
+}
 
 void describeStatus(CLI::App &app, HostCommandLine &line)
 {
@@ -33,7 +43,7 @@ void describeStatus(CLI::App &app, HostCommandLine &line)
     word->add_option("--timeout", line.timeoutSeconds, "How long to wait for an answer (2)")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 3600.0));
-    word->footer(kStatusFooter);
+    CommandLine::explain(*word, statusExplanation());
     word->callback([&line] { line.wantsStatus = true; });
 }
 } // namespace
@@ -41,20 +51,23 @@ void describeStatus(CLI::App &app, HostCommandLine &line)
 void describeHost(CLI::App &app, HostCommandLine &line)
 {
     app.name("arkhost");
-    app.description("Runs the controller, starts it again when it ends, and shows its LEDs.");
-    app.set_version_flag("--version", "arkhost " ARKHOST_VERSION);
+    app.description("Runs the controller, starts it again when it ends, and shows its LEDs");
+    CommandLine::explain(app, explanation());
+    app.set_version_flag("--version", "arkhost " ARKHOST_VERSION)->description("Show the version");
     app.add_flag("--ports", line.showsPorts, "Show what goes to the port hardware, too");
     app.add_flag("--plain", line.isPlain, "Lines only, also on a terminal: no status line at the bottom");
     app.add_option("--reports", line.reports, "Folder of the crash reports (crash-reports in the data folder)")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->check(CommandLine::folder());
     app.add_option("--keep-reports", line.keptReports, "How many crash reports are kept, the newest (20)")
         ->type_name("NUMBER")
         ->check(CLI::Range(1, kMostReports));
     app.add_option("--controller", line.controller, "The controller's program (arkivon in the folder of arkhost)")
-        ->type_name("PROGRAM");
-    app.add_option("ARGUMENTS", line.arguments, "Arguments of the controller; options of it behind --");
+        ->type_name("PROGRAM")
+        ->check(CommandLine::files());
+    app.add_option("ARGUMENTS", line.arguments, "Arguments of the controller; options of it behind --")
+        ->check(CommandLine::files({ ".pobj" }));
     app.require_subcommand(0, 1);
-    app.footer(kFooter);
     describeStatus(app, line);
 }
 

@@ -1,5 +1,5 @@
 #pragma once
-#include <CLI/CLI.hpp>
+#include "cli/CommandLine.h"
 
 #include <optional>
 #include <string>

@@ -38,8 +38,7 @@ public:
 
     /// Listens and starts the controller. Nothing when all is well, else what went wrong.
     std::optional<QString> start();
-    void
-    end(); // asks the controller to end; ended() follows, after five seconds at the latest, at once when asked again
+    void end(); // asks the controller to end; ended() follows in five seconds at most, at once when asked again
 
 Q_SIGNALS:
     void ended(int status);
