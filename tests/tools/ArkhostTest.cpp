@@ -122,8 +122,10 @@ void ArkhostTest::statusSurvivesTheWire()
     status.state = HostStatus::State::Waiting;
     status.starts = 3;
     status.crashes = 2;
-    status.lastEnd =
-        HostStatus::LastEnd{ QStringLiteral("2026-01-02T03:04:05+01:00"), QStringLiteral("signal SIGSEGV"), 3661 };
+    HostStatus::LastEnd &end = status.lastEnd.emplace();
+    end.at = QStringLiteral("2026-01-02T03:04:05+01:00");
+    end.reason = QStringLiteral("signal SIGSEGV");
+    end.uptimeSeconds = 3661;
     status.nextStartInSeconds = 1.5;
     status.leds = QStringList{ QStringLiteral("serial 1"), QStringLiteral("any") };
     status.supervisorId = 77;
