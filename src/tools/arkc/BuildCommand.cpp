@@ -64,10 +64,10 @@ Command buildCommand(CLI::App &app)
     word->add_option("SOURCE", arguments->source,
                      "The source file, - for standard input; what it includes is looked for beside it")
         ->required()
-        ->check(CommandLine::files({ ".src" }));
+        ->check(CommandLine::files({ "src" }));
     word->add_option("-o,--output", arguments->output, "The object file (the source's name with .pobj)")
         ->type_name("FILE")
-        ->check(CommandLine::files({ ".pobj" }));
+        ->check(CommandLine::files({ "pobj" }));
     addFormatOption(*word, arguments->format);
     CommandLine::explain(*word,
                          { "Reports errors and warnings. The object file is replaced only when there is no error.",

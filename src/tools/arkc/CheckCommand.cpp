@@ -41,7 +41,7 @@ Command checkCommand(CLI::App &app)
     const auto arguments = std::make_shared<CheckArguments>();
     word->add_option("SOURCE", arguments->sources, "Source files, each a program of its own; - is standard input")
         ->required()
-        ->check(CommandLine::files({ ".src" }));
+        ->check(CommandLine::files({ "src" }));
     word->add_option("--stdin-name", arguments->standardInputName,
                      "The file that standard input stands for: in messages, and for what it includes")
         ->type_name("FILE");

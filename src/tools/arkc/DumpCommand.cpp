@@ -39,10 +39,10 @@ Command dumpCommand(CLI::App &app)
     const auto arguments = std::make_shared<DumpArguments>();
     word->add_option("PROGRAM", arguments->program, "The object file; - is standard input")
         ->required()
-        ->check(CommandLine::files({ ".pobj" }));
+        ->check(CommandLine::files({ "pobj" }));
     word->add_option("-o,--output", arguments->output, "The source file (standard output)")
         ->type_name("FILE")
-        ->check(CommandLine::files({ ".src" }));
+        ->check(CommandLine::files({ "src" }));
     CommandLine::explain(*word,
                          { "What arkc has built comes back to the same bytes when it is built again. What the source "
                            "form has no words for stands in comments.",

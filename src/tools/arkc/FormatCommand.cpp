@@ -71,7 +71,7 @@ Command formatCommand(CLI::App &app)
     word->add_option("SOURCE", arguments->sources,
                      "Source files, rewritten in place; - reads standard input and writes standard output")
         ->required()
-        ->check(CommandLine::files({ ".src" }));
+        ->check(CommandLine::files({ "src" }));
     word->add_flag("--check", arguments->checks, "Change nothing; print the names of the files that would change");
     word->add_flag("--diff", arguments->showsDiff, "Change nothing; print what would change");
     word->add_option("--stdin-name", arguments->standardInputName, "The name of standard input in messages")

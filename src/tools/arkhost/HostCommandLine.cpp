@@ -66,7 +66,7 @@ void describeHost(CLI::App &app, HostCommandLine &line)
         ->type_name("PROGRAM")
         ->check(CommandLine::files());
     app.add_option("ARGUMENTS", line.arguments, "Arguments of the controller; options of it behind --")
-        ->check(CommandLine::files({ ".pobj" }));
+        ->check(CommandLine::files({ "pobj" }));
     app.require_subcommand(0, 1);
     describeStatus(app, line);
 }
