@@ -19,6 +19,7 @@ STYLE = """
 
 # Highest first; floors of one row know nothing of each other. The last field: what the row lets others implement.
 FLOORS = [
+    ([("pages", "writes man pages and completions when the programs are built")], ""),
     ([("app", "start-up; ties all together"), ("tools", "arkc, arkctl, arkhost")], ""),
     ([("web", "the web server"), ("admin", "settings, files, console port")], ""),
     ([("net", "panels, controllers, sockets"), ("compiler", "source to object file and back")], "LinkHooks, FileTransfers"),
@@ -28,7 +29,7 @@ FLOORS = [
     ([("interp", "expressions, statements, waits, timelines")], "EventRaiser"),
     ([("program", "the program object: symbols, types, groups")], "DeviceActions, SocketActions"),
     ([("model", "values, arrays, structures, stores")], "ProgramContext"),
-    ([("base", "number rules, names, frames, monitor lines, clock")], ""),
+    ([("base", "number rules, names, frames, clock"), ("cli", "help, man pages, completions")], ""),
 ]
 
 LANES = ["panel", "I/O thread", "main thread"]

@@ -1,5 +1,6 @@
 #include "events/ObjectFile.h"
 
+#include "base/Clock.h"
 #include "events/EventHandlers.h"
 #include "interp/ProgramFunction.h"
 #include "interp/Statements.h"
@@ -161,6 +162,26 @@ bool loadObjectFile(AST &program, QDataStream &stream)
         program.storage().restoreVariable(*value);
     }
     return true;
+}
+
+QString objectFileProblem(const QByteArray &objectFile)
+{
+    QDataStream head(objectFile);
+    qint32 magic = 0;
+    qint32 version = 0;
+    head >> magic >> version;
+    if (head.status() != QDataStream::Ok || magic != kObjectFileMagic) {
+        return QStringLiteral("this is no object file");
+    }
+    if (version != kObjectFileVersion) {
+        return QStringLiteral("the object file has version %1; only %2 is known").arg(version).arg(kObjectFileVersion);
+    }
+    const Clock clock(Clock::Drive::ByHand);
+    AST program(QStringLiteral(":/no-such-directory"));
+    QDataStream stream(objectFile);
+    return loadObjectFile(program, stream)
+               ? QString()
+               : QStringLiteral("the object file is damaged: its end mark is missing, or it is nested too deeply");
 }
 
 void writeObjectFile(const AST &program, QDataStream &stream)

@@ -17,5 +17,8 @@ const NodeFactory &programNodes();
 /// On success the stored values of NON_VOLATILE and PERSISTENT globals are back. Returns whether the load succeeded.
 bool loadObjectFile(AST &program, QDataStream &stream);
 
+/// What is wrong with an object file, for people; empty when it can be loaded.
+QString objectFileProblem(const QByteArray &objectFile);
+
 /// Writes the program's own parts (not the system's symbols and types).
 void writeObjectFile(const AST &program, QDataStream &stream);

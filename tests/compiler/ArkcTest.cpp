@@ -299,7 +299,7 @@ void ArkcTest::helpFitsAScreen()
 {
     const Outcome help = run({ QStringLiteral("--help") });
     QCOMPARE(help.status, 0);
-    QVERIFY(help.output.contains("arkc build room.src -o program.pobj"));
+    QVERIFY(help.output.contains("arkc dump program.pobj > room.src"));
     QVERIFY2(help.output.count('\n') <= 24, help.output.constData());
 }
 

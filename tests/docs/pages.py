@@ -27,9 +27,9 @@ class Help:
         for names, value in options:
             for name in re.split(", ?", names):
                 self.options[name] = bool(value)
-        listed = re.search(r"^Subcommands:\n((?: +.*\n)+)", self.text, re.M)
+        listed = re.search(r"^Commands:\n((?: +.*\n)+)", self.text, re.M)
         self.commands = re.findall(r"^  ([a-z][\w-]*) ", listed[1], re.M) if listed else []
-        self.positionals = "Positionals:" in self.text or "Arguments:" in self.text
+        self.positionals = "Arguments:" in self.text
 
 
 @functools.lru_cache(None)

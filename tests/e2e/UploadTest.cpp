@@ -196,6 +196,8 @@ void UploadTest::refusals_data()
     row("upload none.pobj", 2, "none.pobj does not exist");
     row("upload empty.src", 2, "empty.src is empty");
     row("upload room.exe", 2, "a controller takes .pobj");
+    row("upload text.pobj", 2, "text.pobj: this is no object file");
+    row("upload source.src cut.pobj", 2, "cut.pobj: the object file is damaged"); // nothing is sent
     row("upload tv.ir", 2, "--ir NUMBER");
     row("upload tv.ir --ir 9", 2, "--ir");
     row("upload panel.dtp", 1, "panel.dtp: Failed to open file; the controller keeps its old file");
@@ -216,6 +218,8 @@ void UploadTest::refusals()
         QVERIFY(writeFile(controller.filePath(QLatin1String(name)), "x"));
     }
     QVERIFY(writeFile(controller.filePath(QStringLiteral("empty.src")), {}));
+    QVERIFY(writeFile(controller.filePath(QStringLiteral("text.pobj")), "start {}"));
+    QVERIFY(writeFile(controller.filePath(QStringLiteral("cut.pobj")), program("whole").chopped(1)));
     QVERIFY(QDir(controller.filePath(QString())).mkdir(QStringLiteral("ui.dtp"))); // in the way of the design
     controller.start();
     STARTS(controller);

@@ -303,6 +303,7 @@ struct UploadArguments
 {
     std::vector<std::string> files;
     std::optional<int> irNumber;
+    bool isForced = false;
     bool wantsJson = false;
 };
 
@@ -315,7 +316,8 @@ struct DownloadArguments
 
 Outcome runUpload(const UploadArguments &arguments, const RunOptions &options)
 {
-    auto plan = planUploads(arguments.files, arguments.irNumber);
+    auto plan =
+        planUploads(arguments.files, arguments.irNumber, arguments.isForced ? ProgramCheck::Skip : ProgramCheck::Load);
     if (const auto *fault = std::get_if<std::string>(&plan)) {
         return wrongUse(*fault);
     }
@@ -355,6 +357,7 @@ Command uploadCommand(CLI::App &app)
     word->add_option("--ir", arguments->irNumber, "Which infrared code file, where the name does not end in it")
         ->type_name("NUMBER")
         ->check(CLI::Range(1, 8));
+    word->add_flag("--force", arguments->isForced, "Send a program also when it is damaged or of an unknown version");
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per file: file, state, bytes, seconds, text");
     return { word, [arguments](const RunOptions &options) { return runUpload(*arguments, options); } };
 }

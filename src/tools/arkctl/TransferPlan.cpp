@@ -1,4 +1,5 @@
 #include "tools/arkctl/TransferPlan.h"
+#include "events/ObjectFile.h"
 #include "net/transfer/ToolTransfers.h"
 #include <QFile>
 #include <QFileInfo>
@@ -17,7 +18,19 @@ int numberInName(const QString &name)
     return form.match(name).captured(1).toInt();
 }
 
-std::variant<UploadItem, std::string> planUpload(const std::string &file, std::optional<int> irNumber)
+/// Why a controller could not load it; empty when it could, or when it cannot be read (sending says why).
+std::string programProblem(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QString problem = objectFileProblem(file.readAll());
+    return problem.isEmpty() ? std::string() : problem.toStdString() + "; arkc build makes one, --force sends this";
+}
+
+std::variant<UploadItem, std::string> planUpload(const std::string &file, std::optional<int> irNumber,
+                                                 ProgramCheck check)
 {
     const QFileInfo info(QFile::decodeName(file.c_str()));
     UploadItem item{ info.filePath(), info.fileName(), info.suffix().toLower(), 0, info.size() };
@@ -31,6 +44,11 @@ std::variant<UploadItem, std::string> planUpload(const std::string &file, std::o
     }
     if (item.size == 0) {
         return file + " is empty";
+    }
+    if (item.isProgram() && check == ProgramCheck::Load) {
+        if (const std::string problem = programProblem(item.path); !problem.empty()) {
+            return file + ": " + problem;
+        }
     }
     if (item.size > std::numeric_limits<quint32>::max()) {
         return file + " is larger than 4 GiB";
@@ -47,11 +65,11 @@ std::variant<UploadItem, std::string> planUpload(const std::string &file, std::o
 } // namespace
 
 std::variant<std::vector<UploadItem>, std::string> planUploads(const std::vector<std::string> &files,
-                                                               std::optional<int> irNumber)
+                                                               std::optional<int> irNumber, ProgramCheck check)
 {
     std::vector<UploadItem> items;
     for (const std::string &file : files) {
-        auto item = planUpload(file, irNumber);
+        auto item = planUpload(file, irNumber, check);
         if (const auto *fault = std::get_if<std::string>(&item)) {
             return *fault;
         }

@@ -20,9 +20,13 @@ struct UploadItem
     bool isWebArchive() const { return suffix == QLatin1String("zip"); }
 };
 
+/// Whether a program is loaded first, to see that it is one. A newer controller may take what this tool cannot read.
+enum class ProgramCheck { Load, Skip };
+
 /// A program comes last: the controller restarts with it. Otherwise what is wrong with which file.
 std::variant<std::vector<UploadItem>, std::string> planUploads(const std::vector<std::string> &files,
-                                                               std::optional<int> irNumber);
+                                                               std::optional<int> irNumber,
+                                                               ProgramCheck check = ProgramCheck::Load);
 
 /// What is to be fetched, and the name of the file that it is written to unless another is given.
 struct DownloadItem
