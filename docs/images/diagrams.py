@@ -29,7 +29,7 @@ FLOORS = [
     ([("interp", "expressions, statements, waits, timelines")], "EventRaiser"),
     ([("program", "the program object: symbols, types, groups")], "DeviceActions, SocketActions"),
     ([("model", "values, arrays, structures, stores")], "ProgramContext"),
-    ([("base", "number rules, names, frames, clock"), ("cli", "help, man pages, completions")], ""),
+    ([("base", "numbers, names, clock"), ("cli", "help and man pages")], ""),
 ]
 
 LANES = ["panel", "I/O thread", "main thread"]

@@ -26,6 +26,22 @@ int leftMs(const QDeadlineTimer &deadline)
     return static_cast<int>(deadline.remainingTime());
 }
 
+QString whyNotConnected(const QLocalSocket &socket)
+{
+    switch (socket.error()) {
+    case QLocalSocket::ServerNotFoundError:
+    case QLocalSocket::ConnectionRefusedError:
+        return QStringLiteral("no supervisor listens on the socket %1; is arkhost running, with the same TMPDIR?")
+            .arg(HostProtocol::serverName());
+    case QLocalSocket::SocketAccessError:
+        return QStringLiteral("no permission to use the socket %1; ask as the user who started arkhost")
+            .arg(HostProtocol::serverName());
+    default:
+        return QStringLiteral("cannot connect to the socket %1: %2")
+            .arg(HostProtocol::serverName(), socket.errorString());
+    }
+}
+
 /// The status as JSON, or why there is none.
 std::variant<QByteArray, NoAnswer> ask(int timeoutMs)
 {
@@ -33,9 +49,7 @@ std::variant<QByteArray, NoAnswer> ask(int timeoutMs)
     QLocalSocket socket;
     socket.connectToServer(HostProtocol::serverName());
     if (!socket.waitForConnected(leftMs(deadline))) {
-        return NoAnswer{ "none", QStringLiteral("no supervisor listens on the socket %1 (%2); is arkhost running, "
-                                                "with the same TMPDIR?")
-                                     .arg(HostProtocol::serverName(), socket.errorString()) };
+        return { NoAnswer{ "none", whyNotConnected(socket) } };
     }
     socket.write(frameBytes(HostProtocol::kAskStatus, {}));
     FrameParser parser;
