@@ -26,7 +26,7 @@ CommandLine::Explanation explanation()
 {
     return {
         R"(Loads a control program and runs it: serves its touch panels, ports, sockets and web pages, and the management
-tool. FILE is the object file; without one it is program.pobj in the data folder, and without that too the controller
+tool. filename is the object file; without one it is program.pobj in the data folder, and without that too the controller
 waits for an upload. It runs until SIGTERM or SIGINT; after a new program or a reboot it ends and wants to be started
 again, which arkhost does.)",
         { { "arkivon --data-dir /var/lib/room --monitor room.pobj", "" },
@@ -56,7 +56,7 @@ void describe(CLI::App &app, Words &words)
                                  .toStdString();
                          })
         ->description("Show the version");
-    app.add_option("FILE", words.files, "The program's object file")->check(CommandLine::files({ "pobj" }));
+    app.add_option("filename", words.files, "Object file full path")->check(CommandLine::files({ "pobj" }));
     addText(app, "--data-dir", words.dataDirectory, "FOLDER", "Keep program, stores and settings there",
             CommandLine::folder());
     addText(app, "--bind", words.bind, "ADDRESS", "Serve on one address only");
