@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Builds the package and installs it into a fresh Debian 12 in a temporary folder, runs the controller there, removes
 # and purges the package, and looks for what is left. As root; takes minutes and some 500 MB.
-# Debian comes from where this machine's apt gets it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -13,6 +12,7 @@ if [ -z "${ARKIVON_TEST_DEB_NAMESPACE:-}" ]; then # mounts of its own: they go w
     exec unshare --mount --propagation private env ARKIVON_TEST_DEB_NAMESPACE=1 "$0" "$@"
 fi
 . tools/setup.sh
+. packaging/fresh-system.sh
 need debootstrap util-linux iproute2
 
 package=$(packaging/build-deb.sh | tail -n 1)
@@ -21,12 +21,7 @@ root=$(mktemp -d)
 chmod 755 "$root" # the root of a system is open to its users
 trap 'umount -l "$root/proc" 2>/dev/null; rm -rf --one-file-system "$root"' EXIT
 
-step() { echo "== $*"; }
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-inside() { chroot "$root" env LC_ALL=C.UTF-8 PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive "$@"; }
+inside() { in_system "$root" "$@"; }
 
 # What a package can leave behind: everything but the records of apt and dpkg, and copies of the user table.
 files() {
@@ -38,34 +33,12 @@ files() {
         -not -path '/etc/*shadow*' -not -path '/etc/sub*id*' -print | sort
 }
 
-step "a fresh system"
-# shellcheck disable=SC2016 # apt's own notation
-mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' 'Created-By: Packages' |
-    sed -n 's/ bookworm$//p' | head -n 1)
-[ -n "$mirror" ] || fail "this machine's apt knows no source of bookworm"
-eval "$(apt-config shell proxy Acquire::http::Proxy)"
-[ -z "${proxy:-}" ] || export http_proxy=$proxy
-debootstrap --variant=minbase bookworm "$root" "$mirror" >"$root.log" 2>&1 ||
-    { tail -n 20 "$root.log"; fail "debootstrap"; }
-rm "$root.log"
-echo "deb $mirror bookworm main" >"$root/etc/apt/sources.list"
-[ -z "${proxy:-}" ] || echo "Acquire::http::Proxy \"$proxy\";" >"$root/etc/apt/apt.conf.d/90proxy"
-printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d" # nothing is started
-chmod +x "$root/usr/sbin/policy-rc.d"
-mount -t proc proc "$root/proc"
-inside apt-get -qq update
-
-step "its dependencies can be had: $(dpkg-deb -f "$package" Depends)"
-inside apt-get -qq install -y --no-install-recommends man-db bash-completion systemd >"$root/tmp/apt.log" 2>&1 ||
-    { tail "$root/tmp/apt.log"; fail "man-db, bash-completion, systemd"; }
-inside apt-get -qq satisfy -y --no-install-recommends "$(dpkg-deb -f "$package" Depends)" >"$root/tmp/apt.log" 2>&1 ||
-    { tail "$root/tmp/apt.log"; fail "a dependency"; }
+step "a fresh system, with all that the package depends on"
+make_system "$root" "$package" man-db bash-completion systemd
 files >"$root/tmp/before"
 
 step "install"
-cp "$package" "$root/tmp/arkivon.deb"
-inside apt-get -qq install -y --no-install-recommends /tmp/arkivon.deb >"$root/tmp/apt.log" 2>&1 ||
-    { tail "$root/tmp/apt.log"; fail "apt-get install"; }
+quietly "$root" apt-get -qq install -y --no-install-recommends /tmp/arkivon.deb
 inside id arkivon
 inside systemctl is-enabled arkivon
 inside systemd-analyze verify --man=no /lib/systemd/system/arkivon.service || fail "the unit"
@@ -105,12 +78,14 @@ step "documents"
 for file in operating.md examples/boardroom/boardroom.src copyright changelog.gz; do
     [ -s "$root/usr/share/doc/arkivon/$file" ] || fail "$file is missing"
 done
-for page in man1/arkc.1 man1/arkctl.1 man8/arkivon.8; do
-    [ -s "$root/usr/share/man/$page.gz" ] || { echo "no page $page yet"; continue; }
-    inside man --warnings -E UTF-8 -l "/usr/share/man/$page.gz" 2>&1 >/dev/null | (! grep .) || fail "$page"
+for page in "$root"/usr/share/man/man[18]/ark*; do
+    inside man --warnings -E UTF-8 -l "${page#"$root"}" 2>&1 >/dev/null | (! grep .) || fail "$page"
 done
 for program in arkivon arkc arkctl arkhost; do
-    [ -s "$root/usr/share/bash-completion/completions/$program" ] || echo "no completion of $program yet"
+    ls "$root/usr/share/man/man"[18]"/$program."[18].gz >/dev/null || fail "no page of $program"
+    # shellcheck disable=SC2016 # for the inner shell
+    inside bash -c '. "/usr/share/bash-completion/completions/$1" && complete -p "$1"' bash "$program" ||
+        fail "no completion of $program"
 done
 
 step "remove"
@@ -118,8 +93,7 @@ inside apt-get -qq remove -y arkivon 2>&1 | tail -n 1
 [ -s "$root/var/lib/arkivon/program.pobj" ] || fail "remove has taken the room's data"
 [ ! -e "$root/usr/bin/arkivon" ] || fail "a program is left"
 step "install again, and purge"
-inside apt-get -qq install -y --no-install-recommends /tmp/arkivon.deb >"$root/tmp/apt.log" 2>&1 ||
-    fail "second install"
+quietly "$root" apt-get -qq install -y --no-install-recommends /tmp/arkivon.deb
 inside apt-get -qq purge -y arkivon 2>&1 | tail -n 1
 files >"$root/tmp/after"
 diff "$root/tmp/before" "$root/tmp/after" || fail "the lines with > are left"

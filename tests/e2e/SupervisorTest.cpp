@@ -149,7 +149,7 @@ void SupervisorTest::survivesCrashes()
         const StatusRun before = askStatus(controller);
         QCOMPARE(before.exitStatus, 0);
         QCOMPARE(before.number("crashes"), crash - 1);
-        ::kill(static_cast<pid_t>(before.processId()), SIGSEGV);
+        ::kill(static_cast<pid_t>(before.processId()), SIGABRT); // SIGSEGV the sanitizers would turn into a status
         QTRY_COMPARE(reportsOf(controller).size(), crash);
     }
     const StatusRun waiting = askStatus(controller);
@@ -162,15 +162,15 @@ void SupervisorTest::survivesCrashes()
     panel.connectTo(controller.address());
     QTRY_COMPARE(introduced.count(), 1);
 
-    QVERIFY(controller.output().contains("crashed: signal SIGSEGV"));
+    QVERIFY(controller.output().contains("crashed: signal SIGABRT"));
     QVERIFY(controller.output().contains("It is started again in 2 s."));
     const QByteArray report = reportsOf(controller).last();
-    for (const char *part : { "reason:       signal SIGSEGV\n", "crashes:      2\n", "--data-dir", "program.pobj\n",
+    for (const char *part : { "reason:       signal SIGABRT\n", "crashes:      2\n", "--data-dir", "program.pobj\n",
                               "sha256:", "Network started.\n" }) {
         QVERIFY2(report.contains(part), (report + "\nlacks\n" + part).constData());
     }
     const StatusRun text = askStatus(controller, {});
-    QVERIFY2(text.output.contains("\nstarts      3\ncrashes     2\nlast end    signal SIGSEGV, "),
+    QVERIFY2(text.output.contains("\nstarts      3\ncrashes     2\nlast end    signal SIGABRT, "),
              text.output.constData());
     controller.signal(SIGHUP);
     QTRY_VERIFY(!controller.isRunning());
