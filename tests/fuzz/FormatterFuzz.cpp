@@ -1,6 +1,6 @@
 #include "compiler/Compiler.h"
-#include "compiler/FormatTokens.h"
-#include "compiler/Formatter.h"
+#include "compiler/format/FormatTokens.h"
+#include "compiler/format/Formatter.h"
 
 #include <QStringList>
 #include <cstdlib>

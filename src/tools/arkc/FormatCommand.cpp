@@ -1,4 +1,4 @@
-#include "compiler/Formatter.h"
+#include "compiler/format/Formatter.h"
 #include "tools/arkc/Command.h"
 #include "tools/arkc/Files.h"
 #include "tools/arkc/LineDiff.h"

@@ -1,5 +1,5 @@
 #pragma once
-#include "compiler/FormatTokens.h"
+#include "compiler/format/FormatTokens.h"
 
 /// Blanks between two tokens of one line: 0, 1, or 2 between statements that nothing else separates.
 /// \param index  the second; annotate() has been there

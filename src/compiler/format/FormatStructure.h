@@ -1,5 +1,5 @@
 #pragma once
-#include "compiler/FormatTokens.h"
+#include "compiler/format/FormatTokens.h"
 
 /// Finds out what the tokens of a source are to each other: which brackets belong together, which braces hold a block
 /// and which a list, where statements begin. Goes by brackets, keywords and line ends alone, so it needs no source

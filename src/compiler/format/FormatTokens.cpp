@@ -1,4 +1,4 @@
-#include "compiler/FormatTokens.h"
+#include "compiler/format/FormatTokens.h"
 
 #include <QStringList>
 #include <algorithm>

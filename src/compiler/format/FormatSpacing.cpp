@@ -1,4 +1,4 @@
-#include "compiler/FormatSpacing.h"
+#include "compiler/format/FormatSpacing.h"
 
 #include "compiler/Words.h"
 

@@ -1,4 +1,4 @@
-#include "compiler/FormatStructure.h"
+#include "compiler/format/FormatStructure.h"
 
 #include "compiler/Words.h"
 

@@ -1,6 +1,6 @@
-#include "compiler/FormatLayout.h"
+#include "compiler/format/FormatLayout.h"
 
-#include "compiler/FormatSpacing.h"
+#include "compiler/format/FormatSpacing.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
-#include "compiler/Formatter.h"
+#include "compiler/format/Formatter.h"
 
-#include "compiler/FormatLines.h"
-#include "compiler/FormatStructure.h"
+#include "compiler/format/FormatLines.h"
+#include "compiler/format/FormatStructure.h"
 
 namespace {
 /// Blocks that are too long for one line by themselves need not be tried.

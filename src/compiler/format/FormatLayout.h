@@ -1,5 +1,5 @@
 #pragma once
-#include "compiler/FormatTokens.h"
+#include "compiler/format/FormatTokens.h"
 
 /// A token or comment of a line.
 struct LayoutItem

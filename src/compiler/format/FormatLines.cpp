@@ -1,4 +1,4 @@
-#include "compiler/FormatLines.h"
+#include "compiler/format/FormatLines.h"
 
 #include <QStringList>
 #include <algorithm>

@@ -1,5 +1,5 @@
 #pragma once
-#include "compiler/FormatLayout.h"
+#include "compiler/format/FormatLayout.h"
 
 /// A line of the result, in parts, so that neighbours can be aligned.
 struct FormattedLine
