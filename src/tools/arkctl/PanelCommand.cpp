@@ -180,24 +180,19 @@ Outcome runPanel(const PanelArguments &arguments, const RunOptions &options)
 }
 
 constexpr auto kActions = "push CHANNEL, release CHANNEL, press CHANNEL (both), level LEVEL VALUE, wait SECONDS, "
-                          "watch (show what comes, until interrupted), - (then the lines of standard input)";
+                          "watch (until interrupted), - (the lines of standard input, # begins a comment)";
 
 CommandLine::Explanation explanation()
 {
-    return {
-        "Without an ACTION the terminal becomes the panel: its buttons, lit or not, with the texts that the program "
-        "sets, its levels, and a log of what is sent and received. ? shows the keys; the mouse works too. When the "
-        "controller has restarted it connects again by itself.\n\n"
-        "ACTIONs are done in order over one connection, each when the controller has confirmed the one before. "
-        "After - come the lines of standard input, with one action or more on each; what follows # is skipped. A "
-        "connection that is lost, or an action that is not confirmed, ends it with status 1.",
-        { { "arkctl panel 10001", "the panel on the terminal" },
-          { "arkctl panel 10001 --buttons 1-12,101 --levels 1", "with these buttons and this level" },
-          { "arkctl panel 10001 press 5", "push and release button 5" },
-          { "arkctl panel 10001 push 21 wait 1.5 release 21", "hold it for a second and a half" },
-          { "arkctl panel 10001 level 1 200 watch --for 10", "move level 1, show the answers for ten seconds" },
-          { "arkctl panel 10001 watch - < evening.txt", "the actions of a file, and what comes" } }
-    };
+    return { "Without an ACTION the terminal becomes the panel: buttons, levels and a log; ? shows its keys. ACTIONs "
+             "are done "
+             "one after the other, each when the controller has confirmed the one before.",
+             { { "arkctl panel 10001", "the panel on the terminal" },
+               { "arkctl panel 10001 --buttons 1-12,101", "with these buttons" },
+               { "arkctl panel 10001 press 5", "push and release button 5" },
+               { "arkctl panel 10001 push 21 wait 1.5 release 21", "hold it for a while" },
+               { "arkctl panel 10001 level 1 200 watch --for 10", "and see what comes" },
+               { "arkctl panel 10001 watch - < evening.txt", "the actions of a file" } } };
 }
 } // namespace
 
@@ -210,11 +205,10 @@ Command panelCommand(CLI::App &app)
     word->add_option("DEVICE", arguments->device, "The panel's device number")->required()->check(CLI::Range(1, 65535));
     word->add_option("ACTION", arguments->words, kActions)
         ->check(CommandLine::suggests({ "push", "release", "press", "level", "wait", "watch", "-" }));
-    word->add_option("--buttons", arguments->buttons,
-                     "Which buttons the screen has (1-24); others that the controller names are added")
+    word->add_option("--buttons", arguments->buttons, "Which buttons the screen has at first (1-24)")
         ->type_name("LIST");
-    word->add_option("--levels", arguments->levels, "Which levels it has (1-4)")->type_name("LIST");
-    word->add_option("--range", arguments->range, "From where to where its levels go (0-255)")->type_name("LOW-HIGH");
+    word->add_option("--levels", arguments->levels, "Which levels it has at first (1-4)")->type_name("LIST");
+    word->add_option("--range", arguments->range, "From where to where they go (0-255)")->type_name("LOW-HIGH");
     addForOption(*word, arguments->watchSeconds, "Watch no longer than this");
     addJsonFlag(*word, arguments->wantsJson, "Show what comes as one JSON object per line");
     return { word, [arguments](const RunOptions &options) { return runPanel(*arguments, options); } };
