@@ -1,6 +1,6 @@
 #include "compiler/format/Formatter.h"
 #include "compiler/Compiler.h"
-#include "compiler/format/FormatTokens.h"
+#include "support/SourceContent.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -24,26 +24,6 @@ private Q_SLOTS:
 };
 
 namespace {
-/// Tokens in lower case, without semicolons, which may go at line ends; then the comments, without blanks at line ends
-/// and beginnings.
-QStringList contentOf(const QString &text)
-{
-    Sources sources;
-    QStringList tokens;
-    QStringList comments;
-    for (const FormatToken &token : formatTokensOf(sources, sources.add(QStringLiteral("content"), text))) {
-        if (!token.is(TokenKind::Semicolon)) {
-            tokens += token.is(TokenKind::Text) ? token.text : token.text.toLower();
-        }
-        for (const SourceComment &comment : token.comments) {
-            for (const QString &line : comment.text.split(QLatin1Char('\n'))) {
-                comments += line.trimmed();
-            }
-        }
-    }
-    return tokens + comments;
-}
-
 QString fileText(const QString &path)
 {
     QFile file(path);

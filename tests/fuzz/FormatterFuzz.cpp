@@ -1,31 +1,11 @@
 #include "compiler/Compiler.h"
-#include "compiler/format/FormatTokens.h"
 #include "compiler/format/Formatter.h"
+#include "support/SourceContent.h"
 
 #include <QStringList>
 #include <cstdlib>
 
 namespace {
-/// All that must come back: the tokens without the case of keywords and without semicolons, and the comments without
-/// blanks at the ends of their lines.
-QStringList contentOf(const QString &text)
-{
-    Sources sources;
-    QStringList tokens;
-    QStringList comments;
-    for (const FormatToken &token : formatTokensOf(sources, sources.add(QStringLiteral("content"), text))) {
-        if (!token.is(TokenKind::Semicolon)) {
-            tokens += token.is(TokenKind::Text) ? token.text : token.text.toLower();
-        }
-        for (const SourceComment &comment : token.comments) {
-            for (const QString &line : comment.text.split(QLatin1Char('\n'))) {
-                comments += line.trimmed();
-            }
-        }
-    }
-    return tokens + comments;
-}
-
 void expectSame(const QString &text, const QString &expected, const char *what)
 {
     if (text != expected) {
