@@ -45,7 +45,7 @@ fi
 
 step "fuzzing"
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz
+cmake --build --preset fuzz --target fuzzers
 for target in build/fuzz/bin/*Fuzz; do
     name=$(basename "$target" Fuzz)
     corpus=tests/fuzz/corpus/$(sed 's/\([a-z]\)\([A-Z]\)/\1-\2/g; s/.*/\L&/' <<<"$name")
