@@ -10,8 +10,8 @@ public:
     enum class End { InOrder, Crash };
 
     static constexpr qint64 kFirstMs = 1000;
-    static constexpr qint64 kLongestMs = 60 * 1000;
-    static constexpr qint64 kWellMs = 60 * 1000;    // who lived that long begins anew
+    static constexpr qint64 kLongestMs = 60000;
+    static constexpr qint64 kWellMs = 60000;        // who lived that long begins anew
     static constexpr qint64 kShortOrderlyMs = 1000; // an end in order counts as quick only before this
 
     void started(qint64 nowMs) { m_startedAtMs = nowMs; }
