@@ -1,6 +1,7 @@
 #!/bin/bash
 # Builds the release preset and prints one table: this runtime beside its peers, measured in the same run.
-# Usage: bench/run.sh [--quick] [language] [roundtrip] [sockets] [loading] [transfer] [web] [history]     (no name: all)
+# Usage: bench/run.sh [--quick] [language] [roundtrip] [sockets] [loading] [transfer] [web] [history] [scene]
+# Without a name it runs all.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

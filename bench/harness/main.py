@@ -7,13 +7,14 @@ import history
 import language
 import loading
 import roundtrip
+import scene
 import sockets
 import transfer
 import web
 from processes import Failed
 
 SECTIONS = {"language": language, "roundtrip": roundtrip, "sockets": sockets, "loading": loading, "transfer": transfer,
-            "web": web, "history": history}
+            "web": web, "history": history, "scene": scene}
 USAGE_STATUS = 2
 
 

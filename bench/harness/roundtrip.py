@@ -8,17 +8,18 @@ from table import Section
 MOST_PANELS = 1000
 ECHO_FACTOR = 2.5
 BURST_MS = 500
-PROTOCOLS = {"arkivon": "link", "arkivon history": "link", "echo": "echo", "mosquitto": "mqtt"}
+COMPARED = ["panels", "controller", "p50", "p99", "per s", "cpu us", "lost", "peak MB"]
+PROTOCOLS = {"echo": "echo", "mosquitto": "mqtt"}  # all others: "link"
 
 
-def make_program(binaries, directory):
+def make_program(binaries, directory, name="roundtrip"):
     """The program with its list of panels."""
     folder = pathlib.Path(directory)
-    shutil.copy(BENCH / "roundtrip.src", folder)
+    shutil.copy(BENCH / f"{name}.src", folder)
     panels = ", ".join(f"{10001 + number}:1:0" for number in range(MOST_PANELS))
     (folder / "panels.src").write_text(f"device dvPanels[] = {{{panels}}}\n", encoding="ascii")
-    compile_program(binaries, folder / "roundtrip.src", folder / "roundtrip.pobj")
-    return folder / "roundtrip.pobj"
+    compile_program(binaries, folder / f"{name}.src", folder / f"{name}.pobj")
+    return folder / f"{name}.pobj"
 
 
 def servers(binaries, directory, program, last_octet, cores=None):
@@ -36,7 +37,7 @@ def load(binaries, name, server, clients, run_ms, rounds, cores=None):
     prefix = ["taskset", "-c", cores] if cores else []
     before = server.cpu_seconds()
     row = figures(
-        [*prefix, binaries / "panel_load", PROTOCOLS[name], server.address, server.port, clients, run_ms, rounds]
+        [*prefix, binaries / "panel_load", PROTOCOLS.get(name, "link"), server.address, server.port, clients, run_ms, rounds]
     )
     row["cpu_us"] = (server.cpu_seconds() - before) * 1e6 / max(int(row["answers"]), 1)
     return row
@@ -108,4 +109,23 @@ def measure(binaries, directory, is_quick):
         worst = max(float(row["burst_worst_ms"]) for row in runs["arkivon"])
     section.verdict(worst <= BURST_MS, f"{MOST_PANELS} panels at once: all served within {BURST_MS} ms ({worst:.0f} ms)")
     section.verdict(lost == 0, f"no event lost ({lost})")
+    return section
+
+
+def compare(section, binaries, is_quick, kinds):
+    """Rows of controllers that differ in one thing. kinds: gives them by name, for a last octet and the one core."""
+    repetitions = 1 if is_quick else 7
+    run_ms = 500 if is_quick else 2000
+    core = pick_core()
+    for number, panels in enumerate([1, 50]):
+        runs, memory = with_all(
+            kinds(11 + number, core),
+            lambda running, count=panels: alternating(binaries, running, count, repetitions, run_ms, core),
+        )
+        for name, rows in runs.items():
+            section.row(
+                panels, name, f"{median(rows, 'p50_us'):.1f}", f"{median(rows, 'p99_us'):.0f}",
+                f"{median(rows, 'per_second'):.0f}", f"{median(rows, 'cpu_us'):.1f}",
+                sum(int(row["lost"]) for row in rows), f"{memory[name]:.1f}",
+            )
     return section

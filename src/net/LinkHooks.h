@@ -12,8 +12,8 @@ class SocketClient;
 /// What the panel link asks of the rest of the system. The application ties these to the program object, the device
 /// manager and the settings; the link owns none of them, and all must outlive it.
 
-/// To be let go when an event has been handled, or dropped: the peer's acknowledgement waits for it, to leave together
-/// with the feedback. Any thread.
+/// To be let go when an event has been handled, or dropped: the acknowledgement and what the program says to that peer
+/// meanwhile wait for it, to leave together. Any thread.
 using UntilHandled = std::shared_ptr<const void>;
 
 /// Input from panels. Called on an I/O thread: post and return.

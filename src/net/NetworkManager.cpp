@@ -347,9 +347,9 @@ void NetworkManager::take(SocketClient &client, const ButtonReport &report)
 {
     const auto device = static_cast<quint16>(report.device);
     if (report.isPressed) {
-        m_hooks.events.buttonPressed(device, report.channel, client.heldAcknowledgements());
+        m_hooks.events.buttonPressed(device, report.channel, client.gatherUntilHandled());
     } else {
-        m_hooks.events.buttonReleased(device, report.channel, client.heldAcknowledgements());
+        m_hooks.events.buttonReleased(device, report.channel, client.gatherUntilHandled());
     }
     pauseWhenFull(client);
     if (isMonitored()) {
@@ -364,7 +364,7 @@ void NetworkManager::take(SocketClient &client, const ButtonReport &report)
 void NetworkManager::take(SocketClient &client, const LevelReport &report)
 {
     m_hooks.events.levelChanged(static_cast<quint16>(report.device), report.level, report.value,
-                                client.heldAcknowledgements());
+                                client.gatherUntilHandled());
     pauseWhenFull(client);
     if (isMonitored()) {
         notify(translated(QT_TRANSLATE_NOOP("messages",

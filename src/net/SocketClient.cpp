@@ -7,6 +7,8 @@
 #include <sys/socket.h>
 
 namespace {
+constexpr int kGatherBytes = 16 * 1024;
+
 bool isForProgram(const LinkEvent &event)
 {
     return std::holds_alternative<ButtonReport>(event) || std::holds_alternative<LevelReport>(event);
@@ -41,7 +43,9 @@ void SocketClient::send(Action action)
     const std::lock_guard lock(m_mutex);
     if (m_socket.isOpen()) {
         action();
-        flush();
+        if (m_unhandledEvents == 0 || m_session.output().size() >= kGatherBytes) {
+            flush();
+        }
     }
 }
 
@@ -79,6 +83,7 @@ void SocketClient::setTransferring(bool isTransferring)
 void SocketClient::close()
 {
     const std::lock_guard lock(m_mutex);
+    flush();
     m_socket.hangUp(m_session.exchange());
 }
 
@@ -104,7 +109,9 @@ void SocketClient::updateReading()
 bool SocketClient::ready(quint32 epollEvents, qint64 nowMs)
 {
     if ((epollEvents & EPOLLOUT) != 0) {
-        send([this] { m_socket.noteRoom(); });
+        const std::lock_guard lock(m_mutex);
+        m_socket.noteRoom();
+        flush();
     }
     return (epollEvents & (EPOLLIN | EPOLLHUP | EPOLLERR)) == 0 || readAvailable(nowMs);
 }
@@ -123,8 +130,12 @@ bool SocketClient::tick(qint64 nowMs)
 
 void SocketClient::due()
 {
-    m_isDueAsked = false;
-    releaseHeld(); // the program is busy
+    const std::lock_guard lock(m_mutex);
+    flush(); // the program is busy
+    m_isDueAsked = m_unhandledEvents > 0 && m_socket.isOpen();
+    if (m_isDueAsked) {
+        m_thread.callLater(shared_from_this());
+    }
 }
 
 void SocketClient::removed()
@@ -148,10 +159,11 @@ bool SocketClient::readAvailable(qint64 nowMs)
             return false;
         }
         m_session.receive(buffer.data(), static_cast<int>(count), nowMs, m_events);
-        if (std::any_of(m_events.begin(), m_events.end(), isForProgram)) {
-            hold();
-        } else {
+        if (std::none_of(m_events.begin(), m_events.end(), isForProgram)) {
             flush();
+        } else if (!m_isDueAsked) {
+            m_isDueAsked = true;
+            m_thread.callLater(shared_from_this());
         }
     }
     for (LinkEvent &event : m_events) {
@@ -161,38 +173,25 @@ bool SocketClient::readAvailable(qint64 nowMs)
     return true;
 }
 
-std::shared_ptr<const void> SocketClient::heldAcknowledgements()
+std::shared_ptr<const void> SocketClient::gatherUntilHandled()
 {
     const std::lock_guard lock(m_mutex);
-    if (!m_holdsBack) {
-        return nullptr;
-    }
+    ++m_unhandledEvents;
     return { this, [weak = weak_from_this()](const void *) {
                 if (const auto client = weak.lock()) {
-                    client->releaseHeld();
+                    client->handled();
                 }
             } };
 }
 
-void SocketClient::releaseHeld()
+void SocketClient::handled()
 {
     const std::lock_guard lock(m_mutex);
-    if (m_holdsBack) {
-        flush();
-    }
+    --m_unhandledEvents;
+    flush();
 }
 
 void SocketClient::flush()
 {
-    m_holdsBack = false;
     m_socket.flush(m_session.exchange());
-}
-
-void SocketClient::hold()
-{
-    m_holdsBack = true;
-    if (!m_isDueAsked) {
-        m_isDueAsked = true;
-        m_thread.callLater(shared_from_this());
-    }
 }

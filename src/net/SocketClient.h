@@ -52,9 +52,10 @@ public:
     void setReading(bool isReading) override;
     void pause(); // does not read until the sink has room; any thread
 
-    /// Acknowledgements of what the program handles leave in one write with what it says then. They wait for it until
-    /// the last holder lets go of this, 20 ms at most. Nothing when none waits. I/O thread only.
-    std::shared_ptr<const void> heldAcknowledgements();
+    /// What the program says to this peer while it handles an event of it leaves in one write, after the event's
+    /// acknowledgement: when the last holder lets go of this, or in parts of 16 KiB, and at least every 20 ms.
+    /// I/O thread only, once for each event.
+    std::shared_ptr<const void> gatherUntilHandled();
 
     int descriptor() const override { return m_socket.descriptor(); }
     bool ready(quint32 epollEvents, qint64 nowMs) override;
@@ -66,20 +67,19 @@ private:
     template <class Action>
     void send(Action action);
     bool readAvailable(qint64 nowMs);
-    void releaseHeld();
+    void handled();
     void flush();         // with the lock held
-    void hold();          // likewise
-    void updateReading(); // with the lock held
+    void updateReading(); // likewise
 
     const QString m_peerAddress;
     IoThread &m_thread;
     LinkEventSink &m_sink;
-    bool m_isDueAsked = false;  // on the I/O thread only
+    bool m_isDueAsked = false;  // on the I/O thread only; due() follows
     mutable std::mutex m_mutex; // guards everything below but m_events
     LinkSocket m_socket;
     LinkSession m_session;
     bool m_isPaused = false;         // by pause()
     bool m_isHeld = false;           // by setReading()
-    bool m_holdsBack = false;        // acknowledgements wait in the session's output
+    int m_unhandledEvents = 0;       // what is sent waits for them in the session's output
     std::vector<LinkEvent> m_events; // of one read; kept for its capacity
 };
