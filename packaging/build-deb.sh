@@ -46,7 +46,7 @@ year=$(date -u -d "@$SOURCE_DATE_EPOCH" +%Y)
 gzip -9n >"$doc/changelog.gz" <<CHANGELOG
 arkivon ($version) stable; urgency=medium
 
-  * Version $version; what has changed is in the history of the source tree.
+  * What has changed is in the history of the source tree.
 
  -- Arkivon <support@arkivon.invalid>  $(date -u -R -d "@$SOURCE_DATE_EPOCH")
 CHANGELOG
