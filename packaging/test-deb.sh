@@ -7,9 +7,11 @@ cd "$(dirname "$0")/.."
 . tools/setup.sh
 . packaging/fresh-system.sh
 with_own_mounts "$@"
-need debootstrap util-linux iproute2
+need debootstrap util-linux iproute2 lintian
 
 package=$(packaging/build-deb.sh | tail -n 1)
+
+lintian --fail-on error,warning "$package" 2>/dev/null || fail "lintian"
 
 new_root
 trap 'umount -l "$root/proc" 2>/dev/null; rm -rf --one-file-system "$root"' EXIT

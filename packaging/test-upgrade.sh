@@ -83,6 +83,7 @@ step "a backup, and the upgrade"
 typed "Backup and restore" "tar -C / -czf"
 typed Upgrading "apt install"
 room NEW 2
+typed Upgrading "systemctl status"
 typed Upgrading "arkctl --version"
 grep -F "$(dpkg-deb -f "$package" Version)" "$root.try" || fail "the tools are of another version"
 typed Upgrading "arkctl monitor"
