@@ -104,7 +104,9 @@ done <states
 CUT
 inside sh -c 'cd /srv; sh cut-off.sh' >/dev/null 2>&1 || fail "dpkg was not cut off"
 ! has_state "installed .*" || fail "dpkg was cut off too late"
-inside dpkg --configure -a >/dev/null 2>&1 || true # it says so when that is not enough
+inside systemctl restart arkivon # as when the power comes back
+await StatusText "Program program.pobj, system 7"
+inside dpkg --configure -a >/dev/null 2>&1 || true
 typed Upgrading "apt install"
 room NEW 4
 

@@ -11,8 +11,7 @@ git() { command git -c safe.directory="$PWD" "$@"; }
 mark=
 if [ -n "${SOURCE_DATE_EPOCH:-}" ]; then
     seconds=$SOURCE_DATE_EPOCH
-elif [ -e .git ] && command -v git >/dev/null; then # of this folder, not of one around it
-    seconds=$(git log -1 --format=%ct)
+elif [ -e .git ] && seconds=$(git log -1 --format=%ct 2>/dev/null); then # of this folder, not of one around it
     if [ -n "$(git status --porcelain --untracked-files=no)" ]; then # above its commit, below the next one
         seconds=$(date +%s)
         mark=+changed
