@@ -7,6 +7,9 @@ target_compile_definitions(project_options INTERFACE
     QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
 target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 
+# What is delivered has tables of addresses that nobody can write to once it runs.
+target_link_options(project_options INTERFACE $<$<CONFIG:Release>:LINKER:-z,relro,-z,now>)
+
 if(ARKIVON_SANITIZE)
     target_compile_options(project_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined
                                                      -fno-omit-frame-pointer)

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Debian package dist/arkivon_VERSION_ARCHITECTURE.deb. Installs what is missing for it, as run.sh does.
+# Builds the Debian package dist/arkivon_VERSION_ARCHITECTURE.deb. Installs what is missing for it, as run.sh does. The
+# version is that of packaging/version.sh; the same sources give the same package.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -10,13 +11,12 @@ fi
 . tools/setup.sh
 need "${build_packages[@]}" dpkg-dev binutils
 
-version=$(sed -n 's/^project(arkivon VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
-architecture=$(dpkg --print-architecture)
-# The same sources give the same package.
-SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || date +%s)}
+version=$(packaging/version.sh)
+SOURCE_DATE_EPOCH=$(packaging/version.sh --time)
 export SOURCE_DATE_EPOCH
+architecture=$(dpkg --print-architecture)
 
-cmake --preset release >/dev/null
+cmake --preset release -DARKIVON_PACKAGE_VERSION="$version" >/dev/null
 targets=(arkivon arkc arkctl arkhost)
 if cmake --build --preset release --target help | grep -q '^pages:'; then
     targets+=(pages)
@@ -32,7 +32,8 @@ DESTDIR=$stage cmake --install build/release --prefix /usr >/dev/null
 strip --strip-unneeded --remove-section=.comment --remove-section=.note "$stage"/usr/bin/*
 [ ! -d "$stage/usr/share/man" ] || find "$stage/usr/share/man" -type f -exec gzip -9n {} +
 install -D -m 0644 packaging/arkivon.service "$stage/lib/systemd/system/arkivon.service"
-install -D -m 0644 packaging/arkivon.default "$stage/etc/default/arkivon"
+install -D -m 0644 packaging/arkivon.default "$stage/usr/share/arkivon/default"
+install -D -m 0644 packaging/debian/lintian-overrides "$stage/usr/share/lintian/overrides/arkivon"
 
 year=$(date -u -d "@$SOURCE_DATE_EPOCH" +%Y)
 {
@@ -45,7 +46,7 @@ year=$(date -u -d "@$SOURCE_DATE_EPOCH" +%Y)
 gzip -9n >"$doc/changelog.gz" <<CHANGELOG
 arkivon ($version) stable; urgency=medium
 
-  * Version $version; what has changed is in the history of the source tree.
+  * What has changed is in the history of the source tree.
 
  -- Arkivon <support@arkivon.invalid>  $(date -u -R -d "@$SOURCE_DATE_EPOCH")
 CHANGELOG
@@ -60,7 +61,6 @@ mkdir "$stage/DEBIAN"
 sed -e "s/@VERSION@/$version/" -e "s/@ARCHITECTURE@/$architecture/" -e "s/@DEPENDS@/$depends/" \
     -e "s/@INSTALLED_SIZE@/$(du -k -s --exclude=DEBIAN "$stage" | cut -f 1)/" \
     packaging/debian/control.in >"$stage/DEBIAN/control"
-echo /etc/default/arkivon >"$stage/DEBIAN/conffiles"
 install -m 0755 packaging/debian/postinst packaging/debian/prerm packaging/debian/postrm "$stage/DEBIAN/"
 (cd "$stage" && find . -type f -not -path './DEBIAN/*' -printf '%P\0' | sort -z | xargs -0 md5sum) >"$work/md5sums"
 install -m 0644 "$work/md5sums" "$stage/DEBIAN/md5sums"

@@ -1,10 +1,26 @@
 # shellcheck shell=bash
-# Sourced by test-deb.sh and test-service.sh: a fresh Debian 12 in a folder, and the package to test in it.
+# Sourced by the tests of the package: a fresh Debian 12 in a folder, and the package to test in it.
 
 step() { echo "== $*"; }
 fail() {
     echo "FAILED: $*" >&2
     exit 1
+}
+
+# with_own_mounts ARGUMENT...: the script begins anew with mounts that go when it ends.
+with_own_mounts() {
+    if [ "$(id -u)" -ne 0 ]; then
+        echo "Only root can make another system in a folder." >&2
+        exit 3
+    fi
+    [ -n "${ARKIVON_OWN_MOUNTS:-}" ] ||
+        exec unshare --mount --propagation private env ARKIVON_OWN_MOUNTS=1 "packaging/${0##*/}" "$@"
+}
+
+# new_root: an empty folder in $root. The root of a system is open to its users.
+new_root() {
+    root=$(mktemp -d)
+    chmod 755 "$root"
 }
 
 # in_system ROOT COMMAND...: runs it in the system of that folder.

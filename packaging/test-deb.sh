@@ -4,21 +4,16 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-if [ "$(id -u)" -ne 0 ]; then
-    echo "Only root can make another system in a folder." >&2
-    exit 3
-fi
-if [ -z "${ARKIVON_TEST_DEB_NAMESPACE:-}" ]; then # mounts of its own: they go with the script
-    exec unshare --mount --propagation private env ARKIVON_TEST_DEB_NAMESPACE=1 "$0" "$@"
-fi
 . tools/setup.sh
 . packaging/fresh-system.sh
-need debootstrap util-linux iproute2
+with_own_mounts "$@"
+need debootstrap util-linux iproute2 lintian
 
 package=$(packaging/build-deb.sh | tail -n 1)
 
-root=$(mktemp -d)
-chmod 755 "$root" # the root of a system is open to its users
+lintian --fail-on error,warning "$package" 2>/dev/null || fail "lintian"
+
+new_root
 trap 'umount -l "$root/proc" 2>/dev/null; rm -rf --one-file-system "$root"' EXIT
 
 inside() { in_system "$root" "$@"; }

@@ -27,6 +27,11 @@ struct Explanation
 void explain(CLI::App &word, const Explanation &explanation);
 const Explanation *explanationOf(const CLI::App &word); // nullptr: it has none
 
+/// The version that people are told: of the package that the program came in, otherwise that of the source.
+/// The link has a version of its own, which stays the same from package to package.
+std::string version();
+void addVersion(CLI::App &app); // --version; the program has its name already
+
 /// \name Checks for CLI::Option::check. Completion knows what they stand for.
 CLI::Validator oneOf(const std::vector<std::string> &values);            // nothing else is taken
 CLI::Validator suggests(const std::vector<std::string> &values);         // anything else too

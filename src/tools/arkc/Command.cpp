@@ -16,7 +16,7 @@ std::vector<Command> describeCommandLine(CLI::App &app)
                  { "1", "a source has errors, or a file cannot be read" },
                  { "2", "called wrongly, or the result cannot be written" } },
                { { "arkctl", "1" }, { "arkivon", "8" } } });
-    app.set_version_flag("--version", "arkc " ARKC_VERSION)->description("Show the version");
+    CommandLine::addVersion(app);
     app.require_subcommand(0, 1);
     return { buildCommand(app), checkCommand(app), dumpCommand(app), formatCommand(app) };
 }

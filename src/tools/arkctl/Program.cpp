@@ -26,7 +26,7 @@ std::vector<Command> describeProgram(CLI::App &app, CommonOptions &common)
     app.name("arkctl");
     app.description("Speaks to a controller over its link, as the management tool or as a touch panel");
     CommandLine::explain(app, explanation());
-    app.set_version_flag("--version", "arkctl " ARKCTL_VERSION)->description("Show the version");
+    CommandLine::addVersion(app);
     app.add_option("--host", common.host, "The controller (127.0.0.1:6139)")->type_name("ADDRESS[:PORT]");
     app.add_option("--timeout", common.timeoutSeconds, "How long to wait for an answer (5)")
         ->type_name("SECONDS")

@@ -53,7 +53,7 @@ void describeHost(CLI::App &app, HostCommandLine &line)
     app.name("arkhost");
     app.description("Runs the controller, starts it again when it ends, and shows its LEDs");
     CommandLine::explain(app, explanation());
-    app.set_version_flag("--version", "arkhost " ARKHOST_VERSION)->description("Show the version");
+    CommandLine::addVersion(app);
     app.add_flag("--ports", line.showsPorts, "Show what goes to the port hardware, too");
     app.add_flag("--plain", line.isPlain, "Lines only, also on a terminal: no status line at the bottom");
     app.add_option("--reports", line.reports, "Folder of the crash reports (crash-reports in the data folder)")
