@@ -81,6 +81,8 @@ for program in arkivon arkc arkctl arkhost; do
     # shellcheck disable=SC2016 # for the inner shell
     inside bash -c '. "/usr/share/bash-completion/completions/$1" && complete -p "$1"' bash "$program" ||
         fail "no completion of $program"
+    [ -s "$root/usr/share/zsh/vendor-completions/_$program" ] || fail "no completion of $program in zsh"
+    [ -s "$root/usr/share/fish/vendor_completions.d/$program.fish" ] || fail "no completion of $program in fish"
 done
 
 step "remove"

@@ -1,5 +1,6 @@
 // Runs arkc for the editor: problems while typing and on save, the layout, and tasks. No dependencies.
 'use strict';
+const fs = require('fs');
 const path = require('path');
 const { spawn } = require('child_process');
 const vscode = require('vscode');
@@ -11,7 +12,9 @@ const settingsOf = (document) => vscode.workspace.getConfiguration('arkivon', do
 /** Runs arkc with a text on its standard input. Resolves to { status, output, errors }, rejects when it cannot start. */
 function runArkc(document, args, text, directory) {
     return new Promise((resolve, reject) => {
-        const child = spawn(settingsOf(document).get('arkcPath'), args, { cwd: directory });
+        // A folder that is gone would be reported like a compiler that is not there.
+        const cwd = directory && fs.existsSync(directory) ? directory : undefined;
+        const child = spawn(settingsOf(document).get('arkcPath'), args, { cwd });
         const output = [];
         const errors = [];
         child.stdout.on('data', (bytes) => output.push(bytes));
@@ -23,6 +26,25 @@ function runArkc(document, args, text, directory) {
         child.stdin.on('error', () => {}); // it ended before it read all
         child.stdin.end(text);
     });
+}
+
+/** The compiler's answer to `check --format json`; anything else that runs under its name is a reason to complain. */
+function diagnosticsOf(result) {
+    try {
+        return JSON.parse(result.output).diagnostics;
+    } catch {
+        throw new Error(result.errors.trim().split('\n')[0] || `it ended with ${result.status} and printed no problems`);
+    }
+}
+
+/** Says why there are no problems to see, or no layout, and offers the way to the setting. */
+async function complain(document, error) {
+    const reason = error.code === 'ENOENT' ? 'was not found' : `does not work: ${error.message}`;
+    const answer = await vscode.window.showWarningMessage(
+        `The compiler '${settingsOf(document).get('arkcPath')}' ${reason}`, 'Open Settings');
+    if (answer) {
+        vscode.commands.executeCommand('workbench.action.openSettings', 'arkivon.arkcPath');
+    }
 }
 
 /** The source that includes the others; undefined when none is set, or the document is it. */
@@ -80,11 +102,23 @@ class Checker {
             const result = await runArkc(document, ['check', ...args, '--format', 'json'],
                 program ? '' : document.getText(), path.dirname(name));
             if (this.latest.get(name) === run) {
-                this.take(name, JSON.parse(result.output).diagnostics);
+                this.take(name, diagnosticsOf(result));
             }
         } catch (error) {
-            this.complain(error);
+            if (!this.hasComplained) {
+                this.hasComplained = true;
+                complain(document, error);
+            }
         }
+    }
+
+    checkAll() {
+        vscode.workspace.textDocuments.forEach((document) => this.check(document));
+    }
+
+    configured() {
+        this.hasComplained = false;
+        this.checkAll();
     }
 
     take(name, remarks) {
@@ -120,17 +154,16 @@ class Checker {
             files.forEach((_, file) => this.show(file));
         }
     }
-
-    complain(error) {
-        if (!this.hasComplained) {
-            this.hasComplained = true;
-            vscode.window.showWarningMessage(`arkc cannot be run (${error.message}). Set arkivon.arkcPath.`);
-        }
-    }
 }
 
 async function format(document) {
-    const result = await runArkc(document, ['fmt', '-', '--stdin-name', document.uri.fsPath], document.getText());
+    let result;
+    try {
+        result = await runArkc(document, ['fmt', '-', '--stdin-name', document.uri.fsPath], document.getText());
+    } catch (error) {
+        complain(document, error);
+        return [];
+    }
     if (result.status !== 0) {
         vscode.window.setStatusBarMessage(result.errors.split('\n')[0], 8000);
         return [];
@@ -168,12 +201,19 @@ function activate(context) {
         vscode.workspace.onDidSaveTextDocument((document) => checker.check(document)),
         vscode.workspace.onDidChangeTextDocument((change) => checker.typed(change.document)),
         vscode.workspace.onDidCloseTextDocument((document) => checker.closed(document)),
+        vscode.workspace.onDidChangeConfiguration((change) => {
+            if (change.affectsConfiguration('arkivon')) {
+                checker.configured();
+            }
+        }),
+        // A task's problems have no ends and take the place of ours.
+        vscode.tasks.onDidEndTask(() => checker.checkAll()),
         vscode.languages.registerDocumentFormattingEditProvider('arkivon', { provideDocumentFormattingEdits: format }),
         vscode.tasks.registerTaskProvider('arkc', {
             provideTasks: tasks,
             resolveTask: (task) => taskOf(task.definition, task.scope),
         }));
-    vscode.workspace.textDocuments.forEach((document) => checker.check(document));
+    checker.checkAll();
 }
 
 module.exports = { activate, deactivate() {} };

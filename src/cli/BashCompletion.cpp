@@ -29,13 +29,6 @@ std::string actions(const Completion &completion, bool isCommaList)
     return text;
 }
 
-std::vector<OptionText> allOptions(const CommandText &command)
-{
-    std::vector<OptionText> options = command.options;
-    options.insert(options.end(), command.optionsAbove.begin(), command.optionsAbove.end());
-    return options;
-}
-
 /// The rows of the three tables of the script, for a command and those below it.
 struct Tables
 {
@@ -50,7 +43,7 @@ void Tables::add(const CommandText &command)
 {
     const std::string start = '\'' + command.line;
     std::vector<std::string> names;
-    for (const OptionText &option : allOptions(command)) {
+    for (const OptionText &option : command.allOptions()) {
         names.insert(names.end(), option.names.begin(), option.names.end());
         if (option.value.empty()) {
             continue;
@@ -69,7 +62,7 @@ void Tables::add(const CommandText &command)
         places.isFile = places.isFile || more.isFile;
     }
     for (const CommandText &below : command.commands) {
-        places.values.push_back(below.line.substr(command.line.size() + 1));
+        places.values.push_back(below.word());
         commands += "        '" + below.line + "') command='" + below.line + "' ;;\n";
     }
     words += "    " + start + "') options='" + joined(names) + "'" + actions(places, false) + " ;;\n";
@@ -82,7 +75,7 @@ void Tables::add(const CommandText &command)
 std::string patternsOf(const CommandText &command)
 {
     std::string text;
-    for (const OptionText &option : allOptions(command)) {
+    for (const OptionText &option : command.allOptions()) {
         for (const std::string &name : option.value.empty() ? std::vector<std::string>() : option.names) {
             text += "        '" + command.line + ' ' + name + "') option=$word ;;\n";
         }

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-/// What a program says of its command line beside the options themselves. Help, man page and completion are made of it
-/// and of the described CLI::App: see HelpText.h, ManPage.h and BashCompletion.h.
+/// What a program says of its command line beside the options themselves. Help, man page and completions are made of
+/// it and of the described CLI::App: see HelpText.h, ManPage.h, BashCompletion.h, ZshCompletion.h and FishCompletion.h.
 namespace CommandLine {
 using Row = std::pair<std::string, std::string>; // a name, a file or a command line, and what it is
 

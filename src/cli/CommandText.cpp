@@ -111,6 +111,18 @@ std::string CommandText::usage() const
     return text;
 }
 
+std::string CommandText::word() const
+{
+    return line.substr(line.rfind(' ') + 1);
+}
+
+std::vector<OptionText> CommandText::allOptions() const
+{
+    std::vector<OptionText> all = options;
+    all.insert(all.end(), optionsAbove.begin(), optionsAbove.end());
+    return all;
+}
+
 CommandText describe(const CLI::App &word)
 {
     CommandText text;

@@ -31,6 +31,8 @@ struct CommandText
     bool needsCommand = false;
 
     std::string usage() const;
+    std::string word() const;                   // "listen"
+    std::vector<OptionText> allOptions() const; // its own, then those of the words above
 };
 
 CommandText describe(const CLI::App &word);

@@ -1,6 +1,8 @@
 #include "app/Options.h"
 #include "cli/BashCompletion.h"
+#include "cli/FishCompletion.h"
 #include "cli/ManPage.h"
+#include "cli/ZshCompletion.h"
 #include "tools/arkc/Command.h"
 #include "tools/arkctl/Program.h"
 #include "tools/arkhost/HostCommandLine.h"
@@ -55,6 +57,8 @@ bool writePages(const Program &program, const std::filesystem::path &folder)
     program.describe(app);
     const CommandText text = describe(app);
     bool isWritten = write(folder / "bash-completion/completions" / text.line, bashCompletion(text));
+    isWritten = write(folder / "zsh/vendor-completions" / ('_' + text.line), zshCompletion(text)) && isWritten;
+    isWritten = write(folder / "fish/vendor_completions.d" / (text.line + ".fish"), fishCompletion(text)) && isWritten;
     const std::filesystem::path section = folder / "man" / ("man" + std::to_string(program.section));
     for (const ManPage &page : manPages(text, program.section, kSystem)) {
         isWritten = write(section / page.fileName, page.text) && isWritten;

@@ -1,5 +1,5 @@
 #!/bin/bash
-# The man pages that the build has made render without a warning, and the completions offer what they should.
+# The man pages that the build has made render without a warning.
 # Usage: command_pages.sh SHARE_DIRECTORY
 set -uo pipefail
 
@@ -21,46 +21,4 @@ for page in "$share"/man/man*/*; do
 done
 [ "$pages" -gt 10 ] || fail "only $pages pages"
 
-for completion in "$share"/bash-completion/completions/*; do
-    # shellcheck source=/dev/null
-    . "$completion" || fail "$completion cannot be read"
-done
-
-folder=$(mktemp -d)
-trap 'rm -r "$folder"' EXIT
-cd "$folder" || exit 1
-mkdir sub
-touch room.pobj 'my room.src' SITE.ZIP notes.txt
-
-# offers WORDS... => EXPECTED...: what stands where the last word is, in any order
-offers() {
-    local words=() wanted
-    while [ "$1" != '=>' ]; do
-        words+=("$1")
-        shift
-    done
-    shift
-    wanted=$(printf '%s\n' "$@" | sort)
-    COMP_WORDS=("${words[@]}")
-    COMP_CWORD=$((${#words[@]} - 1))
-    COMPREPLY=()
-    "_${words[0]}"
-    [ "$(printf '%s\n' "${COMPREPLY[@]}" | sort)" = "$wanted" ] ||
-        fail "${words[*]}: offered ${COMPREPLY[*]@Q}, expected ${*@Q}"
-}
-offers arkctl mon '=>' monitor
-offers arkctl --timeout 3 li '=>' listen
-offers arkctl monitor --ty '=>' --type
-offers arkctl monitor --type err '=>' error
-offers arkctl monitor --type error,wa '=>' error,warning
-offers arkctl monitor --not-type = rec '=>' received
-offers arkctl upload '' '=>' room.pobj 'my room.src' SITE.ZIP sub
-offers arkctl upload --ir 3 room '=>' room.pobj
-offers arkctl listen '' '=>' add remove
-offers arkctl listen add --h '=>' --help --host
-offers arkctl monitor --text mon '=>' ''
-offers arkctl download sou '=>' source
-offers arkivon --language z '=>' zh_CN
-offers arkivon --data-dir '' '=>' sub
-offers arkivon room '=>' room.pobj
 exit "$failed"

@@ -17,6 +17,7 @@ const handlers = {};
 const on = (name) => (handler) => { handlers[name] = handler; return {}; };
 const uriOf = (file) => ({ fsPath: file, scheme: 'file' });
 const warnings = [];
+const commands = [];
 const vscode = {
     Uri: { file: uriOf },
     Range: class { constructor(...numbers) { this.numbers = numbers; } },
@@ -30,15 +31,19 @@ const vscode = {
         createDiagnosticCollection: () => ({ set(uri, list) { shown.set(uri.fsPath, list); settled(); } }),
         registerDocumentFormattingEditProvider: (_, provider) => { handlers.format = provider; return {}; },
     },
-    tasks: { registerTaskProvider: (_, provider) => { handlers.tasks = provider; return {}; } },
-    window: {
-        showWarningMessage: (text) => { warnings.push(text); settled(); }, setStatusBarMessage() {}, activeTextEditor: undefined,
+    tasks: {
+        registerTaskProvider: (_, provider) => { handlers.tasks = provider; return {}; }, onDidEndTask: on('taskEnd'),
     },
+    window: {
+        async showWarningMessage(text, button) { warnings.push(text); settled(); return button; },
+        setStatusBarMessage() {}, activeTextEditor: undefined,
+    },
+    commands: { executeCommand: (...words) => { commands.push(words.join(' ')); } },
     workspace: {
         getConfiguration: () => ({ get: (key) => settings[key] }),
         getWorkspaceFolder: () => ({ uri: uriOf(folder) }),
         onDidOpenTextDocument: on('open'), onDidSaveTextDocument: on('save'),
-        onDidChangeTextDocument: on('change'), onDidCloseTextDocument: on('close'),
+        onDidChangeConfiguration: on('configured'), onDidChangeTextDocument: on('change'), onDidCloseTextDocument: on('close'),
         textDocuments: [],
     },
 };
@@ -94,9 +99,37 @@ assert.deepEqual(await handlers.format.provideDocumentFormattingEdits(documentOf
 vscode.window.activeTextEditor = { document: documentOf('lamp.src', '') };
 assert.deepEqual(handlers.tasks.provideTasks().map((task) => task.name), ['build room.src', 'check room.src']);
 
-// Without arkc the editor says so once.
+// What stands there after a task is checked again: the task's problems took the place of the editor's.
+vscode.workspace.textDocuments = [room];
+report = nextReport();
+handlers.taskEnd();
+await report;
+
+// Without arkc the editor says so once, until a setting changes; and whenever it is asked for a layout.
+const configured = () => handlers.configured({ affectsConfiguration: (name) => name === 'arkivon' });
+vscode.workspace.textDocuments = [];
 settings.arkcPath = file('no-such-program');
 for (let i = 0; i < 2; ++i) {
     await handlers.save(good);
 }
 assert.equal(warnings.length, 1);
+assert.match(warnings[0], /no-such-program' was not found$/);
+assert.deepEqual(commands, ['workbench.action.openSettings arkivon.arkcPath']);
+assert.deepEqual(await handlers.format.provideDocumentFormattingEdits(good), []);
+settings.arkcPath = '/bin/false';
+configured();
+await handlers.save(good);
+assert.equal(warnings.length, 3);
+assert.match(warnings[2], /does not work: it ended with 1/);
+
+// Names that the editor takes for one word, and snippets that arkc can read.
+const beside = (name) => JSON.parse(fs.readFileSync(path.join(path.dirname(extensionPath), name), 'utf8'));
+const { pattern, flags } = beside('language-configuration.json').wordPattern;
+assert.deepEqual('x = größe_2 + n.a'.match(new RegExp(pattern, `${flags}g`)), ['x', 'größe_2', 'n', 'a']);
+settings.arkcPath = arkc;
+const isInside = { 'For loop': true, Switch: true, Wait: true };
+for (const [name, { body }] of Object.entries(beside('snippets/arkivon.json'))) {
+    const plain = body.join('\n').replace(/\$\{\d+:([^}]*)\}|\$\d+/g, '$1');
+    const source = documentOf('x.src', isInside[name] ? `start {\n${plain}\n}` : plain);
+    assert.equal((await handlers.format.provideDocumentFormattingEdits(source)).length, 1, `${name} is refused`);
+}

@@ -62,7 +62,7 @@ syntax match arkivonMember "\.\@1<!\.\s*\h\k*"
 syntax match arkivonNumber "\<\d\+\%(\.\d\+\)\=\%(e[-+]\=\d\+\)\=\>"
 syntax match arkivonNumber "\<0x\x\+\>\|\$\x\+\>"
 syntax match arkivonDevice "\<\d\+\s*:\s*\d\+\s*:\s*\d\+\>"
-syntax region arkivonText start="'" skip="''" end="'" oneline
+syntax region arkivonText start="'" skip="''" end="'\|$"
 syntax match arkivonQuote "\""
 
 syntax keyword arkivonTodo TODO FIXME XXX contained
