@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 
@@ -86,6 +87,16 @@ void ignoreFlowControl()
     }
 }
 
+/// The library asks for presses and releases only; a mouse that is dragged is told by those terminals that have one.
+void tellMotion(bool isWanted)
+{
+    const char *const mouse = ::tigetstr("kmous");
+    if (mouse && mouse != reinterpret_cast<char *>(-1)) {
+        ::putp(isWanted ? "\x1B[?1002h" : "\x1B[?1002l");
+        std::fflush(stdout);
+    }
+}
+
 std::optional<Key> mouseKey()
 {
     MEVENT event{};
@@ -93,11 +104,12 @@ std::optional<Key> mouseKey()
         return std::nullopt;
     }
     using Kind = Key::Kind;
-    const Kind kind = (event.bstate & BUTTON1_PRESSED) != 0    ? Kind::MouseDown
-                      : (event.bstate & BUTTON1_RELEASED) != 0 ? Kind::MouseUp
-                      : (event.bstate & BUTTON4_PRESSED) != 0  ? Kind::WheelUp
-                      : (event.bstate & BUTTON5_PRESSED) != 0  ? Kind::WheelDown
-                                                               : Kind::Other;
+    const Kind kind = (event.bstate & BUTTON1_PRESSED) != 0         ? Kind::MouseDown
+                      : (event.bstate & BUTTON1_RELEASED) != 0      ? Kind::MouseUp
+                      : (event.bstate & BUTTON4_PRESSED) != 0       ? Kind::WheelUp
+                      : (event.bstate & BUTTON5_PRESSED) != 0       ? Kind::WheelDown
+                      : (event.bstate & REPORT_MOUSE_POSITION) != 0 ? Kind::MouseMove
+                                                                    : Kind::Other;
     return Key{ kind, 0, event.y, event.x };
 }
 
@@ -192,8 +204,10 @@ bool Terminal::open(std::string &reason)
     ::keypad(::stdscr, true);
     ::nodelay(::stdscr, true);
     ::curs_set(0);
-    ::mousemask(BUTTON1_PRESSED | BUTTON1_RELEASED | BUTTON4_PRESSED | BUTTON5_PRESSED, nullptr);
+    ::mousemask(BUTTON1_PRESSED | BUTTON1_RELEASED | BUTTON4_PRESSED | BUTTON5_PRESSED | REPORT_MOUSE_POSITION,
+                nullptr);
     ::mouseinterval(0);
+    tellMotion(true);
     m_hasColours = startColours();
     listen();
     return true;
@@ -212,6 +226,7 @@ void Terminal::close()
         ::close(m_signals);
         m_signals = -1;
     }
+    tellMotion(false);
     ::endwin();
     ::delscreen(m_screen);
     m_screen = nullptr;
@@ -231,6 +246,7 @@ void Terminal::listen()
     sigset_t wishes;
     ::sigemptyset(&wishes);
     ::sigaddset(&wishes, SIGWINCH);
+    ::sigaddset(&wishes, SIGCONT);
     ::sigaddset(&wishes, SIGHUP);
     ::sigprocmask(SIG_BLOCK, &wishes, nullptr);
     m_signals = ::signalfd(-1, &wishes, SFD_CLOEXEC | SFD_NONBLOCK);
@@ -267,6 +283,9 @@ void Terminal::takeSignals()
         if (taken.ssi_signo == SIGHUP) {
             Q_EMIT vanished();
             return;
+        }
+        if (taken.ssi_signo == SIGCONT) {
+            tellMotion(true); // the library has set up its own again only
         }
     }
     winsize size{};

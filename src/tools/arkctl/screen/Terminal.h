@@ -10,8 +10,8 @@ struct screen; // of ncurses
 
 /// The terminal that the tool was started on: shows canvases, tells keys and mouse. A thin layer over ncurses, served
 /// by the event loop. Without colours where NO_COLOR is set or the terminal has none. Owns: the screen of ncurses, a
-/// signal descriptor for SIGWINCH and SIGHUP, the notifiers of both (Qt children). Thread: the main thread; one at a
-/// time. Ends: close() or its destructor gives the terminal back as it was.
+/// signal descriptor for SIGWINCH, SIGCONT and SIGHUP, the notifiers of both (Qt children). Thread: the main thread;
+/// one at a time. Ends: close() or its destructor gives the terminal back as it was.
 class Terminal : public QObject
 {
     Q_OBJECT
