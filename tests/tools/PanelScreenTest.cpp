@@ -392,7 +392,7 @@ void PanelScreenTest::longLabels()
     model.selectButton(2);
     const QStringList lines = picture(model, 60, 40).split(QLatin1Char('\n'));
     QCOMPARE(QString(lines.at(38) + lines.at(39)).remove(QLatin1Char(' ')),
-             QStringLiteral("3") + model.label(3) + QStringLiteral("?:helpq:quitEnter:press"));
+             QStringLiteral("3") + model.label(3) + QStringLiteral("?:helpq:quit"));
 }
 
 void PanelScreenTest::pictures_data()

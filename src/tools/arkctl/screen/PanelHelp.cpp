@@ -12,21 +12,21 @@ struct HelpLine
 };
 
 constexpr HelpLine kHelp[] = {
-    { "arrows", "select a button or a level" },
-    { "Enter", "press the button: push and release" },
-    { "Space", "push and hold it; once more: release" },
-    { "12 Enter", "press button 12; with Space: hold it" },
-    { "Tab", "from the buttons to the levels and back" },
-    { "+  -", "move the selected level by 1" },
-    { "PgUp PgDn", "at the levels: move it by 10" },
+    { "arrows", "select a button or level" },
+    { "Enter", "push it and release it" },
+    { "Space", "hold it; again: release it" },
+    { "12 Enter", "press 12; Space: hold it" },
+    { "Tab", "to the levels and back" },
+    { "+  -", "move the level by 1" },
+    { "PgUp PgDn", "at the levels: by 10" },
     { "60 Enter", "at the levels: set it to 60" },
-    { "PgUp PgDn", "at the buttons: page through the log" },
+    { "PgUp PgDn", "at the buttons: page the log" },
     { "l", "the log alone, and back" },
-    { "End  Esc", "to the newest line of the log" },
+    { "End  Esc", "to the end of the log" },
     { "Esc", "forget a typed number" },
-    { "mouse", "pushes while it is down; drags a level" },
-    { "wheel", "on a level: moves it by 5; on the log: scrolls" },
-    { "q  Ctrl-C", "end; what is held is released" },
+    { "mouse", "pushes; drags a level" },
+    { "wheel", "moves a level or the log" },
+    { "q  Ctrl-C", "end; all held is released" },
     { "", "" },
     { "\u25cb \u25cf", "not lit, lit" },
     { "\u25bc", "held" },
@@ -34,17 +34,17 @@ constexpr HelpLine kHelp[] = {
 
 void paintLine(Canvas &canvas, int row, int left, int width, const HelpLine &line)
 {
-    constexpr int kKeyColumns = 12;
+    constexpr int kKeyColumns = 11;
     const Style style{ Role::Heading, false };
     canvas.put(row, left, width, QString(), style);
-    canvas.put(row, left + 2, kKeyColumns, QString::fromUtf8(line.keys), { Role::Heading, true });
-    canvas.put(row, left + 2 + kKeyColumns, width - kKeyColumns - 2, QString::fromUtf8(line.what), style);
+    canvas.put(row, left + 1, kKeyColumns, QString::fromUtf8(line.keys), { Role::Heading, true });
+    canvas.put(row, left + 1 + kKeyColumns, width - kKeyColumns - 1, QString::fromUtf8(line.what), style);
 }
 } // namespace
 
 int paintHelp(Canvas &canvas, int from)
 {
-    constexpr int kWidest = 56;
+    constexpr int kWidest = 44;
     constexpr int kAll = static_cast<int>(std::size(kHelp));
     const int count = std::min(kAll - from, std::max(1, canvas.rows() - 2));
     const bool isLast = from + count == kAll;

@@ -280,6 +280,12 @@ KeyEffect takeLogKey(const Stroke &stroke)
     case Kind::PageDown:
         pageLog(stroke, 1);
         return {};
+    case Kind::Left:
+        model.shiftLog(-stroke.shown.canvas.columns() / 2);
+        return {};
+    case Kind::Right:
+        model.shiftLog(stroke.shown.canvas.columns() / 2);
+        return {};
     case Kind::Home:
         model.showOldestLog(stroke.logRows());
         return {};

@@ -257,6 +257,18 @@ void PanelModel::selectLevel(int place)
     m_focus = Focus::Levels;
 }
 
+void PanelModel::setShowsLogOnly(bool shows)
+{
+    m_showsLogOnly = shows;
+    m_logShift = 0;
+}
+
+void PanelModel::shiftLog(int columns)
+{
+    constexpr int kFarthest = 2000; // two columns for each character of the longest line
+    m_logShift = std::clamp(m_logShift + columns, 0, kFarthest);
+}
+
 void PanelModel::addButton(int channel)
 {
     addCode(m_setup.buttons, channel, m_selectedButton);

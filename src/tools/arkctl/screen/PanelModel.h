@@ -38,6 +38,7 @@ public:
     bool showsHelp() const { return m_helpFrom.has_value(); }
     int helpFrom() const { return m_helpFrom.value_or(0); } // its first line, where it needs several pages
     bool showsLogOnly() const { return m_showsLogOnly; }
+    int logShift() const { return m_logShift; } // so many columns of its lines are not shown
     LogPosition::Window logWindow(int rows) const { return m_logPosition.window(m_log, rows); }
     Focus focus() const { return m_focus; }
 
@@ -80,7 +81,8 @@ public:
     void setNotice(const QString &text) { m_notice = text; }
     void showHelp(int from) { m_helpFrom = from; }
     void closeHelp() { m_helpFrom.reset(); }
-    void setShowsLogOnly(bool shows) { m_showsLogOnly = shows; }
+    void setShowsLogOnly(bool shows);
+    void shiftLog(int columns); // its lines, for the rest of long ones
     void scrollLog(int rows, int lines) { m_logPosition.move(m_log, rows, lines); } // lines < 0: to older ones
     void showOldestLog(int rows) { m_logPosition.toOldest(m_log, rows); }
     void showNewestLog() { m_logPosition.toNewest(); }
@@ -115,5 +117,6 @@ private:
     bool m_isConnected = false;
     std::optional<int> m_helpFrom;
     LogPosition m_logPosition;
+    int m_logShift = 0;
     bool m_showsLogOnly = false;
 };

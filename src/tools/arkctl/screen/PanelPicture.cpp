@@ -27,6 +27,7 @@ private:
     std::vector<int> labelColumns() const;
     PanelStatus planStatus(int columns);
     QString cutLabel() const;
+    QString seenButtons(const char *form) const;
     void paintHeading();
     void paintButtons();
     void paintButton(int place, int row, int column);
@@ -56,14 +57,12 @@ int digitsOf(const std::vector<int> &codes)
     return codes.empty() ? 1 : static_cast<int>(QString::number(codes.back()).size());
 }
 
-QString seen(const char *what, int first, int count, size_t all)
+/// Empty: all.
+QString seen(const char *form, int first, int count, size_t all)
 {
-    return count <= 0 || static_cast<size_t>(count) >= all ? QString()
-                                                           : QStringLiteral("%1 %2 to %3 of %4")
-                                                                 .arg(QLatin1String(what))
-                                                                 .arg(first + 1)
-                                                                 .arg(std::min(first + count, static_cast<int>(all)))
-                                                                 .arg(all);
+    return count <= 0 || static_cast<size_t>(count) >= all
+               ? QString()
+               : QString::fromLatin1(form).arg(first + 1).arg(std::min(first + count, static_cast<int>(all))).arg(all);
 }
 
 Painter::Painter(const PanelModel &model, int columns, int rows)
@@ -128,7 +127,10 @@ PanelStatus Painter::planStatus(int columns)
 {
     const int room = std::min(kMostStatusRows, m_layout.statusRows + std::max(0, m_layout.logRows - 1));
     const int newer = m_model.logWindow(m_layout.logRows).newer;
-    PanelStatus status = panelStatus(m_model, cutLabel(), newer, columns - 1, room);
+    const bool saysWhere = m_layout.levelsRule < 0 && m_layout.logRule < 0; // no rule does
+    QStringList parts{ saysWhere ? seenButtons("%1-%2/%3") : QString(), cutLabel() };
+    parts.removeAll(QString());
+    PanelStatus status = panelStatus(m_model, parts, newer, columns - 1, room);
     m_layout.growStatus(static_cast<int>(status.lines.size()));
     return status;
 }
@@ -146,13 +148,24 @@ QString Painter::cutLabel() const
     return isCut ? QStringLiteral("%1 %2").arg(channel).arg(m_model.label(channel)) : QString();
 }
 
+QString Painter::seenButtons(const char *form) const
+{
+    return seen(form, m_layout.firstButton, m_layout.gridRows * m_layout.gridColumns, m_model.setup().buttons.size());
+}
+
 void Painter::paintHeading()
 {
     const Style style{ m_model.isConnected() ? Role::Heading : Role::Alarm, true };
-    const QString state = (m_model.isConnected() ? QStringLiteral("\u25cf ") : QStringLiteral("\u25cb ")) +
-                          m_model.linkText() + QLatin1Char(' ');
-    const QString who = QStringLiteral(" Panel %1 at %2").arg(m_model.setup().device).arg(m_model.setup().controller);
     const int columns = canvas().columns();
+    QString state = (m_model.isConnected() ? QStringLiteral("\u25cf ") : QStringLiteral("\u25cb ")) +
+                    m_model.linkText() + QLatin1Char(' ');
+    QString who = QStringLiteral(" Panel %1 ").arg(m_model.setup().device);
+    const QString where = QStringLiteral("at %1 ").arg(m_model.setup().controller);
+    if (ScreenText::columnsOf(who + where + state) <= columns) {
+        who += where;
+    } else if (m_model.isConnected() && ScreenText::columnsOf(who + state) > columns) {
+        state = state.left(2); // the sign says it
+    }
     const int stateColumns = std::min(columns, ScreenText::columnsOf(state));
     canvas().put(0, 0, columns - stateColumns, who, style);
     canvas().put(0, columns - stateColumns, stateColumns, state, style);
@@ -208,9 +221,7 @@ void Painter::paintLevels()
     const int last =
         std::min(static_cast<int>(m_model.setup().levels.size()), m_layout.firstLevel + m_layout.levelRows);
     if (m_layout.levelsRule >= 0) {
-        paintRule(m_layout.levelsRule, QStringLiteral("Levels"),
-                  seen("buttons", m_layout.firstButton, m_layout.gridRows * m_layout.gridColumns,
-                       m_model.setup().buttons.size()));
+        paintRule(m_layout.levelsRule, QStringLiteral("Levels"), seenButtons("buttons %1 to %2 of %3"));
     }
     for (int place = m_layout.firstLevel; place < last; ++place) {
         paintLevel(place, m_layout.levelsTop + place - m_layout.firstLevel);
@@ -258,7 +269,9 @@ void Painter::paintLog()
                                                           .arg(all)
                                                     : QStringLiteral("Log");
         paintRule(m_layout.logRule, where,
-                  seen("levels", m_layout.firstLevel, m_layout.levelRows, m_model.setup().levels.size()));
+                  m_layout.levelsRule < 0 ? seenButtons("buttons %1 to %2 of %3")
+                                          : seen("levels %1 to %2 of %3", m_layout.firstLevel, m_layout.levelRows,
+                                                 m_model.setup().levels.size()));
     }
     for (int index = 0; index < m_logWindow.count; ++index) {
         paintLogLine(m_model.log().lines().at(static_cast<size_t>(m_logWindow.first + index)), m_layout.logTop + index);
@@ -279,7 +292,8 @@ void Painter::paintLogLine(const PanelLog::Line &line, int row)
     const bool showsTime = canvas().columns() >= 40;
     const int column = showsTime ? 10 : 0;
     canvas().put(row, 1, column - 1, line.when.toString(QStringLiteral("HH:mm:ss")), { Role::Faint, false });
-    canvas().put(row, column, canvas().columns() - column, sign + line.text, { role, role == Role::Command });
+    canvas().put(row, column, canvas().columns() - column, sign + ScreenText::without(line.text, m_model.logShift()),
+                 { role, role == Role::Command });
 }
 
 void Painter::paintStatus()

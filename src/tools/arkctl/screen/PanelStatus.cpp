@@ -53,7 +53,7 @@ QString typing(const PanelModel &model)
 }
 } // namespace
 
-PanelStatus panelStatus(const PanelModel &model, const QString &cutLabel, int newerLines, int columns, int mostLines)
+PanelStatus panelStatus(const PanelModel &model, const QStringList &parts, int newerLines, int columns, int mostLines)
 {
     if (!model.typedNumber().isEmpty()) {
         return { { typing(model) }, { Role::Plain, true } };
@@ -61,18 +61,15 @@ PanelStatus panelStatus(const PanelModel &model, const QString &cutLabel, int ne
     if (!model.notice().isEmpty()) {
         return { ScreenText::wrapped(model.notice(), columns, mostLines), { Role::Alarm, true } };
     }
-    QStringList parts;
+    QStringList said = parts;
     if (newerLines > 0) {
-        parts << QStringLiteral("\u2193 %1 newer").arg(newerLines);
-    }
-    if (!cutLabel.isEmpty()) {
-        parts << cutLabel;
+        said.prepend(QStringLiteral("\u2193 %1 newer").arg(newerLines));
     }
     const QString gap(3, QLatin1Char(' '));
-    QStringList lines = ScreenText::wrapped(parts.join(gap), columns, mostLines);
-    const int used = parts.isEmpty() ? 0 : ScreenText::columnsOf(lines.last()) + static_cast<int>(gap.size());
+    QStringList lines = ScreenText::wrapped(said.join(gap), columns, mostLines);
+    const int used = said.isEmpty() ? 0 : ScreenText::columnsOf(lines.last()) + static_cast<int>(gap.size());
     if (const QString hints = keyHints(placeOf(model, newerLines), columns - used); !hints.isEmpty()) {
         lines.last() += (used > 0 ? gap : QString()) + hints;
     }
-    return { lines, { Role::Plain, !parts.isEmpty() } };
+    return { lines, { Role::Plain, !said.isEmpty() } };
 }

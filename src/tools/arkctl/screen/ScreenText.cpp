@@ -84,6 +84,11 @@ QString start(const QString &text, int length)
     return text.left(isHalf ? length - 1 : length);
 }
 
+QString without(const QString &printableText, int columns)
+{
+    return columns > 0 ? printableText.mid(lengthWithin(printableText, columns)) : printableText;
+}
+
 QStringList wrapped(const QString &printableText, int columns, int mostLines)
 {
     QStringList lines;
@@ -92,7 +97,7 @@ QStringList wrapped(const QString &printableText, int columns, int mostLines)
         const int fitting = lengthWithin(rest, columns);
         const int blank = rest.lastIndexOf(QLatin1Char(' '), fitting);
         const int length = blank > fitting / 2 ? blank : fitting; // not for a short word at the beginning
-        if (length == 0) { // not even one character
+        if (length == 0) {                                        // not even one character
             break;
         }
         lines << rest.left(length);

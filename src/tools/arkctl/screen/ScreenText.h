@@ -14,6 +14,9 @@ int columnsOf(const QString &printableText);
 /// Its first characters: left(), but never half a character.
 QString start(const QString &text, int length);
 
+/// The text behind so many columns.
+QString without(const QString &printableText, int columns);
+
 /// The text in lines of that many columns, broken at blanks where there are any; what the last one has no room for
 /// stands in it all the same.
 QStringList wrapped(const QString &printableText, int columns, int mostLines);
