@@ -1,4 +1,5 @@
 #include "tools/arkctl/screen/MentionedCodes.h"
+#include "tools/arkctl/screen/MouseReport.h"
 #include "tools/arkctl/screen/PanelKeys.h"
 #include "tools/arkctl/screen/PanelPicture.h"
 #include "tools/arkctl/screen/ScreenText.h"
@@ -19,6 +20,8 @@ private Q_SLOTS:
     void mentions();
     void strokes_data();
     void strokes();
+    void mouseReports_data();
+    void mouseReports();
     void mouse();
     void dragging();
     void log();
@@ -258,6 +261,40 @@ void PanelScreenTest::strokes()
     QFETCH(QString, words);
     PanelModel model = modelOf("1-10", "1-2");
     QTEST(typed(words, model), "told");
+}
+
+void PanelScreenTest::mouseReports_data()
+{
+    QTest::addColumn<QString>("bytes"); // "<" and "[" stand for what begins a report
+    QTest::addColumn<QString>("keys");  // kind, row and column
+    const auto row = [](const char *bytes, const char *keys) {
+        QTest::newRow(bytes) << QString::fromLatin1(bytes) << QString::fromLatin1(keys);
+    };
+    row("<0;20;18M<0;300;2m", "down 17 19, up 1 299");
+    row("<32;1;1M<64;2;3M<65;2;3M", "move 0 0, wheel+ 2 1, wheel- 2 1");
+    row("<16;1;1M<2;1;1M<35;1;1M<128;1;1M", "down 0 0"); // Ctrl; other buttons
+    row("<0;1M<0;1;1;1M<M<0;1;1x<12345678901234567890123M<0;99999999999;1M", "down 0 9998");
+    row("[ !\"[#!!<0;1;[ \"!", "down 1 0, up 0 0, down 0 1"); // cut off by another one
+}
+
+void PanelScreenTest::mouseReports()
+{
+    QFETCH(QString, bytes);
+    static const QHash<int, QString> names{ { int(Kind::MouseDown), QStringLiteral("down") },
+                                            { int(Kind::MouseMove), QStringLiteral("move") },
+                                            { int(Kind::MouseUp), QStringLiteral("up") },
+                                            { int(Kind::WheelUp), QStringLiteral("wheel+") },
+                                            { int(Kind::WheelDown), QStringLiteral("wheel-") } };
+    MouseReport report;
+    QStringList keys;
+    for (const QChar byte : qAsConst(bytes)) {
+        if (byte == QLatin1Char('<') || byte == QLatin1Char('[')) {
+            report.begin(byte == QLatin1Char('<') ? MouseReport::Form::Numbers : MouseReport::Form::Characters);
+        } else if (const auto key = report.isOpen() ? report.take(byte.unicode()) : std::nullopt) {
+            keys << QStringLiteral("%1 %2 %3").arg(names.value(int(key->kind))).arg(key->row).arg(key->column);
+        }
+    }
+    QTEST(keys.join(QStringLiteral(", ")), "keys");
 }
 
 void PanelScreenTest::mouse()
