@@ -166,6 +166,14 @@ void PanelTest::screen()
     SHOWS(screen, "\u25cf connected");
     SHOWS(screen, "\u25cf  5 Lamp");
 
+    screen.resize(20, 6);
+    SHOWS(screen, "Panel 10001      \u25cf");
+    // More at once than a terminal library may keep; the last value counts.
+    screen.type("\x1B[<0;7;4M" + QByteArray("\x1B[<32;9;6M\x1B[<32;12;3M").repeated(100) + "\x1B[<0;14;2m");
+    SAYS(controller, "level 255");
+    screen.resize(80, 24);
+    SHOWS(screen, "\u25cf connected");
+
     controller.signal(SIGTERM);
     SHOWS(screen, "connecting again in");
     QTRY_VERIFY(!controller.isRunning());

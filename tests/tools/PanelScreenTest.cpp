@@ -1,4 +1,5 @@
 #include "tools/arkctl/screen/MentionedCodes.h"
+#include "tools/arkctl/screen/MouseReport.h"
 #include "tools/arkctl/screen/PanelKeys.h"
 #include "tools/arkctl/screen/PanelPicture.h"
 #include "tools/arkctl/screen/ScreenText.h"
@@ -19,7 +20,12 @@ private Q_SLOTS:
     void mentions();
     void strokes_data();
     void strokes();
+    void mouseReports_data();
+    void mouseReports();
     void mouse();
+    void dragging();
+    void log();
+    void longLabels();
     void pictures_data();
     void pictures();
     void everySize_data();
@@ -236,7 +242,11 @@ void PanelScreenTest::strokes_data()
     row("9 9 9 9 9 enter", "");
     row("1 2 back enter 3 esc enter", "+1 -1 +1 -1");
     row("7 right enter", "+2 -2"); // an arrow forgets the number
-    row("+ + - pgup pgdown pgdown -", "1=1 1=2 1=1 1=11 1=1 1=0");
+    row("+ + -", "1=1 1=2 1=1");
+    row("tab + pgup pgdown pgdown -", "1=1 1=11 1=1 1=0");
+    row("pgup pgdown enter", "+1 -1");               // pages the log
+    row("l enter space 5 + tab esc enter", "+1 -1"); // the log alone hides what they would push
+    row("l q tab + l q pgup", "1=1 1=11");           // back to where one was
     row("tab down right tab enter", "2=1 +1 -1");
     row("tab 6 0 enter 2 5 6 enter +", "1=60 1=61");
     row("tab 6 space enter", "");
@@ -251,6 +261,40 @@ void PanelScreenTest::strokes()
     QFETCH(QString, words);
     PanelModel model = modelOf("1-10", "1-2");
     QTEST(typed(words, model), "told");
+}
+
+void PanelScreenTest::mouseReports_data()
+{
+    QTest::addColumn<QString>("bytes"); // "<" and "[" stand for what begins a report
+    QTest::addColumn<QString>("keys");  // kind, row and column
+    const auto row = [](const char *bytes, const char *keys) {
+        QTest::newRow(bytes) << QString::fromLatin1(bytes) << QString::fromLatin1(keys);
+    };
+    row("<0;20;18M<0;300;2m", "down 17 19, up 1 299");
+    row("<32;1;1M<64;2;3M<65;2;3M", "move 0 0, wheel+ 2 1, wheel- 2 1");
+    row("<16;1;1M<2;1;1M<35;1;1M<128;1;1M", "down 0 0"); // Ctrl; other buttons
+    row("<0;1M<0;1;1;1M<M<0;1;1x<12345678901234567890123M<0;99999999999;1M", "down 0 9998");
+    row("[ !\"[#!!<0;1;[ \"!", "down 1 0, up 0 0, down 0 1"); // cut off by another one
+}
+
+void PanelScreenTest::mouseReports()
+{
+    QFETCH(QString, bytes);
+    static const QHash<int, QString> names{ { int(Kind::MouseDown), QStringLiteral("down") },
+                                            { int(Kind::MouseMove), QStringLiteral("move") },
+                                            { int(Kind::MouseUp), QStringLiteral("up") },
+                                            { int(Kind::WheelUp), QStringLiteral("wheel+") },
+                                            { int(Kind::WheelDown), QStringLiteral("wheel-") } };
+    MouseReport report;
+    QStringList keys;
+    for (const QChar byte : qAsConst(bytes)) {
+        if (byte == QLatin1Char('<') || byte == QLatin1Char('[')) {
+            report.begin(byte == QLatin1Char('<') ? MouseReport::Form::Numbers : MouseReport::Form::Characters);
+        } else if (const auto key = report.isOpen() ? report.take(byte.unicode()) : std::nullopt) {
+            keys << QStringLiteral("%1 %2 %3").arg(names.value(int(key->kind))).arg(key->row).arg(key->column);
+        }
+    }
+    QTEST(keys.join(QStringLiteral(", ")), "keys");
 }
 
 void PanelScreenTest::mouse()
@@ -277,14 +321,115 @@ void PanelScreenTest::mouse()
     QCOMPARE(at(Kind::MouseDown, What::Button, 5), QStringLiteral("-4 +5")); // the release got lost
     model.lost(kNow, QStringLiteral("gone"));
     QCOMPARE(at(Kind::MouseUp, What::Button, 5), QString());
+}
 
-    const PanelPicture drawn = drawPanel(model, 60, 20);
-    const auto bar = std::find_if(drawn.areas.begin(), drawn.areas.end(),
-                                  [](auto &area) { return area.kind == What::Level && area.code == 2; });
-    QVERIFY(bar != drawn.areas.end());
-    QCOMPARE(at(Kind::MouseDown, What::Level, 2, bar->columns - 1), QStringLiteral("2=255"));
-    QCOMPARE(at(Kind::MouseDown, What::Level, 2), QStringLiteral("2=0"));
-    QCOMPARE(at(Kind::WheelUp, What::Level, 2), QStringLiteral("2=5"));
+/// A level follows the mouse until it is let go of, also beside its bar, and is told in between and at the end.
+void PanelScreenTest::dragging()
+{
+    PanelModel model = modelOf("1-10", "1-2");
+    using What = PanelPicture::Area::Kind;
+    const PanelPicture::Area bar = *drawPanel(model, 60, 20).areaOf(What::Level, 2);
+    const int last = bar.columns - 1;
+    const auto at = [&model, &bar](Kind kind, int column, int row = 0) {
+        return shown(
+            takeKey({ kind, 0, bar.row + row, bar.column + column }, kNow, drawPanel(model, 60, 20), model).actions);
+    };
+    QCOMPARE(at(Kind::MouseMove, 3), QString()); // nothing is held
+    QCOMPARE(at(Kind::MouseDown, last), QStringLiteral("2=255"));
+    QCOMPARE(at(Kind::MouseMove, -20, -9), QString());
+    QCOMPARE(model.value(2), 0);
+    QCOMPARE(shown(model.reportSlide(kNow)), QStringLiteral("2=0"));
+    QCOMPARE(shown(model.reportSlide(kNow)), QString()); // once
+    model.take(kNow, decodeLinkMessage(0x1D, "2:1000")); // what the controller says meanwhile is seen afterwards
+    QCOMPARE(at(Kind::MouseMove, last + 20), QString());
+    QCOMPARE(model.value(2), 255);
+    QCOMPARE(at(Kind::MouseUp, last), QStringLiteral("2=255"));
+    QCOMPARE(at(Kind::MouseMove, 0) + at(Kind::MouseUp, 0), QString());
+
+    at(Kind::MouseDown, 0);
+    at(Kind::MouseMove, last);
+    QCOMPARE(at(Kind::MouseDown, 0, -1), QStringLiteral("2=255 1=0")); // the release got lost
+    at(Kind::MouseMove, last);
+    QCOMPARE(shown(model.releaseAll(kNow)), QStringLiteral("1=255"));
+    at(Kind::MouseDown, 0);
+    model.take(kNow, decodeLinkMessage(0x1D, "2:7"));
+    QCOMPARE(at(Kind::MouseUp, 0), QString());
+    QCOMPARE(model.value(2), 7);
+    at(Kind::MouseDown, 0);
+    model.lost(kNow, QStringLiteral("gone"));
+    QCOMPARE(at(Kind::MouseUp, last), QString());
+    QCOMPARE(at(Kind::WheelUp, 0), QStringLiteral("2=5"));
+}
+
+/// The lines that one reads stay while new ones come, until they are forgotten.
+void PanelScreenTest::log()
+{
+    PanelModel model = modelOf("1-3", "1");
+    int next = 0;
+    const auto add = [&model, &next](int count) {
+        for (const int end = next + count; next < end; ++next) {
+            model.note(kNow, QStringLiteral("line %1.").arg(next));
+        }
+    };
+    const auto lowest = [&model] {
+        const LogPosition::Window window = model.logWindow(10);
+        const auto place = static_cast<size_t>(window.first + window.count - 1);
+        return window.count > 0 ? model.log().lines().at(place).text : QString();
+    };
+    typed(QStringLiteral("l pgup up"), model); // of nothing
+    QCOMPARE(lowest(), QString());
+    add(5);
+    model.scrollLog(10, -1); // all are to be seen
+    add(95);
+    QCOMPARE(lowest(), QStringLiteral("line 99."));
+    model.scrollLog(10, -30);
+    add(50);
+    QCOMPARE(lowest(), QStringLiteral("line 69."));
+    QVERIFY(picture(model, 80, 24).contains(QStringLiteral("80 newer")));
+    typed(QStringLiteral("down up up"), model);
+    QCOMPARE(lowest(), QStringLiteral("line 68."));
+    model.scrollLog(10, -1000);
+    QCOMPARE(lowest(), QStringLiteral("line 9."));
+    add(5000); // old lines make room
+    QCOMPARE(lowest(), QStringLiteral("line 3159."));
+    QCOMPARE(model.log().lines().size(), size_t(2000));
+    model.scrollLog(10, 100000);
+    add(1);
+    QCOMPARE(lowest(), QStringLiteral("line 5150."));
+    for (const char *back : { "end", "esc" }) {
+        model.setShowsLogOnly(false);
+        typed(QStringLiteral("pgup ") + QLatin1String(back), model);
+        QCOMPARE(lowest(), QStringLiteral("line 5150."));
+    }
+    QCOMPARE(model.selectedButton(), 0); // "end" was for the log
+    QCOMPARE(drawPanel(model, 40, 4).logRows, 0);
+    takeKey({ Kind::PageUp }, kNow, drawPanel(model, 40, 4), model); // no room beside the buttons
+    QVERIFY(model.showsLogOnly());
+}
+
+/// A few long labels do not widen all cells where that costs frames; the selected one is to be read whole.
+void PanelScreenTest::longLabels()
+{
+    PanelModel model = modelOf("1-24", "1");
+    const auto name = [&model](int button, const QString &label) {
+        model.take(kNow,
+                   decodeLinkMessage(0x3A, QStringLiteral("setproperty:%1:name:%2").arg(button).arg(label).toUtf8()));
+    };
+    for (int button = 1; button <= 24; ++button) {
+        name(button, QStringLiteral("Short"));
+    }
+    name(2, QStringLiteral("Conference room\nlights, all"));
+    name(3,
+         QStringLiteral("会议室灯光全部打开会议室灯光全部打开会议室灯光全部打开会议室灯光全部打开会议室灯光全部打开"));
+    const QString before = picture(model, 100, 30);
+    QVERIFY2(before.contains(QStringLiteral("Conference…")) && before.count(QChar(0x250c)) == 23, qPrintable(before));
+    model.selectButton(1);
+    QVERIFY(picture(model, 100, 30).contains(QStringLiteral(" 2 Conference room lights, all   ?:help")));
+    QVERIFY(picture(model, 200, 30).contains(QStringLiteral("Conference room l")));
+    model.selectButton(2);
+    const QStringList lines = picture(model, 60, 40).split(QLatin1Char('\n'));
+    QCOMPARE(QString(lines.at(38) + lines.at(39)).remove(QLatin1Char(' ')),
+             QStringLiteral("3") + model.label(3) + QStringLiteral("?:helpq:quit"));
 }
 
 void PanelScreenTest::pictures_data()
@@ -356,7 +501,8 @@ void PanelScreenTest::everySize()
     using What = PanelPicture::Area::Kind;
     for (int columns = 0; columns <= 130; columns += columns < 30 ? 1 : 9) {
         for (int rows = 0; rows <= 40; ++rows) {
-            model.setShowsHelp(rows % 2 == 0);
+            rows % 2 == 0 ? model.showHelp(rows % 19) : model.closeHelp();
+            model.scrollLog(rows, rows % 3 - 1);
             model.setTypedNumber(rows % 3 == 0 ? QStringLiteral("123456789") : QString());
             model.selectButton(columns * rows % 501);
             if (rows % 5 == 0) {
@@ -370,7 +516,7 @@ void PanelScreenTest::everySize()
             bool seesSelected = isEmpty || columns == 0 || rows < (atLevels ? 3 : 4);
             for (const PanelPicture::Area &area : drawn.areas) {
                 const int place = atLevels ? model.selectedLevel() : model.selectedButton();
-                seesSelected |= (area.kind == What::Level) == atLevels && area.place == place;
+                seesSelected |= area.kind == (atLevels ? What::Level : What::Button) && area.place == place;
                 for (int row = area.row; row < area.row + area.rows; ++row) {
                     for (int column = area.column; column < area.column + area.columns; ++column) {
                         QVERIFY(row >= 0 && row < rows && column >= 0 && column < columns);

@@ -1,10 +1,7 @@
 #pragma once
-#include <QString>
-
 class Canvas;
 
-/// All keys, in the middle of what is drawn already.
-void paintHelp(Canvas &canvas);
-
-/// The most needed keys, as many as find room.
-QString keyHints(bool ofLevels, int columns);
+/// The keys, in the middle of what is drawn already, as many as find room.
+/// \param from  the first line to show
+/// \return the first that found no room; 0: that was all
+int paintHelp(Canvas &canvas, int from);

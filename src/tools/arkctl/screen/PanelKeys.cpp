@@ -9,6 +9,8 @@ using Kind = Key::Kind;
 
 constexpr int kStep = 1;
 constexpr int kBigStep = 10;
+constexpr int kWheelStep = 5;
+constexpr int kWheelLines = 3;
 constexpr int kMostDigits = 9;
 
 /// The key and all that it can act on.
@@ -19,6 +21,7 @@ struct Stroke
     const PanelPicture &shown;
     PanelModel &model;
 
+    int logRows() const { return shown.logRows; }
     bool atLevels() const { return model.focus() == Focus::Levels; }
 
     std::optional<int> selectedButton() const
@@ -167,7 +170,10 @@ KeyEffect takeCharacter(const Stroke &stroke)
         return { stroke.moveLevel(-kStep) };
     case U'?':
     case U'h':
-        model.setShowsHelp(true);
+        model.showHelp(0);
+        return {};
+    case U'l':
+        model.setShowsLogOnly(true);
         return {};
     case U'q':
     case U'Q':
@@ -178,11 +184,38 @@ KeyEffect takeCharacter(const Stroke &stroke)
     }
 }
 
+/// A page, with a line that was seen before.
+void pageLog(const Stroke &stroke, int direction)
+{
+    if (stroke.logRows() == 0) { // no room beside the buttons
+        stroke.model.setShowsLogOnly(true);
+    } else {
+        stroke.model.scrollLog(stroke.logRows(), direction * std::max(1, stroke.logRows() - 1));
+    }
+}
+
+PanelModel::Actions takePageKey(const Stroke &stroke, int direction)
+{
+    if (stroke.atLevels()) {
+        return stroke.moveLevel(direction * kBigStep);
+    }
+    pageLog(stroke, -direction);
+    return {};
+}
+
+/// Where in the range of a level that column of its bar stands; beyond the bar its ends.
+int valueAt(const PanelPicture::Area &bar, const LevelRange &range, int column)
+{
+    const qint64 span = qint64(range.highest) - range.lowest;
+    const int steps = std::max(1, bar.columns - 1);
+    return static_cast<int>(range.lowest + span * std::clamp(column - bar.column, 0, steps) / steps);
+}
+
 PanelModel::Actions takeMouseDown(const Stroke &stroke)
 {
     const PanelPicture::Area *const area = stroke.shown.areaAt(stroke.key.row, stroke.key.column);
-    if (!area) {
-        return {};
+    if (!area || area->kind == PanelPicture::Area::Kind::Log) {
+        return stroke.model.fingerUp(stroke.now); // a release that the terminal has not told
     }
     // The model may have grown since: what counts is the code.
     if (area->kind == PanelPicture::Area::Kind::Button) {
@@ -194,70 +227,150 @@ PanelModel::Actions takeMouseDown(const Stroke &stroke)
     const auto &levels = stroke.model.setup().levels;
     stroke.model.selectLevel(
         static_cast<int>(std::lower_bound(levels.begin(), levels.end(), area->code) - levels.begin()));
-    const LevelRange range = stroke.model.range(area->code);
-    const qint64 span = qint64(range.highest) - range.lowest;
-    const int steps = std::max(1, area->columns - 1);
-    const qint64 value = range.lowest + span * (stroke.key.column - area->column) / steps;
-    return stroke.model.setLevel(stroke.now, area->code, static_cast<int>(value));
+    return stroke.model.slideFrom(stroke.now, area->code,
+                                  valueAt(*area, stroke.model.range(area->code), stroke.key.column));
+}
+
+/// The level that the mouse took hold of follows it, also beside its bar.
+void dragLevel(const Stroke &stroke)
+{
+    const std::optional<int> level = stroke.model.slidingLevel();
+    const auto *const bar = level ? stroke.shown.areaOf(PanelPicture::Area::Kind::Level, *level) : nullptr;
+    if (bar) {
+        stroke.model.slideTo(valueAt(*bar, stroke.model.range(*level), stroke.key.column));
+    }
 }
 
 PanelModel::Actions takeWheel(const Stroke &stroke, int direction)
 {
     const PanelPicture::Area *const area = stroke.shown.areaAt(stroke.key.row, stroke.key.column);
     if (area && area->kind == PanelPicture::Area::Kind::Level) {
-        return stroke.model.moveLevel(stroke.now, area->code, direction * kBigStep / 2);
+        return stroke.model.moveLevel(stroke.now, area->code, direction * kWheelStep);
+    }
+    if (area && area->kind == PanelPicture::Area::Kind::Log) {
+        stroke.model.scrollLog(stroke.logRows(), -direction * kWheelLines);
+        return {};
     }
     stroke.model.selectButton(stroke.model.selectedButton() - direction * stroke.shown.gridColumns);
     return {};
 }
-} // namespace
 
-KeyEffect takeKey(const Key &key, QTime now, const PanelPicture &shown, PanelModel &model)
+/// Where the log is scrolled back End leads to its newest line first.
+bool takesEndOfLog(const Stroke &stroke)
 {
-    const Stroke stroke{ key, now, shown, model };
-    if (key.kind != Kind::MouseUp) { // that belongs to the stroke before
-        model.setNotice({});
+    const bool isBack = stroke.model.logWindow(stroke.logRows()).newer > 0;
+    stroke.model.showNewestLog();
+    return isBack;
+}
+
+/// The log alone: nothing is pushed that one does not see.
+KeyEffect takeLogKey(const Stroke &stroke)
+{
+    PanelModel &model = stroke.model;
+    switch (stroke.key.kind) {
+    case Kind::Up:
+        model.scrollLog(stroke.logRows(), -1);
+        return {};
+    case Kind::Down:
+        model.scrollLog(stroke.logRows(), 1);
+        return {};
+    case Kind::PageUp:
+        pageLog(stroke, -1);
+        return {};
+    case Kind::PageDown:
+        pageLog(stroke, 1);
+        return {};
+    case Kind::Left:
+        model.shiftLog(-stroke.shown.canvas.columns() / 2);
+        return {};
+    case Kind::Right:
+        model.shiftLog(stroke.shown.canvas.columns() / 2);
+        return {};
+    case Kind::Home:
+        model.showOldestLog(stroke.logRows());
+        return {};
+    case Kind::End:
+        model.showNewestLog();
+        return {};
+    case Kind::Escape:
+        model.showNewestLog();
+        model.setShowsLogOnly(false);
+        return {};
+    case Kind::WheelUp:
+    case Kind::WheelDown:
+        return { takeWheel(stroke, stroke.key.kind == Kind::WheelUp ? 1 : -1) };
+    case Kind::Character:
+        if (stroke.key.character == U'l' || stroke.key.character == U'q') { // q closes what is on top
+            model.setShowsLogOnly(false);
+            return {};
+        }
+        return stroke.key.character == U'?' || stroke.key.character == 0x03 ? takeCharacter(stroke) : KeyEffect{};
+    default:
+        return {};
     }
-    if (model.showsHelp() && key.kind != Kind::MouseUp) {
-        model.setShowsHelp(false);
-        return { {}, key.kind == Kind::Character && key.character == 0x03 };
-    }
-    switch (key.kind) {
+}
+
+KeyEffect takePanelKey(const Stroke &stroke)
+{
+    PanelModel &model = stroke.model;
+    switch (stroke.key.kind) {
     case Kind::Character:
         return takeCharacter(stroke);
     case Kind::Enter:
         return { takeEnter(stroke) };
+    case Kind::End:
+        return takesEndOfLog(stroke) ? KeyEffect{} : KeyEffect{ takeArrow(stroke) };
     case Kind::Up:
     case Kind::Down:
     case Kind::Left:
     case Kind::Right:
     case Kind::Home:
-    case Kind::End:
         return { takeArrow(stroke) };
     case Kind::PageUp:
-        return { stroke.moveLevel(kBigStep) };
+        return { takePageKey(stroke, 1) };
     case Kind::PageDown:
-        return { stroke.moveLevel(-kBigStep) };
+        return { takePageKey(stroke, -1) };
     case Kind::Tab:
         model.setTypedNumber({});
         model.setFocus(stroke.atLevels() || model.setup().levels.empty() ? Focus::Buttons : Focus::Levels);
         return {};
     case Kind::Escape:
         model.setTypedNumber({});
+        model.showNewestLog();
         return {};
     case Kind::Backspace:
         model.setTypedNumber(model.typedNumber().left(model.typedNumber().size() - 1));
         return {};
     case Kind::MouseDown:
         return { takeMouseDown(stroke) };
-    case Kind::MouseUp:
-        return { model.fingerUp(now) };
     case Kind::WheelUp:
         return { takeWheel(stroke, 1) };
     case Kind::WheelDown:
         return { takeWheel(stroke, -1) };
+    case Kind::MouseMove: // both belong to the stroke before
+    case Kind::MouseUp:
     case Kind::Other:
         return {};
     }
     Q_UNREACHABLE();
+}
+} // namespace
+
+KeyEffect takeKey(const Key &key, QTime now, const PanelPicture &shown, PanelModel &model)
+{
+    const Stroke stroke{ key, now, shown, model };
+    if (key.kind == Kind::MouseMove) {
+        dragLevel(stroke);
+        return {};
+    }
+    if (key.kind == Kind::MouseUp) {
+        dragLevel(stroke);
+        return { model.fingerUp(now) };
+    }
+    model.setNotice({});
+    if (model.showsHelp()) {
+        shown.nextHelp > 0 ? model.showHelp(shown.nextHelp) : model.closeHelp();
+        return { {}, key.kind == Kind::Character && key.character == 0x03 };
+    }
+    return model.showsLogOnly() ? takeLogKey(stroke) : takePanelKey(stroke);
 }

@@ -20,7 +20,8 @@ struct Key
         Tab,
         Escape,
         Backspace,
-        MouseDown, // these four: at row and column
+        MouseDown, // these five: at row and column
+        MouseMove, // while it is down
         MouseUp,
         WheelUp,
         WheelDown,

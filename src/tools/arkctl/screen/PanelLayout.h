@@ -6,10 +6,12 @@ struct PanelNeeds
 {
     int buttons = 0;
     int selectedButton = 0; // must be seen
-    int buttonColumns = 10; // what a button takes with its frame
+    int buttonColumns = 10; // what a button takes with its frame, when a few long labels are cut
+    int wholeColumns = 10;  // when none is
     int levels = 0;
     int selectedLevel = 0;
     bool levelsFirst = false; // where there is room for one of both only
+    bool logOnly = false;
 };
 
 /// How the lines of a screen are dealt out: heading, buttons, levels, log, status. Where not all buttons fit they are
@@ -29,7 +31,10 @@ struct PanelLayout
     int logRule = -1;
     int logTop = 0;
     int logRows = 0;
-    int statusRow = -1; // -1: no room
+    int statusRow = -1; // the first of them; -1: no room
+    int statusRows = 1;
+
+    void growStatus(int wantedRows); // the log makes room, down to its last line
 };
 
 PanelLayout planPanel(const PanelNeeds &needs, int columns, int rows);

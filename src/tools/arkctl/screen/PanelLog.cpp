@@ -3,8 +3,9 @@
 #include <QStringList>
 
 namespace {
-constexpr size_t kMostLines = 500;
-constexpr int kMostBytes = 1000; // of a value; no terminal shows more of it
+constexpr size_t kMostLines = 2000;
+constexpr int kMostBytes = 1000;      // of a value; no terminal shows more of it
+constexpr int kMostCharacters = 1000; // of a line
 
 QString text(const QByteArray &bytes)
 {
@@ -138,8 +139,10 @@ void PanelLog::addNote(QTime when, const QString &text)
 
 void PanelLog::add(QTime when, Source source, const QString &text)
 {
-    m_lines.push_back({ when, source, ScreenText::printable(text) });
+    const QString shown = ScreenText::printable(ScreenText::start(text, kMostCharacters));
+    m_lines.push_back({ when, source, ScreenText::start(shown, kMostCharacters) });
     if (m_lines.size() > kMostLines) {
         m_lines.pop_front();
+        ++m_forgotten;
     }
 }

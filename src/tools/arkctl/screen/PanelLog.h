@@ -19,6 +19,7 @@ public:
     };
 
     const std::deque<Line> &lines() const { return m_lines; }
+    quint64 forgotten() const { return m_forgotten; } // lines that were there before the first of them
 
     void addMessage(QTime when, const LinkMessage &message);
     void addAction(QTime when, const PanelAction &action);
@@ -28,4 +29,5 @@ private:
     void add(QTime when, Source source, const QString &text);
 
     std::deque<Line> m_lines;
+    quint64 m_forgotten = 0;
 };

@@ -31,7 +31,8 @@ int clampedPlace(int place, const std::vector<int> &codes)
 
 QString textOf(const QByteArray &bytes)
 {
-    return ScreenText::printable(QString::fromUtf8(bytes).left(kLongestLabel)).trimmed();
+    const QString oneLine = QString::fromUtf8(bytes).simplified(); // panels break lines in labels
+    return ScreenText::printable(ScreenText::start(oneLine, kLongestLabel));
 }
 } // namespace
 
@@ -60,6 +61,9 @@ QString PanelModel::label(int channel) const
 
 int PanelModel::value(int level) const
 {
+    if (isSliding(level)) {
+        return m_slide->value;
+    }
     const qint64 value = m_state.level(level).value_or(m_setup.range.lowest);
     return static_cast<int>(
         std::clamp<qint64>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
@@ -67,6 +71,9 @@ int PanelModel::value(int level) const
 
 LevelRange PanelModel::range(int level) const
 {
+    if (isSliding(level)) {
+        return m_slide->range;
+    }
     const int now = value(level);
     return { std::min(now, m_setup.range.lowest), std::max(now, m_setup.range.highest) };
 }
@@ -89,6 +96,7 @@ void PanelModel::lost(QTime now, const QString &why)
     const bool hadHeld = !m_held.empty() || m_finger;
     m_held.clear();
     m_finger.reset();
+    m_slide.reset();
     note(now, QStringLiteral("connection lost: %1%2")
                   .arg(why, hadHeld ? QStringLiteral("; nothing is held any more") : QString()));
 }
@@ -152,6 +160,11 @@ PanelModel::Actions PanelModel::fingerDown(QTime now, int channel)
 
 PanelModel::Actions PanelModel::fingerUp(QTime now)
 {
+    if (m_slide) {
+        const Actions last = reportSlide(now);
+        m_slide.reset();
+        return last;
+    }
     if (!m_finger) {
         return {};
     }
@@ -160,18 +173,44 @@ PanelModel::Actions PanelModel::fingerUp(QTime now)
     return tell(now, { { Kind::Release, channel } });
 }
 
+PanelModel::Actions PanelModel::slideFrom(QTime now, int level, int value)
+{
+    Actions actions = fingerUp(now); // as in fingerDown()
+    const LevelRange range = this->range(level);
+    const Actions report = setLevel(now, level, value);
+    if (!report.empty()) {
+        m_slide = { level, value, range, true };
+        actions.insert(actions.end(), report.begin(), report.end());
+    }
+    return actions;
+}
+
+void PanelModel::slideTo(int value)
+{
+    if (m_slide && m_slide->value != value) {
+        m_slide->value = value;
+        m_slide->isTold = false;
+    }
+}
+
+PanelModel::Actions PanelModel::reportSlide(QTime now)
+{
+    return m_slide && !m_slide->isTold ? setLevel(now, m_slide->level, m_slide->value) : Actions{};
+}
+
 PanelModel::Actions PanelModel::releaseAll(QTime now)
 {
-    Actions actions;
+    Actions actions = fingerUp(now);
+    Actions releases;
     for (const int channel : m_held) {
-        actions.push_back({ Kind::Release, channel });
-    }
-    if (m_finger) {
-        actions.push_back({ Kind::Release, *m_finger });
+        releases.push_back({ Kind::Release, channel });
     }
     m_held.clear();
-    m_finger.reset();
-    return actions.empty() ? actions : tell(now, actions);
+    if (!releases.empty()) {
+        releases = tell(now, releases);
+        actions.insert(actions.end(), releases.begin(), releases.end());
+    }
+    return actions;
 }
 
 PanelModel::Actions PanelModel::moveLevel(QTime now, int level, int step)
@@ -195,6 +234,10 @@ PanelModel::Actions PanelModel::setLevel(QTime now, int level, int value)
     if (!actions.empty()) {
         addLevel(level);
         m_state.moveLevel(level, value);
+        if (isSliding(level)) { // or a key has moved it meanwhile
+            m_slide->value = value;
+            m_slide->isTold = true;
+        }
     }
     return actions;
 }
@@ -212,6 +255,18 @@ void PanelModel::selectLevel(int place)
     }
     m_selectedLevel = clampedPlace(place, m_setup.levels);
     m_focus = Focus::Levels;
+}
+
+void PanelModel::setShowsLogOnly(bool shows)
+{
+    m_showsLogOnly = shows;
+    m_logShift = 0;
+}
+
+void PanelModel::shiftLog(int columns)
+{
+    constexpr int kFarthest = 2000; // two columns for each character of the longest line
+    m_logShift = std::clamp(m_logShift + columns, 0, kFarthest);
 }
 
 void PanelModel::addButton(int channel)

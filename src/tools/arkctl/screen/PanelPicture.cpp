@@ -2,8 +2,8 @@
 #include "tools/arkctl/screen/PanelHelp.h"
 #include "tools/arkctl/screen/PanelLayout.h"
 #include "tools/arkctl/screen/PanelModel.h"
+#include "tools/arkctl/screen/PanelStatus.h"
 #include "tools/arkctl/screen/ScreenText.h"
-#include <QStringList>
 
 #include <algorithm>
 
@@ -11,6 +11,8 @@ namespace {
 using Area = PanelPicture::Area;
 
 constexpr int kWidestLabel = 18;
+constexpr int kNarrowestLabel = 10; // a longer one may be cut down to that
+constexpr int kMostStatusRows = 4;
 constexpr int kWidestBar = 60;
 
 /// Draws one picture: each function one part of it.
@@ -22,6 +24,10 @@ public:
 
 private:
     PanelNeeds needs() const;
+    std::vector<int> labelColumns() const;
+    PanelStatus planStatus(int columns);
+    QString cutLabel() const;
+    QString seenButtons(const char *form) const;
     void paintHeading();
     void paintButtons();
     void paintButton(int place, int row, int column);
@@ -29,18 +35,20 @@ private:
     void paintLevels();
     void paintLevel(int place, int row);
     void paintLog();
+    void paintLogLine(const PanelLog::Line &line, int row);
     void paintStatus();
     void paintRule(int row, const QString &title, const QString &atEnd);
     QString buttonText(int channel) const;
     QString valueText(int level) const;
     int widestValue() const;
-    QString status() const;
     Canvas &canvas() { return m_picture.canvas; }
 
     const PanelModel &m_model;
     const int m_numberColumns; // of the highest channel
     const int m_valueColumns;  // of a level, with a blank on both sides
-    const PanelLayout m_layout;
+    PanelLayout m_layout;
+    const PanelStatus m_status;
+    const LogPosition::Window m_logWindow;
     PanelPicture m_picture;
 };
 
@@ -49,14 +57,12 @@ int digitsOf(const std::vector<int> &codes)
     return codes.empty() ? 1 : static_cast<int>(QString::number(codes.back()).size());
 }
 
-QString seen(const char *what, int first, int count, size_t all)
+/// Empty: all.
+QString seen(const char *form, int first, int count, size_t all)
 {
-    return count <= 0 || static_cast<size_t>(count) >= all ? QString()
-                                                           : QStringLiteral("%1 %2 to %3 of %4")
-                                                                 .arg(QLatin1String(what))
-                                                                 .arg(first + 1)
-                                                                 .arg(std::min(first + count, static_cast<int>(all)))
-                                                                 .arg(all);
+    return count <= 0 || static_cast<size_t>(count) >= all
+               ? QString()
+               : QString::fromLatin1(form).arg(first + 1).arg(std::min(first + count, static_cast<int>(all))).arg(all);
 }
 
 Painter::Painter(const PanelModel &model, int columns, int rows)
@@ -64,7 +70,9 @@ Painter::Painter(const PanelModel &model, int columns, int rows)
     , m_numberColumns(digitsOf(model.setup().buttons))
     , m_valueColumns(widestValue() + 2)
     , m_layout(planPanel(needs(), columns, rows))
-    , m_picture{ Canvas(columns, rows), {}, m_layout.gridColumns }
+    , m_status(planStatus(columns))
+    , m_logWindow(model.logWindow(m_layout.logRows))
+    , m_picture{ Canvas(columns, rows), {}, m_layout.gridColumns, m_layout.logRows }
 {}
 
 PanelPicture Painter::paint()
@@ -75,7 +83,7 @@ PanelPicture Painter::paint()
     paintLog();
     paintStatus();
     if (m_model.showsHelp()) {
-        paintHelp(canvas());
+        m_picture.nextHelp = paintHelp(canvas(), m_model.helpFrom());
     }
     return std::move(m_picture);
 }
@@ -83,28 +91,81 @@ PanelPicture Painter::paint()
 PanelNeeds Painter::needs() const
 {
     const PanelModel::Setup &setup = m_model.setup();
-    int label = 0;
-    for (const int channel : setup.buttons) {
-        label = std::max(label, std::min(kWidestLabel, ScreenText::columnsOf(m_model.label(channel))));
-    }
     constexpr int kFrameAndSigns = 6; // a frame on both sides, the signs of held and lit, two blanks
+    const auto cell = [this](int label) { return kFrameAndSigns + m_numberColumns + (label > 0 ? label + 1 : 0); };
+    const std::vector<int> labels = labelColumns();
+    const int widest = labels.empty() ? 0 : std::min(labels.back(), kWidestLabel);
+    // Wide enough for three of four, so that a few long ones do not spoil the grid.
+    const int usual = labels.empty() ? 0 : labels.at((labels.size() - 1) * 3 / 4);
     PanelNeeds needs;
     needs.buttons = static_cast<int>(setup.buttons.size());
     needs.selectedButton = m_model.selectedButton();
-    needs.buttonColumns = kFrameAndSigns + m_numberColumns + (label > 0 ? label + 1 : 0);
+    needs.buttonColumns = cell(std::min(widest, std::max(usual, kNarrowestLabel)));
+    needs.wholeColumns = cell(widest);
     needs.levels = static_cast<int>(setup.levels.size());
     needs.selectedLevel = m_model.selectedLevel();
     needs.levelsFirst = m_model.focus() == PanelModel::Focus::Levels;
+    needs.logOnly = m_model.showsLogOnly();
     return needs;
+}
+
+/// Of the buttons that have one, in order.
+std::vector<int> Painter::labelColumns() const
+{
+    std::vector<int> all;
+    for (const int channel : m_model.setup().buttons) {
+        if (const int columns = ScreenText::columnsOf(m_model.label(channel)); columns > 0) {
+            all.push_back(columns);
+        }
+    }
+    std::sort(all.begin(), all.end());
+    return all;
+}
+
+/// And makes room for it.
+PanelStatus Painter::planStatus(int columns)
+{
+    const int room = std::min(kMostStatusRows, m_layout.statusRows + std::max(0, m_layout.logRows - 1));
+    const int newer = m_model.logWindow(m_layout.logRows).newer;
+    const bool saysWhere = m_layout.levelsRule < 0 && m_layout.logRule < 0; // no rule does
+    QStringList parts{ saysWhere ? seenButtons("%1-%2/%3") : QString(), cutLabel() };
+    parts.removeAll(QString());
+    PanelStatus status = panelStatus(m_model, parts, newer, columns - 1, room);
+    m_layout.growStatus(static_cast<int>(status.lines.size()));
+    return status;
+}
+
+/// That of the selected button, where its cell does not show the whole.
+QString Painter::cutLabel() const
+{
+    const auto &buttons = m_model.setup().buttons;
+    const bool isSeen = m_model.focus() == PanelModel::Focus::Buttons && !m_model.showsLogOnly();
+    if (!isSeen || buttons.empty()) {
+        return {};
+    }
+    const int channel = buttons.at(static_cast<size_t>(m_model.selectedButton()));
+    const bool isCut = ScreenText::columnsOf(buttonText(channel)) > m_layout.cellColumns - 2;
+    return isCut ? QStringLiteral("%1 %2").arg(channel).arg(m_model.label(channel)) : QString();
+}
+
+QString Painter::seenButtons(const char *form) const
+{
+    return seen(form, m_layout.firstButton, m_layout.gridRows * m_layout.gridColumns, m_model.setup().buttons.size());
 }
 
 void Painter::paintHeading()
 {
     const Style style{ m_model.isConnected() ? Role::Heading : Role::Alarm, true };
-    const QString state = (m_model.isConnected() ? QStringLiteral("\u25cf ") : QStringLiteral("\u25cb ")) +
-                          m_model.linkText() + QLatin1Char(' ');
-    const QString who = QStringLiteral(" Panel %1 at %2").arg(m_model.setup().device).arg(m_model.setup().controller);
     const int columns = canvas().columns();
+    QString state = (m_model.isConnected() ? QStringLiteral("\u25cf ") : QStringLiteral("\u25cb ")) +
+                    m_model.linkText() + QLatin1Char(' ');
+    QString who = QStringLiteral(" Panel %1 ").arg(m_model.setup().device);
+    const QString where = QStringLiteral("at %1 ").arg(m_model.setup().controller);
+    if (ScreenText::columnsOf(who + where + state) <= columns) {
+        who += where;
+    } else if (m_model.isConnected() && ScreenText::columnsOf(who + state) > columns) {
+        state = state.left(2); // the sign says it
+    }
     const int stateColumns = std::min(columns, ScreenText::columnsOf(state));
     canvas().put(0, 0, columns - stateColumns, who, style);
     canvas().put(0, columns - stateColumns, stateColumns, state, style);
@@ -160,9 +221,7 @@ void Painter::paintLevels()
     const int last =
         std::min(static_cast<int>(m_model.setup().levels.size()), m_layout.firstLevel + m_layout.levelRows);
     if (m_layout.levelsRule >= 0) {
-        paintRule(m_layout.levelsRule, QStringLiteral("Levels"),
-                  seen("buttons", m_layout.firstButton, m_layout.gridRows * m_layout.gridColumns,
-                       m_model.setup().buttons.size()));
+        paintRule(m_layout.levelsRule, QStringLiteral("Levels"), seenButtons("buttons %1 to %2 of %3"));
     }
     for (int place = m_layout.firstLevel; place < last; ++place) {
         paintLevel(place, m_layout.levelsTop + place - m_layout.firstLevel);
@@ -203,32 +262,46 @@ void Painter::paintLevel(int place, int row)
 void Painter::paintLog()
 {
     if (m_layout.logRule >= 0) {
-        paintRule(m_layout.logRule, QStringLiteral("Log"),
-                  seen("levels", m_layout.firstLevel, m_layout.levelRows, m_model.setup().levels.size()));
+        const int all = static_cast<int>(m_model.log().lines().size());
+        const QString where = m_logWindow.newer > 0 ? QStringLiteral("Log, lines %1 to %2 of %3")
+                                                          .arg(m_logWindow.first + 1)
+                                                          .arg(m_logWindow.first + m_logWindow.count)
+                                                          .arg(all)
+                                                    : QStringLiteral("Log");
+        paintRule(m_layout.logRule, where,
+                  m_layout.levelsRule < 0 ? seenButtons("buttons %1 to %2 of %3")
+                                          : seen("levels %1 to %2 of %3", m_layout.firstLevel, m_layout.levelRows,
+                                                 m_model.setup().levels.size()));
     }
-    const auto &lines = m_model.log().lines();
-    const int count = std::min(m_layout.logRows, static_cast<int>(lines.size()));
-    for (int index = 0; index < count; ++index) {
-        using Source = PanelLog::Source;
-        const PanelLog::Line &line = lines.at(lines.size() - static_cast<size_t>(count - index));
-        const int row = m_layout.logTop + index;
-        const bool isSent = line.source == Source::Panel;
-        const Role role = isSent ? Role::Sent : line.source == Source::Program ? Role::Command : Role::Plain;
-        const QString sign = isSent                        ? QStringLiteral("\u2192 ")
-                             : line.source == Source::Link ? QStringLiteral("\u00b7 ")
-                                                           : QStringLiteral("\u2190 ");
-        const bool showsTime = canvas().columns() >= 40;
-        const int column = showsTime ? 10 : 0;
-        canvas().put(row, 1, column - 1, line.when.toString(QStringLiteral("HH:mm:ss")), { Role::Faint, false });
-        canvas().put(row, column, canvas().columns() - column, sign + line.text, { role, role == Role::Command });
+    for (int index = 0; index < m_logWindow.count; ++index) {
+        paintLogLine(m_model.log().lines().at(static_cast<size_t>(m_logWindow.first + index)), m_layout.logTop + index);
     }
+    if (m_layout.logRows > 0) {
+        m_picture.areas.push_back({ Area::Kind::Log, 0, 0, m_layout.logTop, 0, m_layout.logRows, canvas().columns() });
+    }
+}
+
+void Painter::paintLogLine(const PanelLog::Line &line, int row)
+{
+    using Source = PanelLog::Source;
+    const bool isSent = line.source == Source::Panel;
+    const Role role = isSent ? Role::Sent : line.source == Source::Program ? Role::Command : Role::Plain;
+    const QString sign = isSent                        ? QStringLiteral("\u2192 ")
+                         : line.source == Source::Link ? QStringLiteral("\u00b7 ")
+                                                       : QStringLiteral("\u2190 ");
+    const bool showsTime = canvas().columns() >= 40;
+    const int column = showsTime ? 10 : 0;
+    canvas().put(row, 1, column - 1, line.when.toString(QStringLiteral("HH:mm:ss")), { Role::Faint, false });
+    canvas().put(row, column, canvas().columns() - column, sign + ScreenText::without(line.text, m_model.logShift()),
+                 { role, role == Role::Command });
 }
 
 void Painter::paintStatus()
 {
-    const bool isFault = !m_model.notice().isEmpty() && m_model.typedNumber().isEmpty();
-    canvas().put(m_layout.statusRow, 0, canvas().columns(), QLatin1Char(' ') + status(),
-                 { isFault ? Role::Alarm : Role::Plain, isFault || !m_model.typedNumber().isEmpty() });
+    for (int index = 0; index < m_layout.statusRows; ++index) {
+        canvas().put(m_layout.statusRow + index, 0, canvas().columns(), QLatin1Char(' ') + m_status.lines.value(index),
+                     m_status.style);
+    }
 }
 
 void Painter::paintRule(int row, const QString &title, const QString &atEnd)
@@ -267,21 +340,14 @@ int Painter::widestValue() const
     }
     return widest;
 }
-
-QString Painter::status() const
-{
-    const bool atLevels = m_model.focus() == PanelModel::Focus::Levels;
-    if (!m_model.typedNumber().isEmpty()) {
-        const auto &levels = m_model.setup().levels;
-        const bool hasLevel = atLevels && !levels.empty();
-        return hasLevel ? QStringLiteral("level %1 to %2_   Enter: set")
-                              .arg(levels.at(static_cast<size_t>(m_model.selectedLevel())))
-                              .arg(m_model.typedNumber())
-                        : QStringLiteral("button %1_   Enter: press   Space: hold").arg(m_model.typedNumber());
-    }
-    return m_model.notice().isEmpty() ? keyHints(atLevels, m_picture.canvas.columns() - 1) : m_model.notice();
-}
 } // namespace
+
+const PanelPicture::Area *PanelPicture::areaOf(Area::Kind kind, int code) const
+{
+    const auto found = std::find_if(areas.begin(), areas.end(),
+                                    [kind, code](const Area &area) { return area.kind == kind && area.code == code; });
+    return found == areas.end() ? nullptr : &*found;
+}
 
 const PanelPicture::Area *PanelPicture::areaAt(int row, int column) const
 {

@@ -11,7 +11,7 @@ struct PanelPicture
 {
     struct Area
     {
-        enum class Kind { Button, Level };
+        enum class Kind { Button, Level, Log };
         Kind kind = Kind::Button;
         int code = 0;  // channel or level
         int place = 0; // in the model's list
@@ -24,8 +24,11 @@ struct PanelPicture
     Canvas canvas;
     std::vector<Area> areas;
     int gridColumns = 1; // buttons beside each other: what "up" and "down" skip
+    int logRows = 0;
+    int nextHelp = 0; // the first line of the help that found no room; 0: none
 
-    const Area *areaAt(int row, int column) const; // nullptr: nothing to click
+    const Area *areaAt(int row, int column) const;           // nullptr: nothing to click
+    const Area *areaOf(Area::Kind kind, int code = 0) const; // nullptr: not to be seen
 };
 
 /// Draws the panel into a screen of any size, however small.

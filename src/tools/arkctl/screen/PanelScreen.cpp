@@ -5,6 +5,8 @@
 namespace {
 constexpr int kDrawMs = 15;
 constexpr int kCountdownMs = 250;
+constexpr int kSlideMs = 50;     // between two reports of a level that is dragged
+constexpr int kMostUnheard = 3;  // with more reports unconfirmed a dragged level waits
 constexpr int kGoodbyeMs = 1000; // for the confirmation of the last releases
 
 QTime now()
@@ -21,12 +23,16 @@ PanelScreen::PanelScreen(const RunOptions &options, const PanelModel::Setup &set
     , m_terminal(new Terminal(this))
     , m_link(new LastingLink(LinkRun::panel(setup.device), options, this))
     , m_drawing(new QTimer(this))
+    , m_sliding(new QTimer(this))
     , m_countdown(new QTimer(this))
 {
     m_drawing->setSingleShot(true);
     m_drawing->setInterval(kDrawMs);
+    m_sliding->setSingleShot(true);
+    m_sliding->setInterval(kSlideMs);
     m_countdown->setInterval(kCountdownMs);
     connect(m_drawing, &QTimer::timeout, this, &PanelScreen::draw);
+    connect(m_sliding, &QTimer::timeout, this, &PanelScreen::reportSlide);
     connect(m_countdown, &QTimer::timeout, this, &PanelScreen::showLink);
     connect(m_console, &Console::stopRequested, this, &PanelScreen::leave);
     connect(m_terminal, &Terminal::keyPressed, this, &PanelScreen::takeKey);
@@ -64,9 +70,28 @@ void PanelScreen::takeKey(const Key &key)
 {
     const KeyEffect effect = ::takeKey(key, now(), m_shown, m_model);
     send(effect.actions);
+    if (!m_sliding->isActive()) {
+        reportSlide();
+    }
     drawSoon();
     if (effect.ends) {
         leave();
+    }
+}
+
+/// As often as touch panels do, and never faster than the controller takes it. What is left out
+/// is never the last value: fingerUp() tells that.
+void PanelScreen::reportSlide()
+{
+    if (m_link->client().pendingMessages() > kMostUnheard) {
+        m_sliding->start();
+        return;
+    }
+    const PanelModel::Actions report = m_model.reportSlide(now());
+    if (!report.empty()) {
+        send(report);
+        m_sliding->start();
+        drawSoon();
     }
 }
 

@@ -20,6 +20,7 @@ private:
     void connected();
     void lost(const QString &why);
     void neverConnected(const QString &why);
+    void reportSlide();
     void send(const PanelModel::Actions &actions);
     void showLink();
     void drawSoon();
@@ -33,6 +34,7 @@ private:
     Terminal *m_terminal = nullptr; // Qt child
     LastingLink *m_link = nullptr;  // Qt child
     QTimer *m_drawing = nullptr;    // Qt child; runs while something has changed that is not drawn yet
+    QTimer *m_sliding = nullptr;    // Qt child; runs while it is too early to tell of a dragged level again
     QTimer *m_countdown = nullptr;  // Qt child; runs while there is no connection
     bool m_isLeaving = false;
     std::string m_failure; // to be said when the screen has gone

@@ -28,6 +28,22 @@ int columnsOf(uint code)
     return std::max(0, ::wcwidth(static_cast<wchar_t>(code)));
 }
 
+/// How much of the text takes no more columns; an accent stays with its letter.
+int lengthWithin(const QString &text, int columns)
+{
+    int length = 0;
+    int used = 0;
+    const QVector<uint> codes = text.toUcs4();
+    for (const uint code : codes) {
+        used += columnsOf(code);
+        if (used > columns) {
+            break;
+        }
+        length += QChar::requiresSurrogates(code) ? 2 : 1;
+    }
+    return length;
+}
+
 QString escaped(uint code)
 {
     return code < 0x100 ? QStringLiteral("\\x%1").arg(code, 2, 16, QLatin1Char('0'))
@@ -62,6 +78,34 @@ int columnsOf(const QString &printableText)
     return columns;
 }
 
+QString start(const QString &text, int length)
+{
+    const bool isHalf = length > 0 && length < text.size() && text.at(length - 1).isHighSurrogate();
+    return text.left(isHalf ? length - 1 : length);
+}
+
+QString without(const QString &printableText, int columns)
+{
+    return columns > 0 ? printableText.mid(lengthWithin(printableText, columns)) : printableText;
+}
+
+QStringList wrapped(const QString &printableText, int columns, int mostLines)
+{
+    QStringList lines;
+    QString rest = printableText;
+    while (lines.size() + 1 < mostLines && columnsOf(rest) > columns) {
+        const int fitting = lengthWithin(rest, columns);
+        const int blank = rest.lastIndexOf(QLatin1Char(' '), fitting);
+        const int length = blank > fitting / 2 ? blank : fitting; // not for a short word at the beginning
+        if (length == 0) {                                        // not even one character
+            break;
+        }
+        lines << rest.left(length);
+        rest = rest.mid(length).trimmed();
+    }
+    return lines << rest;
+}
+
 QString fitted(const QString &printableText, int columns)
 {
     if (columns <= 0) {
@@ -71,16 +115,7 @@ QString fitted(const QString &printableText, int columns)
     if (whole <= columns) {
         return printableText + QString(columns - whole, QLatin1Char(' '));
     }
-    QString shown;
-    int used = 0;
-    const QVector<uint> codes = printableText.toUcs4();
-    for (const uint code : codes) {
-        if (used + columnsOf(code) > columns - 1) { // the last column is that of the dots
-            break;
-        }
-        shown += QString::fromUcs4(&code, 1);
-        used += columnsOf(code);
-    }
-    return shown + QChar(0x2026) + QString(columns - 1 - used, QLatin1Char(' '));
+    const QString shown = printableText.left(lengthWithin(printableText, columns - 1)); // then the dots
+    return shown + QChar(0x2026) + QString(columns - 1 - columnsOf(shown), QLatin1Char(' '));
 }
 } // namespace ScreenText

@@ -5,8 +5,9 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
-#include <optional>
+#include <utility>
 
 #include <sys/ioctl.h>
 #include <sys/signalfd.h>
@@ -86,19 +87,35 @@ void ignoreFlowControl()
     }
 }
 
-std::optional<Key> mouseKey()
+// What begins a report of the mouse comes as these keys; no other has such a code.
+constexpr int kMouseNumbers = 0700;
+constexpr int kMouseCharacters = 0701;
+
+bool hasMouse()
 {
-    MEVENT event{};
-    if (::getmouse(&event) != OK) {
-        return std::nullopt;
+    const char *const reports = ::tigetstr("kmous");
+    return reports && reports != reinterpret_cast<char *>(-1);
+}
+
+/// Presses, releases, and where it is while it is down; as numbers, which have no end at column 223.
+void askForMouse(bool isWanted)
+{
+    if (hasMouse()) {
+        std::fputs(isWanted ? "\x1B[?1000h\x1B[?1002h\x1B[?1006h" : "\x1B[?1006l\x1B[?1002l\x1B[?1000l", stdout);
+        std::fflush(stdout);
     }
-    using Kind = Key::Kind;
-    const Kind kind = (event.bstate & BUTTON1_PRESSED) != 0    ? Kind::MouseDown
-                      : (event.bstate & BUTTON1_RELEASED) != 0 ? Kind::MouseUp
-                      : (event.bstate & BUTTON4_PRESSED) != 0  ? Kind::WheelUp
-                      : (event.bstate & BUTTON5_PRESSED) != 0  ? Kind::WheelDown
-                                                               : Kind::Other;
-    return Key{ kind, 0, event.y, event.x };
+}
+
+void bindMouse()
+{
+    constexpr std::pair<const char *, int> kBeginnings[] = { { "\x1B[<", kMouseNumbers },
+                                                             { "\x1B[M", kMouseCharacters } };
+    for (const auto &[beginning, code] : kBeginnings) {
+        if (hasMouse()) {
+            ::define_key(beginning, 0); // not the library's own any more
+            ::define_key(beginning, code);
+        }
+    }
 }
 
 struct FunctionKey
@@ -135,9 +152,6 @@ std::optional<Key::Kind> kindIn(const FunctionKey (&keys)[count], int code)
 
 std::optional<Key> keyOf(bool isFunction, wint_t code)
 {
-    if (isFunction && code == KEY_MOUSE) {
-        return mouseKey();
-    }
     const int number = static_cast<int>(code);
     if (const auto kind = isFunction ? kindIn(kFunctionKeys, number) : kindIn(kControlKeys, number)) {
         return Key{ *kind };
@@ -192,8 +206,8 @@ bool Terminal::open(std::string &reason)
     ::keypad(::stdscr, true);
     ::nodelay(::stdscr, true);
     ::curs_set(0);
-    ::mousemask(BUTTON1_PRESSED | BUTTON1_RELEASED | BUTTON4_PRESSED | BUTTON5_PRESSED, nullptr);
-    ::mouseinterval(0);
+    bindMouse();
+    askForMouse(true);
     m_hasColours = startColours();
     listen();
     return true;
@@ -212,6 +226,7 @@ void Terminal::close()
         ::close(m_signals);
         m_signals = -1;
     }
+    askForMouse(false);
     ::endwin();
     ::delscreen(m_screen);
     m_screen = nullptr;
@@ -231,6 +246,7 @@ void Terminal::listen()
     sigset_t wishes;
     ::sigemptyset(&wishes);
     ::sigaddset(&wishes, SIGWINCH);
+    ::sigaddset(&wishes, SIGTSTP);
     ::sigaddset(&wishes, SIGHUP);
     ::sigprocmask(SIG_BLOCK, &wishes, nullptr);
     m_signals = ::signalfd(-1, &wishes, SFD_CLOEXEC | SFD_NONBLOCK);
@@ -254,10 +270,23 @@ void Terminal::readKeys()
         if (result == ERR) {
             return;
         }
-        if (const std::optional<Key> key = keyOf(result == KEY_CODE_YES, code)) {
+        if (const std::optional<Key> key = keyFrom(result == KEY_CODE_YES, code)) {
             Q_EMIT keyPressed(*key);
         }
     }
+}
+
+std::optional<Key> Terminal::keyFrom(bool isFunction, wint_t code)
+{
+    if (isFunction && (code == kMouseNumbers || code == kMouseCharacters)) {
+        m_mouse.begin(code == kMouseNumbers ? MouseReport::Form::Numbers : MouseReport::Form::Characters);
+        return std::nullopt;
+    }
+    if (!isFunction && m_mouse.isOpen()) {
+        return m_mouse.take(static_cast<char32_t>(code));
+    }
+    m_mouse.abandon();
+    return keyOf(isFunction, code);
 }
 
 void Terminal::takeSignals()
@@ -268,6 +297,9 @@ void Terminal::takeSignals()
             Q_EMIT vanished();
             return;
         }
+        if (taken.ssi_signo == SIGTSTP) {
+            suspend();
+        }
     }
     winsize size{};
     if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0) {
@@ -275,6 +307,22 @@ void Terminal::takeSignals()
         ::clearok(::curscr, true);
         Q_EMIT resized();
     }
+}
+
+/// Ctrl-Z. The terminal is the shell's until the tool is continued.
+void Terminal::suspend()
+{
+    sigset_t stop;
+    ::sigemptyset(&stop);
+    ::sigaddset(&stop, SIGTSTP);
+    askForMouse(false);
+    ::endwin();
+    const auto before = std::signal(SIGTSTP, SIG_DFL); // not SIGSTOP: where no shell is, nothing must stop
+    ::raise(SIGTSTP);
+    ::sigprocmask(SIG_UNBLOCK, &stop, nullptr); // here it stands still
+    ::sigprocmask(SIG_BLOCK, &stop, nullptr);
+    std::signal(SIGTSTP, before);
+    askForMouse(true);
 }
 
 void Terminal::showRow(const Canvas &canvas, int row)

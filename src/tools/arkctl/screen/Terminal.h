@@ -1,7 +1,8 @@
 #pragma once
-#include "tools/arkctl/screen/PanelKeys.h"
+#include "tools/arkctl/screen/MouseReport.h"
 #include <QObject>
 
+#include <cwchar>
 #include <string>
 
 class Canvas;
@@ -10,8 +11,8 @@ struct screen; // of ncurses
 
 /// The terminal that the tool was started on: shows canvases, tells keys and mouse. A thin layer over ncurses, served
 /// by the event loop. Without colours where NO_COLOR is set or the terminal has none. Owns: the screen of ncurses, a
-/// signal descriptor for SIGWINCH and SIGHUP, the notifiers of both (Qt children). Thread: the main thread; one at a
-/// time. Ends: close() or its destructor gives the terminal back as it was.
+/// signal descriptor for SIGWINCH, SIGTSTP and SIGHUP, the notifiers of both (Qt children). Thread: the main thread;
+/// one at a time. Ends: close() or its destructor gives the terminal back as it was.
 class Terminal : public QObject
 {
     Q_OBJECT
@@ -37,10 +38,13 @@ Q_SIGNALS:
 private:
     void listen();
     void readKeys();
+    std::optional<Key> keyFrom(bool isFunction, wint_t code);
     void takeSignals();
+    void suspend();
     void showRow(const Canvas &canvas, int row);
 
     screen *m_screen = nullptr;
+    MouseReport m_mouse;
     int m_signals = -1;
     QSocketNotifier *m_keyNotifier = nullptr;    // Qt child
     QSocketNotifier *m_signalNotifier = nullptr; // Qt child
