@@ -30,6 +30,7 @@ endfunction()
 # add_qt_test(NAME libraries...): the test program NAME.cpp of the current folder, run by CTest.
 function(add_qt_test name)
     add_executable(${name} ${name}.cpp)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARGN} Qt5::Test project_options)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 120 ENVIRONMENT "LC_ALL=C.UTF-8")

@@ -3,6 +3,7 @@
 #include "net/IoLoop.h"
 #include "net/LinkCodes.h"
 #include "net/transfer/ToolTransfers.h"
+#include "support/Table.h"
 #include <QBuffer>
 #include <QTemporaryDir>
 #include <QThread>
@@ -181,12 +182,7 @@ void SerialPortWorkerTest::startWorker(const QString &deviceFile)
 
 void SerialPortWorkerTest::answers_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QString>("told");
-    const auto row = [](const char *text, const char *reply, const char *told) {
-        QTest::newRow(text) << QByteArray(text) << QByteArray(reply) << QString::fromLatin1(told);
-    };
+    const Table<QByteArray, QByteArray, QString> row("text", "reply", "told");
     row("querynetwork", "network:10.0.0.2\n255.0.0.0\n10.0.0.1\n10.0.0.3\n1", "");
     row("querynetwork and more", "network:10.0.0.2\n255.0.0.0\n10.0.0.1\n10.0.0.3\n1", "");
     row("setnetwork10.0.0.9\n255.255.0.0\n10.0.0.8\n10.0.0.7\n0", "setnetwork",
@@ -210,18 +206,18 @@ void SerialPortWorkerTest::answers()
 
 void SerialPortWorkerTest::ignores_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
+    const Table<QByteArray> row("bytes");
     QByteArray wrongChecksum = textFrame("querymac");
     wrongChecksum[wrongChecksum.size() - 2] = static_cast<char>(wrongChecksum.at(wrongChecksum.size() - 2) + 1);
-    QTest::newRow("wrong checksum") << wrongChecksum;
-    QTest::newRow("capital") << textFrame("Querynetwork");
-    QTest::newRow("four fields") << textFrame("setnetwork10.0.0.9\n255.255.0.0\n10.0.0.8\n10.0.0.7");
-    QTest::newRow("six fields") << textFrame("setnetwork\n\n\n\n\n0");
-    QTest::newRow("no number") << textFrame("setsysnum1x");
-    QTest::newRow("unknown") << textFrame("reboot");
-    QTest::newRow("other code") << frameBytes(LinkCode::kPush, "10001:1:0");
-    QTest::newRow("noise") << QByteArray(5000, 'V') + QByteArray("\0\xff\xac", 3);
-    QTest::newRow("nothing to cancel") << frameBytes(LinkCode::kCancelTransfer, QByteArray());
+    row("wrong checksum", wrongChecksum);
+    row("capital", textFrame("Querynetwork"));
+    row("four fields", textFrame("setnetwork10.0.0.9\n255.255.0.0\n10.0.0.8\n10.0.0.7"));
+    row("six fields", textFrame("setnetwork\n\n\n\n\n0"));
+    row("no number", textFrame("setsysnum1x"));
+    row("unknown", textFrame("reboot"));
+    row("other code", frameBytes(LinkCode::kPush, "10001:1:0"));
+    row("noise", QByteArray(5000, 'V') + QByteArray("\0\xff\xac", 3));
+    row("nothing to cancel", frameBytes(LinkCode::kCancelTransfer, QByteArray()));
 }
 
 void SerialPortWorkerTest::ignores()

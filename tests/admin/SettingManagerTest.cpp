@@ -1,6 +1,7 @@
 #include "admin/SettingManager.h"
 #include "base/Monitor.h"
 #include "base/SystemNumber.h"
+#include "support/Table.h"
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -72,26 +73,22 @@ private Q_SLOTS:
 
 void SettingManagerTest::defaultRoutes_data()
 {
-    QTest::addColumn<QByteArray>("table");
-    QTest::addColumn<QString>("interfaceName");
-    QTest::addColumn<QString>("route");
+    const Table<QByteArray, QString, QString> row("table", "interfaceName", "route");
     const QString eth0 = QStringLiteral("eth0");
     const QString none = QStringLiteral("none");
     const QByteArray ours = "eth0\t00000000\t0102A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n";
     const QByteArray network = "eth0\t0002A8C0\t00000000\t0001\t0\t0\t100\t00FFFFFF\t0\t0\t0\n";
     const QByteArray theirs = "wlan0\t00000000\tFE01A8C0\t0003\t0\t0\t600\t00000000\t0\t0\t0\n";
-    QTest::newRow("ours") << kHeading + network + theirs + ours << eth0 << QStringLiteral("eth0 192.168.2.1");
-    QTest::newRow("another interface's only") << kHeading + theirs + network << eth0 << none;
-    QTest::newRow("any interface") << kHeading + network + theirs << QString() << QStringLiteral("wlan0 192.168.1.254");
-    QTest::newRow("without a gateway") << kHeading + "eth0 00000000 00000000 0001\n" << eth0 << none;
-    QTest::newRow("the next has one") << kHeading + "eth0 00000000 00000000 0001\n" + ours << eth0
-                                      << QStringLiteral("eth0 192.168.2.1");
-    QTest::newRow("the heading is no route") << QByteArray("eth0 00000000 0102A8C0\n") << eth0 << none;
-    QTest::newRow("two fields") << kHeading + "eth0 00000000\n" << eth0 << none;
-    QTest::newRow("no numbers") << kHeading + "eth0 zero gate\n" << eth0 << none;
-    QTest::newRow("highest bytes") << kHeading + "eth0 00000000 FFFEFDFC" << eth0
-                                   << QStringLiteral("eth0 252.253.254.255");
-    QTest::newRow("empty") << QByteArray() << eth0 << none;
+    row("ours", kHeading + network + theirs + ours, eth0, "eth0 192.168.2.1");
+    row("another interface's only", kHeading + theirs + network, eth0, none);
+    row("any interface", kHeading + network + theirs, "", "wlan0 192.168.1.254");
+    row("without a gateway", kHeading + "eth0 00000000 00000000 0001\n", eth0, none);
+    row("the next has one", kHeading + "eth0 00000000 00000000 0001\n" + ours, eth0, "eth0 192.168.2.1");
+    row("the heading is no route", "eth0 00000000 0102A8C0\n", eth0, none);
+    row("two fields", kHeading + "eth0 00000000\n", eth0, none);
+    row("no numbers", kHeading + "eth0 zero gate\n", eth0, none);
+    row("highest bytes", kHeading + "eth0 00000000 FFFEFDFC", eth0, "eth0 252.253.254.255");
+    row("empty", "", eth0, none);
 }
 
 void SettingManagerTest::defaultRoutes()
@@ -105,13 +102,11 @@ void SettingManagerTest::defaultRoutes()
 
 void SettingManagerTest::nameServers_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QString>("server");
-    QTest::newRow("first of two") << QByteArray("# made\nsearch x\nnameserver 8.8.8.8\nnameserver 1.1.1.1\n")
-                                  << QStringLiteral("8.8.8.8");
-    QTest::newRow("tabs and blanks") << QByteArray(" nameserver\t  8.8.4.4  # x") << QStringLiteral("8.8.4.4");
-    QTest::newRow("commented out") << QByteArray("#nameserver 8.8.8.8\n; nameserver 1.1.1.1\n") << QStringLiteral("");
-    QTest::newRow("no address") << QByteArray("nameserver\nnameservers 1.1.1.1\n") << QStringLiteral("");
+    const Table<QByteArray, QString> row("text", "server");
+    row("first of two", "# made\nsearch x\nnameserver 8.8.8.8\nnameserver 1.1.1.1\n", "8.8.8.8");
+    row("tabs and blanks", " nameserver\t  8.8.4.4  # x", "8.8.4.4");
+    row("commented out", "#nameserver 8.8.8.8\n; nameserver 1.1.1.1\n", "");
+    row("no address", "nameserver\nnameservers 1.1.1.1\n", "");
 }
 
 void SettingManagerTest::nameServers()
@@ -122,20 +117,20 @@ void SettingManagerTest::nameServers()
 
 void SettingManagerTest::readsWhatIsStored_data()
 {
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QString>("firstLine"); // of the information string
-    QTest::addColumn<int>("systemNumber");
+    // firstLine: of the information string
+    const Table<QByteArray, QString, int> row("file", "firstLine", "systemNumber");
     const QString defaults = QStringLiteral("dhcp_192.168.1.2_255.255.255.0_192.168.1.1_192.168.1.1_1");
-    QTest::newRow("no file") << QByteArray() << defaults << 1;
-    QTest::newRow("system number 0") << QByteArray("[General]\nsystemNum=0\n") << defaults << 1;
-    QTest::newRow("system number below 0") << QByteArray("[General]\nsystemNum=-4\n") << defaults << 1;
-    QTest::newRow("system number no number") << QByteArray("[General]\nsystemNum=seven\n") << defaults << 1;
-    QTest::newRow("all") << QByteArray("[General]\ndhcp=false\nip=10.0.0.2\nmask=255.0.0.0\ngateway=10.0.0.1\n"
-                                       "dns=8.8.8.8\nsystemNum=7\n")
-                         << QStringLiteral("staticip_10.0.0.2_255.0.0.0_10.0.0.1_8.8.8.8_7") << 7;
-    QTest::newRow("half a file") << QByteArray("[General]\nsystemNum=9\ndhcp=tr\x00\xFF\n[Gen", 34)
-                                 << QStringLiteral("dhcp_192.168.1.2_255.255.255.0_192.168.1.1_192.168.1.1_9") << 9;
-    QTest::newRow("no text at all") << QByteArray("\x00\x01\x02\xFF\xFE=]][[\n\n\x00", 14) << defaults << 1;
+    row("no file", "", defaults, 1);
+    row("system number 0", "[General]\nsystemNum=0\n", defaults, 1);
+    row("system number below 0", "[General]\nsystemNum=-4\n", defaults, 1);
+    row("system number no number", "[General]\nsystemNum=seven\n", defaults, 1);
+    row("all",
+        "[General]\ndhcp=false\nip=10.0.0.2\nmask=255.0.0.0\ngateway=10.0.0.1\n"
+        "dns=8.8.8.8\nsystemNum=7\n",
+        "staticip_10.0.0.2_255.0.0.0_10.0.0.1_8.8.8.8_7", 7);
+    row("half a file", QByteArray("[General]\nsystemNum=9\ndhcp=tr\x00\xFF\n[Gen", 34),
+        "dhcp_192.168.1.2_255.255.255.0_192.168.1.1_192.168.1.1_9", 9);
+    row("no text at all", QByteArray("\x00\x01\x02\xFF\xFE=]][[\n\n\x00", 14), defaults, 1);
 }
 
 void SettingManagerTest::readsWhatIsStored()
@@ -168,21 +163,15 @@ void SettingManagerTest::informationString()
 
 void SettingManagerTest::showsWhatIsInForce_data()
 {
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QStringList>("interfaces");
-    QTest::addColumn<QByteArray>("routes");
-    QTest::addColumn<QString>("inForce"); // address and gateway
+    // inForce: address and gateway
+    const Table<QByteArray, QStringList, QByteArray, QString> row("file", "interfaces", "routes", "inForce");
     const QStringList eth0{ QStringLiteral("eth0"), QStringLiteral("wlan0") };
     const QStringList wlan{ QStringLiteral("wlan0") };
     const QByteArray wlanRoute = kHeading + "wlan0 00000000 0101000A 0003\n";
-    QTest::newRow("static: the stored ones")
-        << QByteArray("[General]\ndhcp=false\n") << eth0 << wlanRoute << QStringLiteral("192.168.1.2 192.168.1.1");
-    QTest::newRow("route of another interface")
-        << QByteArray() << eth0 << wlanRoute << QStringLiteral("10.0.1.7 192.168.1.1");
-    QTest::newRow("no eth0: that of the route")
-        << QByteArray() << wlan << wlanRoute << QStringLiteral("10.0.1.7 10.0.1.1");
-    QTest::newRow("no eth0, no route") << QByteArray() << wlan << QByteArray()
-                                       << QStringLiteral("192.168.1.2 192.168.1.1");
+    row("static: the stored ones", "[General]\ndhcp=false\n", eth0, wlanRoute, "192.168.1.2 192.168.1.1");
+    row("route of another interface", "", eth0, wlanRoute, "10.0.1.7 192.168.1.1");
+    row("no eth0: that of the route", "", wlan, wlanRoute, "10.0.1.7 10.0.1.1");
+    row("no eth0, no route", "", wlan, "", "192.168.1.2 192.168.1.1");
 }
 
 void SettingManagerTest::showsWhatIsInForce()
@@ -200,21 +189,17 @@ void SettingManagerTest::showsWhatIsInForce()
 
 void SettingManagerTest::macAddresses_data()
 {
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QString>("hardware");
-    QTest::addColumn<QString>("mac"); // a regular expression
+    // mac: a regular expression
+    const Table<QByteArray, QString, QString> row("file", "hardware", "mac");
     const QString hardware = QStringLiteral("aa:bb:cc:dd:ee:ff");
-    QTest::newRow("stored") << QByteArray("08:90:00:0a:0B:0c") << hardware << QStringLiteral("08:90:00:0a:0B:0c");
-    QTest::newRow("stored with a line end")
-        << QByteArray("08:90:00:0a:0B:0c\r\n") << hardware << QStringLiteral("08:90:00:0a:0B:0c");
-    QTest::newRow("all zeros") << QByteArray("00:00:00:00:00:00") << hardware << QStringLiteral("aa:bb:cc:dd:ee:ff");
-    QTest::newRow("none that is valid") << QByteArray("08-90-00-0a-0b-0c") << hardware
-                                        << QStringLiteral("aa:bb:cc:dd:ee:ff");
-    QTest::newRow("one pair too many") << QByteArray("08:90:00:0a:0b:0c:0d") << hardware
-                                       << QStringLiteral("aa:bb:cc:dd:ee:ff");
-    QTest::newRow("nothing anywhere") << QByteArray("x") << QString() << QStringLiteral("00:00:00:00:00:00");
-    QTest::newRow("empty file: made up") << QByteArray("\n") << hardware << QStringLiteral("08:90:00(:[0-9a-f]{2}){3}");
-    QTest::newRow("no file: made up") << QByteArray() << hardware << QStringLiteral("08:90:00(:[0-9a-f]{2}){3}");
+    row("stored", "08:90:00:0a:0B:0c", hardware, "08:90:00:0a:0B:0c");
+    row("stored with a line end", "08:90:00:0a:0B:0c\r\n", hardware, "08:90:00:0a:0B:0c");
+    row("all zeros", "00:00:00:00:00:00", hardware, "aa:bb:cc:dd:ee:ff");
+    row("none that is valid", "08-90-00-0a-0b-0c", hardware, "aa:bb:cc:dd:ee:ff");
+    row("one pair too many", "08:90:00:0a:0b:0c:0d", hardware, "aa:bb:cc:dd:ee:ff");
+    row("nothing anywhere", "x", "", "00:00:00:00:00:00");
+    row("empty file: made up", "\n", hardware, "08:90:00(:[0-9a-f]{2}){3}");
+    row("no file: made up", "", hardware, "08:90:00(:[0-9a-f]{2}){3}");
 }
 
 void SettingManagerTest::macAddresses()

@@ -2,6 +2,7 @@
 #include "TransferWire.h"
 #include "base/Monitor.h"
 #include "net/transfer/ToolTransfers.h"
+#include "support/Table.h"
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
@@ -265,12 +266,7 @@ void TransferSessionTest::refusedUploads()
 
 void TransferSessionTest::namesChooseThePlace_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<int>("parameter");
-    QTest::addColumn<QString>("place");
-    const auto row = [](const char *name, int parameter, const char *place) {
-        QTest::newRow(name) << QByteArray(name) << parameter << QString::fromLatin1(place);
-    };
+    const Table<QByteArray, int, QString> row("name", "parameter", "place");
     row("a.POBJ", 7, "room.pobj");
     row("../../etc/cron.d/a.src", 0, "source.src");
     row("C:\\rooms\\a.b.dtp", 0, "ui.dtp");
@@ -392,10 +388,9 @@ void TransferSessionTest::downloadRepeatsABlock()
 
 void TransferSessionTest::downloadGivesUp_data()
 {
-    QTest::addColumn<bool>("answers");
-    QTest::addColumn<int>("blocks");
-    QTest::newRow("the tool is silent") << false << 3; // once, and twice more
-    QTest::newRow("never the right digest") << true << 31;
+    const Table<bool, int> row("answers", "blocks");
+    row("the tool is silent", false, 3); // once, and twice more
+    row("never the right digest", true, 31);
 }
 
 void TransferSessionTest::downloadGivesUp()

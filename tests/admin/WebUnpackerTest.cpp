@@ -1,6 +1,7 @@
 #include "admin/WebUnpacker.h"
 #include "admin/ZipArchive.h"
 #include "base/Monitor.h"
+#include "support/Table.h"
 #include <QDir>
 #include <QDirIterator>
 #include <QLoggingCategory>
@@ -197,14 +198,10 @@ void WebUnpackerTest::linkedFolderStaysALink()
 
 void WebUnpackerTest::refusedArchivesChangeNothing_data()
 {
-    QTest::addColumn<QByteArray>("archive");
-    QTest::addColumn<QString>("problem");
-    const auto row = [](const char *name, const QByteArray &archive, const char *problem) {
-        QTest::newRow(name) << archive << QString::fromUtf8(problem);
-    };
-    const auto out = [](const char *name) {
+    const Table<QByteArray, QString> row("archive", "problem");
+    const auto out = [&row](const char *name) {
         const QByteArray problem = QByteArray(name) + " leads out of the web folder";
-        QTest::newRow(name) << archiveOf({ { "index.html", "new" }, { name, "x" } }) << QString::fromUtf8(problem);
+        row(name, archiveOf({ { "index.html", "new" }, { name, "x" } }), QString::fromUtf8(problem));
     };
     out("../x");
     out("/etc/x");

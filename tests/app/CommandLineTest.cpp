@@ -1,6 +1,7 @@
 #include "app/LogOutput.h"
 #include "app/Options.h"
 #include "app/TerminalMonitor.h"
+#include "support/Table.h"
 
 #include <QtTest>
 
@@ -20,22 +21,16 @@ private Q_SLOTS:
 
 void CommandLineTest::options_data()
 {
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("meaning"); // file, directory, language, address, monitor, changes
-    QTest::newRow("nothing") << ""
-                             << ";;;0.0.0.0;0;1";
-    QTest::newRow("one file") << "a.pobj"
-                              << "a.pobj;;;0.0.0.0;0;1";
-    QTest::newRow("two files: neither") << "a.pobj b.pobj"
-                                        << ";;;0.0.0.0;0;1";
-    QTest::newRow("everything") << "--monitor --data-dir d --bind 127.0.0.7 --language zh_CN --no-system-changes f"
-                                << "f;d;zh_CN;127.0.0.7;1;0";
-    QTest::newRow("a file with a dash") << "-- -f"
-                                        << "-f;;;0.0.0.0;0;1";
-    QTest::newRow("the last of two counts") << "--bind 127.0.0.7 --monitor --monitor --bind=127.0.0.8"
-                                            << ";;;127.0.0.8;1;1";
-    QTest::newRow("a language with a country") << "--language en_US"
-                                               << ";;en_US;0.0.0.0;0;1";
+    // meaning: file, directory, language, address, monitor, changes
+    const Table<QString, QString> row("line", "meaning");
+    row("nothing", "", ";;;0.0.0.0;0;1");
+    row("one file", "a.pobj", "a.pobj;;;0.0.0.0;0;1");
+    row("two files: neither", "a.pobj b.pobj", ";;;0.0.0.0;0;1");
+    row("everything", "--monitor --data-dir d --bind 127.0.0.7 --language zh_CN --no-system-changes f",
+        "f;d;zh_CN;127.0.0.7;1;0");
+    row("a file with a dash", "-- -f", "-f;;;0.0.0.0;0;1");
+    row("the last of two counts", "--bind 127.0.0.7 --monitor --monitor --bind=127.0.0.8", ";;;127.0.0.8;1;1");
+    row("a language with a country", "--language en_US", ";;en_US;0.0.0.0;0;1");
 }
 
 void CommandLineTest::options()
@@ -60,22 +55,21 @@ void CommandLineTest::options()
 
 void CommandLineTest::refusals_data()
 {
-    QTest::addColumn<QByteArrayList>("arguments");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("word"); // of what is said
-    QTest::newRow("unknown option") << QByteArrayList{ "--nope" } << 2 << "nope";
-    QTest::newRow("value missing") << QByteArrayList{ "--bind" } << 2 << "bind";
-    QTest::newRow("no address") << QByteArrayList{ "--bind", "localhost" } << 2 << "localhost";
-    QTest::newRow("no port") << QByteArrayList{ "--http-port", "http" } << 2 << "http";
-    QTest::newRow("a port too high") << QByteArrayList{ "--http-port", "65536" } << 2 << "65536";
-    QTest::newRow("no language") << QByteArrayList{ "--language", "klingon" } << 2 << "klingon";
-    QTest::newRow("almost a language") << QByteArrayList{ "--language", "zhx" } << 2 << "zhx";
-    QTest::newRow("empty directory") << QByteArrayList{ "--data-dir", "" } << 2 << "data-dir";
-    QTest::newRow("too much history") << QByteArrayList{ "--monitor-history", "10001" } << 2 << "10001";
-    QTest::newRow("less than no history") << QByteArrayList{ "--monitor-history", "-1" } << 2 << "-1";
-    QTest::newRow("half a line") << QByteArrayList{ "--monitor-history=0.5" } << 2 << "0.5";
-    QTest::newRow("help") << QByteArrayList{ "--help" } << 0 << "Central controller program.";
-    QTest::newRow("version") << QByteArrayList{ "-v" } << 0 << QCoreApplication::applicationVersion();
+    // word: of what is said
+    const Table<QByteArrayList, int, QString> row("arguments", "status", "word");
+    row("unknown option", { "--nope" }, 2, "nope");
+    row("value missing", { "--bind" }, 2, "bind");
+    row("no address", { "--bind", "localhost" }, 2, "localhost");
+    row("no port", { "--http-port", "http" }, 2, "http");
+    row("a port too high", { "--http-port", "65536" }, 2, "65536");
+    row("no language", { "--language", "klingon" }, 2, "klingon");
+    row("almost a language", { "--language", "zhx" }, 2, "zhx");
+    row("empty directory", { "--data-dir", "" }, 2, "data-dir");
+    row("too much history", { "--monitor-history", "10001" }, 2, "10001");
+    row("less than no history", { "--monitor-history", "-1" }, 2, "-1");
+    row("half a line", { "--monitor-history=0.5" }, 2, "0.5");
+    row("help", { "--help" }, 0, "Central controller program.");
+    row("version", { "-v" }, 0, QCoreApplication::applicationVersion());
 }
 
 void CommandLineTest::refusals()
@@ -96,16 +90,15 @@ void CommandLineTest::refusals()
 
 void CommandLineTest::logLines_data()
 {
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QByteArray>("line");
-    QTest::newRow("plain") << "text" << QByteArray("text");
-    QTest::newRow("line ends") << "text\r\n\r\n" << QByteArray("text");
-    QTest::newRow("inner line end stays") << "a\nb\n" << QByteArray("a\nb");
-    QTest::newRow("only line ends") << "\n\r\n" << QByteArray();
-    QTest::newRow("empty") << "" << QByteArray();
-    QTest::newRow("Http") << "HTTPlistener up" << QByteArray();
-    QTest::newRow("Http later") << "an Http message" << QByteArray("an Http message");
-    QTest::newRow("blanks stay") << " x " << QByteArray(" x ");
+    const Table<QString, QByteArray> row("message", "line");
+    row("plain", "text", "text");
+    row("line ends", "text\r\n\r\n", "text");
+    row("inner line end stays", "a\nb\n", "a\nb");
+    row("only line ends", "\n\r\n", "");
+    row("empty", "", "");
+    row("Http", "HTTPlistener up", "");
+    row("Http later", "an Http message", "an Http message");
+    row("blanks stay", " x ", " x ");
 }
 
 void CommandLineTest::logLines()

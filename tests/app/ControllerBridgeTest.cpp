@@ -14,6 +14,7 @@
 #include "net/LinkCodes.h"
 #include "net/NetworkManager.h"
 #include "net/controllers/ControllerLinks.h"
+#include "support/Table.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -287,27 +288,16 @@ void ControllerBridgeTest::listensToItselfWithoutAnEcho()
 
 void ControllerBridgeTest::eventsOfTargets_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QStringList>("lines");
+    const Table<QByteArray, QStringList> row("body", "lines");
     const QString port4 = QStringLiteral("6 send port command: port number is 4 and sended data is ");
-    QTest::newRow("online") << QByteArray("sys:9")
-                            << QStringList{ QStringLiteral("3 Online Event: 5001:1:9"),
-                                            QStringLiteral("3 Online Event: 5001:2:9"),
-                                            port4 + QStringLiteral("far online"),
-                                            QStringLiteral("3 Online Event: 5001:3:9"),
-                                            QStringLiteral("3 Online Event: 5001:4:9") };
-    QTest::newRow("own number") << QByteArray("sys:7") << QStringList();
-    QTest::newRow("text") << QByteArray("string:9:2:on")
-                          << QStringList{ QStringLiteral("13 [5001:2:9]got port data: on"),
-                                          port4 + QStringLiteral("far on") };
-    QTest::newRow("bytes") << QByteArray("string:9:3:a\r")
-                           << QStringList{ QStringLiteral("13 [5001:3:9]got port data: 61 0D") };
-    QTest::newRow("push") << QByteArray("io:9:0:3")
-                          << QStringList{ QStringLiteral("0 got push event: [5001:18:9, 3]"),
-                                          port4 + QStringLiteral("push") };
-    QTest::newRow("release") << QByteArray("io:9:1:3")
-                             << QStringList{ QStringLiteral("0 got release event: [5001:18:9, 3]"),
-                                             port4 + QStringLiteral("release") };
+    row("online", "sys:9",
+        { "3 Online Event: 5001:1:9", "3 Online Event: 5001:2:9", port4 + QStringLiteral("far online"),
+          "3 Online Event: 5001:3:9", "3 Online Event: 5001:4:9" });
+    row("own number", "sys:7", {});
+    row("text", "string:9:2:on", { "13 [5001:2:9]got port data: on", port4 + QStringLiteral("far on") });
+    row("bytes", "string:9:3:a\r", { "13 [5001:3:9]got port data: 61 0D" });
+    row("push", "io:9:0:3", { "0 got push event: [5001:18:9, 3]", port4 + QStringLiteral("push") });
+    row("release", "io:9:1:3", { "0 got release event: [5001:18:9, 3]", port4 + QStringLiteral("release") });
 }
 
 void ControllerBridgeTest::eventsOfTargets()

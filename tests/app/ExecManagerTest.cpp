@@ -5,6 +5,7 @@
 #include "devices/DeviceManager.h"
 #include "events/Events.h"
 #include "library/ControlProgram.h"
+#include "support/Table.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -101,12 +102,12 @@ void ExecManagerTest::withoutAFile()
 
 void ExecManagerTest::damagedFiles_data()
 {
-    QTest::addColumn<int>("flippedByte"); // from the end when negative
-    QTest::addColumn<int>("cut");         // bytes
-    QTest::newRow("magic") << 0 << 0;
-    QTest::newRow("version") << 7 << 0;
-    QTest::newRow("end mark") << -1 << 0;
-    QTest::newRow("cut") << 100000 << 1;
+    // flippedByte: from the end when negative; cut: bytes
+    const Table<int, int> row("flippedByte", "cut");
+    row("magic", 0, 0);
+    row("version", 7, 0);
+    row("end mark", -1, 0);
+    row("cut", 100000, 1);
 }
 
 void ExecManagerTest::damagedFiles()

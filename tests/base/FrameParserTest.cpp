@@ -1,4 +1,5 @@
 #include "base/Frame.h"
+#include "support/Table.h"
 #include <QtTest>
 
 namespace {
@@ -31,31 +32,24 @@ private Q_SLOTS:
 
 void FrameParserTest::cutsStream_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<QStringList>("frames");
+    const Table<QByteArray, QStringList> row("stream", "frames");
     const QString beat = QStringLiteral("15");
     const QString push = QStringLiteral("2a 0000000731303030313a353a30");
-    QTest::newRow("one") << kBeat << QStringList{ beat };
-    QTest::newRow("with a body, then another") << kPush + kBeat << QStringList{ push, beat };
-    QTest::newRow("noise before the magic") << "xV?" + kBeat << QStringList{ beat };
-    QTest::newRow("second V starts a frame") << "V" + kBeat << QStringList{ beat };
-    QTest::newRow("stray magic before a frame") << "VQ" + kBeat << QStringList{ beat };
-    QTest::newRow("stray magic and a V") << "VQV" + kBeat << QStringList{ beat };
-    QTest::newRow("length 0, the next survives") << QByteArray::fromHex("5651 00000000") + kBeat << QStringList{ beat };
-    QTest::newRow("giant length, the next survives")
-        << QByteArray::fromHex("5651 ffffffff") + kBeat << QStringList{ beat };
-    QTest::newRow("one byte more than allowed") << QByteArray::fromHex("5651 00100001") + kBeat << QStringList{ beat };
-    QTest::newRow("wrong end mark, the next survives")
-        << QByteArray::fromHex("5651 00000001 15 15 00") + kBeat << QStringList{ beat };
-    QTest::newRow("end mark missing, the next survives")
-        << QByteArray::fromHex("5651 00000001 15 15") + kBeat << QStringList{ beat };
-    QTest::newRow("wrong checksum is marked")
-        << QByteArray::fromHex("5651 00000002 15 01 15 ac") + kBeat << QStringList{ QStringLiteral("15 01!"), beat };
-    QTest::newRow("checksum wraps") << QByteArray::fromHex("5651 00000003 ff ff 03 01 ac")
-                                    << QStringList{ QStringLiteral("ff ff03") };
-    QTest::newRow("magic inside a body") << QByteArray::fromHex("5651 00000004 1e 565156 1b ac")
-                                         << QStringList{ QStringLiteral("1e 565156") };
-    QTest::newRow("cut off") << kPush.chopped(1) << QStringList();
+    row("one", kBeat, { beat });
+    row("with a body, then another", kPush + kBeat, { push, beat });
+    row("noise before the magic", "xV?" + kBeat, { beat });
+    row("second V starts a frame", "V" + kBeat, { beat });
+    row("stray magic before a frame", "VQ" + kBeat, { beat });
+    row("stray magic and a V", "VQV" + kBeat, { beat });
+    row("length 0, the next survives", QByteArray::fromHex("5651 00000000") + kBeat, { beat });
+    row("giant length, the next survives", QByteArray::fromHex("5651 ffffffff") + kBeat, { beat });
+    row("one byte more than allowed", QByteArray::fromHex("5651 00100001") + kBeat, { beat });
+    row("wrong end mark, the next survives", QByteArray::fromHex("5651 00000001 15 15 00") + kBeat, { beat });
+    row("end mark missing, the next survives", QByteArray::fromHex("5651 00000001 15 15") + kBeat, { beat });
+    row("wrong checksum is marked", QByteArray::fromHex("5651 00000002 15 01 15 ac") + kBeat, { "15 01!", beat });
+    row("checksum wraps", QByteArray::fromHex("5651 00000003 ff ff 03 01 ac"), { "ff ff03" });
+    row("magic inside a body", QByteArray::fromHex("5651 00000004 1e 565156 1b ac"), { "1e 565156" });
+    row("cut off", kPush.chopped(1), {});
 }
 
 void FrameParserTest::cutsStream()

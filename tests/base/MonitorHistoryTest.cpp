@@ -1,5 +1,6 @@
 #include "base/MonitorHistory.h"
 #include "base/Monitor.h"
+#include "support/Table.h"
 
 #include <QtTest>
 
@@ -27,15 +28,12 @@ constexpr qint64 kEver = 1'000'000;
 
 void MonitorHistoryTest::keepsTheNewest_data()
 {
-    QTest::addColumn<int>("most");
-    QTest::addColumn<int>("told");
-    QTest::addColumn<int>("textSize");
-    QTest::addColumn<int>("kept");
-    QTest::newRow("room for all") << 5 << 5 << 1 << 5;
-    QTest::newRow("one more") << 5 << 6 << 1 << 5;
-    QTest::newRow("more than there may be") << 100'000 << 10'005 << 1 << 10'000;
-    QTest::newRow("too much text") << 1000 << 100 << 4000 << 65;
-    QTest::newRow("a huge line is cut") << 1000 << 66 << 1'000'000 << 65;
+    const Table<int, int, int, int> row("most", "told", "textSize", "kept");
+    row("room for all", 5, 5, 1, 5);
+    row("one more", 5, 6, 1, 5);
+    row("more than there may be", 100'000, 10'005, 1, 10'000);
+    row("too much text", 1000, 100, 4000, 65);
+    row("a huge line is cut", 1000, 66, 1'000'000, 65);
 }
 
 void MonitorHistoryTest::keepsTheNewest()
@@ -56,14 +54,13 @@ void MonitorHistoryTest::keepsTheNewest()
 
 void MonitorHistoryTest::beginsAtATime_data()
 {
-    QTest::addColumn<QVector<int>>("times");
-    QTest::addColumn<int>("age"); // at 100
-    QTest::addColumn<QVector<int>>("shown");
-    QTest::newRow("between") << QVector<int>{ 10, 20, 30 } << 75 << QVector<int>{ 30 };
-    QTest::newRow("exactly") << QVector<int>{ 10, 20, 30 } << 80 << QVector<int>{ 20, 30 };
-    QTest::newRow("nothing so young") << QVector<int>{ 10, 20 } << 5 << QVector<int>{};
-    QTest::newRow("clock put back") << QVector<int>{ 10, 90, 30 } << 20 << QVector<int>{ 90, 30 };
-    QTest::newRow("nothing at all") << QVector<int>{} << 100 << QVector<int>{};
+    // age: at 100
+    const Table<QVector<int>, int, QVector<int>> row("times", "age", "shown");
+    row("between", { 10, 20, 30 }, 75, { 30 });
+    row("exactly", { 10, 20, 30 }, 80, { 20, 30 });
+    row("nothing so young", { 10, 20 }, 5, {});
+    row("clock put back", { 10, 90, 30 }, 20, { 90, 30 });
+    row("nothing at all", {}, 100, {});
 }
 
 void MonitorHistoryTest::beginsAtATime()

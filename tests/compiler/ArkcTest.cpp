@@ -1,3 +1,4 @@
+#include "support/Table.h"
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -129,16 +130,13 @@ void ArkcTest::speaksJson()
 
 void ArkcTest::refusesWrongUse_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("nothing") << QStringList();
-    QTest::newRow("unknown command") << QStringList{ QStringLiteral("make"), QStringLiteral("room.src") };
-    QTest::newRow("no source") << QStringList{ QStringLiteral("build") };
-    QTest::newRow("unknown format") << QStringList{ QStringLiteral("check"), QStringLiteral("room.src"),
-                                                    QStringLiteral("--format"), QStringLiteral("xml") };
-    QTest::newRow("output over the source") << QStringList{ QStringLiteral("build"), QStringLiteral("room.src"),
-                                                            QStringLiteral("-o"), QStringLiteral("./room.src") };
-    QTest::newRow("no such folder") << QStringList{ QStringLiteral("build"), QStringLiteral("room.src"),
-                                                    QStringLiteral("-o"), QStringLiteral("none/room.pobj") };
+    const Table<QStringList> row("arguments");
+    row("nothing", {});
+    row("unknown command", { "make", "room.src" });
+    row("no source", { "build" });
+    row("unknown format", { "check", "room.src", "--format", "xml" });
+    row("output over the source", { "build", "room.src", "-o", "./room.src" });
+    row("no such folder", { "build", "room.src", "-o", "none/room.pobj" });
 }
 
 void ArkcTest::refusesWrongUse()
@@ -153,12 +151,7 @@ void ArkcTest::refusesWrongUse()
 
 void ArkcTest::saysWhatToTry_data()
 {
-    QTest::addColumn<QString>("arguments");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("line");
-    const auto row = [](const char *arguments, int status, const char *line) {
-        QTest::newRow(arguments) << QString::fromLatin1(arguments) << status << QByteArray(line);
-    };
+    const Table<QString, int, QByteArray> row("arguments", "status", "line");
     row("check none.src", 1, "none.src: error: cannot be read: No such file or directory; check its name");
     row("check folder", 1, "folder: error: cannot be read: it is a folder; name a file in it");
     row("check good.pobj", 1, "good.pobj: error: this is an object file, no source; 'arkc dump' writes it as source");

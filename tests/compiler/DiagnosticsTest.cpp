@@ -1,4 +1,5 @@
 #include "compiler/Compiler.h"
+#include "support/Table.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -217,8 +218,7 @@ void DiagnosticsTest::tellsWhatIsWrong()
 
 void DiagnosticsTest::acceptsWhatIsRight_data()
 {
-    QTest::addColumn<QString>("source");
-    const auto row = [](const char *name, const char *source) { QTest::newRow(name) << QString::fromUtf8(source); };
+    const Table<QString> row("source");
     row("empty", "");
     row("only a comment, no line end", "// nothing");
     row("line ends of all kinds, a byte order mark's place", "integer a\r\nstart { a = 1\ra = 2 }\r\n");
@@ -284,22 +284,19 @@ void DiagnosticsTest::showsThePlace()
 
 void DiagnosticsTest::limitsNesting_data()
 {
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<QString>("message");
+    const Table<QString, QString> row("source", "message");
     const auto repeated = [](const char *text, int times) { return QString::fromLatin1(text).repeated(times); };
     const QString start = QStringLiteral("integer a\nstart {\n%1\n}");
     const QString levels = QStringLiteral("nested too deeply");
-    QTest::newRow("parentheses") << start.arg(QStringLiteral("a = ") + repeated("(", 100000)) << levels;
-    QTest::newRow("signs") << start.arg(QStringLiteral("a = ") + repeated("- ", 100000)) << levels;
-    QTest::newRow("brackets") << start.arg(QStringLiteral("a = ") + repeated("a[", 100000)) << levels;
-    QTest::newRow("lists") << start.arg(QStringLiteral("a = ") + repeated("{", 100000)) << QStringLiteral("not closed");
-    QTest::newRow("initial lists") << QStringLiteral("integer a = ") + repeated("{", 50000) + repeated("}", 50000)
-                                   << levels;
-    QTest::newRow("blocks") << start.arg(repeated("{", 50000) + repeated("}", 50000)) << levels;
-    QTest::newRow("ifs") << start.arg(repeated("if (a) ", 50000) + QStringLiteral("a = 1")) << levels;
-    QTest::newRow("a long sum") << start.arg(QStringLiteral("a = 1") + repeated(" + 1", 5000))
-                                << QStringLiteral("too long here");
-    QTest::newRow("else-ifs") << start.arg(QStringLiteral("if (a) { }") + repeated(" else if (a) { }", 5000)) << levels;
+    row("parentheses", start.arg(QStringLiteral("a = ") + repeated("(", 100000)), levels);
+    row("signs", start.arg(QStringLiteral("a = ") + repeated("- ", 100000)), levels);
+    row("brackets", start.arg(QStringLiteral("a = ") + repeated("a[", 100000)), levels);
+    row("lists", start.arg(QStringLiteral("a = ") + repeated("{", 100000)), "not closed");
+    row("initial lists", QStringLiteral("integer a = ") + repeated("{", 50000) + repeated("}", 50000), levels);
+    row("blocks", start.arg(repeated("{", 50000) + repeated("}", 50000)), levels);
+    row("ifs", start.arg(repeated("if (a) ", 50000) + QStringLiteral("a = 1")), levels);
+    row("a long sum", start.arg(QStringLiteral("a = 1") + repeated(" + 1", 5000)), "too long here");
+    row("else-ifs", start.arg(QStringLiteral("if (a) { }") + repeated(" else if (a) { }", 5000)), levels);
 }
 
 void DiagnosticsTest::limitsNesting()

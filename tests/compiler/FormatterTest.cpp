@@ -1,6 +1,7 @@
 #include "compiler/format/Formatter.h"
 #include "compiler/Compiler.h"
 #include "support/SourceContent.h"
+#include "support/Table.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -62,11 +63,7 @@ QStringList piecesOf(const QString &path)
 
 void FormatterTest::laysOut_data()
 {
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<QString>("expected");
-    const auto row = [](const char *name, const char *source, const char *expected) {
-        QTest::newRow(name) << QString::fromUtf8(source) << QString::fromUtf8(expected);
-    };
+    const Table<QString, QString> row("source", "expected");
     row("nothing", " \n\n\t\n", "");
     row("only a comment, no line end", "   // end", "// end\n");
     row("spaces, keywords, names",
@@ -187,13 +184,13 @@ void FormatterTest::refuses()
 
 void FormatterTest::keepsPrograms_data()
 {
-    QTest::addColumn<QString>("path");
+    const Table<QString> row("path");
     QStringList files = filesBelow(QStringLiteral("examples"), QStringLiteral("*.src"));
     files += filesBelow(QStringLiteral("bench"), QStringLiteral("*.src"));
     files += filesBelow(QStringLiteral("tests/interp/programs"), QStringLiteral("*.src"));
     files += filesBelow(QStringLiteral("docs"), QStringLiteral("*.md"));
     for (const QString &file : files) {
-        QTest::newRow(qPrintable(QDir(QStringLiteral(ROOT)).relativeFilePath(file))) << file;
+        row(qPrintable(QDir(QStringLiteral(ROOT)).relativeFilePath(file)), file);
     }
 }
 

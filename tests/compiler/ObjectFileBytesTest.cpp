@@ -1,4 +1,5 @@
 #include "compiler/Compiler.h"
+#include "support/Table.h"
 
 #include <QtTest>
 
@@ -58,107 +59,89 @@ void ObjectFileBytesTest::writesWholeFile()
 
 void ObjectFileBytesTest::writesRecords_data()
 {
-    QTest::addColumn<QByteArray>("source");
-    QTest::addColumn<QByteArray>("record");
+    const Table<QByteArray, QByteArray> row("source", "record");
 
-    QTest::newRow("nothing but a start block")
-        << QByteArray("start { }") << bytes("00000000 00000000 00000000 01 00000000 00");
-    QTest::newRow("= inside an expression is code 6")
-        << QByteArray("integer x start { if (x = 1) { } }")
-        << bytes("01 00000069 01 0000019b 00000006 01 00000193 00000002 0058 01 00000190 3ff0000000000000"
-                 "01 00000066 01 00000071 00000000 00");
-    QTest::newRow("a shift has its count first")
-        << QByteArray("integer x start { x = 1 << 2 }")
-        << bytes("01 00000191 00000000 01 00000190 4000000000000000 01 00000190 3ff0000000000000");
-    QTest::newRow("* binds tighter than +")
-        << QByteArray("integer x start { x = 1 + 2 * 4 }")
-        << bytes("01 00000197 0000002b 01 00000190 3ff0000000000000"
-                 "01 00000197 0000002a 01 00000190 4000000000000000 01 00000190 4010000000000000");
-    QTest::newRow("- to the left")
-        << QByteArray("integer x start { x = 4 - 2 - 1 }")
-        << bytes("01 00000197 0000002d 01 00000197 0000002d 01 00000190 4010000000000000 01 00000190 4000000000000000"
-                 "01 00000190 3ff0000000000000");
-    QTest::newRow("a for has its body first")
-        << QByteArray("integer i start { for (i = 1; i < 2; i++) { } }")
-        << bytes("01 00000070 01 00000066 01 00000071 00000000"
-                 "01 00000071 00000001 01 00000065 01 00000193 00000002 0049 01 00000190 3ff0000000000000"
-                 "01 0000019b 00000003 01 00000193 00000002 0049 01 00000190 4000000000000000"
-                 "01 00000071 00000001 01 00000072 01 00000193 00000002 0049");
-    QTest::newRow("x += 1") << QByteArray("integer x start { x += 1 }")
-                            << bytes("01 00000065 01 00000193 00000002 0058"
-                                     "01 00000197 0000002b 01 00000193 00000002 0058 01 00000190 3ff0000000000000");
-    QTest::newRow("a postfix step in an expression")
-        << QByteArray("integer x start { x = x++ }") << bytes("01 0000019a 00 01 00000193 00000002 0058");
-    QTest::newRow("switch: cases, then the value")
-        << QByteArray("integer x start { switch (x) { case 'A': { } default: { } } }")
-        << bytes("01 00000079 01 00000002"
-                 "00000000 00000002 0041 0000000000000000 01 00000071 00000000"
-                 "00000002 ffffffff 0000000000000000 01 00000071 00000000"
-                 "01 00000193 00000002 0058");
-    QTest::newRow("select")
-        << QByteArray("integer x start { select { active (x): { } } }")
-        << bytes("01 00000077 01 00000001 01 00000193 00000002 0058 01 00000066 01 00000071 00000000");
-    QTest::newRow("a wait: name, captured names, body, time")
-        << QByteArray("integer x start { wait 5 'w' capture (x) { } }")
-        << bytes("01 00000068 00000002 0077 00000001 00000002 0058 01 00000066 01 00000071 00000000"
-                 "01 00000190 4014000000000000");
-    QTest::newRow("block variables: codes as written, declarators; the mainline keeps them in a block")
-        << QByteArray("mainline { stack_var integer a, b[3]; a = b[1] }")
-        << bytes("01 00000001 01 00000066 01 00000071 00000002"
-                 "01 00000067 00000002"
-                 "00000002 00000067 0000000a 01 00000193 00000002 0041"
-                 "00000002 00000067 0000000a 01 00000194 01 00000193 00000002 0042 01 00000190 4008000000000000");
-    QTest::newRow("pulse of an inline address")
-        << QByteArray("start { pulse [5001:9:0, 3] }")
-        << bytes("01 0000006e 00000003 01 0000019d 00000002"
-                 "00000002 01 00000003 00000012 ffffffff 00 00000064 00000068 00 00001389 00000009 00000000"
-                 "00000001 01 00000190 4008000000000000");
-    QTest::newRow("send_string to computed parts: text, then text list")
-        << QByteArray("integer x start { send_string (x):(1):(0), \"'A', 13\" }")
-        << bytes("01 00000064 01 000001a1 00000005 00000003 01 00000193 00000002 0058 01 00000190 3ff0000000000000"
-                 "01 00000190 0000000000000000"
-                 "01 00000198 00000001 00000002 01 00000198 00000002 00000002 0041 01 00000190 402a000000000000");
-    QTest::newRow("a list of constants: a hidden array of doubles")
-        << QByteArray("start { on [5001:9:0, {1, 300}] }")
-        << bytes("01 00000002 00000010 00000006 007b0031007d 01 00000064 00000068 01 00000002 00000002"
-                 "01 00000001 00000010 ffffffff 00 00000064 00000068 01 3ff0000000000000"
-                 "01 00000001 00000010 ffffffff 00 00000064 00000068 01 4072c00000000000");
-    QTest::newRow("an initial text sets the length, [n] the maximum")
-        << QByteArray("char s[4] = 'A' start { s = '' }")
-        << bytes("01 00000002 0000000e 00000002 0053 00 00000064 00000068 01 00000004 00000001"
-                 "01 00000001 0000000e ffffffff 00 00000064 00000068 01 4050400000000000");
-    QTest::newRow("a matrix keeps a template row")
-        << QByteArray("double m[4][8] start { m[1][1] = 1 }")
-        << bytes("01 00000002 00000010 00000002 004d 00 00000064 00000068 00 00000004 00000001"
-                 "01 00000002 00000010 ffffffff 00 00000064 00000068 00 00000008 00000000");
-    QTest::newRow("a devchan is a structure with its members by name")
-        << QByteArray("devchan d = {10001:1:0, 5} start { on [d] }")
-        << bytes("01 00000064 000000c8 00000002 0044 00 00000064 00000068 01 00000002"
-                 "0000000e 004300480041004e004e0045004c 01 00000001 0000000a ffffffff 00 00000064 00000068 01 "
-                 "4014000000000000"
-                 "0000000c 004400450056004900430045 01 00000003 00000012 ffffffff 00 00000064 00000068 01"
-                 "00002711 00000001 00000000");
-    QTest::newRow("structure types count from 202")
-        << QByteArray("struct S { integer a[2] } S s start { s.a[1] = 1 }")
-        << bytes("00000001 000000ca 00000002 0053 00000001 00000002 0041 0000000a 00000001 00000002");
-    QTest::newRow("a function: name as written, parameters, body, result")
-        << QByteArray("function integer Add(integer a, char t[]) { return a + t[1] } start { Add(1, 'x') }")
-        << bytes("00000001 00000006 004100640064 00000000"
-                 "01 00000002 0000000a 01 00000193 00000002 0041 0000000e 01 00000194 01 00000193 00000002 0054 00"
-                 "01 01 00000071 00000001 01 00000074");
-    QTest::newRow("hold with repeat") << QByteArray("device d = 1:1:0 button_event [d, 1] { hold [5, repeat]: { } }")
-                                      << bytes("00000001 01 00000021 01 00000066 01 00000071 00000000 01 00000005");
-    QTest::newRow("data handlers name their devices")
-        << QByteArray("device d = 1:1:0 data_event [d], [5001:1:0] { online: { } }")
-        << bytes("00000032 00000002 01 00000001 00000002 0044"
-                 "01 0000000a 00000012 ffffffff 00 00000064 00000068 00 00001389 00000001 00000000");
-    QTest::newRow("exclusive list, ascending")
-        << QByteArray("device d = 1:1:0 exclusive [d, {5, 3}]")
-        << bytes("00000001 00000033 01 00000001 00000002 0044 00000002 00000003 00000005");
-    QTest::newRow("combination with the virtual device first, level, end")
-        << QByteArray("device d = 1:1:0\ninteger x\ncombine (d, 33000:1:0)\nlevel [d, 2] x")
-        << bytes("00000001 00000002 000080e8 00000001 00000000 00000001 00000001 00000000"
-                 "00000001 00000001 00000001 00000000 00000002 00000002 0058 0000aa55");
+    row("nothing but a start block", "start { }", bytes("00000000 00000000 00000000 01 00000000 00"));
+    row("= inside an expression is code 6", "integer x start { if (x = 1) { } }",
+        bytes("01 00000069 01 0000019b 00000006 01 00000193 00000002 0058 01 00000190 3ff0000000000000"
+              "01 00000066 01 00000071 00000000 00"));
+    row("a shift has its count first", "integer x start { x = 1 << 2 }",
+        bytes("01 00000191 00000000 01 00000190 4000000000000000 01 00000190 3ff0000000000000"));
+    row("* binds tighter than +", "integer x start { x = 1 + 2 * 4 }",
+        bytes("01 00000197 0000002b 01 00000190 3ff0000000000000"
+              "01 00000197 0000002a 01 00000190 4000000000000000 01 00000190 4010000000000000"));
+    row("- to the left", "integer x start { x = 4 - 2 - 1 }",
+        bytes("01 00000197 0000002d 01 00000197 0000002d 01 00000190 4010000000000000 01 00000190 4000000000000000"
+              "01 00000190 3ff0000000000000"));
+    row("a for has its body first", "integer i start { for (i = 1; i < 2; i++) { } }",
+        bytes("01 00000070 01 00000066 01 00000071 00000000"
+              "01 00000071 00000001 01 00000065 01 00000193 00000002 0049 01 00000190 3ff0000000000000"
+              "01 0000019b 00000003 01 00000193 00000002 0049 01 00000190 4000000000000000"
+              "01 00000071 00000001 01 00000072 01 00000193 00000002 0049"));
+    row("x += 1", "integer x start { x += 1 }",
+        bytes("01 00000065 01 00000193 00000002 0058"
+              "01 00000197 0000002b 01 00000193 00000002 0058 01 00000190 3ff0000000000000"));
+    row("a postfix step in an expression", "integer x start { x = x++ }",
+        bytes("01 0000019a 00 01 00000193 00000002 0058"));
+    row("switch: cases, then the value", "integer x start { switch (x) { case 'A': { } default: { } } }",
+        bytes("01 00000079 01 00000002"
+              "00000000 00000002 0041 0000000000000000 01 00000071 00000000"
+              "00000002 ffffffff 0000000000000000 01 00000071 00000000"
+              "01 00000193 00000002 0058"));
+    row("select", "integer x start { select { active (x): { } } }",
+        bytes("01 00000077 01 00000001 01 00000193 00000002 0058 01 00000066 01 00000071 00000000"));
+    row("a wait: name, captured names, body, time", "integer x start { wait 5 'w' capture (x) { } }",
+        bytes("01 00000068 00000002 0077 00000001 00000002 0058 01 00000066 01 00000071 00000000"
+              "01 00000190 4014000000000000"));
+    row("block variables: codes as written, declarators; the mainline keeps them in a block",
+        "mainline { stack_var integer a, b[3]; a = b[1] }",
+        bytes("01 00000001 01 00000066 01 00000071 00000002"
+              "01 00000067 00000002"
+              "00000002 00000067 0000000a 01 00000193 00000002 0041"
+              "00000002 00000067 0000000a 01 00000194 01 00000193 00000002 0042 01 00000190 4008000000000000"));
+    row("pulse of an inline address", "start { pulse [5001:9:0, 3] }",
+        bytes("01 0000006e 00000003 01 0000019d 00000002"
+              "00000002 01 00000003 00000012 ffffffff 00 00000064 00000068 00 00001389 00000009 00000000"
+              "00000001 01 00000190 4008000000000000"));
+    row("send_string to computed parts: text, then text list",
+        "integer x start { send_string (x):(1):(0), \"'A', 13\" }",
+        bytes("01 00000064 01 000001a1 00000005 00000003 01 00000193 00000002 0058 01 00000190 3ff0000000000000"
+              "01 00000190 0000000000000000"
+              "01 00000198 00000001 00000002 01 00000198 00000002 00000002 0041 01 00000190 402a000000000000"));
+    row("a list of constants: a hidden array of doubles", "start { on [5001:9:0, {1, 300}] }",
+        bytes("01 00000002 00000010 00000006 007b0031007d 01 00000064 00000068 01 00000002 00000002"
+              "01 00000001 00000010 ffffffff 00 00000064 00000068 01 3ff0000000000000"
+              "01 00000001 00000010 ffffffff 00 00000064 00000068 01 4072c00000000000"));
+    row("an initial text sets the length, [n] the maximum", "char s[4] = 'A' start { s = '' }",
+        bytes("01 00000002 0000000e 00000002 0053 00 00000064 00000068 01 00000004 00000001"
+              "01 00000001 0000000e ffffffff 00 00000064 00000068 01 4050400000000000"));
+    row("a matrix keeps a template row", "double m[4][8] start { m[1][1] = 1 }",
+        bytes("01 00000002 00000010 00000002 004d 00 00000064 00000068 00 00000004 00000001"
+              "01 00000002 00000010 ffffffff 00 00000064 00000068 00 00000008 00000000"));
+    row("a devchan is a structure with its members by name", "devchan d = {10001:1:0, 5} start { on [d] }",
+        bytes("01 00000064 000000c8 00000002 0044 00 00000064 00000068 01 00000002"
+              "0000000e 004300480041004e004e0045004c 01 00000001 0000000a ffffffff 00 00000064 00000068 01 "
+              "4014000000000000"
+              "0000000c 004400450056004900430045 01 00000003 00000012 ffffffff 00 00000064 00000068 01"
+              "00002711 00000001 00000000"));
+    row("structure types count from 202", "struct S { integer a[2] } S s start { s.a[1] = 1 }",
+        bytes("00000001 000000ca 00000002 0053 00000001 00000002 0041 0000000a 00000001 00000002"));
+    row("a function: name as written, parameters, body, result",
+        "function integer Add(integer a, char t[]) { return a + t[1] } start { Add(1, 'x') }",
+        bytes("00000001 00000006 004100640064 00000000"
+              "01 00000002 0000000a 01 00000193 00000002 0041 0000000e 01 00000194 01 00000193 00000002 0054 00"
+              "01 01 00000071 00000001 01 00000074"));
+    row("hold with repeat", "device d = 1:1:0 button_event [d, 1] { hold [5, repeat]: { } }",
+        bytes("00000001 01 00000021 01 00000066 01 00000071 00000000 01 00000005"));
+    row("data handlers name their devices", "device d = 1:1:0 data_event [d], [5001:1:0] { online: { } }",
+        bytes("00000032 00000002 01 00000001 00000002 0044"
+              "01 0000000a 00000012 ffffffff 00 00000064 00000068 00 00001389 00000001 00000000"));
+    row("exclusive list, ascending", "device d = 1:1:0 exclusive [d, {5, 3}]",
+        bytes("00000001 00000033 01 00000001 00000002 0044 00000002 00000003 00000005"));
+    row("combination with the virtual device first, level, end",
+        "device d = 1:1:0\ninteger x\ncombine (d, 33000:1:0)\nlevel [d, 2] x",
+        bytes("00000001 00000002 000080e8 00000001 00000000 00000001 00000001 00000000"
+              "00000001 00000001 00000001 00000000 00000002 00000002 0058 0000aa55"));
 }
 
 void ObjectFileBytesTest::writesRecords()

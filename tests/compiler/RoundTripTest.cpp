@@ -1,5 +1,6 @@
 #include "compiler/Compiler.h"
 #include "compiler/SourceWriter.h"
+#include "support/Table.h"
 
 #include <QDirIterator>
 #include <QtTest>
@@ -36,13 +37,12 @@ private Q_SLOTS:
 
 void RoundTripTest::comesBackToSameBytes_data()
 {
-    QTest::addColumn<QString>("source");
-    const auto row = [](const char *name, const char *source) { QTest::newRow(name) << QString::fromUtf8(source); };
-    const auto statements = [](const char *name, const char *text) {
-        QTest::newRow(name) << QStringLiteral("integer a\ninteger b\ndouble m[3][4]\nchar s[20]\ndevice d = 5001:9:0\n"
-                                              "struct S { char name[8] integer port integer l[2] }\nS r\ndevchan c\n"
-                                              "function f(double l[]) { return l }\nstart {\n%1\n}\n")
-                                   .arg(QString::fromUtf8(text));
+    const Table<QString> row("source");
+    const auto statements = [&row](const char *name, const char *text) {
+        row(name, QStringLiteral("integer a\ninteger b\ndouble m[3][4]\nchar s[20]\ndevice d = 5001:9:0\n"
+                                 "struct S { char name[8] integer port integer l[2] }\nS r\ndevchan c\n"
+                                 "function f(double l[]) { return l }\nstart {\n%1\n}\n")
+                      .arg(QString::fromUtf8(text)));
     };
     row("empty", "");
     row("name with quotes", "program 'it''s'");
@@ -112,11 +112,7 @@ void RoundTripTest::comesBackToSameBytes()
 
 void RoundTripTest::writesWhatWasMeant_data()
 {
-    QTest::addColumn<QString>("statement");
-    QTest::addColumn<QString>("written");
-    const auto row = [](const char *statement, const char *written) {
-        QTest::newRow(statement) << QString::fromUtf8(statement) << QString::fromUtf8(written);
-    };
+    const Table<QString, QString> row("statement", "written");
     row("a = ((1 + 2)) * (3 * 4)", "A = (1 + 2) * (3 * 4)");
     row("a -= 1", "A = A - 1");
     row("a = a == 1 && !a", "A = A = 1 and not A");
@@ -136,14 +132,14 @@ void RoundTripTest::writesWhatWasMeant()
 
 void RoundTripTest::programsOnDisk_data()
 {
-    QTest::addColumn<QString>("path");
+    const Table<QString> row("path");
     for (const char *const folder : { EXAMPLES, HERE }) {
         QDirIterator files(QString::fromUtf8(folder), { QStringLiteral("*.src") }, QDir::Files,
                            QDirIterator::Subdirectories);
         while (files.hasNext()) {
             const QString path = files.next();
             if (QFileInfo(path).completeBaseName() == QFileInfo(path).dir().dirName()) { // the others are included
-                QTest::newRow(qPrintable(QFileInfo(path).fileName())) << path;
+                row(qPrintable(QFileInfo(path).fileName()), path);
             }
         }
     }

@@ -3,6 +3,7 @@
 #include "devices/RemotePortMessage.h"
 #include "devices/RemoteText.h"
 #include "devices/SerialSetup.h"
+#include "support/Table.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -35,17 +36,16 @@ QByteArray hex(const char *text)
 
 void PortFormatsTest::frames_data()
 {
-    QTest::addColumn<QByteArray>("frame");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("serial data") << PortFrames::serialData(3, "AB") << hex("15 03 01 41 42");
-    QTest::newRow("serial data, empty") << PortFrames::serialData(1, "") << hex("15 01 01");
-    QTest::newRow("io low") << PortFrames::io(3, 1) << hex("18 03 00 00 01");
-    QTest::newRow("ir once") << PortFrames::irOnce(2, hex("00 FF")) << hex("23 02 00 FF");
-    QTest::newRow("ir repeat") << PortFrames::irRepeat(4, hex("0A")) << hex("25 04 01 0A");
-    QTest::newRow("ir end") << PortFrames::irEnd(4) << hex("26 04");
-    QTest::newRow("ir query") << PortFrames::irQuery(7) << hex("22 07");
-    QTest::newRow("closing, on the link") << PortFrames::onPortLink(PortFrames::closing()) << hex("CA 00 02 19 00 AC");
-    QTest::newRow("long, on the link") << PortFrames::onPortLink(QByteArray(258, 'x')).left(4) << hex("CA 01 02 78");
+    const Table<QByteArray, QByteArray> row("frame", "bytes");
+    row("serial data", PortFrames::serialData(3, "AB"), hex("15 03 01 41 42"));
+    row("serial data, empty", PortFrames::serialData(1, ""), hex("15 01 01"));
+    row("io low", PortFrames::io(3, 1), hex("18 03 00 00 01"));
+    row("ir once", PortFrames::irOnce(2, hex("00 FF")), hex("23 02 00 FF"));
+    row("ir repeat", PortFrames::irRepeat(4, hex("0A")), hex("25 04 01 0A"));
+    row("ir end", PortFrames::irEnd(4), hex("26 04"));
+    row("ir query", PortFrames::irQuery(7), hex("22 07"));
+    row("closing, on the link", PortFrames::onPortLink(PortFrames::closing()), hex("CA 00 02 19 00 AC"));
+    row("long, on the link", PortFrames::onPortLink(QByteArray(258, 'x')).left(4), hex("CA 01 02 78"));
 }
 
 void PortFormatsTest::frames()
@@ -57,36 +57,26 @@ void PortFormatsTest::frames()
 
 void PortFormatsTest::serialSetup_data()
 {
-    QTest::addColumn<int>("port");
-    QTest::addColumn<QByteArray>("command");
-    QTest::addColumn<QByteArray>("frame"); // empty: none
-    QTest::addColumn<QStringList>("remarks");
+    // frame: empty: none
+    const Table<int, QByteArray, QByteArray, QStringList> row("port", "command", "frame", "remarks");
     const QString noProtocol = QStringLiteral("Warning: Serial port protocol unset. Default to RS232.");
     const QString wrongCommand = QStringLiteral("Error: Wrong serial port setting command.");
     const QString wrongParity = QStringLiteral("Warning: Wrong serial port parity setting.");
     const QString wrongRate = QStringLiteral("Error: Wrong serial port baudrate setting.");
-    QTest::newRow("upper case, RS485, even, two stop bits")
-        << 2 << QByteArray("SET BAUD 19200,E,8,2 485 ENABLE") << hex("15 02 00 00 0E 00 00 4B 00") << QStringList();
-    QTest::newRow("no protocol") << 1 << QByteArray("set baud 9600,n,8,1") << hex("15 01 00 01 00 00 00 25 80")
-                                 << QStringList{ noProtocol };
-    QTest::newRow("protocol words first, odd") << 4 << QByteArray("485 disable set baud 460800 , o , 8 , 1")
-                                               << hex("15 04 00 01 09 00 07 08 00") << QStringList();
-    QTest::newRow("three pieces") << 1 << QByteArray("set baud 9600,n,8 485 disable") << QByteArray()
-                                  << QStringList{ wrongCommand };
-    QTest::newRow("five pieces") << 1 << QByteArray("set baud 9600,n,8,1,1 485 disable") << QByteArray()
-                                 << QStringList{ wrongCommand };
-    QTest::newRow("empty pieces do not count")
-        << 1 << QByteArray("set baud 9600,,n,8,1, 485 disable") << QByteArray() << QStringList{ wrongCommand };
-    QTest::newRow("unknown parity") << 1 << QByteArray("set baud 9600,x,8,1 485 disable")
-                                    << hex("15 01 00 01 00 00 00 25 80") << QStringList{ wrongParity };
-    QTest::newRow("no number") << 1 << QByteArray("set baud fast,n,8,1 485 disable")
-                               << hex("15 01 00 01 00 00 00 00 00") << QStringList{ wrongRate };
-    QTest::newRow("everything wrong, in order")
-        << 1 << QByteArray("set baud -1,q,8,1") << hex("15 01 00 01 00 00 00 00 00")
-        << QStringList{ noProtocol, wrongRate, wrongParity };
-    QTest::newRow("mode") << 1 << QByteArray("Set Mode IR") << QByteArray() << QStringList();
-    QTest::newRow("unknown, in lower case") << 1 << QByteArray("RESET %1") << QByteArray()
-                                            << QStringList{ QStringLiteral("Error: Unknown command \"reset %1\"") };
+    row("upper case, RS485, even, two stop bits", 2, "SET BAUD 19200,E,8,2 485 ENABLE",
+        hex("15 02 00 00 0E 00 00 4B 00"), {});
+    row("no protocol", 1, "set baud 9600,n,8,1", hex("15 01 00 01 00 00 00 25 80"), { noProtocol });
+    row("protocol words first, odd", 4, "485 disable set baud 460800 , o , 8 , 1", hex("15 04 00 01 09 00 07 08 00"),
+        {});
+    row("three pieces", 1, "set baud 9600,n,8 485 disable", "", { wrongCommand });
+    row("five pieces", 1, "set baud 9600,n,8,1,1 485 disable", "", { wrongCommand });
+    row("empty pieces do not count", 1, "set baud 9600,,n,8,1, 485 disable", "", { wrongCommand });
+    row("unknown parity", 1, "set baud 9600,x,8,1 485 disable", hex("15 01 00 01 00 00 00 25 80"), { wrongParity });
+    row("no number", 1, "set baud fast,n,8,1 485 disable", hex("15 01 00 01 00 00 00 00 00"), { wrongRate });
+    row("everything wrong, in order", 1, "set baud -1,q,8,1", hex("15 01 00 01 00 00 00 00 00"),
+        { noProtocol, wrongRate, wrongParity });
+    row("mode", 1, "Set Mode IR", "", {});
+    row("unknown, in lower case", 1, "RESET %1", "", { "Error: Unknown command \"reset %1\"" });
 }
 
 void PortFormatsTest::serialSetup()
@@ -109,27 +99,27 @@ void PortFormatsTest::serialSetup()
 
 void PortFormatsTest::remoteSwitches_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("meaning"); // "port action channel pulse", "release", "notice only …", "none"
-    QTest::newRow("relay off") << hex("00000015 00000008 00") << "9 0 8 0";
-    QTest::newRow("relay on, any state") << hex("00000015 00000001 80") << "9 1 1 0";
-    QTest::newRow("relay 9") << hex("00000015 00000009 01") << "notice only 9 1 9 0";
-    QTest::newRow("relay pulse") << hex("00000016 00000002 000003E8") << "9 2 2 1000";
-    QTest::newRow("relay 0 pulse") << hex("00000016 00000000 000003E8") << "none";
-    QTest::newRow("relay to") << hex("00000017 00000003 00000001") << "9 3 3 0";
-    QTest::newRow("relay, release") << hex("00000017 00000003 00000002") << "release";
-    QTest::newRow("relay 9, release") << hex("00000017 00000009 00000000") << "none";
-    QTest::newRow("ir") << hex("0000001F 00000001 00000064") << "10 0 100 0";
-    QTest::newRow("ir emitter 9") << hex("0000001F 00000009 00000064") << "none";
-    QTest::newRow("ir pulse") << hex("00000020 000000C8 00000008 00000065") << "17 2 101 200";
-    QTest::newRow("ir to") << hex("00000021 00000002 00000066 00000001") << "11 3 102 0";
-    QTest::newRow("ir, release") << hex("00000021 00000002 00000066 00000000") << "release";
-    QTest::newRow("io on") << hex("00000029 00000006 FF") << "18 1 6 0";
-    QTest::newRow("io 7") << hex("00000029 00000007 00") << "notice only 18 0 7 0";
-    QTest::newRow("io pulse") << hex("0000002A 00000008 00000000") << "18 2 8 0";
-    QTest::newRow("io to") << hex("0000002B 00000001 00000001") << "18 3 1 0";
-    QTest::newRow("unknown code") << hex("00000063 00000001 00000001") << "none";
-    QTest::newRow("empty") << QByteArray() << "none";
+    // meaning: "port action channel pulse", "release", "notice only …", "none"
+    const Table<QByteArray, QString> row("bytes", "meaning");
+    row("relay off", hex("00000015 00000008 00"), "9 0 8 0");
+    row("relay on, any state", hex("00000015 00000001 80"), "9 1 1 0");
+    row("relay 9", hex("00000015 00000009 01"), "notice only 9 1 9 0");
+    row("relay pulse", hex("00000016 00000002 000003E8"), "9 2 2 1000");
+    row("relay 0 pulse", hex("00000016 00000000 000003E8"), "none");
+    row("relay to", hex("00000017 00000003 00000001"), "9 3 3 0");
+    row("relay, release", hex("00000017 00000003 00000002"), "release");
+    row("relay 9, release", hex("00000017 00000009 00000000"), "none");
+    row("ir", hex("0000001F 00000001 00000064"), "10 0 100 0");
+    row("ir emitter 9", hex("0000001F 00000009 00000064"), "none");
+    row("ir pulse", hex("00000020 000000C8 00000008 00000065"), "17 2 101 200");
+    row("ir to", hex("00000021 00000002 00000066 00000001"), "11 3 102 0");
+    row("ir, release", hex("00000021 00000002 00000066 00000000"), "release");
+    row("io on", hex("00000029 00000006 FF"), "18 1 6 0");
+    row("io 7", hex("00000029 00000007 00"), "notice only 18 0 7 0");
+    row("io pulse", hex("0000002A 00000008 00000000"), "18 2 8 0");
+    row("io to", hex("0000002B 00000001 00000001"), "18 3 1 0");
+    row("unknown code", hex("00000063 00000001 00000001"), "none");
+    row("empty", "", "none");
 }
 
 void PortFormatsTest::remoteSwitches()
@@ -154,29 +144,24 @@ void PortFormatsTest::remoteSwitches()
 
 void PortFormatsTest::remoteSerial_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QByteArray>("setup"); // empty: refused
+    // setup: empty: refused
+    const Table<QByteArray, QByteArray> row("bytes", "setup");
     const QByteArray rate = "00002580";
     const QByteArray data = "00000002 4142";
     const auto message = [&](const char *head, const QByteArray &baud, const char *tail, const QByteArray &payload) {
         return QByteArray::fromHex(QByteArray("0000000B ") + head + baud + tail + payload);
     };
-    QTest::newRow("good") << message("00000008 00000002", rate, "00000008 00000002 00000002", data)
-                          << hex("15 08 00 00 0E 00 00 25 80");
-    QTest::newRow("port 9") << message("00000009 00000001", rate, "00000008 00000000 00000001", data) << QByteArray();
-    QTest::newRow("protocol 3") << message("00000001 00000003", rate, "00000008 00000000 00000001", data)
-                                << QByteArray();
-    QTest::newRow("slow") << message("00000001 00000001", "000003E7", "00000008 00000000 00000001", data)
-                          << QByteArray();
-    QTest::newRow("seven bits") << message("00000001 00000001", rate, "00000007 00000000 00000001", data)
-                                << QByteArray();
-    QTest::newRow("parity 3") << message("00000001 00000001", rate, "00000008 00000003 00000001", data) << QByteArray();
-    QTest::newRow("three stop bits") << message("00000001 00000001", rate, "00000008 00000000 00000003", data)
-                                     << QByteArray();
-    QTest::newRow("no data") << message("00000001 00000001", rate, "00000008 00000000 00000001", "00000000")
-                             << QByteArray();
-    QTest::newRow("data announced and missing")
-        << message("00000001 00000001", rate, "00000008 00000000 00000001", "7FFFFFFF 41") << QByteArray();
+    row("good", message("00000008 00000002", rate, "00000008 00000002 00000002", data),
+        hex("15 08 00 00 0E 00 00 25 80"));
+    row("port 9", message("00000009 00000001", rate, "00000008 00000000 00000001", data), "");
+    row("protocol 3", message("00000001 00000003", rate, "00000008 00000000 00000001", data), "");
+    row("slow", message("00000001 00000001", "000003E7", "00000008 00000000 00000001", data), "");
+    row("seven bits", message("00000001 00000001", rate, "00000007 00000000 00000001", data), "");
+    row("parity 3", message("00000001 00000001", rate, "00000008 00000003 00000001", data), "");
+    row("three stop bits", message("00000001 00000001", rate, "00000008 00000000 00000003", data), "");
+    row("no data", message("00000001 00000001", rate, "00000008 00000000 00000001", "00000000"), "");
+    row("data announced and missing", message("00000001 00000001", rate, "00000008 00000000 00000001", "7FFFFFFF 41"),
+        "");
 }
 
 void PortFormatsTest::remoteSerial()
@@ -221,9 +206,8 @@ void PortFormatsTest::remoteText()
 
 void PortFormatsTest::irFiles_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<int>("codeNumber");
-    QTest::addColumn<QByteArray>("code"); // empty: not found
+    // code: empty: not found
+    const Table<QByteArray, int, QByteArray> row("content", "codeNumber", "code");
     const QByteArray head = "00000004 00490052 00000001 00000002 0041 FFFFFFFF 00000000 00000000 00000000";
     const QByteArray numbers = "00000000 00000000 00000000 00000000 00000000 00000000";
     const QByteArray first = "00000002 0041 00000005" + numbers + "00000002 0102";
@@ -231,17 +215,15 @@ void PortFormatsTest::irFiles_data()
     const QByteArray third = "00000000 000000FF" + numbers + "00000001 04";
     const auto file = [](const QByteArray &text) { return QByteArray::fromHex(text); };
     const QByteArray whole = file(head + "00000003" + first + second + third);
-    QTest::newRow("first of two") << whole << 5 << hex("0102");
-    QTest::newRow("last") << whole << 255 << hex("04");
-    QTest::newRow("absent") << whole << 6 << QByteArray();
-    QTest::newRow("count too large") << file(head + "7FFFFFFF" + first) << 255 << QByteArray();
-    QTest::newRow("cut inside the wanted record") << whole.left(whole.size() - 1) << 255 << QByteArray();
-    QTest::newRow("negative count") << file(head + "FFFFFFFF" + first) << 5 << QByteArray();
-    QTest::newRow("other magic") << file("00000006 004900520058" + head.mid(17) + "00000001" + first) << 5
-                                 << QByteArray();
-    QTest::newRow("version 2") << file("00000004 00490052 00000002" + head.mid(26) + "00000001" + first) << 5
-                               << QByteArray();
-    QTest::newRow("empty") << QByteArray() << 5 << QByteArray();
+    row("first of two", whole, 5, hex("0102"));
+    row("last", whole, 255, hex("04"));
+    row("absent", whole, 6, "");
+    row("count too large", file(head + "7FFFFFFF" + first), 255, "");
+    row("cut inside the wanted record", whole.left(whole.size() - 1), 255, "");
+    row("negative count", file(head + "FFFFFFFF" + first), 5, "");
+    row("other magic", file("00000006 004900520058" + head.mid(17) + "00000001" + first), 5, "");
+    row("version 2", file("00000004 00490052 00000002" + head.mid(26) + "00000001" + first), 5, "");
+    row("empty", "", 5, "");
 }
 
 void PortFormatsTest::irFiles()

@@ -1,6 +1,7 @@
 #include "devices/PortManager.h"
 #include "MonitorLines.h"
 #include "base/Clock.h"
+#include "support/Table.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -115,31 +116,25 @@ void PortManagerTest::pulsesFollowTheProgramsTime()
 
 void PortManagerTest::infrared_data()
 {
-    QTest::addColumn<int>("port");
-    QTest::addColumn<int>("action");
-    QTest::addColumn<int>("channel");
-    QTest::addColumn<QByteArrayList>("now");
-    QTest::addColumn<QByteArrayList>("later");
-    QTest::addColumn<QStringList>("leds"); // until 500 ms
-    QTest::addColumn<QStringList>("lines");
+    // leds: until 500 ms
+    const Table<int, int, int, QByteArrayList, QByteArrayList, QStringList, QStringList> row(
+        "port", "action", "channel", "now", "later", "leds", "lines");
     const QStringList blink{ QStringLiteral("8+"), QStringLiteral("8-") };
     const QString tooLarge = QStringLiteral("4 Error: Too large IR number called.");
     const QString noFile = QStringLiteral("5 Warning: Failed to open IR file corresponding with port %1.");
     const QString wrongPort = QStringLiteral("5 Warning: Wrong port number was referred.");
     const QByteArrayList none;
-    QTest::newRow("on") << 10 << 1 << 105 << QByteArrayList{ "2301a1a2" } << none << blink << QStringList();
-    QTest::newRow("off plays too") << 10 << 0 << 105 << QByteArrayList{ "2301a1a2" } << none << blink << QStringList();
-    QTest::newRow("pulse") << 10 << 2 << 105 << QByteArrayList{ "250101a1a2" } << QByteArrayList{ "2601" } << blink
-                           << QStringList();
-    QTest::newRow("to") << 10 << 3 << 105 << QByteArrayList{ "250101a1a2" } << none << QStringList(blink.first())
-                        << QStringList();
-    QTest::newRow("channel without a record") << 10 << 1 << 100 << none << none << QStringList() << QStringList();
-    QTest::newRow("channel 99") << 10 << 1 << 99 << none << none << QStringList() << QStringList();
-    QTest::newRow("channel 355") << 10 << 1 << 355 << none << none << QStringList() << QStringList();
-    QTest::newRow("channel 356") << 10 << 1 << 356 << none << none << QStringList() << QStringList{ tooLarge };
-    QTest::newRow("no file") << 12 << 1 << 105 << none << none << QStringList() << QStringList{ noFile.arg(12) };
-    QTest::newRow("emitter 5") << 14 << 1 << 105 << none << none << QStringList() << QStringList{ wrongPort };
-    QTest::newRow("no such port") << 19 << 1 << 105 << none << none << QStringList() << QStringList{ wrongPort };
+    row("on", 10, 1, 105, { "2301a1a2" }, none, blink, {});
+    row("off plays too", 10, 0, 105, { "2301a1a2" }, none, blink, {});
+    row("pulse", 10, 2, 105, { "250101a1a2" }, { "2601" }, blink, {});
+    row("to", 10, 3, 105, { "250101a1a2" }, none, QStringList(blink.first()), {});
+    row("channel without a record", 10, 1, 100, none, none, {}, {});
+    row("channel 99", 10, 1, 99, none, none, {}, {});
+    row("channel 355", 10, 1, 355, none, none, {}, {});
+    row("channel 356", 10, 1, 356, none, none, {}, { tooLarge });
+    row("no file", 12, 1, 105, none, none, {}, { noFile.arg(12) });
+    row("emitter 5", 14, 1, 105, none, none, {}, { wrongPort });
+    row("no such port", 19, 1, 105, none, none, {}, { wrongPort });
 }
 
 void PortManagerTest::infrared()
@@ -227,30 +222,22 @@ void PortManagerTest::heldOutputsGoOffTogether()
 
 void PortManagerTest::remoteMessages_data()
 {
-    QTest::addColumn<QByteArray>("message");
-    QTest::addColumn<QByteArrayList>("written");
-    QTest::addColumn<QStringList>("lines");
+    const Table<QByteArray, QByteArrayList, QStringList> row("message", "written", "lines");
     const QString wrongPort = QStringLiteral("5 Warning: Wrong port number was referred.");
-    QTest::newRow("io on") << QByteArray("00000029 00000003 02") << QByteArrayList{ "1803000001" }
-                           << QStringList{ QStringLiteral("10 IO 3 output low") };
-    QTest::newRow("io 7, only said") << QByteArray("00000029 00000007 00") << QByteArrayList()
-                                     << QStringList{ QStringLiteral("11 IO 7 output high") };
-    QTest::newRow("relay pulse") << QByteArray("00000016 00000001 00000000") << QByteArrayList()
-                                 << QStringList{ wrongPort, QStringLiteral("9 Pulse relay: 1") };
-    QTest::newRow("ir") << QByteArray("0000001F 00000001 00000069") << QByteArrayList{ "2301a1a2" }
-                        << QStringList{ QStringLiteral("11 IR1 output ir code 105") };
-    QTest::newRow("ir to on emitter 5") << QByteArray("00000021 00000005 00000069 00000001") << QByteArrayList()
-                                        << QStringList{ wrongPort, QStringLiteral("12 IR5 to ir code 105") };
-    QTest::newRow("serial") << QByteArray("0000000B 00000002 00000001 00002580 00000008 00000000 00000001"
-                                          "00000003 41420D")
-                            << QByteArrayList{ "150200010000002580", "15020141420d" }
-                            << QStringList{ QStringLiteral(
-                                   "6 send port command: port number is 2 and sended data is 41 42 0D") };
-    QTest::newRow("serial port 5")
-        << QByteArray("0000000B 00000005 00000001 00002580 00000008 00000000 00000001 00000001 41")
-        << QByteArrayList{ "150500010000002580" }
-        << QStringList{ QStringLiteral("6 send port command: port number is 5 and sended data is A"),
-                        QStringLiteral("4 Error: Wrong serial port port number in send_string statement.") };
+    row("io on", "00000029 00000003 02", { "1803000001" }, { "10 IO 3 output low" });
+    row("io 7, only said", "00000029 00000007 00", {}, { "11 IO 7 output high" });
+    row("relay pulse", "00000016 00000001 00000000", {}, { wrongPort, "9 Pulse relay: 1" });
+    row("ir", "0000001F 00000001 00000069", { "2301a1a2" }, { "11 IR1 output ir code 105" });
+    row("ir to on emitter 5", "00000021 00000005 00000069 00000001", {}, { wrongPort, "12 IR5 to ir code 105" });
+    row("serial",
+        "0000000B 00000002 00000001 00002580 00000008 00000000 00000001"
+        "00000003 41420D",
+        { "150200010000002580", "15020141420d" },
+        { "6 send port command: port number is 2 and sended data is 41 42 0D" });
+    row("serial port 5", "0000000B 00000005 00000001 00002580 00000008 00000000 00000001 00000001 41",
+        { "150500010000002580" },
+        { "6 send port command: port number is 5 and sended data is A",
+          "4 Error: Wrong serial port port number in send_string statement." });
 }
 
 void PortManagerTest::remoteMessages()

@@ -2,6 +2,7 @@
 #include "ControllerProcess.h"
 #include "net/LinkClient.h"
 #include "net/LinkCodes.h"
+#include "support/Table.h"
 
 #include <QtTest>
 
@@ -340,14 +341,15 @@ void ControllersTest::beatsWhileTheProgramLoops()
 
 void ControllersTest::badTargets_data()
 {
-    QTest::addColumn<QByteArray>("talk"); // at once after the connection was made; a hang-up follows on "bye"
-    QTest::newRow("web server") << QByteArray("HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\nbye");
-    QTest::newRow("giant frame") << QByteArray::fromHex("56517fffffff3f");
-    QTest::newRow("wrong sums") << QByteArray::fromHex("56510000000a3f000000017379733a3100ac").repeated(1000);
-    QTest::newRow("no messages") << (FakeTarget::message(1, "sys:") + FakeTarget::message(2, "sys:0") +
-                                     FakeTarget::message(3, "string:0:1:loop") + FakeTarget::message(4, "io:7:9:1") +
-                                     FakeTarget::message(5, "query:1:2:3") + FakeTarget::message(6, "\xff\xfe\0"));
-    QTest::newRow("a panel's") << (frameBytes(0x1F, "1:10001:Lobby:2.0") + messageFrameBytes(0x2A, 1, "10001:1:0"));
+    // talk: at once after the connection was made; a hang-up follows on "bye"
+    const Table<QByteArray> row("talk");
+    row("web server", "HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\nbye");
+    row("giant frame", QByteArray::fromHex("56517fffffff3f"));
+    row("wrong sums", QByteArray::fromHex("56510000000a3f000000017379733a3100ac").repeated(1000));
+    row("no messages", (FakeTarget::message(1, "sys:") + FakeTarget::message(2, "sys:0") +
+                        FakeTarget::message(3, "string:0:1:loop") + FakeTarget::message(4, "io:7:9:1") +
+                        FakeTarget::message(5, "query:1:2:3") + FakeTarget::message(6, "\xff\xfe\0")));
+    row("a panel's", (frameBytes(0x1F, "1:10001:Lobby:2.0") + messageFrameBytes(0x2A, 1, "10001:1:0")));
 }
 
 void ControllersTest::badTargets()

@@ -1,4 +1,5 @@
 #include "ControllerProcess.h"
+#include "support/Table.h"
 #include <QRegularExpression>
 #include <QSocketNotifier>
 #include <QtTest>
@@ -195,10 +196,11 @@ void PanelTest::screen()
 
 void PanelTest::endsWithASignal_data()
 {
-    QTest::addColumn<int>("number"); // 0: Ctrl-C
-    QTest::newRow("Ctrl-C") << 0;
-    QTest::newRow("SIGTERM") << SIGTERM;
-    QTest::newRow("SIGHUP") << SIGHUP;
+    // number: 0: Ctrl-C
+    const Table<int> row("number");
+    row("Ctrl-C", 0);
+    row("SIGTERM", SIGTERM);
+    row("SIGHUP", SIGHUP);
 }
 
 void PanelTest::endsWithASignal()
@@ -234,25 +236,16 @@ void PanelTest::nobodyThere()
 
 void PanelTest::scripts_data()
 {
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("error");
-    QTest::addColumn<QByteArrayList>("lines"); // of the controller, in this order
-    using Lines = QByteArrayList;
-    QTest::newRow("lines") << "-" << QByteArray("# evening\n\npush 5\nwait 0.02 release 5\nlevel 1 7") << 0
-                           << QByteArray() << Lines{ "pushed", "released", "level 7" };
-    QTest::newRow("words first") << "level 1 3 -" << QByteArray("press 5\n") << 0 << QByteArray()
-                                 << Lines{ "level 3", "pushed", "released" };
-    QTest::newRow("up to a fault") << "-" << QByteArray("level 1 9\npoke 5\npress 5\n") << 2
-                                   << QByteArray("arkctl: line 2: unknown action: poke") << Lines{ "level 9" };
-    QTest::newRow("no line") << "-" << QByteArray(10000, 'x') << 1
-                             << QByteArray("arkctl: standard input: line 1 is too long") << Lines{};
-    QTest::newRow("empty") << "-" << QByteArray() << 0 << QByteArray() << Lines{};
-    QTest::newRow("many empty lines") << "-" << QByteArray(3000, '\n') + "level 1 5" << 0 << QByteArray()
-                                      << Lines{ "level 5" };
-    QTest::newRow("no terminal") << "" << QByteArray() << 2
-                                 << QByteArray("arkctl: without an action the panel is a screen") << Lines{};
+    // lines: of the controller, in this order
+    const Table<QString, QByteArray, int, QByteArray, QByteArrayList> row("words", "input", "status", "error", "lines");
+    row("lines", "-", "# evening\n\npush 5\nwait 0.02 release 5\nlevel 1 7", 0, "",
+        { "pushed", "released", "level 7" });
+    row("words first", "level 1 3 -", "press 5\n", 0, "", { "level 3", "pushed", "released" });
+    row("up to a fault", "-", "level 1 9\npoke 5\npress 5\n", 2, "arkctl: line 2: unknown action: poke", { "level 9" });
+    row("no line", "-", QByteArray(10000, 'x'), 1, "arkctl: standard input: line 1 is too long", {});
+    row("empty", "-", "", 0, "", {});
+    row("many empty lines", "-", QByteArray(3000, '\n') + "level 1 5", 0, "", { "level 5" });
+    row("no terminal", "", "", 2, "arkctl: without an action the panel is a screen", {});
 }
 
 void PanelTest::scripts()

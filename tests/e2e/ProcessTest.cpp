@@ -1,6 +1,7 @@
 #include "ControllerProcess.h"
 #include "base/Frame.h"
 #include "net/LinkClient.h"
+#include "support/Table.h"
 
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -158,11 +159,10 @@ void ProcessTest::chineseTexts()
 
 void ProcessTest::signalsDuringAnEndlessLoop_data()
 {
-    QTest::addColumn<int>("number");
-    QTest::addColumn<int>("times");
-    QTest::newRow("SIGTERM") << SIGTERM << 1;
-    QTest::newRow("SIGINT") << SIGINT << 1;
-    QTest::newRow("impatience") << SIGTERM << 20;
+    const Table<int, int> row("number", "times");
+    row("SIGTERM", SIGTERM, 1);
+    row("SIGINT", SIGINT, 1);
+    row("impatience", SIGTERM, 20);
 }
 
 void ProcessTest::signalsDuringAnEndlessLoop()

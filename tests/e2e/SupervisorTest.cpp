@@ -1,6 +1,7 @@
 #include "ControllerProcess.h"
 #include "base/Frame.h"
 #include "net/LinkClient.h"
+#include "support/Table.h"
 
 #include <QDir>
 #include <QJsonDocument>
@@ -179,16 +180,11 @@ void SupervisorTest::survivesCrashes()
 
 void SupervisorTest::reportsWhatAControllerDoes_data()
 {
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QByteArray>("reason");
-    QTest::addColumn<QByteArray>("lastLines");
-    QTest::newRow("a status") << QByteArray("echo out; echo err >&2; exit 3") << QByteArray("exit status 3")
-                              << QByteArray();
-    QTest::newRow("a signal, in the middle of a line")
-        << QByteArray("printf 'half a li'; kill -ABRT $$") << QByteArray("signal SIGABRT") << QByteArray("half a li\n");
-    QTest::newRow("wrong use, but not of the first")
-        << QByteArray("test -e $2/once && { echo taken; exit 2; }; touch $2/once; exit 1")
-        << QByteArray("exit status 2") << QByteArray("taken\n");
+    const Table<QByteArray, QByteArray, QByteArray> row("script", "reason", "lastLines");
+    row("a status", "echo out; echo err >&2; exit 3", "exit status 3", "");
+    row("a signal, in the middle of a line", "printf 'half a li'; kill -ABRT $$", "signal SIGABRT", "half a li\n");
+    row("wrong use, but not of the first", "test -e $2/once && { echo taken; exit 2; }; touch $2/once; exit 1",
+        "exit status 2", "taken\n");
 }
 
 void SupervisorTest::reportsWhatAControllerDoes()

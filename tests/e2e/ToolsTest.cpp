@@ -1,5 +1,6 @@
 #include "ControllerProcess.h"
 #include "net/LinkClient.h"
+#include "support/Table.h"
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -83,14 +84,12 @@ void ToolsTest::showsAndChanges()
 
 void ToolsTest::restarts_data()
 {
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QByteArrayList>("settings");
-    QTest::newRow("reboot") << "reboot" << QByteArrayList{};
-    QTest::newRow("static") << "network static 10.1.2.3 255.255.0.0 10.1.0.1 10.1.0.2"
-                            << QByteArrayList{ "dhcp=false", "ip=10.1.2.3", "mask=255.255.0.0", "gateway=10.1.0.1",
-                                               "dns=10.1.0.2" };
-    QTest::newRow("dhcp") << "network dhcp --mac 08:90:00:01:02:03" << QByteArrayList{ "dhcp=true", "networkSet=true" };
-    QTest::newRow("mac") << "mac 08:90:00:01:02:04" << QByteArrayList{ "dhcp=true" };
+    const Table<QString, QByteArrayList> row("command", "settings");
+    row("reboot", "reboot", {});
+    row("static", "network static 10.1.2.3 255.255.0.0 10.1.0.1 10.1.0.2",
+        { "dhcp=false", "ip=10.1.2.3", "mask=255.255.0.0", "gateway=10.1.0.1", "dns=10.1.0.2" });
+    row("dhcp", "network dhcp --mac 08:90:00:01:02:03", { "dhcp=true", "networkSet=true" });
+    row("mac", "mac 08:90:00:01:02:04", { "dhcp=true" });
 }
 
 void ToolsTest::restarts()
@@ -118,34 +117,28 @@ void ToolsTest::restarts()
 
 void ToolsTest::refusals_data()
 {
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("error"); // begins with
-    QTest::newRow("nobody there") << "--host 127.1.1.1 info" << 1 << QByteArray("no connection to 127.1.1.1:6139");
-    QTest::newRow("nobody found") << "discover --at 127.1.1.1 --for 0.3" << 1
-                                  << QByteArray("no controller answers at 127.1.1.1");
-    QTest::newRow("no command") << "--timeout 1" << 2 << QByteArray("no command given");
-    QTest::newRow("two words of a name") << "network static 10.0.0.1 255.0.0.0 10.0.0.1 dns.example" << 2
-                                         << QByteArray("not an IPv4 address: dns.example");
-    QTest::newRow("half a network") << "network static 10.0.0.1 255.0.0.0" << 2 << QByteArray("ADDRESSES");
-    QTest::newRow("mac") << "mac 08-90-00-01-02-03" << 2 << QByteArray("not a MAC address such as");
-    QTest::newRow("system number") << "sysnum 0" << 2 << QByteArray("NUMBER");
-    QTest::newRow("date") << "datetime tomorrow" << 2 << QByteArray("not a date and time such as");
-    QTest::newRow("address") << "--host a:b:c info" << 2 << QByteArray("not an address: a:b:c");
-    QTest::newRow("type of lines") << "monitor --type error,lamp" << 2
-                                   << QByteArray("--type: lamp is none of remote-io");
-    QTest::newRow("regular expression") << "monitor --regex (a" << 2 << QByteArray("not a regular expression: (a (at");
-    QTest::newRow("no past") << "monitor --no-follow" << 2 << QByteArray("--no-follow needs --since WHEN");
-    QTest::newRow("no such time") << "monitor --since 25:00" << 2 << QByteArray("not a time such as 90s, 10m");
-    QTest::newRow("no such file") << "upload nowhere.pobj" << 2 << QByteArray("nowhere.pobj does not exist");
-    QTest::newRow("a folder") << "upload /" << 2 << QByteArray("/ is no file");
-    QTest::newRow("another kind of file")
-        << "upload /etc/passwd" << 2 << QByteArray("/etc/passwd: a controller takes .pobj");
-    QTest::newRow("no such host") << "--host host.invalid info" << 1
-                                  << QByteArray("no connection to host.invalid:6139");
-    QTest::newRow("not to be written") << "ir build /dev/null -o /proc/x/ir1.ir" << 1
-                                       << QByteArray("cannot write /proc/x");
-    QTest::newRow("listen") << "listen add fe80::1" << 2 << QByteArray("not an IPv4 address: fe80::1");
+    // error: begins with
+    const Table<QString, int, QByteArray> row("command", "status", "error");
+    row("nobody there", "--host 127.1.1.1 info", 1, "no connection to 127.1.1.1:6139");
+    row("nobody found", "discover --at 127.1.1.1 --for 0.3", 1, "no controller answers at 127.1.1.1");
+    row("no command", "--timeout 1", 2, "no command given");
+    row("two words of a name", "network static 10.0.0.1 255.0.0.0 10.0.0.1 dns.example", 2,
+        "not an IPv4 address: dns.example");
+    row("half a network", "network static 10.0.0.1 255.0.0.0", 2, "ADDRESSES");
+    row("mac", "mac 08-90-00-01-02-03", 2, "not a MAC address such as");
+    row("system number", "sysnum 0", 2, "NUMBER");
+    row("date", "datetime tomorrow", 2, "not a date and time such as");
+    row("address", "--host a:b:c info", 2, "not an address: a:b:c");
+    row("type of lines", "monitor --type error,lamp", 2, "--type: lamp is none of remote-io");
+    row("regular expression", "monitor --regex (a", 2, "not a regular expression: (a (at");
+    row("no past", "monitor --no-follow", 2, "--no-follow needs --since WHEN");
+    row("no such time", "monitor --since 25:00", 2, "not a time such as 90s, 10m");
+    row("no such file", "upload nowhere.pobj", 2, "nowhere.pobj does not exist");
+    row("a folder", "upload /", 2, "/ is no file");
+    row("another kind of file", "upload /etc/passwd", 2, "/etc/passwd: a controller takes .pobj");
+    row("no such host", "--host host.invalid info", 1, "no connection to host.invalid:6139");
+    row("not to be written", "ir build /dev/null -o /proc/x/ir1.ir", 1, "cannot write /proc/x");
+    row("listen", "listen add fe80::1", 2, "not an IPv4 address: fe80::1");
 }
 
 void ToolsTest::refusals()
@@ -240,12 +233,12 @@ void ToolsTest::smallHistories()
 
 void ToolsTest::outputs_data()
 {
-    QTest::addColumn<QString>("command");
-    QTest::newRow("info") << "info";
-    QTest::newRow("help") << "--help";
-    QTest::newRow("help of a command") << "monitor --help";
-    QTest::newRow("the past") << "monitor --since 1h --no-follow";
-    QTest::newRow("discover") << "discover --for 0.5 --at ADDRESS";
+    const Table<QString> row("command");
+    row("info", "info");
+    row("help", "--help");
+    row("help of a command", "monitor --help");
+    row("the past", "monitor --since 1h --no-follow");
+    row("discover", "discover --for 0.5 --at ADDRESS");
 }
 
 /// A full disk is told, a reader that has gone is not.
@@ -276,23 +269,16 @@ void ToolsTest::outputs()
 
 void ToolsTest::strangers_data()
 {
-    QTest::addColumn<QByteArray>("hello"); // "close": hangs up; else it answers the first words
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QByteArray>("error"); // after the address
-    QTest::newRow("ssh") << QByteArray("SSH-2.0-Server\r\n") << "info"
-                         << QByteArray(", but something that says \"SSH-2.0-Server\"");
-    QTest::newRow("bytes") << QByteArray("\x16\x03") << "info"
-                           << QByteArray(", but something that says \"\\x16\\x03\"");
-    QTest::newRow("half a beginning") << QByteArray("VX") << "monitor"
-                                      << QByteArray(", but something that says \"VX\"");
-    QTest::newRow("silence") << QByteArray() << "monitor" << QByteArray(" says nothing, as no controller does");
-    QTest::newRow("hangs up") << QByteArray("close") << "reboot"
-                              << QByteArray(" closed the connection and did not say");
-    QTest::newRow("another version") << QByteArray::fromHex("5651 00000002 19 01 1a ac") << "monitor --since 1m"
-                                     << QByteArray(
-                                            " does not answer the question for past lines; it is of another version");
-    QTest::newRow("says no more") << QByteArray::fromHex("5651 00000002 19 01 1a ac") << "info"
-                                  << QByteArray(" does not answer; see whether");
+    // hello: "close": hangs up; else it answers the first words; error: after the address
+    const Table<QByteArray, QString, QByteArray> row("hello", "command", "error");
+    row("ssh", "SSH-2.0-Server\r\n", "info", ", but something that says \"SSH-2.0-Server\"");
+    row("bytes", "\x16\x03", "info", ", but something that says \"\\x16\\x03\"");
+    row("half a beginning", "VX", "monitor", ", but something that says \"VX\"");
+    row("silence", "", "monitor", " says nothing, as no controller does");
+    row("hangs up", "close", "reboot", " closed the connection and did not say");
+    row("another version", QByteArray::fromHex("5651 00000002 19 01 1a ac"), "monitor --since 1m",
+        " does not answer the question for past lines; it is of another version");
+    row("says no more", QByteArray::fromHex("5651 00000002 19 01 1a ac"), "info", " does not answer; see whether");
 }
 
 void ToolsTest::strangers()

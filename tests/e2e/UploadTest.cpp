@@ -1,5 +1,6 @@
 #include "ControllerProcess.h"
 #include "compiler/Compiler.h"
+#include "support/Table.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -187,12 +188,7 @@ void UploadTest::webArchiveIsUnpacked()
 
 void UploadTest::refusals_data()
 {
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("text");
-    const auto row = [](const char *command, int status, const char *text) {
-        QTest::newRow(command) << QString::fromLatin1(command) << status << QByteArray(text);
-    };
+    const Table<QString, int, QByteArray> row("command", "status", "text");
     row("upload none.pobj", 2, "none.pobj does not exist");
     row("upload empty.src", 2, "empty.src is empty");
     row("upload room.exe", 2, "a controller takes .pobj");

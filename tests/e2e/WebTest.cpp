@@ -1,4 +1,5 @@
 #include "ControllerProcess.h"
+#include "support/Table.h"
 
 #include <QDir>
 #include <QFile>
@@ -120,9 +121,9 @@ void WebTest::freePort()
 
 void WebTest::takenPort_data()
 {
-    QTest::addColumn<bool>("isOption");
-    QTest::newRow("by an option: the process ends before the program starts") << true;
-    QTest::newRow("by the settings: it goes on without a web server") << false;
+    const Table<bool> row("isOption");
+    row("by an option: the process ends before the program starts", true);
+    row("by the settings: it goes on without a web server", false);
 }
 
 void WebTest::takenPort()

@@ -1,4 +1,5 @@
 #include "ExampleRoom.h"
+#include "support/Table.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -125,28 +126,17 @@ const QMap<QString, QStringList> kQuick{ { QStringLiteral("projector"),
 
 void HomeTheatreTest::beginsAFilm_data()
 {
-    QTest::addColumn<QString>("device");
-    QTest::addColumn<QString>("faults");
-    QTest::addColumn<QByteArray>("trace"); // what the device says of its fault
-    QTest::addColumn<QString>("status");
+    // trace: what the device says of its fault
+    const Table<QString, QString, QByteArray, QString> row("device", "faults", "trace", "status");
     const QString ready = QStringLiteral("Film: ready");
-    QTest::newRow("all is well") << "projector"
-                                 << "" << QByteArray("shows a picture") << ready;
-    QTest::newRow("the projector is busy") << "projector"
-                                           << "--busy 3" << QByteArray("POWER ON -> BUSY") << ready;
-    QTest::newRow("the projector drops the connection")
-        << "projector"
-        << "--drop-after 4" << QByteArray("drops the connection") << ready;
-    QTest::newRow("datagrams are lost") << "amplifier"
-                                        << "--lose-first 8" << QByteArray("(lost: ") << ready;
-    QTest::newRow("every other datagram is lost") << "amplifier"
-                                                  << "--lose 0.4 --seed 3" << QByteArray("(lost: ") << ready;
-    QTest::newRow("the house is busy") << "house"
-                                       << "--busy 4" << QByteArray("exception 6") << ready;
-    QTest::newRow("the house drops the connection") << "house"
-                                                    << "--drop-after 3" << QByteArray("drops the connection") << ready;
-    QTest::newRow("the blinds are jammed") << "house"
-                                           << "--jam" << QByteArray("exception 4") << "The blinds do not move";
+    row("all is well", "projector", "", "shows a picture", ready);
+    row("the projector is busy", "projector", "--busy 3", "POWER ON -> BUSY", ready);
+    row("the projector drops the connection", "projector", "--drop-after 4", "drops the connection", ready);
+    row("datagrams are lost", "amplifier", "--lose-first 8", "(lost: ", ready);
+    row("every other datagram is lost", "amplifier", "--lose 0.4 --seed 3", "(lost: ", ready);
+    row("the house is busy", "house", "--busy 4", "exception 6", ready);
+    row("the house drops the connection", "house", "--drop-after 3", "drops the connection", ready);
+    row("the blinds are jammed", "house", "--jam", "exception 4", "The blinds do not move");
 }
 
 void HomeTheatreTest::beginsAFilm()
@@ -207,16 +197,10 @@ void HomeTheatreTest::showsWhatHandsDo()
 
 void HomeTheatreTest::devicesComeBack_data()
 {
-    QTest::addColumn<QString>("device");
-    QTest::addColumn<QString>("away");
-    QTest::addColumn<int>("channel");
-    QTest::addColumn<QByteArray>("done");
-    QTest::newRow("projector") << "projector"
-                               << "The projector is away" << 61 << QByteArray("POWER ON -> OK");
-    QTest::newRow("amplifier") << "amplifier"
-                               << "The amplifier is away" << 62 << QByteArray("VOLUME 45");
-    QTest::newRow("house") << "house"
-                           << "The lights are away" << 63 << QByteArray("blinds at 100");
+    const Table<QString, QString, int, QByteArray> row("device", "away", "channel", "done");
+    row("projector", "projector", "The projector is away", 61, "POWER ON -> OK");
+    row("amplifier", "amplifier", "The amplifier is away", 62, "VOLUME 45");
+    row("house", "house", "The lights are away", 63, "blinds at 100");
 }
 
 void HomeTheatreTest::devicesComeBack()

@@ -1,4 +1,5 @@
 #include "support/ScriptedProgram.h"
+#include "support/Table.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,7 +13,7 @@ class ProgramsTest : public QObject
 private Q_SLOTS:
     void plays_data()
     {
-        QTest::addColumn<QString>("source");
+        const Table<QString> row("source");
         const QDir folder(QStringLiteral(PROGRAMS_DIRECTORY));
         for (const QString &fileName : folder.entryList({ QStringLiteral("*.src") }, QDir::Files, QDir::Name)) {
             QFile file(folder.filePath(fileName));
@@ -20,7 +21,7 @@ private Q_SLOTS:
             const QString text = QString::fromUtf8(file.readAll());
             for (const QString &part : (QLatin1Char('\n') + text).split(QStringLiteral("\n//# ")).mid(1)) {
                 const QString title = part.section(QLatin1Char('\n'), 0, 0);
-                QTest::newRow(qPrintable(fileName + QStringLiteral(": ") + title)) << QStringLiteral("//# ") + part;
+                row(qPrintable(fileName + QStringLiteral(": ") + title), QStringLiteral("//# ") + part);
             }
         }
     }

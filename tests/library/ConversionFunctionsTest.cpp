@@ -1,4 +1,5 @@
 #include "LibraryBench.h"
+#include "support/Table.h"
 
 #include <QProcess>
 #include <QRandomGenerator>
@@ -210,12 +211,7 @@ void ConversionFunctionsTest::keepsTheLastResult()
 
 void ConversionFunctionsTest::buildsAudioFrames_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QVariant>("result");
-    const auto row = [](const char *title, const char *name, const QVariantList &arguments, const QVariant &result) {
-        QTest::newRow(title) << QByteArray(name) << arguments << result;
-    };
+    const Table<QByteArray, QVariantList, QVariant> row("name", "arguments", "result");
     const QByteArray address = "0A1B03000100";
     row("0 dB", "bss_gain_value", { 0 }, 0.0);
     row("+6 dB", "bss_gain_value", { 6 }, 60000.0);

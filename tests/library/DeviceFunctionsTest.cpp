@@ -1,6 +1,7 @@
 #include "LibraryBench.h"
 #include "base/Clock.h"
 #include "base/SystemNumber.h"
+#include "support/Table.h"
 
 #include <QtTest>
 
@@ -42,12 +43,8 @@ QVariant channelList(const std::vector<double> &channels)
 
 void DeviceFunctionsTest::tellsPanels_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QString>("call"); // empty: none
-    const auto row = [](const char *title, const char *name, const QVariantList &arguments, const char *call) {
-        QTest::newRow(title) << QByteArray(name) << arguments << QString::fromLatin1(call);
-    };
+    // call: empty: none
+    const Table<QByteArray, QVariantList, QString> row("name", "arguments", "call");
     row("channels", "set_button_property", { panel, channelList({ 1, 2, 300 }), visible, 0 },
         "button 10001 1,2,300 visible qlonglong 0");
     row("text", "set_button_property", { panel, 5, QByteArray("ListItems"), QByteArray("a;b") },
@@ -85,15 +82,8 @@ void DeviceFunctionsTest::tellsPanels()
 
 void DeviceFunctionsTest::asksPanels_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QVariant>("answer");
-    QTest::addColumn<QString>("call");
-    QTest::addColumn<QVariant>("result");
-    const auto row = [](const char *title, const char *name, const QVariantList &arguments, const QVariant &answer,
-                        const char *call, const QVariant &result) {
-        QTest::newRow(title) << QByteArray(name) << arguments << answer << QString::fromLatin1(call) << result;
-    };
+    const Table<QByteArray, QVariantList, QVariant, QString, QVariant> row("name", "arguments", "answer", "call",
+                                                                           "result");
     const QByteArray hi = "Hi";
     row("text", "button_text", { panel, 5, 1 }, hi, "text? 10001 5 1", hi);
     row("no answer", "button_text", { panel, 5, 1 }, {}, "text? 10001 5 1", QByteArray());
@@ -217,19 +207,15 @@ void DeviceFunctionsTest::pushesInOrder()
 
 void DeviceFunctionsTest::findsTheLastInput_data()
 {
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<double>("found");
-    QTest::newRow("channels") << QVariantList{ channelList({ 3, 5, 5 }) } << 2.0;
-    QTest::newRow("pairs") << QVariantList{
-        variable(listOf(200, { devChan(1, 5), devChan(10001, 4), devChan(10001, 5) }))
-    } << 3.0;
-    QTest::newRow("levels") << QVariantList{ variable(listOf(201, { devLev(10001, 5) })) } << 1.0;
-    QTest::newRow("devices") << QVariantList{ variable(listOf(DeviceType, { device(10001, 2), device(10001) })) }
-                             << 2.0;
-    QTest::newRow("none of them") << QVariantList{ channelList({ 1, 2 }) } << 0.0;
-    QTest::newRow("no array") << QVariantList{ 5 } << 0.0;
-    QTest::newRow("two arguments") << QVariantList{ channelList({ 5 }), 1 } << 0.0;
-    QTest::newRow("no argument") << QVariantList{} << 0.0;
+    const Table<QVariantList, double> row("arguments", "found");
+    row("channels", { channelList({ 3, 5, 5 }) }, 2.0);
+    row("pairs", { variable(listOf(200, { devChan(1, 5), devChan(10001, 4), devChan(10001, 5) })) }, 3.0);
+    row("levels", { variable(listOf(201, { devLev(10001, 5) })) }, 1.0);
+    row("devices", { variable(listOf(DeviceType, { device(10001, 2), device(10001) })) }, 2.0);
+    row("none of them", { channelList({ 1, 2 }) }, 0.0);
+    row("no array", { 5 }, 0.0);
+    row("two arguments", { channelList({ 5 }), 1 }, 0.0);
+    row("no argument", {}, 0.0);
 }
 
 void DeviceFunctionsTest::findsTheLastInput()
@@ -299,25 +285,22 @@ void DeviceFunctionsTest::sizesVirtualDevices()
 
 void DeviceFunctionsTest::createsTimelines_data()
 {
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QVariant>("result");
-    QTest::addColumn<QString>("message");
+    const Table<QVariantList, QVariant, QString> row("arguments", "result", "message");
     const QString badId = QStringLiteral("Timeline id of timeline_create function is not valid");
     const QString badLength = QStringLiteral("Array length must greater than 0 when creating timeline");
     const QVariant two = variable(numbers(LongType, { 100, 200 }));
-    QTest::newRow("good") << QVariantList{ 2, two, 2, 0, 1 } << QVariant(0.0) << QString();
-    QTest::newRow("flags left out") << QVariantList{ 2, two, 2 } << QVariant(0.0) << QString();
-    QTest::newRow("id in use") << QVariantList{ 1, two, 2, 0, 1 } << QVariant(1.0) << QString();
-    QTest::newRow("more than the array holds") << QVariantList{ 2, two, 3, 0, 1 } << QVariant(2.0) << QString();
-    QTest::newRow("endless") << QVariantList{ 2, two, 2147483647.0, 0, 1 } << QVariant(2.0) << QString();
-    QTest::newRow("elements that are no numbers")
-        << QVariantList{ 2, variable(listOf(DeviceType, { device(1) })), 1, 0, 1 } << QVariant(2.0) << QString();
-    QTest::newRow("no array") << QVariantList{ 2, 100, 1, 0, 1 } << QVariant(3.0) << QString();
-    QTest::newRow("no times") << QVariantList{ 2, QVariant(), 1, 0, 1 } << QVariant(3.0) << QString();
-    QTest::newRow("negative id") << QVariantList{ -1, two, 2, 0, 1 } << QVariant() << badId;
-    QTest::newRow("no arguments") << QVariantList{} << QVariant() << badId;
-    QTest::newRow("no length") << QVariantList{ 2, two, 0, 0, 1 } << QVariant() << badLength;
-    QTest::newRow("length is no number") << QVariantList{ 2, two, panel, 0, 1 } << QVariant() << badLength;
+    row("good", { 2, two, 2, 0, 1 }, 0.0, "");
+    row("flags left out", { 2, two, 2 }, 0.0, "");
+    row("id in use", { 1, two, 2, 0, 1 }, 1.0, "");
+    row("more than the array holds", { 2, two, 3, 0, 1 }, 2.0, "");
+    row("endless", { 2, two, 2147483647.0, 0, 1 }, 2.0, "");
+    row("elements that are no numbers", { 2, variable(listOf(DeviceType, { device(1) })), 1, 0, 1 }, 2.0, "");
+    row("no array", { 2, 100, 1, 0, 1 }, 3.0, "");
+    row("no times", { 2, QVariant(), 1, 0, 1 }, 3.0, "");
+    row("negative id", { -1, two, 2, 0, 1 }, {}, badId);
+    row("no arguments", {}, {}, badId);
+    row("no length", { 2, two, 0, 0, 1 }, {}, badLength);
+    row("length is no number", { 2, two, panel, 0, 1 }, {}, badLength);
 }
 
 void DeviceFunctionsTest::createsTimelines()

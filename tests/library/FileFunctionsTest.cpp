@@ -1,4 +1,5 @@
 #include "LibraryBench.h"
+#include "support/Table.h"
 
 #include <QDir>
 #include <QFile>
@@ -64,16 +65,14 @@ void FileFunctionsTest::givesHandlesInTurn()
 
 void FileFunctionsTest::refusesToOpen_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<double>("mode");
-    QTest::addColumn<double>("status");
-    QTest::newRow("no name") << QByteArray() << 1.0 << -2.0;
-    QTest::newRow("mode 0") << QByteArray("x") << 0.0 << -3.0;
-    QTest::newRow("mode 4") << QByteArray("x") << 4.0 << -3.0;
-    QTest::newRow("missing") << QByteArray("missing") << 1.0 << -5.0;
-    QTest::newRow("no such directory") << QByteArray("no/such/file") << 2.0 << -5.0;
-    QTest::newRow("a directory") << QByteArray(".") << 1.0 << -5.0;
-    QTest::newRow("a pipe, which would block") << QByteArray("pipe") << 1.0 << -5.0;
+    const Table<QByteArray, double, double> row("name", "mode", "status");
+    row("no name", "", 1.0, -2.0);
+    row("mode 0", "x", 0.0, -3.0);
+    row("mode 4", "x", 4.0, -3.0);
+    row("missing", "missing", 1.0, -5.0);
+    row("no such directory", "no/such/file", 2.0, -5.0);
+    row("a directory", ".", 1.0, -5.0);
+    row("a pipe, which would block", "pipe", 1.0, -5.0);
 }
 
 void FileFunctionsTest::refusesToOpen()

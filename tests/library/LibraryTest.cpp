@@ -1,4 +1,5 @@
 #include "LibraryBench.h"
+#include "support/Table.h"
 
 #include "base/Clock.h"
 
@@ -117,10 +118,10 @@ QVariant anyArgument(QRandomGenerator &random)
 
 void LibraryTest::takesAnything_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    for (const Builtin &row : Library::table()) {
-        if (row.isAvailable()) {
-            QTest::newRow(row.name) << QByteArray(row.name);
+    const Table<QByteArray> row("name");
+    for (const Builtin &builtin : Library::table()) {
+        if (builtin.isAvailable()) {
+            row(builtin.name);
         }
     }
 }

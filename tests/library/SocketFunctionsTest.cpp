@@ -1,4 +1,5 @@
 #include "LibraryBench.h"
+#include "support/Table.h"
 
 #include <QtTest>
 
@@ -22,16 +23,8 @@ const QByteArray kAddress("10.0.0.5");
 
 void SocketFunctionsTest::calls_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QString>("call");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QVariant>("result");
-    const auto row = [](const char *label, const char *name, const QVariantList &arguments, const char *call,
-                        const char *message, const QVariant &result) {
-        QTest::newRow(label) << QByteArray(name) << arguments << QString::fromLatin1(call)
-                             << QString::fromLatin1(message) << result;
-    };
+    const Table<QByteArray, QVariantList, QString, QString, QVariant> row("name", "arguments", "call", "message",
+                                                                          "result");
     const auto client = [&](const char *label, const QVariantList &arguments, const char *call, const char *message) {
         row(label, "ip_client_open", arguments, call, message, message[0] ? 0.0 : 7.0);
     };
@@ -140,17 +133,12 @@ void SocketFunctionsTest::showsItsAddresses()
 
 void SocketFunctionsTest::wakesMachines_data()
 {
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QByteArray>("mac");
-    QTest::addColumn<QString>("call");
-    QTest::newRow("short") << QVariantList{ QByteArray("0011223344") } << QByteArray("001122334400")
-                           << QStringLiteral("broadcast  9");
-    QTest::newRow("long") << QVariantList{ QByteArray("0011223344556677"), QByteArray(), 0 }
-                          << QByteArray("001122334455") << QStringLiteral("broadcast  9");
-    QTest::newRow("separators") << QVariantList{ QByteArray("00:11-22 aa.Bb:cc"), QByteArray("127.0.0.1"), 7 }
-                                << QByteArray("001122aabbcc") << QStringLiteral("broadcast 127.0.0.1 7");
-    QTest::newRow("no address") << QVariantList{ QByteArray("xy1122334455"), QByteArray("nowhere"), 65536 }
-                                << QByteArray("001122334455") << QStringLiteral("broadcast  9");
+    const Table<QVariantList, QByteArray, QString> row("arguments", "mac", "call");
+    row("short", { QByteArray("0011223344") }, "001122334400", "broadcast  9");
+    row("long", { QByteArray("0011223344556677"), QByteArray(), 0 }, "001122334455", "broadcast  9");
+    row("separators", { QByteArray("00:11-22 aa.Bb:cc"), QByteArray("127.0.0.1"), 7 }, "001122aabbcc",
+        "broadcast 127.0.0.1 7");
+    row("no address", { QByteArray("xy1122334455"), QByteArray("nowhere"), 65536 }, "001122334455", "broadcast  9");
 }
 
 void SocketFunctionsTest::wakesMachines()

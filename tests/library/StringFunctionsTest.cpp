@@ -1,4 +1,5 @@
 #include "LibraryBench.h"
+#include "support/Table.h"
 
 #include <QtTest>
 
@@ -26,12 +27,8 @@ private Q_SLOTS:
 
 void StringFunctionsTest::gives_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QVariant>("result"); // invalid: the built-in sets none
-    const auto row = [](const char *title, const char *name, const QVariantList &arguments, const QVariant &result) {
-        QTest::newRow(title) << QByteArray(name) << arguments << result;
-    };
+    // result: invalid: the built-in sets none
+    const Table<QByteArray, QVariantList, QVariant> row("name", "arguments", "result");
     const QByteArray hello = "HELLO";
     row("length", "length_string", { hello }, 5.0);
     row("length of a number", "length_string", { 5 }, {});
@@ -140,15 +137,8 @@ void StringFunctionsTest::complains()
 
 void StringFunctionsTest::consumes_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QByteArray>("buffer");
-    QTest::addColumn<QVariantList>("further");
-    QTest::addColumn<QVariant>("result");
-    QTest::addColumn<QByteArray>("left");
-    const auto row = [](const char *title, const char *name, const char *buffer, const QVariantList &further,
-                        const QVariant &result, const char *left) {
-        QTest::newRow(title) << QByteArray(name) << QByteArray(buffer) << further << result << QByteArray(left);
-    };
+    const Table<QByteArray, QByteArray, QVariantList, QVariant, QByteArray> row("name", "buffer", "further", "result",
+                                                                                "left");
     const QByteArray comma = ",";
     row("remove to the comma", "remove_string", "12,34", { comma, 1 }, QByteArray("12,"), "34");
     row("remove without start", "remove_string", "12,34", { comma }, QByteArray("12,"), "34");
@@ -159,7 +149,7 @@ void StringFunctionsTest::consumes_data()
     row("remove nothing", "remove_string", "12", { QByteArray() }, QByteArray(), "12");
     row("remove all", "remove_string", "12,", { comma }, QByteArray("12,"), "");
     row("first character", "get_buffer_char", "xyz", {}, QByteArray("x"), "yz");
-    row("none left", "get_buffer_char", "", {}, QVariant(), "");
+    row("none left", "get_buffer_char", "", {}, {}, "");
     row("more than there is", "get_buffer_string", "xyz", { 10 }, QByteArray("xyz"), "");
     row("truncated, not rounded", "get_buffer_string", "xyz", { 1.9999999999999 }, QByteArray("x"), "yz");
     row("negative count", "get_buffer_string", "xyz", { -2 }, QByteArray(), "xyz");

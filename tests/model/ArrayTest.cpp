@@ -1,4 +1,5 @@
 #include "model/Values.h"
+#include "support/Table.h"
 
 #include <QTest>
 
@@ -52,23 +53,21 @@ private Q_SLOTS:
 
 void ArrayTest::readsNumbersByType_data()
 {
-    QTest::addColumn<int>("type");
-    QTest::addColumn<double>("stored");
-    QTest::addColumn<double>("read");
-    QTest::newRow("INTEGER wraps below 0") << int(IntegerType) << -1.0 << 4294967295.0;
-    QTest::newRow("INTEGER keeps its largest") << int(IntegerType) << 4294967295.0 << 4294967295.0;
-    QTest::newRow("INTEGER wraps above") << int(IntegerType) << 4294967296.0 << 0.0;
-    QTest::newRow("INTEGER truncates") << int(IntegerType) << 2.7 << 2.0;
-    QTest::newRow("CHAR wraps") << int(CharType) << 300.0 << 44.0;
-    QTest::newRow("SINTEGER is nudged up") << int(SIntegerType) << 2.99999999995 << 3.0;
-    QTest::newRow("SINTEGER truncates toward 0") << int(SIntegerType) << -2.5 << -2.0;
-    QTest::newRow("SINTEGER wraps") << int(SIntegerType) << 2147483648.0 << -2147483648.0;
-    QTest::newRow("WIDECHAR") << int(WideCharType) << -1.0 << 65535.0;
-    QTest::newRow("LONG of a negative") << int(LongType) << -1.0 << 18446744073709551615.0;
-    QTest::newRow("SLONG saturates") << int(SLongType) << 1e30 << 9223372036854775807.0;
-    QTest::newRow("FLOAT rounds") << int(FloatType) << 0.1 << static_cast<double>(0.1f);
-    QTest::newRow("DOUBLE is exact") << int(DoubleType) << 0.1 << 0.1;
-    QTest::newRow("not a number as INTEGER") << int(IntegerType) << std::nan("") << 0.0;
+    const Table<int, double, double> row("type", "stored", "read");
+    row("INTEGER wraps below 0", int(IntegerType), -1.0, 4294967295.0);
+    row("INTEGER keeps its largest", int(IntegerType), 4294967295.0, 4294967295.0);
+    row("INTEGER wraps above", int(IntegerType), 4294967296.0, 0.0);
+    row("INTEGER truncates", int(IntegerType), 2.7, 2.0);
+    row("CHAR wraps", int(CharType), 300.0, 44.0);
+    row("SINTEGER is nudged up", int(SIntegerType), 2.99999999995, 3.0);
+    row("SINTEGER truncates toward 0", int(SIntegerType), -2.5, -2.0);
+    row("SINTEGER wraps", int(SIntegerType), 2147483648.0, -2147483648.0);
+    row("WIDECHAR", int(WideCharType), -1.0, 65535.0);
+    row("LONG of a negative", int(LongType), -1.0, 18446744073709551615.0);
+    row("SLONG saturates", int(SLongType), 1e30, 9223372036854775807.0);
+    row("FLOAT rounds", int(FloatType), 0.1, static_cast<double>(0.1f));
+    row("DOUBLE is exact", int(DoubleType), 0.1, 0.1);
+    row("not a number as INTEGER", int(IntegerType), std::nan(""), 0.0);
 }
 
 void ArrayTest::readsNumbersByType()
@@ -121,9 +120,7 @@ void ArrayTest::staysInsideItsBounds()
 
 void ArrayTest::copies_data()
 {
-    QTest::addColumn<std::shared_ptr<BasicType>>("to");
-    QTest::addColumn<std::shared_ptr<BasicType>>("from");
-    QTest::addColumn<QByteArray>("result");
+    const Table<std::shared_ptr<BasicType>, std::shared_ptr<BasicType>, QByteArray> row("to", "from", "result");
     using Value = std::shared_ptr<BasicType>;
     const auto number = [](double value, int type) { return Value(std::make_shared<Double>(value, type)); };
     const auto text = [](const char *bytes) { return Value(Array::ofBytes(bytes)); };
@@ -132,16 +129,13 @@ void ArrayTest::copies_data()
         array->setMaxLength(size);
         return Value(array);
     };
-    QTest::newRow("text cut to the size") << bounded(2) << text("abc") << QByteArray("97 98");
-    QTest::newRow("text to number: the first byte") << number(7, IntegerType) << text("abc") << QByteArray("97");
-    QTest::newRow("empty text leaves a number") << number(7, IntegerType) << text("") << QByteArray("7");
-    QTest::newRow("number to array: one element, of its own type")
-        << text("abc") << number(300, IntegerType) << QByteArray("300");
-    QTest::newRow("INTEGERs into CHARs wrap")
-        << bounded(5) << Value(numbers(IntegerType, { 300, 65 })) << QByteArray("44 65");
-    QTest::newRow("CHARs into DOUBLEs") << Value(numbers(DoubleType, { 1, 2, 3 })) << text("AB") << QByteArray("65 66");
-    QTest::newRow("an unbounded array grows")
-        << Value(std::make_shared<Array>(CharType)) << text("abc") << QByteArray("97 98 99");
+    row("text cut to the size", bounded(2), text("abc"), "97 98");
+    row("text to number: the first byte", number(7, IntegerType), text("abc"), "97");
+    row("empty text leaves a number", number(7, IntegerType), text(""), "7");
+    row("number to array: one element, of its own type", text("abc"), number(300, IntegerType), "300");
+    row("INTEGERs into CHARs wrap", bounded(5), Value(numbers(IntegerType, { 300, 65 })), "44 65");
+    row("CHARs into DOUBLEs", Value(numbers(DoubleType, { 1, 2, 3 })), text("AB"), "65 66");
+    row("an unbounded array grows", Value(std::make_shared<Array>(CharType)), text("abc"), "97 98 99");
 }
 
 void ArrayTest::copies()

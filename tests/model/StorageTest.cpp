@@ -1,5 +1,6 @@
 #include "model/StorageManager.h"
 #include "model/Values.h"
+#include "support/Table.h"
 
 #include <QDir>
 #include <QFile>
@@ -78,12 +79,12 @@ private Q_SLOTS:
 
     void startsWithoutADamagedStore_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("noise") << QByteArray(500, '\xEE');
-        QTest::newRow("count of four thousand million") << QByteArray::fromHex("ffffffff");
-        QTest::newRow("cut in an entry") << QByteArray::fromHex("00000001 00000002 0041 0000001c 0000000a");
-        QTest::newRow("giant record") << QByteArray::fromHex("00000001 00000002 0041 7fffffff 0000000a");
+        const Table<QByteArray> row("content");
+        row("empty", "");
+        row("noise", QByteArray(500, '\xEE'));
+        row("count of four thousand million", QByteArray::fromHex("ffffffff"));
+        row("cut in an entry", QByteArray::fromHex("00000001 00000002 0041 0000001c 0000000a"));
+        row("giant record", QByteArray::fromHex("00000001 00000002 0041 7fffffff 0000000a"));
     }
 
     void startsWithoutADamagedStore()

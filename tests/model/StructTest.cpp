@@ -1,5 +1,6 @@
 #include "base/Clock.h"
 #include "program/AST.h"
+#include "support/Table.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -107,16 +108,13 @@ private Q_SLOTS:
 
     void declarations_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<double>("value");
-        QTest::addColumn<QStringList>("errors");
+        const Table<QString, double, QStringList> row("text", "value", "errors");
         const QString taken = QStringLiteral("Symbol [%1] already defined in current scope");
-        QTest::newRow("a new name") << "count" << 1.0 << QStringList();
-        QTest::newRow("a system constant with its value") << "do_push_timed_infinite" << 65535.0 << QStringList();
-        QTest::newRow("a system constant with another")
-            << "Do_Push_Timed_Infinite " << 1.0 << QStringList{ taken.arg(QStringLiteral("DO_PUSH_TIMED_INFINITE")) };
-        QTest::newRow("a variable of the system")
-            << "get_timer" << 1.0 << QStringList{ taken.arg(QStringLiteral("GET_TIMER")) };
+        row("a new name", "count", 1.0, {});
+        row("a system constant with its value", "do_push_timed_infinite", 65535.0, {});
+        row("a system constant with another", "Do_Push_Timed_Infinite ", 1.0,
+            { taken.arg(QStringLiteral("DO_PUSH_TIMED_INFINITE")) });
+        row("a variable of the system", "get_timer", 1.0, { taken.arg(QStringLiteral("GET_TIMER")) });
     }
 
     void declarations()

@@ -1,5 +1,6 @@
 #include "net/LinkCodes.h"
 #include "net/controllers/ListenerSession.h"
+#include "support/Table.h"
 #include <QtTest>
 
 namespace {
@@ -90,11 +91,8 @@ private Q_SLOTS:
 
 void ControllerSessionTest::readsTargets_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("message"); // empty: confirmed and ignored
-    const auto row = [](const char *body, const char *message) {
-        QTest::newRow(body) << QByteArray(body) << QString::fromLatin1(message);
-    };
+    // message: empty: confirmed and ignored
+    const Table<QByteArray, QString> row("body", "message");
     row("sys:7", "number 7");
     row("sys:0", "");
     row("sys:-3", "");
@@ -133,12 +131,8 @@ void ControllerSessionTest::readsTargets()
 
 void ControllerSessionTest::readsListeners_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("kind"); // -1: none
-    QTest::addColumn<QByteArray>("rest");
-    const auto row = [](const char *body, int kind, const char *rest) {
-        QTest::newRow(body) << QByteArray(body) << kind << QByteArray(rest);
-    };
+    // kind: -1: none
+    const Table<QByteArray, int, QByteArray> row("body", "kind", "rest");
     const auto is = [](ListenerRequest request) { return static_cast<int>(request); };
     row("sys:1", is(ListenerRequest::Number), "1");
     row("sys:7", -1, "");

@@ -1,4 +1,5 @@
 #include "net/LinkMessage.h"
+#include "support/Table.h"
 #include <QtTest>
 
 namespace {
@@ -27,12 +28,7 @@ private Q_SLOTS:
 
 void LinkMessageTest::decodes_data()
 {
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("message");
-    const auto row = [](const char *name, int code, const QByteArray &body, const char *message) {
-        QTest::newRow(name) << code << body << QString::fromLatin1(message);
-    };
+    const Table<int, QByteArray, QString> row("code", "body", "message");
     row("single channel", 0x1B, "5:1:0-0", "feedback channel=5 status=1 first=0 last=0");
     row("range", 0x1B, "5:1:1-10", "feedback channel=5 status=1 first=1 last=10");
     row("range from below zero", 0x1B, "5:1:-2--1", "feedback channel=5 status=1 first=-2 last=-1");
@@ -47,7 +43,7 @@ void LinkMessageTest::decodes_data()
     row("wrong prefix", 0x3A, "property:5:name:a", "other");
     row("fields missing", 0x42, "containercall:5:show", "other");
     row("empty last field", 0x42, "containercall:5:show:", "container-call channels=5 method=show value=");
-    row("monitor line", 0x14, QByteArray::fromHex("0468c3a9"), "monitor-line type=4 text=h\xE9");
+    row("monitor line", 0x14, QByteArray::fromHex("0468c3a9"), "monitor-line type=4 text=h\u00e9");
     row("empty monitor line", 0x14, "", "other");
 }
 
@@ -61,20 +57,18 @@ void LinkMessageTest::decodes()
 
 void LinkMessageTest::decodesSnapshot_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("records");
+    const Table<QByteArray, QString> row("body", "records");
     const QByteArray head = QByteArray::fromHex("00000001 00000003");
     const QByteArray single = QByteArray::fromHex("00000000 00000005 00000001 00000000 00000000");
     const QByteArray range = QByteArray::fromHex("00000001 00000004 00000001 00000001 0000000a");
     const QByteArray list = QByteArray::fromHex("00000002 00000007 00000000 00000002 00000003 00000007");
-    QTest::newRow("all kinds") << head + single + range + list << QStringLiteral("0/5/1/0/0 1/4/1/1/10 2/7/0/2/0[3,7]");
-    QTest::newRow("cut between records") << head + single << QStringLiteral("0/5/1/0/0");
-    QTest::newRow("cut inside a record") << head + single + range.chopped(1) << QStringLiteral("0/5/1/0/0");
-    QTest::newRow("cut inside a list") << head + list.chopped(4) << QStringLiteral("");
-    QTest::newRow("giant list") << head + QByteArray::fromHex("00000002 00000007 00000000 7fffffff 00000003")
-                                << QStringLiteral("");
-    QTest::newRow("another format") << QByteArray::fromHex("00000002 00000001") + single << QStringLiteral("");
-    QTest::newRow("nothing") << QByteArray() << QStringLiteral("");
+    row("all kinds", head + single + range + list, "0/5/1/0/0 1/4/1/1/10 2/7/0/2/0[3,7]");
+    row("cut between records", head + single, "0/5/1/0/0");
+    row("cut inside a record", head + single + range.chopped(1), "0/5/1/0/0");
+    row("cut inside a list", head + list.chopped(4), "");
+    row("giant list", head + QByteArray::fromHex("00000002 00000007 00000000 7fffffff 00000003"), "");
+    row("another format", QByteArray::fromHex("00000002 00000001") + single, "");
+    row("nothing", "", "");
 }
 
 void LinkMessageTest::decodesSnapshot()

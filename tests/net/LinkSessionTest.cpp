@@ -1,4 +1,5 @@
 #include "net/LinkSession.h"
+#include "support/Table.h"
 #include <QtTest>
 
 namespace {
@@ -104,12 +105,8 @@ private Q_SLOTS:
 
 void LinkSessionTest::readsBodies_data()
 {
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("event"); // empty: none
-    const auto row = [](const char *name, int code, const char *body, const char *event) {
-        QTest::newRow(name) << code << QByteArray(body) << QString::fromUtf8(event);
-    };
+    // event: empty: none
+    const Table<int, QByteArray, QString> row("code", "body", "event");
     row("handshake", 0x1F, "1:10001:Lobby:2.0", "peer 1 10001 Lobby 2.0 was -1");
     row("handshake, colons in the version", 0x1F, "2:100::a:b", "peer 2 100  a:b was -1");
     row("handshake of three fields", 0x1F, "1:10001:Lobby", "");

@@ -1,4 +1,5 @@
 #include "net/ManagementCommand.h"
+#include "support/Table.h"
 #include <QtTest>
 
 using namespace Management;
@@ -42,12 +43,8 @@ private Q_SLOTS:
 
 void ManagementCommandTest::reads_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QString>("command"); // empty: ignored
-    const auto row = [](const char *text, const char *command) {
-        QTest::newRow(QByteArray(text).replace('\n', '|').constData())
-            << QByteArray(text) << QString::fromLatin1(command);
-    };
+    // command: empty: ignored
+    const Table<QByteArray, QString> row("text", "command");
     row("sysnum\n12", "system 12");
     row("sysnum\n0", "system 0");
     row("sysnum", "");

@@ -1,5 +1,6 @@
 #include "SocketBench.h"
 #include "base/Monitor.h"
+#include "support/Table.h"
 
 #include <QEventLoop>
 
@@ -66,11 +67,9 @@ void ProgramSocketsTest::clientTalks()
 
 void ProgramSocketsTest::clientFailsToConnect_data()
 {
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<quint16>("port");
-    QTest::addColumn<int>("code");
-    QTest::newRow("nobody listens") << kHereText << freePort() << 0;
-    QTest::newRow("an address that TCP cannot have") << QStringLiteral("255.255.255.255") << quint16(9) << 7;
+    const Table<QString, quint16, int> row("address", "port", "code");
+    row("nobody listens", kHereText, freePort(), 0);
+    row("an address that TCP cannot have", "255.255.255.255", 9, 7);
 }
 
 void ProgramSocketsTest::clientFailsToConnect()
@@ -555,10 +554,9 @@ void ProgramSocketsTest::programEndsInAHandler()
 
 void ProgramSocketsTest::udpClient_data()
 {
-    QTest::addColumn<int>("protocol");
-    QTest::addColumn<bool>("hears");
-    QTest::newRow("one way") << int(Protocol::Udp) << false;
-    QTest::newRow("two ways") << int(Protocol::UdpTwoWay) << true;
+    const Table<int, bool> row("protocol", "hears");
+    row("one way", int(Protocol::Udp), false);
+    row("two ways", int(Protocol::UdpTwoWay), true);
 }
 
 void ProgramSocketsTest::udpClient()

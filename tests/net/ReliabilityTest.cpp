@@ -1,5 +1,6 @@
 #include "net/DuplicateFilter.h"
 #include "net/ResendTable.h"
+#include "support/Table.h"
 #include <QtTest>
 
 /// The pending sends and the received ids, driven with times of our own.
@@ -40,13 +41,11 @@ void ReliabilityTest::resendsUntilAcknowledgedOrOld()
 
 void ReliabilityTest::limitsOneTick_data()
 {
-    QTest::addColumn<int>("inSlots");
-    QTest::addColumn<int>("inOverflow");
-    QTest::addColumn<int>("sent");
-    QTest::newRow("forty due") << 40 << 0 << 31;
-    QTest::newRow("slots give thirty: overflow waits") << 30 << 10 << 30;
-    QTest::newRow("slots give less: overflow fills up") << 29 << 10 << 31;
-    QTest::newRow("all fit") << 20 << 3 << 23;
+    const Table<int, int, int> row("inSlots", "inOverflow", "sent");
+    row("forty due", 40, 0, 31);
+    row("slots give thirty: overflow waits", 30, 10, 30);
+    row("slots give less: overflow fills up", 29, 10, 31);
+    row("all fit", 20, 3, 23);
 }
 
 void ReliabilityTest::limitsOneTick()

@@ -1,5 +1,6 @@
 #include "net/sockets/WebSocketFrames.h"
 #include "net/sockets/WebSocketHandshake.h"
+#include "support/Table.h"
 
 #include <QUrl>
 #include <QtTest>
@@ -49,24 +50,21 @@ QByteArrayList messagesOf(const QByteArray &stream, int piece, quint16 *violatio
 
 void WebSocketFramesTest::cutsStream_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<QByteArrayList>("messages");
+    const Table<QByteArray, QByteArrayList> row("stream", "messages");
     const QByteArray hello = hex("8185 37fa213d 7f9f4d5158"); // "Hello", masked
-    QTest::newRow("text") << hello << QByteArrayList{ "1:Hello" };
-    QTest::newRow("two in one") << hello + hello << QByteArrayList{ "1:Hello", "1:Hello" };
-    QTest::newRow("binary, no mask to speak of") << hex("8283 00000000 000dff") << QByteArrayList{ hex("323a000dff") };
-    QTest::newRow("empty") << hex("8280 01020304") << QByteArrayList{ "2:" };
-    QTest::newRow("16 bits of length") << hex("82fe0080 00000000") + QByteArray(128, 'x')
-                                       << QByteArrayList{ "2:" + QByteArray(128, 'x') };
-    QTest::newRow("64 bits of length") << hex("82ff0000000000000001 00000000") + "x" << QByteArrayList{ "2:x" };
-    QTest::newRow("fragments with a ping in between") << hex("0182 00000000") + "He" + hex("8981 00000000") + "p" +
-                                                             hex("0082 00000000") + "ll" + hex("8081 00000000") + "o"
-                                                      << QByteArrayList{ "9:p", "1:Hello" };
-    QTest::newRow("a letter split between fragments")
-        << hex("0181 00000000 c3 8081 00000000 a4") << QByteArrayList{ hex("313ac3a4") };
-    QTest::newRow("pong and close") << hex("8a80 00000000 8882 00000000 03e8")
-                                    << QByteArrayList{ "10:", hex("383a03e8") };
-    QTest::newRow("close without a code") << hex("8880 00000000") << QByteArrayList{ "8:" };
+    row("text", hello, { "1:Hello" });
+    row("two in one", hello + hello, { "1:Hello", "1:Hello" });
+    row("binary, no mask to speak of", hex("8283 00000000 000dff"), { hex("323a000dff") });
+    row("empty", hex("8280 01020304"), { "2:" });
+    row("16 bits of length", hex("82fe0080 00000000") + QByteArray(128, 'x'), { "2:" + QByteArray(128, 'x') });
+    row("64 bits of length", hex("82ff0000000000000001 00000000") + "x", { "2:x" });
+    row("fragments with a ping in between",
+        hex("0182 00000000") + "He" + hex("8981 00000000") + "p" + hex("0082 00000000") + "ll" + hex("8081 00000000") +
+            "o",
+        { "9:p", "1:Hello" });
+    row("a letter split between fragments", hex("0181 00000000 c3 8081 00000000 a4"), { hex("313ac3a4") });
+    row("pong and close", hex("8a80 00000000 8882 00000000 03e8"), { "10:", hex("383a03e8") });
+    row("close without a code", hex("8880 00000000"), { "8:" });
 }
 
 void WebSocketFramesTest::cutsStream()
@@ -82,23 +80,22 @@ void WebSocketFramesTest::cutsStream()
 
 void WebSocketFramesTest::refuses_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<int>("code");
-    QTest::newRow("not masked") << hex("8101") + "x" << 1002;
-    QTest::newRow("reserved bit") << hex("c181 00000000") + "x" << 1002;
-    QTest::newRow("opcode 3") << hex("8381 00000000") + "x" << 1002;
-    QTest::newRow("opcode 11") << hex("8b80 00000000") << 1002;
-    QTest::newRow("long ping") << hex("89fe007e 00000000") + QByteArray(126, 'x') << 1002;
-    QTest::newRow("ping in fragments") << hex("0981 00000000") + "x" << 1002;
-    QTest::newRow("continuation of nothing") << hex("8081 00000000") + "x" << 1002;
-    QTest::newRow("message within a message") << hex("0181 00000000") + "x" + hex("8181 00000000") + "y" << 1002;
-    QTest::newRow("text that is no UTF-8") << hex("8181 00000000 ff") << 1007;
-    QTest::newRow("half a letter at the end") << hex("8181 00000000 c3") << 1007;
-    QTest::newRow("too long") << hex("82ff0000000000100001 00000000") << 1009;
-    QTest::newRow("length above all") << hex("82ffffffffffffffffff 00000000") << 1009;
-    QTest::newRow("close with half a code") << hex("8881 00000000 03") << 1002;
-    QTest::newRow("close with a code that none may send") << hex("8882 00000000 03ed") << 1002;
-    QTest::newRow("close with a broken reason") << hex("8883 00000000 03e8ff") << 1007;
+    const Table<QByteArray, int> row("stream", "code");
+    row("not masked", hex("8101") + "x", 1002);
+    row("reserved bit", hex("c181 00000000") + "x", 1002);
+    row("opcode 3", hex("8381 00000000") + "x", 1002);
+    row("opcode 11", hex("8b80 00000000"), 1002);
+    row("long ping", hex("89fe007e 00000000") + QByteArray(126, 'x'), 1002);
+    row("ping in fragments", hex("0981 00000000") + "x", 1002);
+    row("continuation of nothing", hex("8081 00000000") + "x", 1002);
+    row("message within a message", hex("0181 00000000") + "x" + hex("8181 00000000") + "y", 1002);
+    row("text that is no UTF-8", hex("8181 00000000 ff"), 1007);
+    row("half a letter at the end", hex("8181 00000000 c3"), 1007);
+    row("too long", hex("82ff0000000000100001 00000000"), 1009);
+    row("length above all", hex("82ffffffffffffffffff 00000000"), 1009);
+    row("close with half a code", hex("8881 00000000 03"), 1002);
+    row("close with a code that none may send", hex("8882 00000000 03ed"), 1002);
+    row("close with a broken reason", hex("8883 00000000 03e8ff"), 1007);
 }
 
 void WebSocketFramesTest::refuses()
@@ -186,15 +183,14 @@ void WebSocketFramesTest::requests()
 
 void WebSocketFramesTest::recognisesAnswers_data()
 {
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<bool>("isGood");
+    const Table<QByteArray, bool> row("answer", "isGood");
     const QByteArray good = "HTTP/1.1 101 Yes\r\nupgrade: websocket\r\nconnection: upgrade\r\n"
                             "sec-websocket-accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\n\r\n";
-    QTest::newRow("good") << good << true;
-    QTest::newRow("a page") << QByteArray(good).replace("101", "200") << false;
-    QTest::newRow("of another key") << QByteArray(good).replace("s3p", "S3p") << false;
-    QTest::newRow("no upgrade") << QByteArray(good).replace("websocket\r", "h2c\r") << false;
-    QTest::newRow("nonsense") << QByteArray("\r\n\r\n") << false;
+    row("good", good, true);
+    row("a page", QByteArray(good).replace("101", "200"), false);
+    row("of another key", QByteArray(good).replace("s3p", "S3p"), false);
+    row("no upgrade", QByteArray(good).replace("websocket\r", "h2c\r"), false);
+    row("nonsense", "\r\n\r\n", false);
 }
 
 void WebSocketFramesTest::recognisesAnswers()

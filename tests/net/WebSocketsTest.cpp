@@ -1,4 +1,5 @@
 #include "SocketBench.h"
+#include "support/Table.h"
 
 #include <QSslCertificate>
 #include <QSslConfiguration>
@@ -124,13 +125,12 @@ void WebSocketsTest::serverTalks()
 
 void WebSocketsTest::serverTakesOnlyWebSockets_data()
 {
-    QTest::addColumn<QByteArray>("says");
-    QTest::addColumn<QStringList>("seen");
+    const Table<QByteArray, QStringList> row("says", "seen");
     const QStringList error(QStringLiteral("error 1 7"));
-    QTest::newRow("a browser that wants a page") << QByteArray("GET / HTTP/1.1\r\nHost: h\r\n\r\n") << error;
-    QTest::newRow("nonsense") << QByteArray(20000, '\x80') << error;
-    QTest::newRow("somebody who looks in and goes") << QByteArray() << QStringList();
-    QTest::newRow("half a request") << QByteArray(kRequest).chopped(2) << QStringList();
+    row("a browser that wants a page", "GET / HTTP/1.1\r\nHost: h\r\n\r\n", error);
+    row("nonsense", QByteArray(20000, '\x80'), error);
+    row("somebody who looks in and goes", "", {});
+    row("half a request", QByteArray(kRequest).chopped(2), {});
 }
 
 void WebSocketsTest::serverTakesOnlyWebSockets()
@@ -170,15 +170,10 @@ void WebSocketsTest::silentPeersAreDropped()
 
 void WebSocketsTest::violationsEndTheConnection_data()
 {
-    QTest::addColumn<QByteArray>("frames");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::newRow("not masked") << QByteArray::fromHex("810178") << QStringLiteral("error 1 7")
-                                << QByteArray::fromHex("880203ea");
-    QTest::newRow("too long") << QByteArray::fromHex("82ff0000000001000000") << QStringLiteral("error 1 6")
-                              << QByteArray::fromHex("880203f1");
-    QTest::newRow("no UTF-8") << QByteArray::fromHex("818100000000ff") << QStringLiteral("error 1 7")
-                              << QByteArray::fromHex("880203ef");
+    const Table<QByteArray, QString, QByteArray> row("frames", "error", "answer");
+    row("not masked", QByteArray::fromHex("810178"), "error 1 7", QByteArray::fromHex("880203ea"));
+    row("too long", QByteArray::fromHex("82ff0000000001000000"), "error 1 6", QByteArray::fromHex("880203f1"));
+    row("no UTF-8", QByteArray::fromHex("818100000000ff"), "error 1 7", QByteArray::fromHex("880203ef"));
 }
 
 void WebSocketsTest::violationsEndTheConnection()
@@ -277,13 +272,12 @@ void WebSocketsTest::clientTalks()
 
 void WebSocketsTest::clientFails_data()
 {
-    QTest::addColumn<QString>("url");
-    QTest::addColumn<int>("code");
-    QTest::newRow("nobody listens") << urlOf(freePort()).toString() << 0;
-    QTest::newRow("another scheme") << QStringLiteral("http://127.0.0.1/") << 10;
-    QTest::newRow("no host") << QStringLiteral("ws:///path") << 2;
-    QTest::newRow("no URL") << QStringLiteral("::: what?") << 2;
-    QTest::newRow("a host that cannot be") << QStringLiteral("ws://nowhere.invalid/") << 2;
+    const Table<QString, int> row("url", "code");
+    row("nobody listens", urlOf(freePort()).toString(), 0);
+    row("another scheme", "http://127.0.0.1/", 10);
+    row("no host", "ws:///path", 2);
+    row("no URL", "::: what?", 2);
+    row("a host that cannot be", "ws://nowhere.invalid/", 2);
 }
 
 void WebSocketsTest::clientFails()

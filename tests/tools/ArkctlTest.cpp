@@ -1,4 +1,5 @@
 #include "net/MonitorPast.h"
+#include "support/Table.h"
 #include "tools/arkctl/IrText.h"
 #include "tools/arkctl/LinkRun.h"
 #include "tools/arkctl/ListenCommand.h"
@@ -60,11 +61,7 @@ private Q_SLOTS:
 
 void ArkctlTest::scripts_data()
 {
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<QString>("script");
-    const auto row = [](const char *words, const char *script) {
-        QTest::newRow(words) << QString::fromLatin1(words) << QString::fromLatin1(script);
-    };
+    const Table<QString, QString> row("words", "script");
     row("push 5 release 5 watch", "push 5 0, release 5 0 watch");
     row("press 5", "push 5 0, release 5 0");
     row("watch level 1 -20", "level 1 -20 watch");
@@ -103,11 +100,7 @@ void ArkctlTest::scriptLines()
 
 void ArkctlTest::endpoints_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("endpoint");
-    const auto row = [](const char *text, const char *endpoint) {
-        QTest::newRow(text) << QString::fromLatin1(text) << QString::fromLatin1(endpoint);
-    };
+    const Table<QString, QString> row("text", "endpoint");
     row("127.0.0.2", "127.0.0.2:6139");
     row("room.example:7000", "room.example:7000");
     row("[::1]", "[::1]:6139");
@@ -155,13 +148,10 @@ void ArkctlTest::panelRemembersGroups()
 
 void ArkctlTest::linesStayLines_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("json");
-    QTest::newRow("line end and escape") << QByteArray("a\n\x1B[2J") << QStringLiteral("a\\x0a\\x1b[2J")
-                                         << QStringLiteral("\"text\":\"a\\n\\u001b[2J\"");
-    QTest::newRow("no UTF-8") << QByteArray("a\xFF") << QString(QStringLiteral("a") + QChar(0xFFFD))
-                              << QString(QStringLiteral("\"text\":\"a") + QChar(0xFFFD) + QLatin1Char('"'));
+    const Table<QByteArray, QString, QString> row("text", "line", "json");
+    row("line end and escape", "a\n\x1B[2J", "a\\x0a\\x1b[2J", "\"text\":\"a\\n\\u001b[2J\"");
+    row("no UTF-8", "a\xFF", QString(QStringLiteral("a") + QChar(0xFFFD)),
+        QString(QStringLiteral("\"text\":\"a") + QChar(0xFFFD) + QLatin1Char('"')));
 }
 
 void ArkctlTest::linesStayLines()
@@ -198,11 +188,7 @@ void ArkctlTest::irTextBecomesAFile()
 
 void ArkctlTest::irTextFaults_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QByteArray>("fault");
-    const auto row = [](const char *text, const char *fault) {
-        QTest::newRow(text) << QByteArray(text) << QByteArray(fault);
-    };
+    const Table<QByteArray, QByteArray> row("text", "fault");
     row("\n5 On 00", "2: not of the form NUMBER \"NAME\" BYTES");
     row("256 \"On\" 00", "1: the code number is not one from 0 to 255: 256");
     row("99999999999 \"On\" 00", "1: the code number is not one from 0 to 255: 99999999999");
@@ -315,11 +301,8 @@ void ArkctlTest::linkStates()
 
 void ArkctlTest::times_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("moment"); // at 14:05:30 on the 23rd
-    const auto row = [](const char *text, const char *moment) {
-        QTest::newRow(text) << QString::fromLatin1(text) << QString::fromLatin1(moment);
-    };
+    // moment: at 14:05:30 on the 23rd
+    const Table<QString, QString> row("text", "moment");
     row("90s", "2026-11-23 14:04:00");
     row("1h30m", "2026-11-23 12:35:30");
     row("2d", "2026-11-21 14:05:30");

@@ -1,3 +1,4 @@
+#include "support/Table.h"
 #include "tools/arkhost/ControllerArguments.h"
 #include "tools/arkhost/CrashReports.h"
 #include "tools/arkhost/HostLeds.h"
@@ -31,23 +32,17 @@ private Q_SLOTS:
 
 void ArkhostTest::pauses_data()
 {
-    QTest::addColumn<QString>("lives"); // o: ends in order, c: crashes; after so many ms
-    QTest::addColumn<QString>("pauses");
-    QTest::newRow("crashes in a row, up to a minute") << "c100 c100 c100 c100 c100 c100 c100 c100 c100"
-                                                      << "1000 2000 4000 8000 16000 32000 60000 60000 60000";
-    QTest::newRow("a minute of life begins anew") << "c100 c100 c59999 c60000 c100"
-                                                  << "1000 2000 4000 1000 2000";
-    QTest::newRow("restarts and reboots cost nothing") << "o5000 o90000 o1000 o1000"
-                                                       << "0 0 0 0";
-    QTest::newRow("a reboot in the start block") << "o20 o20 o20 o20 o20"
-                                                 << "0 1000 2000 4000 8000";
-    QTest::newRow("a restart ends a row of crashes") << "c100 c100 o5000 c100"
-                                                     << "1000 2000 0 1000";
-    QTest::newRow("quick ends of both kinds") << "c100 o20 c100"
-                                              << "1000 1000 4000";
-    QTest::newRow("very many") << QStringLiteral("c1 ").repeated(80).trimmed()
-                               << QStringLiteral("1000 2000 4000 8000 16000 32000 ") +
-                                      QStringLiteral("60000 ").repeated(74).trimmed();
+    // lives: o: ends in order, c: crashes; after so many ms
+    const Table<QString, QString> row("lives", "pauses");
+    row("crashes in a row, up to a minute", "c100 c100 c100 c100 c100 c100 c100 c100 c100",
+        "1000 2000 4000 8000 16000 32000 60000 60000 60000");
+    row("a minute of life begins anew", "c100 c100 c59999 c60000 c100", "1000 2000 4000 1000 2000");
+    row("restarts and reboots cost nothing", "o5000 o90000 o1000 o1000", "0 0 0 0");
+    row("a reboot in the start block", "o20 o20 o20 o20 o20", "0 1000 2000 4000 8000");
+    row("a restart ends a row of crashes", "c100 c100 o5000 c100", "1000 2000 0 1000");
+    row("quick ends of both kinds", "c100 o20 c100", "1000 1000 4000");
+    row("very many", QStringLiteral("c1 ").repeated(80).trimmed(),
+        QStringLiteral("1000 2000 4000 8000 16000 32000 ") + QStringLiteral("60000 ").repeated(74).trimmed());
 }
 
 void ArkhostTest::pauses()
@@ -205,14 +200,13 @@ void ArkhostTest::keepsTheNewestReports()
 
 void ArkhostTest::argumentsOfTheController_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("objectFile"); // % is the data directory, which exists
+    // objectFile: % is the data directory, which exists
+    const Table<QStringList, QString> row("arguments", "objectFile");
     const QString option = QStringLiteral("--data-dir");
-    QTest::newRow("default program") << QStringList{ option, QStringLiteral("%") } << "%/program.pobj";
-    QTest::newRow("in one word") << QStringList{ option + QStringLiteral("=%") } << "%/program.pobj";
-    QTest::newRow("named") << QStringList{ option, QStringLiteral("%"), QStringLiteral("%/a") } << "%/a";
-    QTest::newRow("two are as good as none")
-        << QStringList{ option, QStringLiteral("%"), QStringLiteral("%/a"), QStringLiteral("%/b") } << "%/program.pobj";
+    row("default program", { option, "%" }, "%/program.pobj");
+    row("in one word", { option + QStringLiteral("=%") }, "%/program.pobj");
+    row("named", { option, "%", "%/a" }, "%/a");
+    row("two are as good as none", { option, "%", "%/a", "%/b" }, "%/program.pobj");
 }
 
 void ArkhostTest::argumentsOfTheController()

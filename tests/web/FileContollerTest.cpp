@@ -1,4 +1,5 @@
 #include "web/FileContoller.h"
+#include "support/Table.h"
 #include "web/HttpConversation.h"
 
 #include <QDateTime>
@@ -153,11 +154,8 @@ void FileContollerTest::missingPage()
 
 void FileContollerTest::ranges_data()
 {
-    QTest::addColumn<QByteArray>("range");
-    QTest::addColumn<QByteArray>("expected"); // what Content-Range says; nothing: the whole file with 200
-    const auto row = [](const QByteArray &range, const QByteArray &expected) {
-        QTest::newRow(range.constData()) << range << expected;
-    };
+    // expected: what Content-Range says; nothing: the whole file with 200
+    const Table<QByteArray, QByteArray> row("range", "expected");
     row("bytes=100-", "100-999/1000");
     row(" bytes=100-199 ", "100-199/1000");
     row("bytes=100", "100-999/1000");
@@ -257,9 +255,7 @@ void FileContollerTest::conditions()
 
 void FileContollerTest::staysInside_data()
 {
-    QTest::addColumn<QByteArray>("path");
-    QTest::addColumn<bool>("isServed");
-    const auto row = [](const QByteArray &path, bool isServed) { QTest::newRow(path.constData()) << path << isServed; };
+    const Table<QByteArray, bool> row("path", "isServed");
     for (const char *path : { "/../secret",
                               "/sub/../../secret",
                               "/%2e%2e/secret",
@@ -326,10 +322,9 @@ void FileContollerTest::staysInside()
 
 void FileContollerTest::changedFile_data()
 {
-    QTest::addColumn<int>("settledAfterSeconds");
-    QTest::addColumn<QByteArray>("next");
-    QTest::newRow("kept") << 0 << QByteArray("newer");
-    QTest::newRow("in the same moment") << 2 << QByteArray("new"); // with the same size and time
+    const Table<int, QByteArray> row("settledAfterSeconds", "next");
+    row("kept", 0, "newer");
+    row("in the same moment", 2, "new"); // with the same size and time
 }
 
 void FileContollerTest::changedFile()

@@ -1,4 +1,5 @@
 #include "web/HttpConversation.h"
+#include "support/Table.h"
 
 #include <QtTest>
 
@@ -81,12 +82,7 @@ const QByteArray kAnswerA = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n/a";
 
 void HttpConversationTest::answers_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<QByteArray>("expected");
-    QTest::addColumn<bool>("isOver");
-    const auto row = [](const char *name, const QByteArray &stream, const QByteArray &expected, bool isOver) {
-        QTest::newRow(name) << stream << expected << isOver;
-    };
+    const Table<QByteArray, QByteArray, bool> row("stream", "expected", "isOver");
     row("stays open", kGetA, kAnswerA, false);
     row("in order", kGetA + "POST /b HTTP/1.1\r\nContent-Length: 1\r\n\r\nx" + kGetA,
         kAnswerA + "HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\nx" + kAnswerA, false);

@@ -1,4 +1,5 @@
 #include "web/HttpRequestParser.h"
+#include "support/Table.h"
 
 #include <QtTest>
 
@@ -68,11 +69,8 @@ QByteArray times(const QByteArray &text, int count)
 
 void HttpRequestParserTest::reads_data()
 {
-    QTest::addColumn<QByteArray>("stream"); // one request; "NEXT" behind it stays
-    QTest::addColumn<QByteArray>("expected");
-    const auto row = [](const char *name, const QByteArray &stream, const QByteArray &expected) {
-        QTest::newRow(name) << stream << expected;
-    };
+    // stream: one request; "NEXT" behind it stays
+    const Table<QByteArray, QByteArray> row("stream", "expected");
     row("plain", "GET / HTTP/1.1\r\nHost: a\r\n\r\n", "GET / / / HTTP/1.1 /  /  / ");
     row("without a host, lines ended by line feeds", "GET /a HTTP/1.0\n\n", "GET / /a / HTTP/1.0 /  /  / ");
     row("line ends in front", "\r\n\r\nGET / HTTP/1.1\r\n\r\n", "GET / / / HTTP/1.1 /  /  / ");
@@ -113,11 +111,7 @@ void HttpRequestParserTest::reads()
 
 void HttpRequestParserTest::refuses_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<int>("status");
-    const auto row = [](const char *name, const QByteArray &stream, int status) {
-        QTest::newRow(name) << stream << status;
-    };
+    const Table<QByteArray, int> row("stream", "status");
     const auto header = [](const QByteArray &lines) {
         return "POST / HTTP/1.1\r\n" + lines + "\r\n\r\nGET / HTTP/1.1";
     };
@@ -182,8 +176,7 @@ void HttpRequestParserTest::refuses()
 
 void HttpRequestParserTest::limits_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<bool>("isTaken");
+    const Table<QByteArray, bool> row("stream", "isTaken");
     const auto headOf = [](int size) { // 200 bytes are the most
         const QByteArray start = "GET / HTTP/1.1\r\nA: ";
         return start + times("a", size - start.size() - 4) + "\r\n\r\n";
@@ -196,16 +189,16 @@ void HttpRequestParserTest::limits_data()
         return "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n" + times("64\r\n" + times("a", 100) + "\r\n", 1) +
                QByteArray::number(size - 100, 16) + "\r\n" + times("a", size - 100) + "\r\n0\r\n\r\n";
     };
-    QTest::newRow("head that fits") << headOf(200) << true;
-    QTest::newRow("head") << headOf(201) << false;
-    QTest::newRow("many headers") << "GET / HTTP/1.1\r\n" + times("a:\r\n", 100) << false;
-    QTest::newRow("first line without end") << "GET /" + times("a", 200) << false;
-    QTest::newRow("body that fits") << bodyOf("text/plain", 200) << true;
-    QTest::newRow("body") << bodyOf("text/plain", 201) << false;
-    QTest::newRow("chunks that fit") << chunked(200) << true;
-    QTest::newRow("chunks") << chunked(201) << false;
-    QTest::newRow("multipart body that fits") << bodyOf("multipart/form-data; boundary=b", 2000) << true;
-    QTest::newRow("multipart body") << bodyOf("multipart/form-data; boundary=b", 2001) << false;
+    row("head that fits", headOf(200), true);
+    row("head", headOf(201), false);
+    row("many headers", "GET / HTTP/1.1\r\n" + times("a:\r\n", 100), false);
+    row("first line without end", "GET /" + times("a", 200), false);
+    row("body that fits", bodyOf("text/plain", 200), true);
+    row("body", bodyOf("text/plain", 201), false);
+    row("chunks that fit", chunked(200), true);
+    row("chunks", chunked(201), false);
+    row("multipart body that fits", bodyOf("multipart/form-data; boundary=b", 2000), true);
+    row("multipart body", bodyOf("multipart/form-data; boundary=b", 2001), false);
 }
 
 void HttpRequestParserTest::limits()
@@ -229,28 +222,20 @@ QByteArray multipartRequest(const QByteArray &body)
 
 void HttpRequestParserTest::multipart_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QByteArray>("parameters");
-    QTest::addColumn<QByteArray>("uploads"); // field:file:type:content, separated by |
+    // uploads: field:file:type:content, separated by |
+    const Table<QByteArray, QByteArray, QByteArray> row("body", "parameters", "uploads");
     const QByteArray value = "--b b\r\nContent-Disposition: form-data; name=\"a;\\\"b\"\r\n\r\none\r\ntwo\r\n";
     const QByteArray file = "--b b \r\ncontent-disposition: Form-Data; filename=\"f.txt\"; name=up\r\n"
                             "Content-Type: text/plain\r\n\r\n--b\r\n\r\n";
-    QTest::newRow("a value and a file") << value + file + "--b b--\r\nbehind" << QByteArray("a;\"b=one\r\ntwo")
-                                        << QByteArray("up:f.txt:text/plain:--b\r\n");
-    QTest::newRow("something in front") << "hello\r\n" + value + "--b b--" << QByteArray("a;\"b=one\r\ntwo")
-                                        << QByteArray();
-    QTest::newRow("an empty part") << QByteArray("--b b\r\nContent-Disposition: form-data; name=e\r\n\r\n\r\n--b b--")
-                                   << QByteArray("e=") << QByteArray();
-    QTest::newRow("a part without even a line end")
-        << QByteArray("--b b\r\nContent-Disposition: form-data; name=e\r\n\r\n--b b--") << QByteArray("e=")
-        << QByteArray();
-    QTest::newRow("no form data") << "--b b\r\nContent-Disposition: attachment; name=x\r\n\r\nno\r\n" + value +
-                                         "--b b--"
-                                  << QByteArray("a;\"b=one\r\ntwo") << QByteArray();
-    QTest::newRow("a part without end") << value + file << QByteArray("a;\"b=one\r\ntwo") << QByteArray();
-    QTest::newRow("a head without end") << value + "--b b\r\nContent-Disposition: form-data; name=x\r\n"
-                                        << QByteArray("a;\"b=one\r\ntwo") << QByteArray();
-    QTest::newRow("no boundary at all") << QByteArray("nonsense") << QByteArray() << QByteArray();
+    row("a value and a file", value + file + "--b b--\r\nbehind", "a;\"b=one\r\ntwo", "up:f.txt:text/plain:--b\r\n");
+    row("something in front", "hello\r\n" + value + "--b b--", "a;\"b=one\r\ntwo", "");
+    row("an empty part", "--b b\r\nContent-Disposition: form-data; name=e\r\n\r\n\r\n--b b--", "e=", "");
+    row("a part without even a line end", "--b b\r\nContent-Disposition: form-data; name=e\r\n\r\n--b b--", "e=", "");
+    row("no form data", "--b b\r\nContent-Disposition: attachment; name=x\r\n\r\nno\r\n" + value + "--b b--",
+        "a;\"b=one\r\ntwo", "");
+    row("a part without end", value + file, "a;\"b=one\r\ntwo", "");
+    row("a head without end", value + "--b b\r\nContent-Disposition: form-data; name=x\r\n", "a;\"b=one\r\ntwo", "");
+    row("no boundary at all", "nonsense", "", "");
 }
 
 void HttpRequestParserTest::multipart()
