@@ -131,7 +131,10 @@ void ToolsTest::refusals_data()
     QTest::newRow("mac") << "mac 08-90-00-01-02-03" << 2 << QByteArray("not a MAC address such as");
     QTest::newRow("system number") << "sysnum 0" << 2 << QByteArray("NUMBER");
     QTest::newRow("date") << "datetime tomorrow" << 2 << QByteArray("not a date and time such as");
-    QTest::newRow("address") << "--host a:b:c info" << 2 << QByteArray("not an address: a:b:c");
+    QTest::newRow("address") << "--host a:b:c info" << 2
+                             << QByteArray("not an address such as 10.0.0.5 or 10.0.0.5:6139: \"a:b:c\"");
+    QTest::newRow("command") << "lamp" << 2 << QByteArray("there is no such command or option: lamp");
+    QTest::newRow("half a command") << "network 1.2.3.4" << 2 << QByteArray("network needs one of ");
     QTest::newRow("type of lines") << "monitor --type error,lamp" << 2
                                    << QByteArray("--type: lamp is none of remote-io");
     QTest::newRow("regular expression") << "monitor --regex (a" << 2 << QByteArray("not a regular expression: (a (at");
