@@ -79,6 +79,28 @@ bool isSet(const std::string &description)
 {
     return description.size() >= 2 && description.front() == '{' && description.back() == '}';
 }
+/// The library's words, but where they leave open what is meant.
+std::string plainly(const CLI::App &app, const CLI::ParseError &error)
+{
+    const CLI::App *word = &app;
+    std::string path;
+    for (auto below = word->get_subcommands(); !below.empty(); below = word->get_subcommands()) {
+        word = below.front();
+        path += (path.empty() ? "" : " ") + word->get_name();
+    }
+    std::vector<std::string> words;
+    for (const CLI::App *below : word->get_subcommands({})) {
+        words.push_back(below->get_name());
+    }
+    const bool wantsWord = dynamic_cast<const CLI::RequiredError *>(&error) && word->get_require_subcommand_min() > 0 &&
+                           word->get_subcommands().empty();
+    if (wantsWord && !words.empty()) {
+        return path + (path.empty() ? "" : " ") + "needs one of " + joined(words, ", ");
+    }
+    const bool isExtra = dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr;
+    const std::string what = path.empty() ? "there is no such command or option: " : path + " does not know this: ";
+    return isExtra ? what + joined(app.remaining(true), " ") : error.what();
+}
 } // namespace
 
 void explain(CLI::App &word, const Explanation &explanation)
@@ -173,7 +195,7 @@ std::optional<int> parse(CLI::App &app, int argc, char **argv,
         }
         return 1;
     } catch (const CLI::ParseError &error) {
-        return refuse(error.what());
+        return refuse(plainly(app, error));
     }
 }
 } // namespace CommandLine

@@ -128,7 +128,9 @@ void ToolsTest::refusals_data()
     row("mac", "mac 08-90-00-01-02-03", 2, "not a MAC address such as");
     row("system number", "sysnum 0", 2, "NUMBER");
     row("date", "datetime tomorrow", 2, "not a date and time such as");
-    row("address", "--host a:b:c info", 2, "not an address: a:b:c");
+    row("address", "--host a:b:c info", 2, "not an address such as 10.0.0.5 or 10.0.0.5:6139: \"a:b:c\"");
+    row("command", "lamp", 2, "there is no such command or option: lamp");
+    row("half a command", "network 1.2.3.4", 2, "network needs one of ");
     row("type of lines", "monitor --type error,lamp", 2, "--type: lamp is none of remote-io");
     row("regular expression", "monitor --regex (a", 2, "not a regular expression: (a (at");
     row("no past", "monitor --no-follow", 2, "--no-follow needs --since WHEN");

@@ -1,9 +1,11 @@
+#include "base/StandardStreams.h"
 #include "tools/arkc/Command.h"
 
 #include <QCoreApplication>
 
 int main(int argc, char **argv)
 {
+    keepStandardStreams();
     CLI::App app;
     const std::vector<arkc::Command> commands = arkc::describeCommandLine(app);
     const auto refuse = [](const std::string &what) { return static_cast<int>(arkc::wrongUse(what)); };

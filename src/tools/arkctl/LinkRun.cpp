@@ -5,10 +5,6 @@
 #include <QRegularExpression>
 #include <QTimer>
 
-namespace {
-constexpr char kNameAController[] = "--host ADDRESS[:PORT] names a controller, which listens on port 6139";
-} // namespace
-
 std::string Endpoint::text() const
 {
     const bool isIpv6 = host.contains(QLatin1Char(':'));
@@ -35,6 +31,39 @@ std::optional<Endpoint> parseEndpoint(const QString &text)
     return endpoint;
 }
 
+namespace {
+constexpr char kNameAController[] = "--host ADDRESS[:PORT] names a controller, which listens on port 6139";
+} // namespace
+
+ConnectionFault ConnectionFault::refused(const Endpoint &endpoint, const QString &reason)
+{
+    const bool isUnknown = reason == QStringLiteral("Host not found"); // Qt's text, which no catalogue translates here
+    return { "no connection to " + endpoint.text() + ": " + reason.toStdString(),
+             isUnknown ? "check the name, or give the address instead; arkctl discover shows addresses"
+                       : "is the controller running there? --host ADDRESS[:PORT] names another" };
+}
+
+ConnectionFault ConnectionFault::stranger(const Endpoint &endpoint, const QByteArray &words)
+{
+    return { "no controller listens at " + endpoint.text() + ", but something that says " +
+                 Rendering::quotedStart(words),
+             kNameAController };
+}
+
+ConnectionFault ConnectionFault::closed(const Endpoint &endpoint)
+{
+    return { endpoint.text() + " closed the connection and did not say what it is", kNameAController };
+}
+
+ConnectionFault ConnectionFault::silence(const Endpoint &endpoint, bool isConnected)
+{
+    if (isConnected) {
+        return { "what listens at " + endpoint.text() + " says nothing, as no controller does", kNameAController };
+    }
+    return { "no answer from " + endpoint.text() + " in time",
+             "see whether a controller listens there, or give it longer with --timeout SECONDS" };
+}
+
 LinkRun::LinkRun(const LinkClient::Identity &identity, const RunOptions &options)
     : m_options(options)
     , m_console(new Console(this))
@@ -50,20 +79,15 @@ LinkRun::LinkRun(const LinkClient::Identity &identity, const RunOptions &options
         m_wasIntroduced = true;
         begin();
     });
-    connect(m_client, &LinkClient::heardStranger, this, [this](const QByteArray &words) {
-        fail("no controller listens at " + m_options.endpoint.text() + ", but something that says " +
-                 Rendering::quotedStart(words),
-             kNameAController);
-    });
-    connect(m_client, &LinkClient::failed, this, [this](const QString &reason) {
-        fail("no connection to " + m_options.endpoint.text() + ": " + reason.toStdString(),
-             "is the controller running there? --host ADDRESS[:PORT] names another");
-    });
+    connect(m_client, &LinkClient::heardStranger, this,
+            [this](const QByteArray &words) { fail(ConnectionFault::stranger(m_options.endpoint, words)); });
+    connect(m_client, &LinkClient::failed, this,
+            [this](const QString &reason) { fail(ConnectionFault::refused(m_options.endpoint, reason)); });
     connect(m_client, &LinkClient::disconnected, this, [this] {
         if (m_wasIntroduced) {
             lost();
         } else {
-            fail(m_options.endpoint.text() + " closed the connection and did not say what it is", kNameAController);
+            fail(ConnectionFault::closed(m_options.endpoint));
         }
     });
 }
@@ -97,12 +121,7 @@ LinkClient::Identity LinkRun::panel(int device)
 
 void LinkRun::giveUpConnecting()
 {
-    if (m_client->isConnected()) {
-        fail("what listens at " + m_options.endpoint.text() + " says nothing, as no controller does", kNameAController);
-    } else {
-        fail("no answer from " + m_options.endpoint.text() + " in time",
-             "see whether a controller listens there, or give it longer with --timeout SECONDS");
-    }
+    fail(ConnectionFault::silence(m_options.endpoint, m_client->isConnected()));
 }
 
 void LinkRun::unanswered()

@@ -21,6 +21,18 @@ struct Endpoint
 /// ADDRESS, ADDRESS:PORT, [IPV6] or [IPV6]:PORT; nothing when it is none of them.
 std::optional<Endpoint> parseEndpoint(const QString &text);
 
+/// Why there is no connection to a controller, and what to try.
+struct ConnectionFault
+{
+    std::string what;
+    std::string tryThis;
+
+    static ConnectionFault refused(const Endpoint &endpoint, const QString &reason);
+    static ConnectionFault stranger(const Endpoint &endpoint, const QByteArray &words); // it is something else
+    static ConnectionFault closed(const Endpoint &endpoint);
+    static ConnectionFault silence(const Endpoint &endpoint, bool isConnected);
+};
+
 struct RunOptions
 {
     Endpoint endpoint;
@@ -55,6 +67,7 @@ protected:
     const RunOptions &options() const { return m_options; }
     void finish(Outcome outcome);                                   // the first one counts
     void fail(const std::string &what, const std::string &tryThis); // says so, with the address, and finishes
+    void fail(const ConnectionFault &fault) { fail(fault.what, fault.tryThis); }
 
     void awaitAnswer(); // fails unless answered(), or the next awaitAnswer(), comes within the time limit
     void answered();

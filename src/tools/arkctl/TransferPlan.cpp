@@ -75,6 +75,10 @@ std::variant<std::vector<UploadItem>, std::string> planUploads(const std::vector
         }
         items.push_back(std::move(std::get<UploadItem>(item)));
     }
+    const auto isIr = [](const UploadItem &item) { return item.suffix == QLatin1String("ir"); };
+    if (irNumber && std::none_of(items.begin(), items.end(), isIr)) {
+        return "--ir is for .ir files, and there is none";
+    }
     std::stable_partition(items.begin(), items.end(), [](const UploadItem &item) { return !item.isProgram(); });
     return items;
 }

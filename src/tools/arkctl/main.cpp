@@ -1,3 +1,4 @@
+#include "base/StandardStreams.h"
 #include "tools/arkctl/Program.h"
 #include <QCoreApplication>
 
@@ -9,7 +10,7 @@ Outcome run(const Command &command, const CommonOptions &common)
     }
     const std::optional<Endpoint> endpoint = parseEndpoint(QString::fromStdString(common.host));
     if (!endpoint) {
-        return wrongUse("not an address: " + common.host);
+        return wrongUse("not an address such as 10.0.0.5 or 10.0.0.5:6139: \"" + common.host + '"');
     }
     return command.run({ *endpoint, static_cast<int>(common.timeoutSeconds * 1000) });
 }
@@ -17,6 +18,7 @@ Outcome run(const Command &command, const CommonOptions &common)
 
 int main(int argc, char **argv)
 {
+    keepStandardStreams();
     CLI::App app;
     CommonOptions common;
     const std::vector<Command> commands = describeProgram(app, common);

@@ -1,3 +1,4 @@
+#include "base/StandardStreams.h"
 #include "base/StopSignals.h"
 #include "tools/arkhost/ControllerArguments.h"
 #include "tools/arkhost/HostCommandLine.h"
@@ -50,6 +51,7 @@ int supervise(const HostCommandLine &line)
 
 int main(int argc, char **argv)
 {
+    keepStandardStreams();
     std::signal(SIGPIPE, SIG_IGN); // a terminal that has gone is no reason to end
     CLI::App app;
     HostCommandLine line;

@@ -28,10 +28,21 @@ LastingLink::LastingLink(const LinkClient::Identity &identity, const RunOptions 
     m_watch->setInterval(kWatchMs);
     connect(m_pause, &QTimer::timeout, this, &LastingLink::start);
     connect(m_watch, &QTimer::timeout, this, &LastingLink::lookForSilence);
-    connect(m_patience, &QTimer::timeout, this, [this] { attemptFailed(QStringLiteral("no answer in time")); });
-    connect(m_client, &LinkClient::failed, this, &LastingLink::attemptFailed);
-    connect(m_client, &LinkClient::disconnected, this,
-            [this] { attemptFailed(QStringLiteral("the controller closed the connection")); });
+    connect(m_patience, &QTimer::timeout, this, [this] {
+        attemptFailed(QStringLiteral("no answer in time"),
+                      ConnectionFault::silence(m_options.endpoint, m_client->isConnected()));
+    });
+    connect(m_client, &LinkClient::failed, this, [this](const QString &reason) {
+        attemptFailed(reason, ConnectionFault::refused(m_options.endpoint, reason));
+    });
+    connect(m_client, &LinkClient::heardStranger, this, [this](const QByteArray &words) {
+        attemptFailed(QStringLiteral("something else listens there now"),
+                      ConnectionFault::stranger(m_options.endpoint, words));
+    });
+    connect(m_client, &LinkClient::disconnected, this, [this] {
+        attemptFailed(QStringLiteral("the controller closed the connection"),
+                      ConnectionFault::closed(m_options.endpoint));
+    });
     connect(m_client, &LinkClient::introduced, this, [this] {
         m_patience->stop();
         m_watch->start();
@@ -65,7 +76,7 @@ void LastingLink::start()
 }
 
 /// Also the loss of a connection; what the end of the socket tells beyond that is not listened to.
-void LastingLink::attemptFailed(const QString &why)
+void LastingLink::attemptFailed(const QString &why, const ConnectionFault &fault)
 {
     if (m_state == State::Pausing) {
         return;
@@ -76,7 +87,7 @@ void LastingLink::attemptFailed(const QString &why)
     m_watch->stop();
     m_client->abort();
     if (!m_wasConnected) {
-        Q_EMIT neverConnected(why);
+        Q_EMIT neverConnected(fault);
         return;
     }
     m_pause->start(pauseMs(m_failedAttempts++));
@@ -90,6 +101,7 @@ void LastingLink::attemptFailed(const QString &why)
 void LastingLink::lookForSilence()
 {
     if (m_client->silentMs() > std::max(m_options.timeoutMs, kLeastSilenceMs)) {
-        attemptFailed(QStringLiteral("the controller has gone silent"));
+        attemptFailed(QStringLiteral("the controller has gone silent"),
+                      ConnectionFault::silence(m_options.endpoint, true));
     }
 }

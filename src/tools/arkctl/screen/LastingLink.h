@@ -26,13 +26,13 @@ public Q_SLOTS:
     void start();
 
 Q_SIGNALS:
-    void connected();                        // and introduced
-    void lost(const QString &why);           // after connected()
-    void attempted();                        // one more attempt has begun, or failed
-    void neverConnected(const QString &why); // the first attempt
+    void connected();                                  // and introduced
+    void lost(const QString &why);                     // after connected()
+    void attempted();                                  // one more attempt has begun, or failed
+    void neverConnected(const ConnectionFault &fault); // the first attempt
 
 private:
-    void attemptFailed(const QString &why);
+    void attemptFailed(const QString &why, const ConnectionFault &fault);
     void lookForSilence();
 
     const RunOptions m_options;

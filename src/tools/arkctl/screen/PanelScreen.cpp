@@ -117,10 +117,10 @@ void PanelScreen::lost(const QString &why)
     }
 }
 
-void PanelScreen::neverConnected(const QString &why)
+void PanelScreen::neverConnected(const ConnectionFault &fault)
 {
-    m_failure = "no connection to " + m_options.endpoint.text() + ": " + why.toStdString();
-    m_advice = "is the controller running there? --host ADDRESS[:PORT] names another";
+    m_failure = fault.what;
+    m_advice = fault.tryThis;
     QCoreApplication::quit();
 }
 

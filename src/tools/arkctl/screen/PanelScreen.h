@@ -19,7 +19,7 @@ private:
     void takeMessage(const LinkMessage &message);
     void connected();
     void lost(const QString &why);
-    void neverConnected(const QString &why);
+    void neverConnected(const ConnectionFault &fault);
     void reportSlide();
     void send(const PanelModel::Actions &actions);
     void showLink();
