@@ -6,7 +6,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iomanip>
 #include <iostream>
+#include <sstream>
 
 namespace CommandLine {
 namespace {
@@ -130,6 +132,18 @@ CLI::Validator oneOf(const std::vector<std::string> &values)
 CLI::Validator suggests(const std::vector<std::string> &values)
 {
     return { [](std::string &) { return std::string(); }, '{' + joined(values, ",") + '}' };
+}
+
+CLI::Validator between(double lowest, double highest)
+{
+    std::ostringstream range;
+    range << std::setprecision(10) << " is no number from " << lowest << " to " << highest;
+    const auto check = [lowest, highest, problem = range.str()](std::string &word) {
+        double number = 0;
+        const bool fits = CLI::detail::lexical_cast(word, number) && number >= lowest && number <= highest;
+        return fits ? std::string() : word + problem;
+    };
+    return { check, std::string() };
 }
 
 CLI::Validator files(std::initializer_list<const char *> suffixes)

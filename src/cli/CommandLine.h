@@ -35,6 +35,7 @@ void addVersion(CLI::App &app); // --version; the program has its name already
 /// \name Checks for CLI::Option::check. Completion knows what they stand for.
 CLI::Validator oneOf(const std::vector<std::string> &values);            // nothing else is taken
 CLI::Validator suggests(const std::vector<std::string> &values);         // anything else too
+CLI::Validator between(double lowest, double highest);                   // a number, both ends included
 CLI::Validator files(std::initializer_list<const char *> suffixes = {}); // a file's name; no suffixes: any
 CLI::Validator folder();                                                 // a folder's name
 

@@ -172,7 +172,7 @@ Command systemNumberCommand(CLI::App &app)
                                   "other controllers that are connected connect again.",
                                   { { "arkctl --host 192.168.1.2 sysnum 2", "" } } });
     const auto number = std::make_shared<int>(0);
-    word->add_option("NUMBER", *number, "From 1")->required()->check(CLI::Range(1, 65535));
+    word->add_option("NUMBER", *number, "From 1")->required()->check(CommandLine::between(1, 65535));
     return { word, [number](const RunOptions &options) { return SystemNumberCommand(options, *number).run(); } };
 }
 

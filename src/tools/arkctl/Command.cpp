@@ -13,7 +13,7 @@ void addJsonFlag(CLI::App &word, bool &wantsJson, const char *description)
 
 void addForOption(CLI::App &word, std::optional<double> &seconds, const char *description)
 {
-    word.add_option("--for", seconds, description)->type_name("SECONDS")->check(CLI::Range(0.0, 1e6));
+    word.add_option("--for", seconds, description)->type_name("SECONDS")->check(CommandLine::between(0, 1e6));
 }
 
 std::optional<int> millisecondsOf(std::optional<double> seconds)

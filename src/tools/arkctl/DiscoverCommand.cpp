@@ -153,7 +153,7 @@ Command discoverCommand(CLI::App &app)
     word->add_option("--at", arguments->address, "Ask this address only")->type_name("ADDRESS");
     word->add_option("--for", arguments->seconds, "How long to wait (2)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.1, 3600.0));
+        ->check(CommandLine::between(0.1, 3600));
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per controller");
     const auto run = [arguments](const RunOptions &) {
         std::optional<QHostAddress> target;

@@ -202,7 +202,9 @@ Command panelCommand(CLI::App &app)
         app.add_subcommand("panel", "Be a touch panel: a screen on the terminal, or one action after the other");
     CommandLine::explain(*word, explanation());
     const auto arguments = std::make_shared<PanelArguments>();
-    word->add_option("DEVICE", arguments->device, "The panel's device number")->required()->check(CLI::Range(1, 65535));
+    word->add_option("DEVICE", arguments->device, "The panel's device number")
+        ->required()
+        ->check(CommandLine::between(1, 65535));
     word->add_option("ACTION", arguments->words, kActions)
         ->check(CommandLine::suggests({ "push", "release", "press", "level", "wait", "watch", "-" }));
     word->add_option("--buttons", arguments->buttons, "Which buttons the screen has at first (1-24)")

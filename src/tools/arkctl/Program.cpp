@@ -30,7 +30,7 @@ std::vector<Command> describeProgram(CLI::App &app, CommonOptions &common)
     app.add_option("--host", common.host, "The controller (127.0.0.1:6139)")->type_name("ADDRESS[:PORT]");
     app.add_option("--timeout", common.timeoutSeconds, "How long to wait for an answer (5)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.1, 3600.0));
+        ->check(CommandLine::between(0.1, 3600));
     app.fallthrough();
     app.require_subcommand(0, 1);
     std::vector<Command> commands;

@@ -356,7 +356,7 @@ Command uploadCommand(CLI::App &app)
         ->check(CommandLine::files({ "pobj", "src", "dtp", "zip", "ir" }));
     word->add_option("--ir", arguments->irNumber, "Which infrared code file, where the name does not end in it")
         ->type_name("NUMBER")
-        ->check(CLI::Range(1, 8));
+        ->check(CommandLine::between(1, 8));
     word->add_flag("--force", arguments->isForced, "Send a program also when it is damaged or of an unknown version");
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per file: file, state, bytes, seconds, text");
     return { word, [arguments](const RunOptions &options) { return runUpload(*arguments, options); } };

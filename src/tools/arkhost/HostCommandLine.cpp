@@ -42,7 +42,7 @@ void describeStatus(CLI::App &app, HostCommandLine &line)
     word->add_flag("--json", line.wantsJson, "One JSON object on one line");
     word->add_option("--timeout", line.timeoutSeconds, "How long to wait for an answer (2)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.1, 3600.0));
+        ->check(CommandLine::between(0.1, 3600));
     CommandLine::explain(*word, statusExplanation());
     word->callback([&line] { line.wantsStatus = true; });
 }
@@ -61,7 +61,7 @@ void describeHost(CLI::App &app, HostCommandLine &line)
         ->check(CommandLine::folder());
     app.add_option("--keep-reports", line.keptReports, "How many crash reports are kept, the newest (20)")
         ->type_name("NUMBER")
-        ->check(CLI::Range(1, kMostReports));
+        ->check(CommandLine::between(1, kMostReports));
     app.add_option("--controller", line.controller, "The controller's program (arkivon in the folder of arkhost)")
         ->type_name("PROGRAM")
         ->check(CommandLine::files());

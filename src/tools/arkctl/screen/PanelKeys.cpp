@@ -1,5 +1,6 @@
 #include "tools/arkctl/screen/PanelKeys.h"
-#include "tools/arkctl/screen/PanelPicture.h"
+#include "tools/arkctl/screen/LogKeys.h"
+#include "tools/arkctl/screen/PanelMouse.h"
 
 #include <algorithm>
 
@@ -9,66 +10,7 @@ using Kind = Key::Kind;
 
 constexpr int kStep = 1;
 constexpr int kBigStep = 10;
-constexpr int kWheelStep = 5;
-constexpr int kWheelLines = 3;
 constexpr int kMostDigits = 9;
-
-/// The key and all that it can act on.
-struct Stroke
-{
-    const Key &key;
-    QTime now;
-    const PanelPicture &shown;
-    PanelModel &model;
-
-    int logRows() const { return shown.logRows; }
-    bool atLevels() const { return model.focus() == Focus::Levels; }
-
-    std::optional<int> selectedButton() const
-    {
-        const auto &buttons = model.setup().buttons;
-        return buttons.empty() ? std::nullopt : std::optional(buttons.at(static_cast<size_t>(model.selectedButton())));
-    }
-
-    std::optional<int> selectedLevel() const
-    {
-        const auto &levels = model.setup().levels;
-        return levels.empty() ? std::nullopt : std::optional(levels.at(static_cast<size_t>(model.selectedLevel())));
-    }
-
-    /// The typed number becomes the selected button.
-    std::optional<int> typedOrSelectedButton() const
-    {
-        const QString typed = model.typedNumber();
-        if (atLevels()) {
-            model.setTypedNumber({});
-            model.setNotice(QStringLiteral("a level is selected: + and - move it, Tab goes to the buttons"));
-            return std::nullopt;
-        }
-        if (typed.isEmpty()) {
-            return selectedButton();
-        }
-        model.setTypedNumber({});
-        const int channel = typed.toInt();
-        if (channel > kHighestChannel) {
-            model.setNotice(QStringLiteral("there is no button %1").arg(typed));
-            return std::nullopt;
-        }
-        model.addButton(channel);
-        const auto &buttons = model.setup().buttons;
-        model.selectButton(
-            static_cast<int>(std::lower_bound(buttons.begin(), buttons.end(), channel) - buttons.begin()));
-        return channel;
-    }
-
-    PanelModel::Actions moveLevel(int step) const
-    {
-        const std::optional<int> level = selectedLevel();
-        return level ? model.moveLevel(now, *level, step) : PanelModel::Actions{};
-    }
-
-    static constexpr int kHighestChannel = 65535;
-};
 
 void moveBetweenButtons(const Stroke &stroke)
 {
@@ -184,16 +126,6 @@ KeyEffect takeCharacter(const Stroke &stroke)
     }
 }
 
-/// A page, with a line that was seen before.
-void pageLog(const Stroke &stroke, int direction)
-{
-    if (stroke.logRows() == 0) { // no room beside the buttons
-        stroke.model.setShowsLogOnly(true);
-    } else {
-        stroke.model.scrollLog(stroke.logRows(), direction * std::max(1, stroke.logRows() - 1));
-    }
-}
-
 PanelModel::Actions takePageKey(const Stroke &stroke, int direction)
 {
     if (stroke.atLevels()) {
@@ -201,113 +133,6 @@ PanelModel::Actions takePageKey(const Stroke &stroke, int direction)
     }
     pageLog(stroke, -direction);
     return {};
-}
-
-/// Where in the range of a level that column of its bar stands; beyond the bar its ends.
-int valueAt(const PanelPicture::Area &bar, const LevelRange &range, int column)
-{
-    const qint64 span = qint64(range.highest) - range.lowest;
-    const int steps = std::max(1, bar.columns - 1);
-    return static_cast<int>(range.lowest + span * std::clamp(column - bar.column, 0, steps) / steps);
-}
-
-PanelModel::Actions takeMouseDown(const Stroke &stroke)
-{
-    const PanelPicture::Area *const area = stroke.shown.areaAt(stroke.key.row, stroke.key.column);
-    if (!area || area->kind == PanelPicture::Area::Kind::Log) {
-        return stroke.model.fingerUp(stroke.now); // a release that the terminal has not told
-    }
-    // The model may have grown since: what counts is the code.
-    if (area->kind == PanelPicture::Area::Kind::Button) {
-        const auto &buttons = stroke.model.setup().buttons;
-        stroke.model.selectButton(
-            static_cast<int>(std::lower_bound(buttons.begin(), buttons.end(), area->code) - buttons.begin()));
-        return stroke.model.fingerDown(stroke.now, area->code);
-    }
-    const auto &levels = stroke.model.setup().levels;
-    stroke.model.selectLevel(
-        static_cast<int>(std::lower_bound(levels.begin(), levels.end(), area->code) - levels.begin()));
-    return stroke.model.slideFrom(stroke.now, area->code,
-                                  valueAt(*area, stroke.model.range(area->code), stroke.key.column));
-}
-
-/// The level that the mouse took hold of follows it, also beside its bar.
-void dragLevel(const Stroke &stroke)
-{
-    const std::optional<int> level = stroke.model.slidingLevel();
-    const auto *const bar = level ? stroke.shown.areaOf(PanelPicture::Area::Kind::Level, *level) : nullptr;
-    if (bar) {
-        stroke.model.slideTo(valueAt(*bar, stroke.model.range(*level), stroke.key.column));
-    }
-}
-
-PanelModel::Actions takeWheel(const Stroke &stroke, int direction)
-{
-    const PanelPicture::Area *const area = stroke.shown.areaAt(stroke.key.row, stroke.key.column);
-    if (area && area->kind == PanelPicture::Area::Kind::Level) {
-        return stroke.model.moveLevel(stroke.now, area->code, direction * kWheelStep);
-    }
-    if (area && area->kind == PanelPicture::Area::Kind::Log) {
-        stroke.model.scrollLog(stroke.logRows(), -direction * kWheelLines);
-        return {};
-    }
-    stroke.model.selectButton(stroke.model.selectedButton() - direction * stroke.shown.gridColumns);
-    return {};
-}
-
-/// Where the log is scrolled back End leads to its newest line first.
-bool takesEndOfLog(const Stroke &stroke)
-{
-    const bool isBack = stroke.model.logWindow(stroke.logRows()).newer > 0;
-    stroke.model.showNewestLog();
-    return isBack;
-}
-
-/// The log alone: nothing is pushed that one does not see.
-KeyEffect takeLogKey(const Stroke &stroke)
-{
-    PanelModel &model = stroke.model;
-    switch (stroke.key.kind) {
-    case Kind::Up:
-        model.scrollLog(stroke.logRows(), -1);
-        return {};
-    case Kind::Down:
-        model.scrollLog(stroke.logRows(), 1);
-        return {};
-    case Kind::PageUp:
-        pageLog(stroke, -1);
-        return {};
-    case Kind::PageDown:
-        pageLog(stroke, 1);
-        return {};
-    case Kind::Left:
-        model.shiftLog(-stroke.shown.canvas.columns() / 2);
-        return {};
-    case Kind::Right:
-        model.shiftLog(stroke.shown.canvas.columns() / 2);
-        return {};
-    case Kind::Home:
-        model.showOldestLog(stroke.logRows());
-        return {};
-    case Kind::End:
-        model.showNewestLog();
-        return {};
-    case Kind::Escape:
-        model.showNewestLog();
-        model.setShowsLogOnly(false);
-        return {};
-    case Kind::WheelUp:
-    case Kind::WheelDown:
-        return { takeWheel(stroke, stroke.key.kind == Kind::WheelUp ? 1 : -1) };
-    case Kind::Character:
-        if (stroke.key.character == U'l' || stroke.key.character == U'q') { // q closes what is on top
-            model.setShowsLogOnly(false);
-            return {};
-        }
-        return stroke.key.character == U'?' || stroke.key.character == 0x03 ? takeCharacter(stroke) : KeyEffect{};
-    default:
-        return {};
-    }
 }
 
 KeyEffect takePanelKey(const Stroke &stroke)
@@ -364,8 +189,7 @@ KeyEffect takeKey(const Key &key, QTime now, const PanelPicture &shown, PanelMod
         return {};
     }
     if (key.kind == Kind::MouseUp) {
-        dragLevel(stroke);
-        return { model.fingerUp(now) };
+        return { takeMouseUp(stroke) };
     }
     model.setNotice({});
     if (model.showsHelp()) {
