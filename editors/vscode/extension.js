@@ -116,8 +116,12 @@ class Checker {
         vscode.workspace.textDocuments.forEach((document) => this.check(document));
     }
 
+    /** Which sources are checked, and as parts of what, may be another matter now. */
     configured() {
         this.hasComplained = false;
+        this.found.clear();
+        this.latest.forEach((run, name) => this.latest.set(name, run + 1));
+        this.collection.clear();
         this.checkAll();
     }
 

@@ -2,15 +2,6 @@
 
 namespace CommandLine {
 namespace {
-std::string joined(const std::vector<std::string> &words)
-{
-    std::string text;
-    for (const std::string &word : words) {
-        text += (text.empty() ? "" : " ") + word;
-    }
-    return text;
-}
-
 /// What a completion sets: the words to choose from, and which files.
 std::string actions(const Completion &completion, bool isCommaList)
 {

@@ -36,15 +36,6 @@ private:
     const Explanation m_explanation;
 };
 
-std::string joined(const std::vector<std::string> &words, const char *between)
-{
-    std::string text;
-    for (const std::string &word : words) {
-        text += (text.empty() ? "" : between) + word;
-    }
-    return text;
-}
-
 std::vector<std::string> split(const std::string &text, char between)
 {
     std::vector<std::string> words;

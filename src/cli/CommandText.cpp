@@ -111,6 +111,15 @@ std::string CommandText::usage() const
     return text;
 }
 
+std::string joined(const std::vector<std::string> &words, const char *between)
+{
+    std::string text;
+    for (const std::string &word : words) {
+        text += (text.empty() ? "" : between) + word;
+    }
+    return text;
+}
+
 std::string CommandText::word() const
 {
     return line.substr(line.rfind(' ') + 1);

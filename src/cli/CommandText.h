@@ -37,6 +37,8 @@ struct CommandText
 
 CommandText describe(const CLI::App &word);
 
+std::string joined(const std::vector<std::string> &words, const char *between = " ");
+
 /// The words of a text in lines of at most so many columns.
 std::vector<std::string> wrapped(const std::string &text, size_t columns);
 } // namespace CommandLine

@@ -12,15 +12,6 @@ std::string quoted(const std::string &text)
     return result + '\'';
 }
 
-std::string joined(const std::vector<std::string> &words)
-{
-    std::string text;
-    for (const std::string &word : words) {
-        text += (text.empty() ? "" : " ") + word;
-    }
-    return text;
-}
-
 /// What completes a value; empty: nothing does.
 std::string choices(const Completion &completion, bool isCommaList, const std::string &program)
 {

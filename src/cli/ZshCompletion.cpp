@@ -21,15 +21,6 @@ std::string quoted(const std::string &text)
     return result + '\'';
 }
 
-std::string joined(const std::vector<std::string> &words, const char *between)
-{
-    std::string text;
-    for (const std::string &word : words) {
-        text += (text.empty() ? "" : between) + word;
-    }
-    return text;
-}
-
 std::string filesAction(const Completion &completion)
 {
     if (completion.isFolder) {

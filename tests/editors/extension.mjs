@@ -28,7 +28,9 @@ const vscode = {
     ProcessExecution: class {},
     TaskGroup: { Build: 'build' },
     languages: {
-        createDiagnosticCollection: () => ({ set(uri, list) { shown.set(uri.fsPath, list); settled(); } }),
+        createDiagnosticCollection: () => ({
+            set(uri, list) { shown.set(uri.fsPath, list); settled(); }, clear() { shown.clear(); },
+        }),
         registerDocumentFormattingEditProvider: (_, provider) => { handlers.format = provider; return {}; },
     },
     tasks: {
@@ -77,8 +79,16 @@ await report;
 await new Promise(setImmediate);
 assert.deepEqual([messages('room.src'), messages('lamp.src')], [[], []]);
 
-// An included source is checked as a part of its program.
+const configured = () => handlers.configured({ affectsConfiguration: (name) => name === 'arkivon' });
+
+// An included source is checked as a part of its program, and what it lacks by itself is no problem any more.
+report = nextReport();
+handlers.open(documentOf('light.src', 'start { nLamp = 1 }\n'));
+await report;
+assert.equal(messages('light.src').length, 1);
 settings.program = 'room.src';
+configured();
+assert.equal(messages('light.src').length, 0);
 fs.writeFileSync(file('room.src'), "include 'lamp.src'\nstart { nLamp = 2 }\n");
 fs.writeFileSync(file('lamp.src'), 'integer nLamp = nothing\n');
 report = nextReport();
@@ -106,7 +116,6 @@ handlers.taskEnd();
 await report;
 
 // Without arkc the editor says so once, until a setting changes; and whenever it is asked for a layout.
-const configured = () => handlers.configured({ affectsConfiguration: (name) => name === 'arkivon' });
 vscode.workspace.textDocuments = [];
 settings.arkcPath = file('no-such-program');
 for (let i = 0; i < 2; ++i) {
