@@ -3,6 +3,7 @@
 #include "net/IoLoop.h"
 #include "net/LinkCodes.h"
 #include "net/transfer/ToolTransfers.h"
+#include "support/Files.h"
 #include "support/Table.h"
 #include <QBuffer>
 #include <QTemporaryDir>
@@ -83,11 +84,6 @@ QByteArray textFrame(const QByteArray &text)
     return frameBytes(LinkCode::kTextCommand, text);
 }
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArrayLiteral("(missing)");
-}
 } // namespace
 
 /// A tool on the console port, over a pseudo-terminal.
@@ -117,7 +113,23 @@ private:
         m_told << what;
     }
     void startWorker(const QString &deviceFile);
-    UploadClient::State upload(UploadClient &client);
+    /// Runs a transfer to its end.
+    template <class Client>
+    bool isDone(Client &client)
+    {
+        QByteArray out;
+        client.begin(linkClockMs(), out);
+        m_line->send(out);
+        const auto exchange = [&] {
+            for (const Frame &frame : m_line->receive()) {
+                QByteArray next;
+                client.take(frame.code, frame.body, linkClockMs(), next);
+                m_line->send(next);
+            }
+            return client.state() == Client::State::Done;
+        };
+        return QTest::qWaitFor(exchange, 20000);
+    }
 
     std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<SettingManager> m_settings;
@@ -132,14 +144,10 @@ void SerialPortWorkerTest::init()
 {
     m_told.clear();
     m_directory = std::make_unique<QTemporaryDir>();
-    QFile settings(m_directory->filePath(QStringLiteral("settings.ini")));
-    QVERIFY(settings.open(QIODevice::WriteOnly));
-    settings.write("[General]\ndhcp=false\nip=10.0.0.2\nmask=255.0.0.0\ngateway=10.0.0.1\ndns=10.0.0.3\nsystemNum=4\n");
-    settings.close();
-    QFile mac(m_directory->filePath(QStringLiteral("mac")));
-    QVERIFY(mac.open(QIODevice::WriteOnly));
-    mac.write("08:90:00:01:02:03");
-    mac.close();
+    QVERIFY(
+        writeFile(m_directory->filePath(QStringLiteral("settings.ini")),
+                  "[General]\ndhcp=false\nip=10.0.0.2\nmask=255.0.0.0\ngateway=10.0.0.1\ndns=10.0.0.3\nsystemNum=4\n"));
+    QVERIFY(writeFile(m_directory->filePath(QStringLiteral("mac")), "08:90:00:01:02:03"));
     m_settings = std::make_unique<SettingManager>(SettingManager::locationIn(m_directory->path()));
     const QString here = m_directory->path() + QLatin1Char('/');
     const TransferPaths paths{ here + QStringLiteral("program.pobj"), here + QStringLiteral("source.src"),
@@ -228,24 +236,6 @@ void SerialPortWorkerTest::ignores()
     QCOMPARE(told(), QStringList());
 }
 
-UploadClient::State SerialPortWorkerTest::upload(UploadClient &client)
-{
-    QByteArray out;
-    client.begin(linkClockMs(), out);
-    m_line->send(out);
-    const bool isOver = QTest::qWaitFor(
-        [&] {
-            for (const Frame &frame : m_line->receive()) {
-                QByteArray next;
-                client.take(frame.code, frame.body, linkClockMs(), next);
-                m_line->send(next);
-            }
-            return client.state() == UploadClient::State::Done;
-        },
-        20000);
-    return isOver ? client.state() : UploadClient::State::Failed;
-}
-
 void SerialPortWorkerTest::receivesAFile()
 {
     QByteArray content(100000, 0);
@@ -253,7 +243,7 @@ void SerialPortWorkerTest::receivesAFile()
     QBuffer source(&content);
     QVERIFY(source.open(QIODevice::ReadOnly));
     UploadClient client(source, { 0xFF, static_cast<quint32>(content.size()), QStringLiteral("room.pobj") });
-    QCOMPARE(upload(client), UploadClient::State::Done);
+    QVERIFY(isDone(client));
     QCOMPARE(contentOf(m_directory->filePath(QStringLiteral("program.pobj"))), content);
     QTRY_COMPARE(told(), QStringList(QStringLiteral("arrived room.pobj 1")));
 }
@@ -274,25 +264,12 @@ void SerialPortWorkerTest::cancelsAtTheToolsWish()
 void SerialPortWorkerTest::sendsAFile()
 {
     const QByteArray content(9000, 'y');
-    QFile file(m_directory->filePath(QStringLiteral("source.src")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-    file.close();
+    QVERIFY(writeFile(m_directory->filePath(QStringLiteral("source.src")), content));
     QByteArray fetched;
     QBuffer target(&fetched);
     QVERIFY(target.open(QIODevice::ReadWrite));
     DownloadClient client(target, { 0, 0, 1 });
-    QByteArray out;
-    client.begin(linkClockMs(), out);
-    m_line->send(out);
-    QVERIFY(QTest::qWaitFor([&] {
-        for (const Frame &frame : m_line->receive()) {
-            QByteArray next;
-            client.take(frame.code, frame.body, linkClockMs(), next);
-            m_line->send(next);
-        }
-        return client.state() == DownloadClient::State::Done;
-    }));
+    QVERIFY(isDone(client));
     QCOMPARE(fetched, content);
 }
 

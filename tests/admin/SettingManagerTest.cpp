@@ -1,6 +1,7 @@
 #include "admin/SettingManager.h"
-#include "base/Monitor.h"
 #include "base/SystemNumber.h"
+#include "devices/MonitorLines.h"
+#include "support/Files.h"
 #include "support/Table.h"
 #include <QTemporaryDir>
 #include <QtTest>
@@ -31,16 +32,10 @@ struct Store
 
     void write(const char *name, const QByteArray &content) const
     {
-        QFile file(directory.filePath(QString::fromLatin1(name)));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
+        QVERIFY(writeFile(directory.filePath(QString::fromLatin1(name)), content));
     }
 
-    QByteArray read(const char *name) const
-    {
-        QFile file(directory.filePath(QString::fromLatin1(name)));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArrayLiteral("(missing)");
-    }
+    QByteArray read(const char *name) const { return contentOf(directory.filePath(QString::fromLatin1(name))); }
 
     std::unique_ptr<SettingManager> open(const Machine &machine = Machine()) const
     {
@@ -177,10 +172,12 @@ void SettingManagerTest::showsWhatIsInForce_data()
 void SettingManagerTest::showsWhatIsInForce()
 {
     QFETCH(QByteArray, file);
+    QFETCH(QStringList, interfaces);
+    QFETCH(QByteArray, routes);
     Machine machine;
     machine.address = QStringLiteral("10.0.1.7");
-    machine.interfaces = *static_cast<QStringList *>(QTest::qData("interfaces", qMetaTypeId<QStringList>()));
-    machine.routes = *static_cast<QByteArray *>(QTest::qData("routes", qMetaTypeId<QByteArray>()));
+    machine.interfaces = interfaces;
+    machine.routes = routes;
     const Store store;
     store.write("settings.ini", file);
     const auto settings = store.open(machine);
@@ -205,16 +202,17 @@ void SettingManagerTest::macAddresses_data()
 void SettingManagerTest::macAddresses()
 {
     QFETCH(QByteArray, file);
+    QFETCH(QString, hardware);
     QFETCH(QString, mac);
     const Store store;
     if (!file.isEmpty()) {
         store.write("mac", file);
     }
     Machine machine;
-    machine.hardware = *static_cast<QString *>(QTest::qData("hardware", qMetaTypeId<QString>()));
+    machine.hardware = hardware;
     const QString found = store.open(machine)->currentMac();
     QVERIFY2(QRegularExpression(QRegularExpression::anchoredPattern(mac)).match(found).hasMatch(), qPrintable(found));
-    QCOMPARE(store.read("mac"), file.isEmpty() ? QByteArray("(missing)") : file); // a made-up one is not written
+    QCOMPARE(store.read("mac"), file.isEmpty() ? QByteArray("nothing") : file); // a made-up one is not written
     QCOMPARE(macFromTimeOfDay(0x04A00B), QStringLiteral("08:90:00:04:a0:0b"));
 }
 
@@ -255,7 +253,7 @@ void SettingManagerTest::wrongChangesAreIgnored()
     settings->setMac(QString());
     QVERIFY(settings->isDhcp());
     QCOMPARE(settings->netmask(), QStringLiteral("255.255.255.0"));
-    QCOMPARE(store.read("mac"), QByteArray("(missing)"));
+    QCOMPARE(store.read("mac"), QByteArray("nothing"));
     settings->setSystemNumber(-3);
     QCOMPARE(settings->systemNumber(), 1);
     QVERIFY(store.read("settings.ini").contains("systemNum=1"));
@@ -282,28 +280,23 @@ void SettingManagerTest::onlyWhatAToolHasSetIsApplied()
 
 void SettingManagerTest::storesThatCannotBeUsed()
 {
-    QStringList lines;
-    NotificationCenter::instance().addListener();
-    connect(&NotificationCenter::instance(), &NotificationCenter::line, this,
-            [&lines](int type, const QString &text) { lines << QString::number(type) + QLatin1Char(' ') + text; });
+    MonitorLines monitor;
     const Store damaged;
     damaged.write("settings.ini", "\x01\xff no settings at all [\n]]]\n");
     QCOMPARE(damaged.open()->systemNumber(), 1);
-    QCOMPARE(lines, QStringList(QStringLiteral("4 The settings in %1 cannot be read; the defaults are used")
-                                    .arg(damaged.directory.filePath(QStringLiteral("settings.ini")))));
-    lines.clear();
+    QCOMPARE(monitor.take(), QStringList(QStringLiteral("4 The settings in %1 cannot be read; the defaults are used")
+                                             .arg(damaged.directory.filePath(QStringLiteral("settings.ini")))));
     const Store blocked;
     QVERIFY(QDir(blocked.directory.path()).mkpath(QStringLiteral("settings.ini/x")));
     QVERIFY(QDir(blocked.directory.path()).mkpath(QStringLiteral("mac/x")));
     const auto settings = blocked.open();
-    lines.clear();
+    monitor.take();
     settings->setMac(QStringLiteral("08:90:00:01:02:03"));
+    const QStringList lines = monitor.take();
     QCOMPARE(lines.size(), 2);
     QVERIFY2(lines.at(0).startsWith(QStringLiteral("4 Cannot save the MAC address in ")), qPrintable(lines.at(0)));
     QCOMPARE(lines.at(1), QStringLiteral("4 Cannot save the settings in %1")
                               .arg(blocked.directory.filePath(QStringLiteral("settings.ini"))));
-    disconnect(&NotificationCenter::instance(), nullptr, this, nullptr);
-    NotificationCenter::instance().removeListener();
 }
 
 QTEST_GUILESS_MAIN(SettingManagerTest)

@@ -1,13 +1,13 @@
 #include "admin/TransferSession.h"
 #include "TransferWire.h"
-#include "base/Monitor.h"
+#include "devices/MonitorLines.h"
 #include "net/transfer/ToolTransfers.h"
+#include "support/Files.h"
 #include "support/Table.h"
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QLoggingCategory>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -57,7 +57,7 @@ Frame chunk(quint32 offset, const QByteArray &data, bool checksumOk = true)
 }
 } // namespace
 
-Q_DECLARE_METATYPE(std::vector<Frame>)
+Q_DECLARE_METATYPE(std::vector<std::vector<Frame>>)
 
 /// The controller's side by hand: each test is the tool.
 class TransferSessionTest : public QObject
@@ -89,8 +89,11 @@ private Q_SLOTS:
 private:
     QByteArray take(const Frame &one);
     QByteArray pass(qint64 ms);
-    QByteArray stored(const QString &name) const;
-    void store(const QString &name, const QByteArray &bytes) const;
+    QByteArray stored(const QString &name) const { return contentOf(m_directory->filePath(name)); }
+    void store(const QString &name, const QByteArray &bytes) const
+    {
+        QVERIFY(writeFile(m_directory->filePath(name), bytes));
+    }
     TransferPaths paths() const;
 
     std::unique_ptr<QTemporaryDir> m_directory;
@@ -136,19 +139,6 @@ QByteArray TransferSessionTest::pass(qint64 ms)
     return out;
 }
 
-QByteArray TransferSessionTest::stored(const QString &name) const
-{
-    QFile file(m_directory->filePath(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing");
-}
-
-void TransferSessionTest::store(const QString &name, const QByteArray &bytes) const
-{
-    QFile file(m_directory->filePath(name));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
-
 void TransferSessionTest::uploadOfAShortLastBlock()
 {
     const QByteArray bytes = content(4100);
@@ -173,21 +163,13 @@ void TransferSessionTest::uploadOfAShortLastBlock()
 
 void TransferSessionTest::uploadTakesTheFilesPlaceOnlyWhenRight_data()
 {
-    QTest::addColumn<std::vector<Frame>>("frames");
-    QTest::addColumn<bool>("isRight");
+    using Parts = std::vector<std::vector<Frame>>; // what comes before the digest
+    const Table<Parts, QByteArray, bool> row("parts", "digest", "isRight");
     const QByteArray a = content(4096, 1);
     const QByteArray b = content(4096, 2);
     const QByteArray wrong = content(4096, 3);
     const auto block = [](quint32 offset, const QByteArray &data, bool checksumOk = true) {
         return std::vector<Frame>{ chunk(offset, data, checksumOk), frame(0x24) };
-    };
-    const auto row = [](const char *name, std::vector<std::vector<Frame>> parts, const QByteArray &digest, bool right) {
-        std::vector<Frame> frames;
-        for (const std::vector<Frame> &part : parts) {
-            frames.insert(frames.end(), part.begin(), part.end());
-        }
-        frames.push_back(frame(0x26, digest));
-        QTest::newRow(name) << frames << right;
     };
     row("in order", { block(0, a), block(4096, b) }, md4(a + b), true);
     row("a block again, its digest anew", { block(0, a), block(4096, wrong), block(4096, b) }, md4(b), true);
@@ -208,14 +190,18 @@ void TransferSessionTest::uploadTakesTheFilesPlaceOnlyWhenRight_data()
 
 void TransferSessionTest::uploadTakesTheFilesPlaceOnlyWhenRight()
 {
-    QFETCH(std::vector<Frame>, frames);
+    QFETCH(std::vector<std::vector<Frame>>, parts);
+    QFETCH(QByteArray, digest);
     QFETCH(bool, isRight);
     store(QStringLiteral("room.pobj"), "old");
     take(uploadRequest(8192, "new.pobj"));
     QByteArray answers;
-    for (const Frame &one : frames) {
-        answers += take(one);
+    for (const std::vector<Frame> &part : parts) {
+        for (const Frame &one : part) {
+            answers += take(one);
+        }
     }
+    answers += take(frame(0x26, digest));
     QCOMPARE(answers.contains(kComplete), isRight);
     QCOMPARE(stored(QStringLiteral("room.pobj")), isRight ? content(4096, 1) + content(4096, 2) : QByteArray("old"));
     QCOMPARE(m_arrived.size(), isRight ? 1 : 0);
@@ -226,25 +212,17 @@ void TransferSessionTest::uploadTakesTheFilesPlaceOnlyWhenRight()
 
 void TransferSessionTest::refusedUploads_data()
 {
-    QTest::addColumn<quint32>("size");
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<int>("parameter");
-    QTest::addColumn<QString>("line");
-    const auto row = [](const char *name, quint32 size, int parameter, const char *reason) {
-        QTest::addRow("%s of %u with %d", name, size, parameter)
-            << size << QByteArray(name) << parameter
-            << QStringLiteral("%1: %2").arg(QLatin1String(name), QLatin1String(reason));
-    };
-    row("new.pobj", 0, 0, "File size is 0.");
-    row("new.exe", 10, 0, "Filename is empty.");
-    row("", 10, 0, "Filename is empty.");
-    row("pobj", 10, 0, "Filename is empty.");
-    row("dir.pobj/", 10, 0, "Filename is empty.");
-    row("dir.pobj/passwd", 10, 0, "Filename is empty.");
-    row("code.ir", 10, 0, "Filename is empty.");
-    row("code.ir", 10, 9, "Filename is empty.");
-    row("code.ir", 10, -1, "Filename is empty.");
-    row("ui.dtp", 10, 0, "Failed to open file"); // a folder has its name
+    const Table<QByteArray, quint32, int, QString> row("name", "size", "parameter", "line");
+    row("new.pobj of 0, 0", "new.pobj", 0, 0, "4 new.pobj: File size is 0.");
+    row("new.exe of 10, 0", "new.exe", 10, 0, "4 new.exe: Filename is empty.");
+    row(" of 10, 0", "", 10, 0, "4 : Filename is empty.");
+    row("pobj of 10, 0", "pobj", 10, 0, "4 pobj: Filename is empty.");
+    row("dir.pobj/ of 10, 0", "dir.pobj/", 10, 0, "4 dir.pobj/: Filename is empty.");
+    row("dir.pobj/passwd of 10, 0", "dir.pobj/passwd", 10, 0, "4 dir.pobj/passwd: Filename is empty.");
+    row("code.ir of 10, 0", "code.ir", 10, 0, "4 code.ir: Filename is empty.");
+    row("code.ir of 10, 9", "code.ir", 10, 9, "4 code.ir: Filename is empty.");
+    row("code.ir of 10, -1", "code.ir", 10, -1, "4 code.ir: Filename is empty.");
+    row("ui.dtp of 10, 0", "ui.dtp", 10, 0, "4 ui.dtp: Failed to open file"); // a folder has its name
 }
 
 void TransferSessionTest::refusedUploads()
@@ -252,15 +230,11 @@ void TransferSessionTest::refusedUploads()
     QFETCH(quint32, size);
     QFETCH(QByteArray, name);
     QFETCH(int, parameter);
-    NotificationCenter::instance().addListener();
-    QSignalSpy lines(&NotificationCenter::instance(), &NotificationCenter::line);
+    MonitorLines monitor;
     QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("ui.dtp")));
     QCOMPARE(take(uploadRequest(size, name, static_cast<char>(parameter))), QByteArray());
-    NotificationCenter::instance().removeListener();
     QVERIFY(!m_session->isActive());
-    QCOMPARE(lines.count(), 1);
-    QCOMPARE(lines.first().at(0).toInt(), 4);
-    QTEST(lines.first().at(1).toString(), "line");
+    QTEST(monitor.take().join(QLatin1Char('|')), "line");
     QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files), QStringList());
 }
 

@@ -16,11 +16,9 @@ public:
         int delays = 0;
         int duplicates = 0;
         int corruptions = 0;
-        qint64 maxDelayMs = 4000;
     };
 
     TransferWire(std::mt19937 &random, const Faults &faults, qint64 streamBytes)
-        : m_maxDelayMs(faults.maxDelayMs)
     {
         const auto place = [&](int count, char kind) {
             for (; count > 0; --count) {
@@ -54,7 +52,7 @@ public:
                 m_isCut = true;
                 break;
             case 'w':
-                m_delayMs = std::uniform_int_distribution<qint64>(1, m_maxDelayMs)(m_random);
+                m_delayMs = std::uniform_int_distribution<qint64>(1, 4000)(m_random);
                 break;
             case '2': {
                 const int count = std::uniform_int_distribution<int>(1, piece.size())(m_random);
@@ -82,7 +80,6 @@ public:
     }
 
 private:
-    const qint64 m_maxDelayMs;
     std::map<qint64, char> m_faults; // by position in the stream
     std::multimap<qint64, QByteArray> m_underWay;
     std::mt19937 m_random;

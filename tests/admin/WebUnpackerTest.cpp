@@ -1,6 +1,7 @@
 #include "admin/WebUnpacker.h"
 #include "admin/ZipArchive.h"
-#include "base/Monitor.h"
+#include "devices/MonitorLines.h"
+#include "support/Files.h"
 #include "support/Table.h"
 #include <QDir>
 #include <QDirIterator>
@@ -74,13 +75,6 @@ QByteArray archiveOf(const std::vector<Member> &members, const QByteArray &comme
            little(static_cast<quint32>(comment.size()), 2) + comment;
 }
 
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
 /// Every file below a folder with its content, sorted: "a=1 b/c=2 l->target".
 QString picture(const QString &folder)
 {
@@ -93,9 +87,7 @@ QString picture(const QString &folder)
         if (files.fileInfo().isSymLink()) {
             lines << name + QStringLiteral("->") + QFileInfo(path).fileName();
         } else if (files.fileInfo().isFile()) {
-            QFile file(path);
-            lines << name + QLatin1Char('=') +
-                         (file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.read(20)) : QStringLiteral("?"));
+            lines << name + QLatin1Char('=') + QString::fromUtf8(contentOf(path).left(20));
         }
     }
     lines.sort();
@@ -114,7 +106,6 @@ private Q_SLOTS:
     void linkedFolderStaysALink();
     void refusedArchivesChangeNothing_data();
     void refusedArchivesChangeNothing();
-    void damagedBytesNeverLeaveTheFolder();
     void interruptedOneIsUndone();
     void outcomeIsTold();
 
@@ -172,9 +163,7 @@ void WebUnpackerTest::archiveIsMergedIn()
                           "pages/a.html=new pages/kept.html=kept replaced=new up/outside=new \xE4\xB8\xAD.txt=utf8"));
     QCOMPARE(QFileInfo(path("web/large/l.txt")).size(), qint64(large.size()));
     QCOMPARE(open.readAll(), QByteArray("old"));
-    QFile outside(path("outside"));
-    QVERIFY(outside.open(QIODevice::ReadOnly));
-    QCOMPARE(outside.readAll(), QByteArray("safe"));
+    QCOMPARE(contentOf(path("outside")), QByteArray("safe"));
     QCOMPARE(QDir(m_directory->path()).entryList(QDir::Dirs | QDir::NoDotAndDotDot),
              QStringList{ QStringLiteral("web") });
 }
@@ -242,29 +231,6 @@ void WebUnpackerTest::refusedArchivesChangeNothing()
     QCOMPARE(picture(m_directory->path()), QStringLiteral("web/index.html=old"));
 }
 
-/// Whatever a damaged archive holds: refused or unpacked, nothing appears beside the folder.
-void WebUnpackerTest::damagedBytesNeverLeaveTheFolder()
-{
-    const QByteArray good = archiveOf({ { "a/../b", "x" } }).replace("a/../b", "a/b../b");
-    unsigned seed = 1;
-    for (int run = 0; run < 800; ++run) {
-        QByteArray bytes = good;
-        for (int count = run % 4; count >= 0; --count) {
-            seed = seed * 1664525U + 1013904223U;
-            bytes[static_cast<int>((seed >> 8) % static_cast<unsigned>(bytes.size()))] = "./\\\0\xFF"
-                                                                                         "a"[(seed >> 4) % 6];
-        }
-        QVERIFY(writeFile(path("in/web.zip"), bytes));
-        const auto problem = WebUnpacker(path("in/web")).unpackNow(path("in/web.zip"), m_files);
-        QCOMPARE(QDir(m_directory->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                 QStringList{ QStringLiteral("in") });
-        const QStringList beside = QDir(path("in")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-        QVERIFY2(beside.size() <= 2, qPrintable(beside.join(QLatin1Char(' '))));
-        QVERIFY(problem || QDir(path("in/web")).exists());
-        QVERIFY(QDir(path("in/web")).removeRecursively());
-    }
-}
-
 void WebUnpackerTest::interruptedOneIsUndone()
 {
     QVERIFY(writeFile(path("web.old/index.html"), "old"));
@@ -275,18 +241,15 @@ void WebUnpackerTest::interruptedOneIsUndone()
 
 void WebUnpackerTest::outcomeIsTold()
 {
-    NotificationCenter::instance().addListener();
+    MonitorLines monitor;
     QStringList lines;
-    connect(&NotificationCenter::instance(), &NotificationCenter::line, this,
-            [&](int type, const QString &text) { lines << QStringLiteral("%1 %2").arg(type).arg(text); });
     QVERIFY(writeFile(path("web.zip"), archiveOf({ { "a", "1" }, { "b", "1" } })));
     QVERIFY(writeFile(path("bad.zip"), "bad"));
     WebUnpacker unpacker(path("web"));
     unpacker.unpack(path("web.zip"), QStringLiteral("site.zip"));
     unpacker.unpack(path("bad.zip"), QStringLiteral("other.zip"));
-    QTRY_COMPARE(lines, (QStringList{ QStringLiteral("1 site.zip: 2 files unpacked"),
-                                      QStringLiteral("4 other.zip: This is no ZIP archive") }));
-    NotificationCenter::instance().removeListener();
+    QTRY_COMPARE(lines += monitor.take(), (QStringList{ QStringLiteral("1 site.zip: 2 files unpacked"),
+                                                        QStringLiteral("4 other.zip: This is no ZIP archive") }));
 }
 
 QTEST_GUILESS_MAIN(WebUnpackerTest)

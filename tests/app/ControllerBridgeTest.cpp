@@ -14,6 +14,7 @@
 #include "net/LinkCodes.h"
 #include "net/NetworkManager.h"
 #include "net/controllers/ControllerLinks.h"
+#include "support/Files.h"
 #include "support/Table.h"
 
 #include <QTemporaryDir>
@@ -94,9 +95,7 @@ void ControllerBridgeTest::init()
     m_exec = std::make_unique<ExecManager>(m_directory->path(), *m_devices);
     const CompileResult result = compileSource(QString::fromUtf8(kProgram));
     QVERIFY2(result.isGood(), qPrintable(result.text()));
-    QFile file(m_exec->objectFilePath());
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(result.objectFile) == result.objectFile.size());
-    file.close();
+    QVERIFY(writeFile(m_exec->objectFilePath(), result.objectFile));
     QCOMPARE(m_exec->loadProgram(), ExecManager::Load::Done);
     m_bridge->setProgram(m_exec->program());
     m_network = std::make_unique<NetworkManager>(LinkHooks{ *m_panels, *m_panels, *m_panels, *m_services });
@@ -181,30 +180,27 @@ void ControllerBridgeTest::ownPortsAreToldToListeners()
 
 void ControllerBridgeTest::requestsOfListeners_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("line"); // of the monitor; empty: none
-    QTest::addColumn<QByteArray>("answer");
-    const auto row = [](const char *body, const char *line, const char *answer = "") {
-        QTest::newRow(body) << QByteArray(body) << QString::fromLatin1(line) << QByteArray(answer);
-    };
+    const Table<QByteArray, QString, QByteArray> row("body", "line", "answer"); // empty: none
     row("sys:1", "", "sys:7");
-    row("sys:2", "");
-    row("setup:5001:9:7:3:1", "10 On relay: 3");
-    row("setup:5001:9:8:3:1", ""); // of another controller
-    row("setup:5001:9:7:3:77", "");
-    row("setup:5001:9:7:3", "");
-    row("setup:99999999999:9:7:3:1", ""); // no number, so not device 5001: nothing to be seen
+    row("sys:2", "", "");
+    row("setup:5001:9:7:3:1", "10 On relay: 3", "");
+    row("setup:5001:9:8:3:1", "", ""); // of another controller
+    row("setup:5001:9:7:3:77", "", "");
+    row("setup:5001:9:7:3", "", "");
+    row("setup:99999999999:9:7:3:1", "", ""); // no number, so not device 5001: nothing to be seen
     row("query:5001:18:7:3", "", "query:5001:18:7:3:0");
-    row("query:5001:18:8:3", "");
-    row("query:5001:9:7:3", "4 Error: Wrong port status queried.");
-    row("string:5001:1:7:a:b", "6 send port command: port number is 1 and sended data is a:b");
-    row("string:5001:1:0:a", ""); // 0 is no controller's number
-    row("string:5001:1", "");
-    row("command:10001:1:7:hello", "7 send device command: device id is 10001, port number is 1 and "
-                                   "sended data is hello");
-    row("io:7:0:3", "");
-    row("\xff\xfe", "");
-    row("", "");
+    row("query:5001:18:8:3", "", "");
+    row("query:5001:9:7:3", "4 Error: Wrong port status queried.", "");
+    row("string:5001:1:7:a:b", "6 send port command: port number is 1 and sended data is a:b", "");
+    row("string:5001:1:0:a", "", ""); // 0 is no controller's number
+    row("string:5001:1", "", "");
+    row("command:10001:1:7:hello",
+        "7 send device command: device id is 10001, port number is 1 and "
+        "sended data is hello",
+        "");
+    row("io:7:0:3", "", "");
+    row("\xff\xfe", "", "");
+    row("", "", "");
 }
 
 void ControllerBridgeTest::requestsOfListeners()

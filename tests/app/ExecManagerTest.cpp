@@ -5,6 +5,7 @@
 #include "devices/DeviceManager.h"
 #include "events/Events.h"
 #include "library/ControlProgram.h"
+#include "support/Files.h"
 #include "support/Table.h"
 
 #include <QTemporaryDir>
@@ -21,7 +22,6 @@ private Q_SLOTS:
     void damagedFiles_data();
     void damagedFiles();
     void startOrder();
-    void firstLinesOfTheLoadAreSeen();
     void mainlinePasses();
     void aWaitingMainlineStretchesThePass();
     void stopping();
@@ -70,9 +70,7 @@ void ExecManagerTest::install(const char *source)
 {
     const CompileResult result = compileSource(QString::fromUtf8(source));
     QVERIFY2(result.isGood(), qPrintable(result.text()));
-    QFile file(m_exec->objectFilePath());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(result.objectFile), result.objectFile.size());
+    QVERIFY(writeFile(m_exec->objectFilePath(), result.objectFile));
 }
 
 QStringList ExecManagerTest::said()
@@ -117,17 +115,13 @@ void ExecManagerTest::damagedFiles()
     install("device dvPort = 5001:1:0\n start { send_string dvPort, 'started' }\n"
             "data_event [dvPort] { online: { send_string dvPort, 'online' } }\n"
             "mainline { send_string dvPort, 'main' }");
-    QFile file(m_exec->objectFilePath());
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QByteArray bytes = file.readAll();
+    QByteArray bytes = contentOf(m_exec->objectFilePath());
     const int index = flippedByte < 0 ? bytes.size() + flippedByte : flippedByte;
     if (index < bytes.size()) {
         bytes[index] = static_cast<char>(bytes.at(index) ^ 1);
     }
     bytes.chop(cut);
-    QVERIFY(file.resize(0) && file.seek(0));
-    file.write(bytes);
-    file.close();
+    QVERIFY(writeFile(m_exec->objectFilePath(), bytes));
 
     QCOMPARE(m_exec->loadProgram(), ExecManager::Load::Damaged);
     QVERIFY(m_exec->program()); // an empty one: ports come online and nobody hears of it
@@ -154,15 +148,6 @@ void ExecManagerTest::startOrder()
         expected << QStringLiteral("3 Online Event: 5001:%1:0").arg(port) << sent + QString::number(port);
     }
     QCOMPARE(m_monitor->take(), expected);
-}
-
-void ExecManagerTest::firstLinesOfTheLoadAreSeen()
-{
-    install("integer n\n start { n = 1 / n }");
-    QCOMPARE(m_exec->loadProgram(), ExecManager::Load::Done);
-    m_exec->runStart();
-    const QStringList lines = m_monitor->take();
-    QVERIFY2(lines.contains(QStringLiteral("4 Error:Divided by 0")), qPrintable(lines.join(QLatin1Char('\n'))));
 }
 
 void ExecManagerTest::mainlinePasses()

@@ -1,4 +1,6 @@
+#include "support/Files.h"
 #include "support/Table.h"
+#include "support/ToolRun.h"
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -6,15 +8,6 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
-
-namespace {
-struct Outcome
-{
-    int status = -1;
-    QByteArray output;
-    QByteArray errors;
-};
-} // namespace
 
 /// The tool as a person or an editor runs it.
 class ArkcTest : public QObject
@@ -36,9 +29,14 @@ private Q_SLOTS:
     void helpFitsAScreen();
 
 private:
-    Outcome run(const QStringList &arguments, const QByteArray &input = {});
-    void write(const char *name, const QByteArray &content);
-    QByteArray read(const char *name);
+    ToolRun run(const QString &line, const QByteArray &input = {}) // its words between blanks
+    {
+        return runTool(QStringLiteral(ARKC), line.split(QLatin1Char(' '), Qt::SkipEmptyParts), input,
+                       { m_directory->path() });
+    }
+    void write(const char *name, const QByteArray &content) { QVERIFY(writeFile(path(name), content)); }
+    QByteArray read(const char *name) { return contentOf(path(name)); }
+    QString path(const char *name) { return m_directory->filePath(QString::fromLatin1(name)); }
 
     std::unique_ptr<QTemporaryDir> m_directory;
 };
@@ -48,44 +46,17 @@ void ArkcTest::init()
     m_directory = std::make_unique<QTemporaryDir>();
 }
 
-Outcome ArkcTest::run(const QStringList &arguments, const QByteArray &input)
-{
-    QProcess process;
-    process.setWorkingDirectory(m_directory->path());
-    process.start(QStringLiteral(ARKC), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    process.waitForFinished();
-    return { process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError() };
-}
-
-void ArkcTest::write(const char *name, const QByteArray &content)
-{
-    QFile file(m_directory->filePath(QString::fromLatin1(name)));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
-
-QByteArray ArkcTest::read(const char *name)
-{
-    QFile file(m_directory->filePath(QString::fromLatin1(name)));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 void ArkcTest::buildsAndDumps()
 {
     write("room.src", "integer n\nstart { n = 5 }\n");
-    const Outcome built = run({ QStringLiteral("build"), QStringLiteral("room.src") });
+    const ToolRun built = run(QStringLiteral("build room.src"));
     QCOMPARE(built.status, 0);
     QCOMPARE(built.errors, QByteArray());
     QVERIFY(read("room.pobj").startsWith(QByteArray::fromHex("cefb2ef2")));
-    const Outcome dumped = run({ QStringLiteral("dump"), QStringLiteral("room.pobj") });
+    const ToolRun dumped = run(QStringLiteral("dump room.pobj"));
     QCOMPARE(dumped.status, 0);
     write("again.src", dumped.output);
-    QCOMPARE(run({ QStringLiteral("build"), QStringLiteral("again.src"), QStringLiteral("-o"),
-                   QStringLiteral("again.pobj") })
-                 .status,
-             0);
+    QCOMPARE(run(QStringLiteral("build again.src -o again.pobj")).status, 0);
     QCOMPARE(read("again.pobj"), read("room.pobj"));
 }
 
@@ -93,21 +64,20 @@ void ArkcTest::leavesOldOutputAfterErrors()
 {
     write("room.src", "start { n = 5 }\n");
     write("room.pobj", "old");
-    const Outcome built = run({ QStringLiteral("build"), QStringLiteral("room.src") });
+    const ToolRun built = run(QStringLiteral("build room.src"));
     QCOMPARE(built.status, 1);
     QCOMPARE(built.errors,
              QByteArray("room.src:1:9: error: unknown name 'n'\nstart { n = 5 }\n        ^\n1 error, 0 warnings\n"));
     QCOMPARE(read("room.pobj"), QByteArray("old"));
-    QCOMPARE(run({ QStringLiteral("check"), QStringLiteral("room.src") }).status, 1);
-    QCOMPARE(run({ QStringLiteral("dump"), QStringLiteral("room.pobj") }).status, 1);
+    QCOMPARE(run(QStringLiteral("check room.src")).status, 1);
+    QCOMPARE(run(QStringLiteral("dump room.pobj")).status, 1);
     QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files).size(), 2); // nothing half written is left
 }
 
 void ArkcTest::speaksJson()
 {
     write("room.src", "integer unused\nstart { n = 1 }\n");
-    const Outcome checked = run(
-        { QStringLiteral("check"), QStringLiteral("room.src"), QStringLiteral("--format"), QStringLiteral("json") });
+    const ToolRun checked = run(QStringLiteral("check room.src --format json"));
     QCOMPARE(checked.status, 1);
     const QJsonArray list =
         QJsonDocument::fromJson(checked.output).object().value(QStringLiteral("diagnostics")).toArray();
@@ -120,9 +90,7 @@ void ArkcTest::speaksJson()
     QCOMPARE(first.value(QStringLiteral("message")).toString(), QStringLiteral("unknown name 'n'"));
 
     write("room.src", "start { }\n");
-    QCOMPARE(QJsonDocument::fromJson(run({ QStringLiteral("check"), QStringLiteral("room.src"),
-                                           QStringLiteral("--format"), QStringLiteral("json") })
-                                         .output)
+    QCOMPARE(QJsonDocument::fromJson(run(QStringLiteral("check room.src --format json")).output)
                  .object()
                  .value(QStringLiteral("diagnostics")),
              QJsonValue(QJsonArray()));
@@ -130,20 +98,20 @@ void ArkcTest::speaksJson()
 
 void ArkcTest::refusesWrongUse_data()
 {
-    const Table<QStringList> row("arguments");
-    row("nothing", {});
-    row("unknown command", { "make", "room.src" });
-    row("no source", { "build" });
-    row("unknown format", { "check", "room.src", "--format", "xml" });
-    row("output over the source", { "build", "room.src", "-o", "./room.src" });
-    row("no such folder", { "build", "room.src", "-o", "none/room.pobj" });
+    const Table<QString> row("arguments");
+    row("nothing", "");
+    row("unknown command", "make room.src");
+    row("no source", "build");
+    row("unknown format", "check room.src --format xml");
+    row("output over the source", "build room.src -o ./room.src");
+    row("no such folder", "build room.src -o none/room.pobj");
 }
 
 void ArkcTest::refusesWrongUse()
 {
-    QFETCH(QStringList, arguments);
+    QFETCH(QString, arguments);
     write("room.src", "start { }\n");
-    const Outcome outcome = run(arguments);
+    const ToolRun outcome = run(arguments);
     QCOMPARE(outcome.status, 2);
     QVERIFY(!outcome.errors.isEmpty());
     QCOMPARE(read("room.src"), QByteArray("start { }\n"));
@@ -182,7 +150,7 @@ void ArkcTest::saysWhatToTry()
     QFETCH(int, status);
     QFETCH(QByteArray, line);
     write("good.src", "start { }\n");
-    QCOMPARE(run({ QStringLiteral("build"), QStringLiteral("good.src") }).status, 0);
+    QCOMPARE(run(QStringLiteral("build good.src")).status, 0);
     write("empty.src", " \n");
     write("binary", QByteArray("a\0b", 3));
     write("latin.src", "char a[] = '\xe4'\n");
@@ -190,7 +158,7 @@ void ArkcTest::saysWhatToTry()
     write("folder.src", "include 'folder'\n");
     QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("folder")));
     QVERIFY(QFile::link(QStringLiteral("good.src"), m_directory->filePath(QStringLiteral("link.src"))));
-    const Outcome outcome = run(arguments.split(QLatin1Char(' ')));
+    const ToolRun outcome = run(arguments);
     QCOMPARE(outcome.status, status);
     QCOMPARE(outcome.errors.split('\n').first(), line);
     QCOMPARE(outcome.output, QByteArray());
@@ -202,11 +170,9 @@ void ArkcTest::checksWhatIsNotSaved()
     QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("room")));
     write("room/lamp.src", "integer nLamp = nothing\n");
     write("other.src", "start { }\n");
-    const Outcome checked =
-        run({ QStringLiteral("check"), QStringLiteral("other.src"), QStringLiteral("-"), QStringLiteral("--stdin-name"),
-              QStringLiteral("room/room.src"), QStringLiteral("--format"), QStringLiteral("json") },
-            "include 'lamp.src'\nstart { nLamp = gr\xc3\xb6\xc3\x9f"
-            "e }\n");
+    const ToolRun checked = run(QStringLiteral("check other.src - --stdin-name room/room.src --format json"),
+                                "include 'lamp.src'\nstart { nLamp = gr\xc3\xb6\xc3\x9f"
+                                "e }\n");
     QCOMPARE(checked.status, 1);
     QStringList places;
     for (const QJsonValue &value :
@@ -232,7 +198,7 @@ void ArkcTest::formatsInPlace()
     const QFile::Permissions rights = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
     QVERIFY(QFile::setPermissions(path, rights));
     QVERIFY(QFile::link(QStringLiteral("room.src"), link));
-    const Outcome outcome = run({ QStringLiteral("fmt"), QStringLiteral("bad.src"), QStringLiteral("link.src") });
+    const ToolRun outcome = run(QStringLiteral("fmt bad.src link.src"));
     QCOMPARE(outcome.status, 1);
     QVERIFY(outcome.errors.startsWith("bad.src:1:9: error: this '(' is not closed\n"));
     QCOMPARE(read("bad.src"), QByteArray("start { (\n"));
@@ -245,7 +211,7 @@ void ArkcTest::formatsInPlace()
     const QDateTime past = QDateTime::fromSecsSinceEpoch(1000000000);
     QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(past, QFileDevice::FileModificationTime));
     file.close();
-    QCOMPARE(run({ QStringLiteral("fmt"), QStringLiteral("room.src") }).status, 0);
+    QCOMPARE(run(QStringLiteral("fmt room.src")).status, 0);
     QCOMPARE(QFileInfo(path).lastModified(), past);
 }
 
@@ -258,12 +224,10 @@ void ArkcTest::formatShowsWithoutChanging()
     source.chop(1);
     write("room.src", source);
     write("good.src", "integer a\n");
-    const Outcome checked = run(
-        { QStringLiteral("fmt"), QStringLiteral("--check"), QStringLiteral("good.src"), QStringLiteral("room.src") });
+    const ToolRun checked = run(QStringLiteral("fmt --check good.src room.src"));
     QCOMPARE(checked.status, 1);
     QCOMPARE(checked.output, QByteArray("room.src\n"));
-    const Outcome shown = run(
-        { QStringLiteral("fmt"), QStringLiteral("--diff"), QStringLiteral("good.src"), QStringLiteral("room.src") });
+    const ToolRun shown = run(QStringLiteral("fmt --diff good.src room.src"));
     QCOMPARE(shown.status, 1);
     QCOMPARE(shown.output,
              QByteArray("--- room.src\n+++ room.src\n"
@@ -272,17 +236,15 @@ void ArkcTest::formatShowsWithoutChanging()
                         "@@ -17,4 +17,4 @@\n integer n16\n integer n17\n integer n18\n-integer n19  = 1\n"
                         "\\ No newline at end of file\n+integer n19 = 1\n"));
     QCOMPARE(read("room.src"), source);
-    QCOMPARE(run({ QStringLiteral("fmt"), QStringLiteral("--check"), QStringLiteral("good.src") }).status, 0);
+    QCOMPARE(run(QStringLiteral("fmt --check good.src")).status, 0);
 }
 
 void ArkcTest::formatReadsStandardInput()
 {
-    const Outcome formatted = run({ QStringLiteral("fmt"), QStringLiteral("-") }, "start{n=1}");
+    const ToolRun formatted = run(QStringLiteral("fmt -"), "start{n=1}");
     QCOMPARE(formatted.status, 0);
     QCOMPARE(formatted.output, QByteArray("start { n = 1 }\n"));
-    const Outcome refused =
-        run({ QStringLiteral("fmt"), QStringLiteral("-"), QStringLiteral("--stdin-name"), QStringLiteral("room.src") },
-            "start {");
+    const ToolRun refused = run(QStringLiteral("fmt - --stdin-name room.src"), "start {");
     QCOMPARE(refused.status, 1);
     QCOMPARE(refused.output, QByteArray());
     QVERIFY(refused.errors.startsWith("room.src:1:7: error: "));
@@ -290,7 +252,7 @@ void ArkcTest::formatReadsStandardInput()
 
 void ArkcTest::helpFitsAScreen()
 {
-    const Outcome help = run({ QStringLiteral("--help") });
+    const ToolRun help = run(QStringLiteral("--help"));
     QCOMPARE(help.status, 0);
     QVERIFY(help.output.contains("arkc dump program.pobj > room.src"));
     QVERIFY2(help.output.count('\n') <= 24, help.output.constData());

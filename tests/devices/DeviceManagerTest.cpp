@@ -6,6 +6,8 @@
 #include "events/Dispatcher.h"
 #include "interp/Interpreter.h"
 #include "program/AST.h"
+#include "support/Spoken.h"
+#include "support/Table.h"
 
 #include <QTemporaryDir>
 #include <QTimer>
@@ -15,46 +17,39 @@ namespace {
 /// Records every call as a line.
 struct RecordingLinks : PanelLink, ControllerLink, SocketOutputs
 {
+    using Address = DeviceAddress;
+    using Codes = QVector<qint64>;
     QStringList calls;
     std::function<void()> onQuery; // while a question goes out
     int socketPort = -1;
 
-    void note(const QString &text) { calls << text; }
-    static QString joined(const QVector<qint64> &numbers)
+    template <class... Parts>
+    void note(const Parts &...parts)
     {
-        QStringList texts;
-        for (const qint64 number : numbers) {
-            texts << QString::number(number);
-        }
-        return texts.join(QLatin1Char(','));
+        calls << spoken(parts...);
     }
-
-    void queryButtonStatus(int device, int channel) override
+    template <class... Parts>
+    void ask(const Parts &...parts)
     {
-        note(QStringLiteral("query %1 %2").arg(device).arg(channel));
+        note(parts...);
         if (onQuery) {
             onQuery();
         }
     }
-    void queryButtonText(int device, int channel, int state) override
-    {
-        note(QStringLiteral("text %1 %2 %3").arg(device).arg(channel).arg(state));
-        onQuery();
-    }
+
+    void queryButtonStatus(int device, int channel) override { ask("query", device, channel); }
+    void queryButtonText(int device, int channel, int state) override { ask("text", device, channel, state); }
     void queryButtonProperty(int device, int channel, const QByteArray &name) override
     {
-        note(QStringLiteral("property %1 %2 ").arg(device).arg(channel) + QString::fromUtf8(name));
-        onQuery();
+        ask("property", device, channel, name);
     }
     void queryButtonStateProperty(int device, int channel, int state, const QByteArray &name) override
     {
-        note(QStringLiteral("state property %1 %2 %3 ").arg(device).arg(channel).arg(state) + QString::fromUtf8(name));
-        onQuery();
+        ask("state property", device, channel, state, name);
     }
     void queryPageProperty(int device, const QByteArray &page, const QByteArray &name) override
     {
-        note(QStringLiteral("page property %1 ").arg(device) + QString::fromUtf8(page + ' ' + name));
-        onQuery();
+        ask("page property", device, page, name);
     }
     void setButtonProperty(int, const Channels &, const QByteArray &, const QVariant &) override {}
     void setButtonStateProperty(int, const Channels &, int, const QByteArray &, const QVariant &) override {}
@@ -63,61 +58,46 @@ struct RecordingLinks : PanelLink, ControllerLink, SocketOutputs
     void containerCall(int, const Channels &, const QByteArray &, const QByteArray &) override {}
     void setRangeButtonStatus(int device, int channel, int status, int first, int last) override
     {
-        note(QStringLiteral("range %1 %2 %3 %4-%5").arg(device).arg(channel).arg(status).arg(first).arg(last));
+        note("range", device, channel, status, QStringLiteral("%1-%2").arg(first).arg(last));
     }
-    void setRangeButtonStatusVals(int device, const QVector<qint64> &channels, const QVector<qint64> &values) override
+    void setRangeButtonStatusVals(int device, const Codes &channels, const Codes &values) override
     {
-        note(QStringLiteral("plain %1 %2 %3").arg(QString::number(device), joined(channels), joined(values)));
+        note("plain", device, channels, values);
     }
     void setListButtonStatus(int device, int channel, int status, const QVector<int> &channels) override
     {
-        QVector<qint64> wide;
-        std::copy(channels.begin(), channels.end(), std::back_inserter(wide));
-        note(QStringLiteral("list %1 %2 %3 ").arg(device).arg(channel).arg(status) + joined(wide));
+        note("list", device, channel, status, channels);
     }
-    void sendLevel(int device, int code, int value) override
+    void sendLevel(int device, int code, int value) override { note("level", device, code, value); }
+    void sendLevels(int device, const Codes &codes, const Codes &values) override
     {
-        note(QStringLiteral("level %1 %2 %3").arg(device).arg(code).arg(value));
+        note("levels", device, codes, values);
     }
-    void sendLevels(int device, const QVector<qint64> &codes, const QVector<qint64> &values) override
-    {
-        note(QStringLiteral("levels %1 %2 %3").arg(QString::number(device), joined(codes), joined(values)));
-    }
-    void sendCommand(int device, const QByteArray &data) override
-    {
-        note(QStringLiteral("command %1 ").arg(device) + QString::fromLatin1(data));
-    }
+    void sendCommand(int device, const QByteArray &data) override { note("command", device, data); }
 
-    void setupPort(const DeviceAddress &device, int channel, int action) override
+    void setupPort(const Address &device, int channel, int action) override { note("setup", device, channel, action); }
+    void sendListenString(const Address &device, const QByteArray &data) override
     {
-        note(QStringLiteral("setup %1 %2 %3").arg(device.text()).arg(channel).arg(action));
+        note("listen string", device, data.toHex());
     }
-    void sendListenString(const DeviceAddress &device, const QByteArray &data) override
+    void sendListenCommand(const Address &device, const QByteArray &data) override
     {
-        note(QStringLiteral("listen string %1 ").arg(device.text()) + QString::fromLatin1(data.toHex()));
+        note("listen command", device, data);
     }
-    void sendListenCommand(const DeviceAddress &device, const QByteArray &data) override
-    {
-        note(QStringLiteral("listen command %1 ").arg(device.text()) + QString::fromLatin1(data));
-    }
-    void queryDeviceState(const DeviceAddress &device, int channel) override
-    {
-        note(QStringLiteral("state %1 %2").arg(device.text()).arg(channel));
-        if (onQuery) {
-            onQuery();
-        }
-    }
-    void cancelToItem() override { note(QStringLiteral("cancel")); }
+    void queryDeviceState(const Address &device, int channel) override { ask("state", device, channel); }
+    void cancelToItem() override { note("cancel"); }
 
     bool write(int port, const QByteArray &data) override
     {
         if (port == socketPort) {
-            note(QStringLiteral("socket %1 ").arg(port) + QString::fromLatin1(data));
+            note("socket", port, data);
         }
         return port == socketPort;
     }
 };
 } // namespace
+
+Q_DECLARE_METATYPE(DeviceAddress)
 
 class DeviceManagerTest : public QObject
 {
@@ -201,42 +181,30 @@ void DeviceManagerTest::advanceInside(int ms)
 
 void DeviceManagerTest::switching_data()
 {
-    QTest::addColumn<int>("number");
-    QTest::addColumn<int>("port");
-    QTest::addColumn<int>("system");
-    QTest::addColumn<int>("action");
-    QTest::addColumn<QStringList>("calls");
-    QTest::addColumn<QStringList>("lines");
+    const Table<int, int, int, int, QStringList, QStringList> row("number", "port", "system", "action", "calls",
+                                                                  "lines");
     const QString wrongPort = QStringLiteral("5 Warning: Wrong port number was referred.");
-    const auto row = [](const char *name, int number, int port, int system, int action, const QStringList &calls,
-                        const QStringList &lines) {
-        QTest::newRow(name) << number << port << system << action << calls << lines;
-    };
     const QString low = QStringLiteral("frame 1803000001");
     const QString high = QStringLiteral("frame 1803000000");
-    row("relay off", 5001, 9, 0, 0, {}, { QStringLiteral("11 Off relay: 3") });
-    row("relay on", 5001, 9, 1, 1, {}, { QStringLiteral("10 On relay: 3") });
-    row("relay pulse", 5001, 9, 0, 2, {}, { wrongPort, QStringLiteral("9 Pulse relay: 3") });
-    row("relay to", 5001, 9, 0, 3, {}, { wrongPort, QStringLiteral("12 To relay: 3") });
-    row("io off", 5001, 18, 0, 0, { high }, { QStringLiteral("11 IO 3 output high") });
-    row("io on", 5001, 18, 0, 1, { low }, { QStringLiteral("10 IO 3 output low") });
-    row("io pulse", 5001, 18, 0, 2, { low }, { QStringLiteral("9 Pulse IO 3") });
-    row("io to", 5001, 18, 0, 3, { low }, { QStringLiteral("12 To IO 3") });
-    row("ir on, no output", 5001, 15, 0, 1, {}, { wrongPort, QStringLiteral("10 IR6 output ir code 3") });
-    row("ir off", 5001, 10, 0, 0, {}, { QStringLiteral("11 IR1 output ir code 3") });
-    row("ir pulse", 5001, 10, 0, 2, {}, { QStringLiteral("9 IR1 pulse ir code 3") });
-    row("ir to", 5001, 17, 0, 3, {}, { wrongPort, QStringLiteral("12 IR8 to ir code 3") });
+    row("relay off", 5001, 9, 0, 0, {}, { "11 Off relay: 3" });
+    row("relay on", 5001, 9, 1, 1, {}, { "10 On relay: 3" });
+    row("relay pulse", 5001, 9, 0, 2, {}, { wrongPort, "9 Pulse relay: 3" });
+    row("relay to", 5001, 9, 0, 3, {}, { wrongPort, "12 To relay: 3" });
+    row("io off", 5001, 18, 0, 0, { high }, { "11 IO 3 output high" });
+    row("io on", 5001, 18, 0, 1, { low }, { "10 IO 3 output low" });
+    row("io pulse", 5001, 18, 0, 2, { low }, { "9 Pulse IO 3" });
+    row("io to", 5001, 18, 0, 3, { low }, { "12 To IO 3" });
+    row("ir on, no output", 5001, 15, 0, 1, {}, { wrongPort, "10 IR6 output ir code 3" });
+    row("ir off", 5001, 10, 0, 0, {}, { "11 IR1 output ir code 3" });
+    row("ir pulse", 5001, 10, 0, 2, {}, { "9 IR1 pulse ir code 3" });
+    row("ir to", 5001, 17, 0, 3, {}, { wrongPort, "12 IR8 to ir code 3" });
     row("serial port", 5001, 1, 0, 1, {}, { wrongPort });
     row("action that does not exist", 5001, 18, 0, 4, {}, {});
-    row("remote relay", 5001, 9, 2, 1, { QStringLiteral("setup 5001:9:2 3 1") },
-        { QStringLiteral("10 [5001:9:2]On relay: 3") });
-    row("remote relay off", 5001, 9, 2, 0, { QStringLiteral("setup 5001:9:2 3 0") },
-        { QStringLiteral("11 [5001:9:2]Off relay: 3") });
-    row("remote io", 5001, 18, 2, 2, { QStringLiteral("setup 5001:18:2 3 2") },
-        { QStringLiteral("9 [5001:18:2]Pulse IO 3") });
-    row("remote ir", 5001, 11, 2, 3, { QStringLiteral("setup 5001:11:2 3 3") },
-        { QStringLiteral("12 [5001:11:2]IR2 to ir code 3") });
-    row("remote panel, no line", 10001, 9, 2, 1, { QStringLiteral("setup 10001:9:2 3 1") }, {});
+    row("remote relay", 5001, 9, 2, 1, { "setup 5001:9:2 3 1" }, { "10 [5001:9:2]On relay: 3" });
+    row("remote relay off", 5001, 9, 2, 0, { "setup 5001:9:2 3 0" }, { "11 [5001:9:2]Off relay: 3" });
+    row("remote io", 5001, 18, 2, 2, { "setup 5001:18:2 3 2" }, { "9 [5001:18:2]Pulse IO 3" });
+    row("remote ir", 5001, 11, 2, 3, { "setup 5001:11:2 3 3" }, { "12 [5001:11:2]IR2 to ir code 3" });
+    row("remote panel, no line", 10001, 9, 2, 1, { "setup 10001:9:2 3 1" }, {});
 }
 
 void DeviceManagerTest::switching()
@@ -254,53 +222,40 @@ void DeviceManagerTest::switching()
 
 void DeviceManagerTest::data_data()
 {
-    QTest::addColumn<bool>("isCommand");
-    QTest::addColumn<int>("number");
-    QTest::addColumn<int>("port");
-    QTest::addColumn<int>("system");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QStringList>("calls");
-    QTest::addColumn<QStringList>("lines");
-    const auto row = [](const char *name, bool isCommand, const DeviceAddress &device, const QByteArray &bytes,
-                        const QStringList &calls, const QStringList &lines) {
-        QTest::newRow(name) << isCommand << device.number << device.port << device.system << bytes << calls << lines;
-    };
-    row("string to another controller", false, { 5001, 1, 2 }, "AB\r",
-        { QStringLiteral("listen string 5001:1:2 41420d") },
-        { QStringLiteral("6 [5001:1:2]send port command: 41 42 0D") });
-    row("string to a port", false, { 5001, 1, 1 }, "50%1", { QStringLiteral("frame 15010135302531") },
-        { QStringLiteral("6 send port command: port number is 1 and sended data is 50%1") });
+    const Table<bool, DeviceAddress, QByteArray, QStringList, QStringList> row("isCommand", "device", "bytes", "calls",
+                                                                               "lines");
+    row("string to another controller", false, { 5001, 1, 2 }, "AB\r", { "listen string 5001:1:2 41420d" },
+        { "6 [5001:1:2]send port command: 41 42 0D" });
+    row("string to a port", false, { 5001, 1, 1 }, "50%1", { "frame 15010135302531" },
+        { "6 send port command: port number is 1 and sended data is 50%1" });
     row("string to a panel goes nowhere", false, { 10001, 1, 0 }, "x", {},
-        { QStringLiteral("6 send port command: port number is 1 and sended data is x") });
-    row("string to a socket", false, { 0, 3, 0 }, "x", { QStringLiteral("socket 3 x") },
-        { QStringLiteral("6 send socket command: port number is 3 and sended data is x") });
+        { "6 send port command: port number is 1 and sended data is x" });
+    row("string to a socket", false, { 0, 3, 0 }, "x", { "socket 3 x" },
+        { "6 send socket command: port number is 3 and sended data is x" });
     row("string to a socket that is not open", false, { 0, 4, 0 }, "x", {}, {});
     row("string to a socket elsewhere", false, { 0, 3, 2 }, "x", {}, {});
-    row("command to a panel", true, { 10001, 1, 0 }, "go", { QStringLiteral("command 10001 go") },
-        { QStringLiteral("7 send device command: device id is 10001, port number is 1 and sended data is go") });
-    row("command to a port", true, { 5001, 2, 0 }, "set baud 9600,n,8,1 485 disable",
-        { QStringLiteral("frame 150200010000002580") },
-        { QStringLiteral("7 send device command: device id is 5001, port number is 2 and sended data is "
-                         "set baud 9600,n,8,1 485 disable") });
-    row("command to another controller", true, { 10001, 1, 2 }, "go", { QStringLiteral("listen command 10001:1:2 go") },
-        { QStringLiteral("6 [10001:1:2]send device command: go") });
+    row("command to a panel", true, { 10001, 1, 0 }, "go", { "command 10001 go" },
+        { "7 send device command: device id is 10001, port number is 1 and sended data is go" });
+    row("command to a port", true, { 5001, 2, 0 }, "set baud 9600,n,8,1 485 disable", { "frame 150200010000002580" },
+        { "7 send device command: device id is 5001, port number is 2 and sended data is "
+          "set baud 9600,n,8,1 485 disable" });
+    row("command to another controller", true, { 10001, 1, 2 }, "go", { "listen command 10001:1:2 go" },
+        { "6 [10001:1:2]send device command: go" });
     row("empty command", true, { 10001, 1, 0 }, "", {}, {});
 }
 
 void DeviceManagerTest::data()
 {
     QFETCH(bool, isCommand);
-    QFETCH(int, number);
-    QFETCH(int, port);
-    QFETCH(int, system);
+    QFETCH(DeviceAddress, device);
     QFETCH(QByteArray, bytes);
     QFETCH(QStringList, calls);
     QFETCH(QStringList, lines);
     m_links.socketPort = 3;
     if (isCommand) {
-        m_devices->sendDeviceCommand({ number, port, system }, bytes, DeviceActions::Log::Yes);
+        m_devices->sendDeviceCommand(device, bytes, DeviceActions::Log::Yes);
     } else {
-        m_devices->sendPortString({ number, port, system }, bytes);
+        m_devices->sendPortString(device, bytes);
     }
     QCOMPARE(frames() + m_links.calls, calls);
     QCOMPARE(m_monitor->take(), lines);
@@ -369,21 +324,16 @@ void DeviceManagerTest::buttonStatus()
 
 void DeviceManagerTest::remoteTexts_data()
 {
-    QTest::addColumn<QByteArray>("form");
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QStringList>("effects");
-    const auto row = [](const char *form, const char *text, const QStringList &effects) {
-        QTest::addRow("%s %s", form, text) << QByteArray(form) << QByteArray(text) << effects;
-    };
-    row("setup", "5001:18:1:3:1", { QStringLiteral("frame 1803000001") });
-    row("setup", "5001:18:0:3:1", {}); // 0 is not a number that a message may carry
-    row("setup", "5001:18:2:3:1", {});
-    row("command", "10001:1:1:a:b", { QStringLiteral("command 10001 a:b") });
-    row("command", "10001:1:2:ab", {});
-    row("string", "5001:1:1::", { QStringLiteral("frame 1501013a") });
-    row("string", "5001:1:1", {});
-    row("query", "5001:18:1:4", { QStringLiteral("status 0 18 4 0") });
-    row("query", "5001:18:2:4", {});
+    const Table<QByteArray, QByteArray, QStringList> row("form", "text", "effects");
+    row("setup 5001:18:1:3:1", "setup", "5001:18:1:3:1", { "frame 1803000001" });
+    row("setup 5001:18:0:3:1", "setup", "5001:18:0:3:1", {}); // 0 is not a number that a message may carry
+    row("setup 5001:18:2:3:1", "setup", "5001:18:2:3:1", {});
+    row("command 10001:1:1:a:b", "command", "10001:1:1:a:b", { "command 10001 a:b" });
+    row("command 10001:1:2:ab", "command", "10001:1:2:ab", {});
+    row("string 5001:1:1::", "string", "5001:1:1::", { "frame 1501013a" });
+    row("string 5001:1:1", "string", "5001:1:1", {});
+    row("query 5001:18:1:4", "query", "5001:18:1:4", { "status 0 18 4 0" });
+    row("query 5001:18:2:4", "query", "5001:18:2:4", {});
 }
 
 void DeviceManagerTest::remoteTexts()
@@ -393,7 +343,7 @@ void DeviceManagerTest::remoteTexts()
     QFETCH(QStringList, effects);
     connect(m_devices.get(), &DeviceManager::gotPortStatus, this,
             [this](int system, int port, int channel, int status) {
-                m_links.note(QStringLiteral("status %1 %2 %3 %4").arg(system).arg(port).arg(channel).arg(status));
+                m_links.note("status", system, port, channel, status);
             });
     if (form == "setup") {
         m_devices->performSetup(text);

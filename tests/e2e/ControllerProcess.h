@@ -1,6 +1,7 @@
 #pragma once
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QtTest>
 
 /// A controller of its own: the real program on a loopback address that no other test uses, with a data directory and
 /// a directory for temporary files and local sockets that go with it.
@@ -38,3 +39,28 @@ private:
     QByteArray m_output;
     QByteArray m_errors;
 };
+
+// Real processes, on a machine that may be busy: how long something takes is not what these tests ask.
+constexpr int kPatienceMs = 20000;
+#undef QTRY_VERIFY
+#undef QTRY_VERIFY2
+#undef QTRY_COMPARE
+#define QTRY_VERIFY(expression) QTRY_VERIFY_WITH_TIMEOUT(expression, kPatienceMs)
+#define QTRY_COMPARE(actual, expected) QTRY_COMPARE_WITH_TIMEOUT(actual, expected, kPatienceMs)
+#define QTRY_VERIFY2(expression, description)                                                                          \
+    do {                                                                                                               \
+        QTRY_IMPL((expression), kPatienceMs)                                                                           \
+        QVERIFY2((expression), (description));                                                                         \
+    } while (false)
+
+#define INSTALLS(controller, source) QCOMPARE((controller).install(source), QString())
+#define SAYS(process, text) QTRY_VERIFY2((process).output().contains(text), (process).output().constData())
+#define IS_UP(controller)                                                                                              \
+    QTRY_VERIFY2((controller).output().contains("Network started."), (controller).errors().constData())
+#define STARTS(controller)                                                                                             \
+    (controller).forgetOutput();                                                                                       \
+    (controller).start();                                                                                              \
+    QTRY_VERIFY2((controller).output().contains("Online Event: 5001:4:0"), (controller).errors().constData())
+#define JOINS(client, controller)                                                                                      \
+    (client).connectTo((controller).address());                                                                        \
+    QTRY_VERIFY((client).isIntroduced())

@@ -2,7 +2,9 @@
 #include "ControllerProcess.h"
 #include "net/LinkClient.h"
 #include "net/LinkCodes.h"
+#include "support/Files.h"
 #include "support/Table.h"
+#include "support/ToolRun.h"
 
 #include <QtTest>
 
@@ -41,12 +43,10 @@ public:
 
     void listenTo(const QStringList &addresses)
     {
-        QFile file(filePath(QStringLiteral("settings.ini")));
-        if (file.open(QIODevice::WriteOnly)) {
-            const QString list =
-                addresses.isEmpty() ? QString() : QStringLiteral("listen=") + addresses.join(QLatin1String(", "));
-            file.write(QStringLiteral("[General]\nsystemNum=%1\n%2\n").arg(m_number).arg(list).toUtf8());
-        }
+        const QString list =
+            addresses.isEmpty() ? QString() : QStringLiteral("listen=") + addresses.join(QLatin1String(", "));
+        writeFile(filePath(QStringLiteral("settings.ini")),
+                  QStringLiteral("[General]\nsystemNum=%1\n%2\n").arg(m_number).arg(list).toUtf8());
     }
 
     /// The numbers that its program was sent to its port 1 by others, in order.
@@ -64,11 +64,7 @@ public:
 
     qint64 residentKiB()
     {
-        QFile status(QStringLiteral("/proc/%1/status").arg(process().processId()));
-        if (!status.open(QIODevice::ReadOnly)) {
-            return -1;
-        }
-        const QByteArray text = status.readAll();
+        const QByteArray text = contentOf(QStringLiteral("/proc/%1/status").arg(process().processId()));
         return text.mid(text.indexOf("VmRSS:") + 6).simplified().split(' ').first().toLongLong();
     }
 
@@ -86,10 +82,9 @@ public:
         for (int host = 0; host < 2; ++host) {
             m_areThere = m_areThere && ip({ QStringLiteral("netns"), QStringLiteral("add"), name(host) });
         }
-        m_areThere = m_areThere && ip({ QStringLiteral("-n"), name(0), QStringLiteral("link"), QStringLiteral("add"),
-                                        QStringLiteral("wire"), QStringLiteral("type"), QStringLiteral("veth"),
-                                        QStringLiteral("peer"), QStringLiteral("name"), QStringLiteral("wire"),
-                                        QStringLiteral("netns"), name(1) });
+        m_areThere = m_areThere && ip(QStringLiteral("-n %1 link add wire type veth peer name wire netns %2")
+                                          .arg(name(0), name(1))
+                                          .split(QLatin1Char(' ')));
         for (int host = 0; host < 2 && m_areThere; ++host) {
             const QString own = QStringLiteral("10.77.0.%1/24").arg(host + 1);
             m_areThere = setLink(host, QStringLiteral("lo"), "up") && setLink(host, QStringLiteral("wire"), "up") &&
@@ -118,10 +113,7 @@ public:
 
     QByteArray run(int host, const QStringList &command)
     {
-        QProcess process;
-        process.start(QStringLiteral("ip"), inside(host) + command);
-        process.waitForFinished();
-        return process.readAllStandardOutput();
+        return runTool(QStringLiteral("ip"), inside(host) + command).output;
     }
 
 private:
@@ -135,12 +127,7 @@ private:
         return ip({ QStringLiteral("-n"), name(host), QStringLiteral("link"), QStringLiteral("set"), device,
                     QLatin1String(state) });
     }
-    static bool ip(const QStringList &arguments)
-    {
-        QProcess process;
-        process.start(QStringLiteral("ip"), arguments);
-        return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    }
+    static bool ip(const QStringList &arguments) { return runTool(QStringLiteral("ip"), arguments).status == 0; }
 
     bool m_areThere = true;
 };
@@ -155,15 +142,12 @@ bool isConsecutive(const QVector<int> &numbers)
     return true;
 }
 
-/// What arkctl prints, both streams, and then its status.
-QByteArray arkctl(const Linked &controller, QStringList arguments)
+/// What arkctl prints, and then its status.
+QByteArray arkctl(const Linked &controller, const QStringList &arguments)
 {
-    QProcess tool;
-    tool.setProcessChannelMode(QProcess::MergedChannels);
-    arguments << QStringLiteral("--host") << controller.address();
-    tool.start(QStringLiteral(ARKCTL_PROGRAM), arguments);
-    tool.waitForFinished();
-    return tool.readAll() + QByteArray::number(tool.exitCode());
+    const ToolRun run = runTool(QStringLiteral(ARKCTL_PROGRAM),
+                                arguments + QStringList{ QStringLiteral("--host"), controller.address() });
+    return run.output + run.errors + QByteArray::number(run.status);
 }
 
 QString address(int last)
@@ -179,9 +163,7 @@ const char *const kLooping = "start { while (1) { } }";
 
 #define RUNS(controller)                                                                                               \
     QCOMPARE((controller).problem(), QString());                                                                       \
-    (controller).start();                                                                                              \
-    QTRY_VERIFY2((controller).output().contains("Online Event: 5001:4:0"), (controller).errors().constData())
-#define SAYS(controller, text) QTRY_VERIFY2((controller).output().contains(text), (controller).output().constData())
+    STARTS(controller)
 
 void ControllersTest::portsOfAnother()
 {
@@ -312,13 +294,12 @@ void ControllersTest::killedWhileMessagesFlow()
     const int lastBefore = victim.numbersSent().last();
     victim.signal(SIGKILL);
     QTRY_VERIFY(!victim.isRunning());
-    victim.forgetOutput();
     RUNS(victim);
     QTRY_VERIFY(victim.numbersSent().size() >= 5);
     QVERIFY(isConsecutive(victim.numbersSent()));
     QVERIFY(victim.numbersSent().first() > lastBefore + 1); // what was said meanwhile is gone, not late
     QVERIFY(isConsecutive(other.numbersSent()));            // and the other has it all
-    QVERIFY(other.numbersSent().size() > victim.numbersSent().size() + 5);
+    QTRY_VERIFY(other.numbersSent().size() > victim.numbersSent().size() + 5);
     QTRY_COMPARE(sender.output().count("Online Event: 5001:1:7"), 2);
     QCOMPARE(sender.output().count("Online Event: 5001:1:9"), 1);
 }
@@ -429,7 +410,6 @@ void ControllersTest::toolChangesTheList()
 
     near.signal(SIGTERM);
     QTRY_VERIFY(!near.isRunning());
-    near.forgetOutput();
     RUNS(near); // the list is kept
     SAYS(near, "Online Event: 5001:1:17");
     const QStringList remove{ QStringLiteral("listen"), QStringLiteral("remove"), far.address() };

@@ -1,5 +1,6 @@
 #include "ControllerProcess.h"
 #include "support/Table.h"
+#include "support/ToolRun.h"
 #include <QRegularExpression>
 #include <QSocketNotifier>
 #include <QtTest>
@@ -134,17 +135,12 @@ QStringList panel(const QString &host, const QStringList &more = {})
 }
 } // namespace
 
-#define STARTS(controller)                                                                                             \
-    (controller).forgetOutput();                                                                                       \
-    (controller).start();                                                                                              \
-    QTRY_VERIFY2((controller).output().contains("Network started."), (controller).errors().constData())
-#define SAYS(controller, text) QTRY_VERIFY2((controller).output().contains(text), (controller).output().constData())
 #define SHOWS(screen, part) QTRY_VERIFY2((screen).text().contains(QStringLiteral(part)), qPrintable((screen).text()))
 
 void PanelTest::screen()
 {
     ControllerProcess controller;
-    QCOMPARE(controller.install(kRoom), QString());
+    INSTALLS(controller, kRoom);
     STARTS(controller);
     Screen screen(panel(controller.address()), 100, 30);
     SHOWS(screen, "\u25cf connected");
@@ -207,7 +203,7 @@ void PanelTest::endsWithASignal()
 {
     QFETCH(int, number);
     ControllerProcess controller;
-    QCOMPARE(controller.install(kRoom), QString());
+    INSTALLS(controller, kRoom);
     STARTS(controller);
     Screen screen(panel(controller.address()), 80, 24);
     SHOWS(screen, "\u25cf connected");
@@ -255,17 +251,12 @@ void PanelTest::scripts()
     QFETCH(QByteArray, error);
     QFETCH(QByteArrayList, lines);
     ControllerProcess controller;
-    QCOMPARE(controller.install(kRoom), QString());
+    INSTALLS(controller, kRoom);
     STARTS(controller);
-    QProcess process;
-    process.start(QStringLiteral(ARKCTL_PROGRAM),
-                  panel(controller.address(), words.split(QLatin1Char(' '), Qt::SkipEmptyParts)));
-    process.write(input);
-    process.closeWriteChannel();
-    QVERIFY(process.waitForFinished(20000));
-    QTEST(process.exitCode(), "status");
-    const QByteArray errors = process.readAllStandardError();
-    QVERIFY2(errors.startsWith(error) && error.isEmpty() == errors.isEmpty(), errors.constData());
+    const ToolRun run = runTool(QStringLiteral(ARKCTL_PROGRAM),
+                                panel(controller.address(), words.split(QLatin1Char(' '), Qt::SkipEmptyParts)), input);
+    QTEST(run.status, "status");
+    QVERIFY2(run.errors.startsWith(error) && error.isEmpty() == run.errors.isEmpty(), run.errors.constData());
     int from = 0;
     for (const QByteArray &line : lines) {
         QTRY_VERIFY2(controller.output().indexOf(line, from) >= 0, controller.output().constData());

@@ -34,7 +34,6 @@ struct Tool
 {
     explicit Tool(const QString &address, int type = PeerType::kManagementTool)
         : client({ type, 100, "tool", "1" })
-        , introduced(&client, &LinkClient::introduced)
     {
         QObject::connect(&client, &LinkClient::received, &client, [this](const LinkMessage &message) {
             if (message.code == LinkCode::kPortTestReport) {
@@ -47,7 +46,6 @@ struct Tool
     void ask(const QByteArray &body) { client.sendPlain(LinkCode::kPortTestRequest, body); }
 
     LinkClient client;
-    QSignalSpy introduced;
     QByteArrayList reports;
 };
 } // namespace
@@ -80,13 +78,13 @@ private:
 void PortTestTest::initTestCase()
 {
     m_controller.start();
-    QTRY_VERIFY2(m_controller.output().contains("Network started."), m_controller.errors().constData());
+    IS_UP(m_controller);
 }
 
 void PortTestTest::init()
 {
     m_tool = std::make_unique<Tool>(m_controller.address());
-    QTRY_COMPARE(m_tool->introduced.count(), 1);
+    QTRY_VERIFY(m_tool->client.isIntroduced());
 }
 
 int PortTestTest::freePort()
@@ -108,11 +106,16 @@ void PortTestTest::clientTalks()
 
     m_tool->ask(number(53) + sized("PWR ON\r"));
     QTRY_COMPARE(socket->bytesAvailable(), 7);
-    for (const char *part : { "OK", "\r" }) { // within 20 ms of each other: one block
-        socket->write(part);
-        QVERIFY(socket->flush());
+    const QByteArrayList oneBlock{ number(53) + sized("OK\r") };
+    for (int attempt = 0; m_tool->reports != oneBlock && attempt < 20; ++attempt) {
+        m_tool->reports.clear();
+        for (const char *part : { "OK", "\r" }) { // one block, when this thread gets both out within 20 ms
+            socket->write(part);
+            QVERIFY(socket->flush());
+        }
+        QTRY_VERIFY(m_tool->reports.join().endsWith('\r'));
     }
-    REPORTS(number(53) + sized("OK\r"));
+    QCOMPARE(m_tool->reports, oneBlock);
     m_tool->reports.clear();
 
     const QByteArray flood(300000, 'x'); // a stream that never pauses still arrives
@@ -232,7 +235,7 @@ void PortTestTest::onlyToolsAreTold()
     QTcpServer peer;
     QVERIFY(peer.listen(kHere));
     Tool panel(m_controller.address(), 1);
-    QTRY_COMPARE(panel.introduced.count(), 1);
+    QTRY_VERIFY(panel.client.isIntroduced());
     panel.ask(number(51) + kHereText + number(peer.serverPort()) + number(1));
     QTRY_VERIFY(peer.hasPendingConnections());
     m_tool->ask(number(61) + number(freePort()) + number(1));

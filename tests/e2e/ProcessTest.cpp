@@ -1,6 +1,7 @@
 #include "ControllerProcess.h"
 #include "base/Frame.h"
 #include "net/LinkClient.h"
+#include "support/Files.h"
 #include "support/Table.h"
 
 #include <QLocalServer>
@@ -14,18 +15,15 @@ class ProcessTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void unknownOption();
-    void takenPort();
-    void dataDirectoryThatCannotBe();
-    void dataDirectoryThatTakesNothing();
-    void missingNamedFile();
-    void damagedFile();
+    void refusesToStart_data();
+    void refusesToStart();
+    void startsAllTheSame_data();
+    void startsAllTheSame();
     void twoFilesAreNone();
     void monitorFromTheFirstLine();
     void chineseTexts();
     void signalsDuringAnEndlessLoop_data();
     void signalsDuringAnEndlessLoop();
-    void endlessStartBlock();
     void rebootDuringAnEndlessLoop();
     void rebootByTheProgram();
     void supervisorsFrames();
@@ -36,81 +34,51 @@ const char kEndless[] = "device dvPort = 5001:1:0\n integer n\n"
                         "data_event [dvPort] { online: { send_string dvPort, 'looping'\n while (1) { n = n + 1 } } }";
 }
 
-#define STARTS(controller)                                                                                             \
-    QTRY_VERIFY2((controller).output().contains("Network started."), (controller).errors().constData())
 #define ENDS_WITH(controller, status)                                                                                  \
     QTRY_VERIFY2(!(controller).isRunning(), "still running");                                                          \
     QCOMPARE((controller).process().exitStatus(), QProcess::NormalExit);                                               \
     QCOMPARE((controller).exitCode(), status)
 
-void ProcessTest::unknownOption()
+void ProcessTest::refusesToStart_data()
 {
+    const Table<QStringList, QByteArray> row("arguments", "error"); // FILE is a plain file
+    row("unknown option", { "--nonsense" }, "nonsense");
+    row("data directory below a file", { "--data-dir", "FILE/below" }, "/file/below");
+}
+
+void ProcessTest::refusesToStart()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, error);
     ControllerProcess controller;
-    controller.start({ QStringLiteral("--nonsense") });
-    QTRY_VERIFY(controller.errors().contains("nonsense"));
+    const QString file = controller.filePath(QStringLiteral("file"));
+    QVERIFY(writeFile(file, {}));
+    controller.startWith(QStringLiteral(ARKIVON_PROGRAM), arguments.replaceInStrings(QStringLiteral("FILE"), file));
+    QTRY_VERIFY(controller.errors().contains(error));
     ENDS_WITH(controller, 2);
 }
 
-void ProcessTest::takenPort()
+void ProcessTest::startsAllTheSame_data()
 {
-    ControllerProcess first;
-    first.start();
-    STARTS(first);
-    ControllerProcess second;
-    QStringList arguments = second.standardArguments();
-    arguments.replace(arguments.indexOf(second.address()), first.address());
-    second.startWith(QStringLiteral(ARKIVON_PROGRAM), arguments);
-    QTRY_VERIFY(second.errors().contains("6139"));
-    QVERIFY2(second.errors().contains(first.address().toLatin1()), second.errors().constData());
-    ENDS_WITH(second, 2);
+    const Table<QStringList, QByteArray, QByteArray> row("arguments", "errors", "line");
+    row("data directory that takes nothing", { "--data-dir", "/proc" }, // not even root's
+        "Values are not kept: cannot write in /proc: ", "Error:Values are not kept");
+    row("missing file", { "none.pobj" }, "Object file none.pobj does not exist\n",
+        "Error:Object file none.pobj does not exist");
+    row("damaged file", {}, "", "is damaged or no program");
 }
 
-void ProcessTest::dataDirectoryThatCannotBe()
+void ProcessTest::startsAllTheSame()
 {
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, errors);
+    QFETCH(QByteArray, line);
     ControllerProcess controller;
-    QFile file(controller.filePath(QStringLiteral("file")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    controller.startWith(QStringLiteral(ARKIVON_PROGRAM),
-                         { QStringLiteral("--data-dir"), file.fileName() + QStringLiteral("/below") });
-    QTRY_VERIFY(controller.errors().contains("/file/below"));
-    ENDS_WITH(controller, 2);
-}
-
-void ProcessTest::dataDirectoryThatTakesNothing()
-{
-    ControllerProcess controller;
-    QStringList arguments = controller.standardArguments();
-    arguments.replace(arguments.indexOf(QStringLiteral("--data-dir")) + 1, QStringLiteral("/proc")); // not even root's
-    controller.startWith(QStringLiteral(ARKIVON_PROGRAM), arguments);
-    STARTS(controller);
-    QVERIFY2(controller.errors().startsWith("Values are not kept: cannot write in /proc: "),
-             controller.errors().constData());
-    QVERIFY(controller.output().contains("Error:Values are not kept"));
-    controller.signal(SIGTERM);
-    ENDS_WITH(controller, 0);
-}
-
-void ProcessTest::missingNamedFile()
-{
-    ControllerProcess controller;
-    controller.start({ QStringLiteral("none.pobj") });
-    STARTS(controller);
-    QCOMPARE(controller.errors(), QByteArray("Object file none.pobj does not exist\n"));
-    QVERIFY(controller.output().contains("Error:Object file none.pobj does not exist"));
-    controller.signal(SIGTERM);
-    ENDS_WITH(controller, 0);
-}
-
-void ProcessTest::damagedFile()
-{
-    ControllerProcess controller;
-    QFile file(controller.filePath(QStringLiteral("program.pobj")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("no program at all");
-    file.close();
-    controller.start();
-    STARTS(controller);
-    QVERIFY2(controller.errors().contains("is damaged or no program"), controller.errors().constData());
+    QVERIFY(writeFile(controller.filePath(QStringLiteral("program.pobj")), "no program at all"));
+    controller.startWith(QStringLiteral(ARKIVON_PROGRAM), controller.standardArguments() + arguments);
+    IS_UP(controller);
+    QVERIFY2(controller.errors().startsWith(errors), controller.errors().constData());
+    QVERIFY2(controller.output().contains(line), controller.output().constData());
     controller.signal(SIGINT);
     ENDS_WITH(controller, 0);
 }
@@ -118,7 +86,7 @@ void ProcessTest::damagedFile()
 void ProcessTest::twoFilesAreNone()
 {
     ControllerProcess controller;
-    QCOMPARE(controller.install("start { send_string 5001:1:0, 'default' }"), QString());
+    INSTALLS(controller, "start { send_string 5001:1:0, 'default' }");
     QCOMPARE(controller.install("start { send_string 5001:1:0, 'other' }", QStringLiteral("other.pobj")), QString());
     const QString other = controller.filePath(QStringLiteral("other.pobj"));
     controller.start({ other, other });
@@ -129,7 +97,7 @@ void ProcessTest::twoFilesAreNone()
 void ProcessTest::monitorFromTheFirstLine()
 {
     ControllerProcess controller;
-    QCOMPARE(controller.install("integer n\n start { n = 1 / n }"), QString());
+    INSTALLS(controller, "integer n\n start { n = 1 / n }");
     controller.start();
     QTRY_VERIFY(controller.output().contains("Online Event: 5001:4:0"));
     QStringList texts;
@@ -149,57 +117,44 @@ void ProcessTest::chineseTexts()
     QTRY_VERIFY(controller.output().contains("网络已启动"));
 
     ControllerProcess bySetting;
-    QFile settings(bySetting.filePath(QStringLiteral("settings.ini")));
-    QVERIFY(settings.open(QIODevice::WriteOnly));
-    settings.write("[General]\nlanguage=zh_CN\n");
-    settings.close();
+    QVERIFY(writeFile(bySetting.filePath(QStringLiteral("settings.ini")), "[General]\nlanguage=zh_CN\n"));
     bySetting.start();
     QTRY_VERIFY(bySetting.output().contains("网络已启动"));
 }
 
 void ProcessTest::signalsDuringAnEndlessLoop_data()
 {
-    const Table<int, int> row("number", "times");
-    row("SIGTERM", SIGTERM, 1);
-    row("SIGINT", SIGINT, 1);
-    row("impatience", SIGTERM, 20);
+    const Table<QByteArray, int, int> row("program", "number", "times");
+    row("SIGTERM", kEndless, SIGTERM, 1);
+    row("SIGINT", kEndless, SIGINT, 1);
+    row("impatience", kEndless, SIGTERM, 20);
+    row("in the start block", "start { send_string 5001:1:0, 'looping'\n while (1) { } }", SIGTERM, 1);
 }
 
 void ProcessTest::signalsDuringAnEndlessLoop()
 {
+    QFETCH(QByteArray, program);
     QFETCH(int, number);
     QFETCH(int, times);
     ControllerProcess controller;
-    QCOMPARE(controller.install(kEndless), QString());
+    INSTALLS(controller, program.constData());
     controller.start();
-    QTRY_VERIFY(controller.output().contains("looping"));
+    SAYS(controller, "looping");
     for (int count = 0; count < times; ++count) {
         controller.signal(number);
     }
     ENDS_WITH(controller, 0);
-}
-
-void ProcessTest::endlessStartBlock()
-{
-    ControllerProcess controller;
-    QCOMPARE(controller.install("start { send_string 5001:1:0, 'looping'\n while (1) { } }"), QString());
-    controller.start();
-    QTRY_VERIFY(controller.output().contains("looping"));
-    controller.signal(SIGTERM);
-    ENDS_WITH(controller, 0);
-    QVERIFY(!controller.output().contains("Online Event"));
+    QCOMPARE(controller.output().contains("Online Event"), program == kEndless);
 }
 
 void ProcessTest::rebootDuringAnEndlessLoop()
 {
     ControllerProcess controller;
-    QCOMPARE(controller.install(kEndless), QString());
+    INSTALLS(controller, kEndless);
     controller.start();
     QTRY_VERIFY(controller.output().contains("looping"));
     LinkClient tool({ 2, 100, "tool", "1" });
-    QSignalSpy introduced(&tool, &LinkClient::introduced);
-    tool.connectTo(controller.address());
-    QTRY_COMPARE(introduced.count(), 1);
+    JOINS(tool, controller);
     tool.sendTextCommand("reboot");
     ENDS_WITH(controller, 0);
     QVERIFY(controller.output().contains("Reboot device"));
@@ -208,7 +163,7 @@ void ProcessTest::rebootDuringAnEndlessLoop()
 void ProcessTest::rebootByTheProgram()
 {
     ControllerProcess controller;
-    QCOMPARE(controller.install("start { reboot(0) }"), QString());
+    INSTALLS(controller, "start { reboot(0) }");
     controller.start();
     QTRY_VERIFY(controller.process().state() != QProcess::Starting);
     ENDS_WITH(controller, 0);
@@ -227,12 +182,10 @@ void ProcessTest::supervisorsFrames()
     QLocalSocket *socket = server.nextPendingConnection();
     socket->write(QByteArray::fromHex("5651 00000001 03 03 AC")); // wants to see the port frames
     socket->flush();
-    STARTS(controller);
+    IS_UP(controller);
 
     LinkClient panel({ 1, 10001, "panel", "1" });
-    QSignalSpy introduced(&panel, &LinkClient::introduced);
-    panel.connectTo(controller.address());
-    QTRY_COMPARE(introduced.count(), 1);
+    JOINS(panel, controller);
     panel.push(1);
     const QByteArray lit = QByteArray::fromHex("5651 00000003 02 0C01 0F AC"
                                                "5651 00000003 02 0201 05 AC");

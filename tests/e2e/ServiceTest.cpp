@@ -74,9 +74,7 @@ void ServiceTest::tellsItsLife()
     QTRY_VERIFY(manager.messages().size() >= 4);
 
     LinkClient tool({ 2, 100, "tool", "1" });
-    QSignalSpy introduced(&tool, &LinkClient::introduced);
-    tool.connectTo(controller.address());
-    QTRY_COMPARE(introduced.count(), 1);
+    JOINS(tool, controller);
     tool.sendTextCommand("sysnum\n7");
     QTRY_COMPARE(manager.messages().last(), QByteArray("WATCHDOG=1\nSTATUS=Program program.pobj, system 7"));
     controller.signal(SIGTERM);
@@ -88,13 +86,14 @@ void ServiceTest::isNotReadyWithoutItsPort()
 {
     ControllerProcess first;
     first.start();
-    QTRY_VERIFY2(first.output().contains("Network started."), first.errors().constData());
+    IS_UP(first);
     ControllerProcess second;
     NotifySocket manager(second);
     QStringList arguments = second.standardArguments();
     arguments.replaceInStrings(second.address(), first.address());
     second.startWith(QStringLiteral(ARKIVON_PROGRAM), arguments);
     QTRY_VERIFY(!second.isRunning() && second.exitCode() == 2);
+    QVERIFY2(second.errors().contains(first.address().toLatin1() + ", TCP port 6139"), second.errors().constData());
     QCOMPARE(manager.messages(), QByteArrayList());
 }
 

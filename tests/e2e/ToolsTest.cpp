@@ -1,11 +1,14 @@
 #include "ControllerProcess.h"
 #include "net/LinkClient.h"
+#include "support/Files.h"
 #include "support/Table.h"
+#include "support/ToolRun.h"
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QUdpSocket>
 #include <QtTest>
 
 /// arkctl against a real controller: what it prints, and how it ends.
@@ -28,19 +31,9 @@ private Q_SLOTS:
 };
 
 namespace {
-struct Ended
+ToolRun arkctl(const QStringList &arguments)
 {
-    int status = -1;
-    QByteArray output;
-    QByteArray errors;
-};
-
-Ended arkctl(const QStringList &arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(ARKCTL_PROGRAM), arguments);
-    const bool isFinished = process.waitForFinished(20000);
-    return { isFinished ? process.exitCode() : -1, process.readAllStandardOutput(), process.readAllStandardError() };
+    return runTool(QStringLiteral(ARKCTL_PROGRAM), arguments);
 }
 
 QStringList words(const char *text)
@@ -49,33 +42,30 @@ QStringList words(const char *text)
 }
 } // namespace
 
-#define STARTS(controller)                                                                                             \
-    (controller).start();                                                                                              \
-    QTRY_VERIFY2((controller).output().contains("Network started."), (controller).errors().constData())
-
 void ToolsTest::showsAndChanges()
 {
     ControllerProcess controller;
-    STARTS(controller);
+    controller.start();
+    IS_UP(controller);
     const QStringList host{ QStringLiteral("--host"), controller.address() };
     QCOMPARE(arkctl(host + words("sysnum 7")).output, QByteArray("system number 7\n"));
-    const Ended info = arkctl(host + words("info --json"));
+    const ToolRun info = arkctl(host + words("info --json"));
     QCOMPARE(info.status, 0);
     const QJsonObject shown = QJsonDocument::fromJson(info.output).object();
     QCOMPARE(shown.value(QStringLiteral("system")).toInt(), 7);
     QCOMPARE(shown.value(QStringLiteral("mode")).toString(), QStringLiteral("dhcp"));
     QVERIFY(arkctl(host + words("info")).output.contains("\nversion  2.3.15.008\n"));
 
-    const Ended found = arkctl({ QStringLiteral("discover"), QStringLiteral("--at"), controller.address(),
-                                 QStringLiteral("--for"), QStringLiteral("0.5") });
+    const ToolRun found = arkctl({ QStringLiteral("discover"), QStringLiteral("--at"), controller.address(),
+                                   QStringLiteral("--for"), QStringLiteral("0.5") });
     QCOMPARE(found.status, 0);
     QVERIFY2(found.output.contains("\n" + controller.address().toLatin1() + ' '), found.output.constData());
 
-    const Ended now = arkctl(host + words("datetime"));
+    const ToolRun now = arkctl(host + words("datetime"));
     QVERIFY(QRegularExpression(QStringLiteral("\\A\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\n\\z"))
                 .match(QString::fromLatin1(now.output))
                 .hasMatch());
-    const Ended refused =
+    const ToolRun refused =
         arkctl(host + QStringList{ QStringLiteral("datetime"), QStringLiteral("2031-05-06 07:08:09") });
     QCOMPARE(refused.status, 1);
     QVERIFY(refused.errors.contains("still says"));
@@ -97,21 +87,19 @@ void ToolsTest::restarts()
     QFETCH(QString, command);
     QFETCH(QByteArrayList, settings);
     ControllerProcess controller;
-    STARTS(controller);
+    controller.start();
+    IS_UP(controller);
     const QStringList parts = command.split(QLatin1Char(' '));
-    const Ended ended = arkctl(QStringList{ QStringLiteral("--host"), controller.address() } + parts);
+    const ToolRun ended = arkctl(QStringList{ QStringLiteral("--host"), controller.address() } + parts);
     QVERIFY2(ended.status == 0, ended.errors.constData());
     QTRY_VERIFY(!controller.isRunning());
     QCOMPARE(controller.exitCode(), 0);
-    QFile file(controller.filePath(QStringLiteral("settings.ini")));
-    const QByteArray stored = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const QByteArray stored = contentOf(controller.filePath(QStringLiteral("settings.ini")));
     for (const QByteArray &line : settings) {
         QVERIFY2(stored.contains(line + '\n'), stored.constData());
     }
     if (command.contains(QLatin1String("08:90"))) {
-        QFile mac(controller.filePath(QStringLiteral("mac")));
-        QVERIFY(mac.open(QIODevice::ReadOnly));
-        QVERIFY(command.endsWith(QString::fromLatin1(mac.readAll())));
+        QVERIFY(command.endsWith(QString::fromLatin1(contentOf(controller.filePath(QStringLiteral("mac"))))));
     }
 }
 
@@ -147,7 +135,7 @@ void ToolsTest::refusals()
 {
     QFETCH(QString, command);
     QFETCH(QByteArray, error);
-    const Ended ended = arkctl(command.split(QLatin1Char(' ')));
+    const ToolRun ended = arkctl(command.split(QLatin1Char(' ')));
     QTEST(ended.status, "status");
     QVERIFY2(ended.errors.startsWith("arkctl: " + error), ended.errors.constData());
     QCOMPARE(ended.errors.count('\n'), 1);
@@ -171,7 +159,7 @@ void ToolsTest::thePastHasNoSeam()
 {
     ControllerProcess controller;
     controller.start({ QStringLiteral("--monitor-history"), QStringLiteral("10000") });
-    QTRY_VERIFY2(controller.output().contains("Network started."), controller.errors().constData());
+    IS_UP(controller);
     LinkClient panel({ 1, 10001, "panel", "1" });
     panel.connectTo(controller.address());
     QTRY_VERIFY(panel.isIntroduced());
@@ -217,8 +205,9 @@ void ToolsTest::smallHistories()
 {
     const QStringList past = words("monitor --since 1h --no-follow --type system");
     ControllerProcess none;
-    STARTS(none);
-    const Ended refused = arkctl(QStringList{ QStringLiteral("--host"), none.address() } + past);
+    none.start();
+    IS_UP(none);
+    const ToolRun refused = arkctl(QStringList{ QStringLiteral("--host"), none.address() } + past);
     QCOMPARE(refused.status, 1);
     QCOMPARE(refused.errors, "arkctl: the controller at " + none.address().toLatin1() +
                                  ":6139 keeps no past lines; start it with --monitor-history 5000\n");
@@ -226,7 +215,7 @@ void ToolsTest::smallHistories()
     small.start(words("--monitor-history 2"));
     QTRY_VERIFY2(small.output().contains("System changes are off"), small.errors().constData());
     const QStringList host{ QStringLiteral("--host"), small.address() };
-    const Ended first = arkctl(host + past);
+    const ToolRun first = arkctl(host + past);
     QCOMPARE(first.status, 0);
     QVERIFY2(first.errors.contains("are no longer kept"), first.errors.constData());
     QVERIFY(!first.output.contains("Network started"));
@@ -249,23 +238,19 @@ void ToolsTest::outputs()
     QFETCH(QString, command);
     ControllerProcess controller;
     controller.start(words("--monitor-history 100"));
-    QTRY_VERIFY2(controller.output().contains("Network started."), controller.errors().constData());
+    IS_UP(controller);
     command.replace(QLatin1String("ADDRESS"), controller.address());
     const QString line =
         QStringLiteral("%1 --host %2 %3").arg(QStringLiteral(ARKCTL_PROGRAM), controller.address(), command);
     const auto shell = [](const QString &script) {
-        QProcess process;
-        process.start(QStringLiteral("bash"), { QStringLiteral("-c"), script });
-        const bool isFinished = process.waitForFinished(20000);
-        return Ended{ isFinished ? process.exitCode() : -1, process.readAllStandardOutput(),
-                      process.readAllStandardError() };
+        return runTool(QStringLiteral("bash"), { QStringLiteral("-c"), script });
     };
-    const Ended full = shell(line + QStringLiteral(" >/dev/full"));
+    const ToolRun full = shell(line + QStringLiteral(" >/dev/full"));
     QCOMPARE(full.status, 1);
     QVERIFY2(full.errors.startsWith("arkctl: cannot write the output: No space left on device"),
              full.errors.constData());
     QCOMPARE(full.errors.count('\n'), 1);
-    const Ended gone = shell(line + QStringLiteral(" | true"));
+    const ToolRun gone = shell(line + QStringLiteral(" | true"));
     QCOMPARE(gone.errors, QByteArray());
 }
 
@@ -314,26 +299,30 @@ void ToolsTest::jsonParses()
 {
     ControllerProcess controller;
     controller.start(words("--monitor-history 100"));
-    QTRY_VERIFY2(controller.output().contains("Network started."), controller.errors().constData());
-    QFile source(controller.filePath(QStringLiteral("a \"room\".src")));
-    QVERIFY(source.open(QIODevice::WriteOnly) && source.write("program 'x'") > 0 && source.flush());
+    IS_UP(controller);
+    const QString source = controller.filePath(QStringLiteral("a \"room\".src"));
+    QVERIFY(writeFile(source, "program 'x'"));
     const QString address = controller.address();
+    QUdpSocket unused;
+    QVERIFY(unused.bind());
+    const QString freePort = QString::number(unused.localPort());
+    unused.close();
     const QList<QStringList> commands{
         words("info"),
         { QStringLiteral("discover"), QStringLiteral("--for"), QStringLiteral("0.5"), QStringLiteral("--at"), address },
         words("listen add 127.1.1.1"),
-        { QStringLiteral("upload"), source.fileName() },
+        { QStringLiteral("upload"), source },
         { QStringLiteral("download"), QStringLiteral("source"), QStringLiteral("-o"),
           controller.filePath(QStringLiteral("back.src")) },
         words("panel 10001 press 5 watch --for 0.1"),
-        words("porttest udp-server 45871 --for 0.1"),
+        words("porttest udp-server") + QStringList{ freePort } + words("--for 0.1"),
         words("monitor --since 1h --no-follow"),
     };
     for (const QStringList &command : commands) {
         const bool isBelow = command.first() == QLatin1String("listen"); // its flag stands before the word below
         QStringList line = command;
         line.insert(isBelow ? 1 : command.size(), QStringLiteral("--json"));
-        const Ended ended = arkctl(QStringList{ QStringLiteral("--host"), address } + line);
+        const ToolRun ended = arkctl(QStringList{ QStringLiteral("--host"), address } + line);
         QVERIFY2(ended.status == 0, ended.errors.constData());
         QVERIFY2(!ended.output.isEmpty() || command.first() == QLatin1String("panel"),
                  qPrintable(line.join(QLatin1Char(' '))));

@@ -1,6 +1,8 @@
 #include "ControllerProcess.h"
 #include "compiler/Compiler.h"
+#include "support/Files.h"
 #include "support/Table.h"
+#include "support/ToolRun.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -27,40 +29,13 @@ private:
 };
 
 namespace {
-struct ToolRun
+ToolRun arkctl(const ControllerProcess &controller, const QStringList &arguments)
 {
-    int status = -1;
-    QByteArray output;
-    QByteArray errors;
-};
-
-ToolRun runTool(const ControllerProcess &controller, const QStringList &arguments)
-{
-    QProcess tool;
-    tool.setWorkingDirectory(controller.filePath(QString()));
-    tool.start(QStringLiteral(ARKCTL_PROGRAM),
-               QStringList{ QStringLiteral("--host"), controller.address() } + arguments);
-    if (!tool.waitForFinished()) {
-        return {};
-    }
-    return { tool.exitCode(), tool.readAllStandardOutput(), tool.readAllStandardError() };
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing");
+    return runTool(QStringLiteral(ARKCTL_PROGRAM),
+                   QStringList{ QStringLiteral("--host"), controller.address() } + arguments, {},
+                   { controller.filePath(QString()) });
 }
 } // namespace
-
-#define STARTS(controller)                                                                                             \
-    QTRY_VERIFY2((controller).output().contains("Network started."), (controller).errors().constData())
 
 /// Counts its starts in a value that goes with it and in one that stays, and then never comes to rest.
 QByteArray UploadTest::program(const char *name)
@@ -82,11 +57,11 @@ void UploadTest::newProgramTakesOver()
     QVERIFY(writeFile(controller.filePath(QStringLiteral("new.pobj")), program("second")));
     controller.startWith(QStringLiteral(ARKHOST_PROGRAM),
                          QStringList{ QStringLiteral("--") } + controller.standardArguments());
-    QTRY_VERIFY2(controller.output().contains("first 1 1"), controller.output().constData());
-    const ToolRun tool = runTool(controller, { QStringLiteral("upload"), QStringLiteral("new.pobj") });
+    SAYS(controller, "first 1 1");
+    const ToolRun tool = arkctl(controller, { QStringLiteral("upload"), QStringLiteral("new.pobj") });
     QVERIFY2(tool.status == 0, tool.errors.constData());
     QVERIFY2(tool.output.startsWith("new.pobj: "), tool.output.constData());
-    QTRY_VERIFY2(controller.output().contains("second 1 2"), controller.output().constData());
+    SAYS(controller, "second 1 2");
     QVERIFY(controller.output().contains("status 0 and is started again"));
     controller.signal(SIGTERM);
     QTRY_VERIFY(!controller.isRunning());
@@ -97,7 +72,7 @@ void UploadTest::oldProgramStaysWhenTheToolIsKilled()
     ControllerProcess controller;
     QVERIFY(writeFile(controller.filePath(QStringLiteral("program.pobj")), program("first")));
     controller.start();
-    QTRY_VERIFY2(controller.output().contains("first 1 1"), controller.output().constData());
+    SAYS(controller, "first 1 1");
     QTcpSocket tool;
     tool.connectToHost(controller.address(), 6139);
     tool.write(QByteArray::fromHex("5651 0000000C 22 00 00001000 612E706F626A 6C AC")); // 4096 bytes, "a.pobj"
@@ -109,9 +84,9 @@ void UploadTest::oldProgramStaysWhenTheToolIsKilled()
     QVERIFY(writeFile(temporary, "of a controller that lost its power"));
     controller.signal(SIGTERM);
     QTRY_VERIFY(!controller.isRunning());
-    QCOMPARE(readFile(controller.filePath(QStringLiteral("program.pobj"))), program("first"));
+    QCOMPARE(contentOf(controller.filePath(QStringLiteral("program.pobj"))), program("first"));
     controller.start();
-    QTRY_VERIFY2(controller.output().contains("first 2 2"), controller.output().constData()); // nothing forgotten
+    SAYS(controller, "first 2 2"); // nothing forgotten
     QVERIFY(!QFile::exists(temporary));
 }
 
@@ -123,8 +98,8 @@ void UploadTest::namedObjectFileIsTheOneReplaced()
     QVERIFY(writeFile(controller.filePath(QStringLiteral("new.pobj")), program("second")));
     controller.start({ named });
     QTRY_VERIFY(controller.output().contains("first 1 1"));
-    QCOMPARE(runTool(controller, { QStringLiteral("upload"), QStringLiteral("new.pobj") }).status, 0);
-    QCOMPARE(readFile(named), program("second"));
+    QCOMPARE(arkctl(controller, { QStringLiteral("upload"), QStringLiteral("new.pobj") }).status, 0);
+    QCOMPARE(contentOf(named), program("second"));
     QVERIFY(!QFile::exists(controller.filePath(QStringLiteral("program.pobj"))));
     QTRY_VERIFY(!controller.isRunning());
     QCOMPARE(controller.exitCode(), 0);
@@ -134,7 +109,7 @@ void UploadTest::filesThereAndBack()
 {
     ControllerProcess controller;
     controller.start();
-    STARTS(controller);
+    IS_UP(controller);
     QByteArray large(3000000, Qt::Uninitialized);
     std::generate(large.begin(), large.end(),
                   [n = 0U]() mutable { return static_cast<char>((n += 2654435761U) >> 24); });
@@ -142,23 +117,23 @@ void UploadTest::filesThereAndBack()
     QVERIFY(writeFile(controller.filePath(QStringLiteral("panel.dtp")), "design"));
     QVERIFY(writeFile(controller.filePath(QStringLiteral("tv-3.ir")), "codes"));
     const ToolRun sent =
-        runTool(controller, { QStringLiteral("upload"), QStringLiteral("room.src"), QStringLiteral("panel.dtp"),
-                              QStringLiteral("tv-3.ir"), QStringLiteral("--json") });
+        arkctl(controller, { QStringLiteral("upload"), QStringLiteral("room.src"), QStringLiteral("panel.dtp"),
+                             QStringLiteral("tv-3.ir"), QStringLiteral("--json") });
     QVERIFY2(sent.status == 0, sent.errors.constData());
     QCOMPARE(sent.output.count('\n'), 3);
     const QJsonObject first = QJsonDocument::fromJson(sent.output.split('\n').first()).object();
     QCOMPARE(first.value(QStringLiteral("bytes")).toInt(), large.size());
     QCOMPARE(first.value(QStringLiteral("state")).toString(), QStringLiteral("done"));
-    QCOMPARE(readFile(controller.filePath(QStringLiteral("source.src"))), large);
-    QCOMPARE(readFile(controller.filePath(QStringLiteral("ui.dtp"))), QByteArray("design"));
-    QCOMPARE(readFile(controller.filePath(QStringLiteral("ir3.ir"))), QByteArray("codes"));
+    QCOMPARE(contentOf(controller.filePath(QStringLiteral("source.src"))), large);
+    QCOMPARE(contentOf(controller.filePath(QStringLiteral("ui.dtp"))), QByteArray("design"));
+    QCOMPARE(contentOf(controller.filePath(QStringLiteral("ir3.ir"))), QByteArray("codes"));
 
     const QString back = controller.filePath(QStringLiteral("back"));
     for (const auto &[kind, bytes] : { std::pair("source", large), { "ui", "design" }, { "ir3", "codes" } }) {
-        const ToolRun fetched = runTool(controller, { QStringLiteral("download"), QLatin1String(kind),
-                                                      QStringLiteral("-o"), QStringLiteral("back") });
+        const ToolRun fetched = arkctl(controller, { QStringLiteral("download"), QLatin1String(kind),
+                                                     QStringLiteral("-o"), QStringLiteral("back") });
         QVERIFY2(fetched.status == 0, fetched.errors.constData());
-        QCOMPARE(readFile(back), bytes);
+        QCOMPARE(contentOf(back), bytes);
     }
 }
 
@@ -166,24 +141,24 @@ void UploadTest::webArchiveIsUnpacked()
 {
     ControllerProcess controller;
     controller.start();
-    STARTS(controller);
+    IS_UP(controller);
     // "page.html" with "hi", stored.
     const QByteArray archive = QByteArray::fromHex(
         "504B0304 1400 0000 0000 00000000 AC2A93D8 02000000 02000000 0900 0000 706167652E68746D6C 6869"
         "504B0102 1400 1400 0000 0000 00000000 AC2A93D8 02000000 02000000 0900 0000 0000 0000 0000 00000000 00000000"
         "706167652E68746D6C 504B0506 0000 0000 0100 0100 37000000 29000000 0000");
     QVERIFY(writeFile(controller.filePath(QStringLiteral("site.zip")), archive));
-    ToolRun tool = runTool(controller, { QStringLiteral("upload"), QStringLiteral("site.zip") });
+    ToolRun tool = arkctl(controller, { QStringLiteral("upload"), QStringLiteral("site.zip") });
     QVERIFY2(tool.output.endsWith("; 1 files unpacked\n"), (tool.output + tool.errors).constData());
     QCOMPARE(tool.status, 0);
-    QCOMPARE(readFile(controller.filePath(QStringLiteral("web/page.html"))), QByteArray("hi"));
+    QCOMPARE(contentOf(controller.filePath(QStringLiteral("web/page.html"))), QByteArray("hi"));
 
     QVERIFY(writeFile(controller.filePath(QStringLiteral("site.zip")), "no archive"));
-    tool = runTool(controller, { QStringLiteral("upload"), QStringLiteral("site.zip") });
+    tool = arkctl(controller, { QStringLiteral("upload"), QStringLiteral("site.zip") });
     QCOMPARE(tool.status, 1);
     QVERIFY2(tool.errors.contains("site.zip: This is no ZIP archive; the web folder is as it was"),
              tool.errors.constData());
-    QCOMPARE(readFile(controller.filePath(QStringLiteral("web/page.html"))), QByteArray("hi"));
+    QCOMPARE(contentOf(controller.filePath(QStringLiteral("web/page.html"))), QByteArray("hi"));
 }
 
 void UploadTest::refusals_data()
@@ -218,8 +193,8 @@ void UploadTest::refusals()
     QVERIFY(writeFile(controller.filePath(QStringLiteral("cut.pobj")), program("whole").chopped(1)));
     QVERIFY(QDir(controller.filePath(QString())).mkdir(QStringLiteral("ui.dtp"))); // in the way of the design
     controller.start();
-    STARTS(controller);
-    const ToolRun tool = runTool(controller, command.split(QLatin1Char(' ')));
+    IS_UP(controller);
+    const ToolRun tool = arkctl(controller, command.split(QLatin1Char(' ')));
     QCOMPARE(tool.status, status);
     QVERIFY2(tool.errors.contains(text), tool.errors.constData());
     QVERIFY(!QFile::exists(controller.filePath(QStringLiteral("new"))));

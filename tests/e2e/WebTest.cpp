@@ -1,4 +1,5 @@
 #include "ControllerProcess.h"
+#include "support/Files.h"
 #include "support/Table.h"
 
 #include <QDir>
@@ -20,7 +21,6 @@ private Q_SLOTS:
     void freePort();
     void takenPort_data();
     void takenPort();
-    void mostConnections();
     void slowSenders();
     void largeFileToManyReaders();
 };
@@ -30,14 +30,6 @@ constexpr quint16 kPort = 8080;
 constexpr int kWaitMs = 5000;
 const QStringList kHttpPort{ QStringLiteral("--http-port"), QString::number(kPort) };
 const QByteArray kGet = "GET / HTTP/1.1\r\nConnection: close\r\n\r\n";
-
-void put(const ControllerProcess &controller, const QString &name, const QByteArray &content)
-{
-    QFile file(controller.filePath(name));
-    QDir().mkpath(QFileInfo(file).path());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
 
 /// All that the server says until it closes; empty when it can't be reached.
 QByteArray ask(const QString &address, quint16 port, const QByteArray &request)
@@ -79,18 +71,18 @@ std::vector<std::unique_ptr<QTcpSocket>> connections(const ControllerProcess &co
 }
 } // namespace
 
-#define STARTS(controller)                                                                                             \
-    QTRY_VERIFY2((controller).output().contains("Network started."), (controller).errors().constData());               \
+#define SERVES(controller)                                                                                             \
+    IS_UP(controller);                                                                                                 \
     QTRY_VERIFY(!ask(controller).isEmpty())
 
 void WebTest::servesPages()
 {
     ControllerProcess controller;
     controller.start(kHttpPort);
-    STARTS(controller);
+    SERVES(controller);
     QVERIFY(ask(controller).endsWith("<html>404</html>"));
     QVERIFY(QDir(controller.filePath(QStringLiteral("web"))).exists());
-    put(controller, QStringLiteral("web/index.html"), "<html>room</html>");
+    QVERIFY(writeFile(controller.filePath(QStringLiteral("web/index.html")), "<html>room</html>"));
     QVERIFY(ask(controller).endsWith("\r\n\r\n<html>room</html>"));
     QVERIFY(ask(controller, "HEAD / HTTP/1.0\r\n\r\n").endsWith("\r\n\r\n"));
     QVERIFY(ask(controller, "GET /../program.pobj HTTP/1.0\r\n\r\n").contains("404"));
@@ -104,7 +96,7 @@ void WebTest::servesPages()
 void WebTest::portFromTheSettings()
 {
     ControllerProcess controller;
-    put(controller, QStringLiteral("web.ini"), "[listener]\nport=8081\n");
+    QVERIFY(writeFile(controller.filePath(QStringLiteral("web.ini")), "[listener]\nport=8081\n"));
     controller.start();
     QTRY_VERIFY(!ask(controller.address(), 8081, kGet).isEmpty());
 }
@@ -133,7 +125,7 @@ void WebTest::takenPort()
     QTcpServer other;
     QVERIFY(other.listen(QHostAddress(controller.address()), kPort));
     QCOMPARE(controller.install("start { send_string 5001:1:0, 'running' }"), QString());
-    put(controller, QStringLiteral("web.ini"), "[listener]\nport=8080\n");
+    QVERIFY(writeFile(controller.filePath(QStringLiteral("web.ini")), "[listener]\nport=8080\n"));
     controller.start(isOption ? kHttpPort : QStringList());
     if (isOption) {
         QTRY_VERIFY(controller.errors().contains("TCP port 8080: "));
@@ -147,34 +139,13 @@ void WebTest::takenPort()
     }
 }
 
-void WebTest::mostConnections()
-{
-    constexpr size_t kMost = 500;
-    ControllerProcess controller;
-    controller.start(kHttpPort);
-    STARTS(controller);
-    auto held = connections(controller, kMost);
-    QCOMPARE(held.size(), kMost);
-    QTRY_COMPARE(ask(controller),
-                 QByteArray("HTTP/1.1 503 too many connections\r\nConnection: close\r\n\r\nToo many connections\r\n"));
-    for (auto &socket : held) {
-        socket->write("GET / HTTP/1.1\r\n\r\n");
-    }
-    for (auto &socket : held) {
-        QVERIFY(socket->bytesAvailable() > 0 || socket->waitForReadyRead(kWaitMs));
-        QVERIFY(socket->peek(12) == "HTTP/1.1 404");
-    }
-    held.clear();
-    QTRY_VERIFY(ask(controller).contains("<html>404</html>"));
-}
-
 void WebTest::slowSenders()
 {
     constexpr int kSenders = 600;
     constexpr int kMostMoreKb = 20000;
     ControllerProcess controller;
     controller.start(kHttpPort);
-    STARTS(controller);
+    SERVES(controller);
     QTcpSocket steady; // a client that has a place, and keeps it
     steady.connectToHost(controller.address(), kPort);
     QVERIFY(steady.waitForConnected(kWaitMs));
@@ -207,8 +178,8 @@ void WebTest::largeFileToManyReaders()
     constexpr int kMostMoreKb = 20000;
     ControllerProcess controller;
     controller.start(kHttpPort);
-    STARTS(controller);
-    put(controller, QStringLiteral("web/large"), QByteArray(10000000, 'x'));
+    SERVES(controller);
+    QVERIFY(writeFile(controller.filePath(QStringLiteral("web/large")), QByteArray(10000000, 'x')));
     const int beforeKb = memoryKb(controller);
     auto readers = connections(controller, kReaders);
     for (auto &socket : readers) { // the beginning, and then no more

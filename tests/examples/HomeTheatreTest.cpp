@@ -155,11 +155,11 @@ void HomeTheatreTest::beginsAFilm()
     SAYS(theatre.house(), "lamp stairs on");
     LIGHTS(theatre.panel, 1);
     LIGHTS(theatre.panel, 34);
-    QTRY_COMPARE_WITH_TIMEOUT(theatre.panel.level(1), 45, kPatienceMs);
+    QTRY_COMPARE(theatre.panel.level(1), 45);
     SHOWS(theatre.panel, status);
     SAYS(theatre.device(device), trace);
     const bool isJammed = status != QLatin1String("Film: ready");
-    QTRY_VERIFY_WITH_TIMEOUT(theatre.panel.isLit(51) != isJammed, kPatienceMs); // the blinds are down
+    QTRY_VERIFY(theatre.panel.isLit(51) != isJammed); // the blinds are down
     QVERIFY2(!theatre.room.output().contains("Error:"), theatre.room.output().constData());
     for (const QString &name : kDevices) {
         theatre.device(name).signal(SIGTERM);
@@ -179,9 +179,9 @@ void HomeTheatreTest::showsWhatHandsDo()
     theatre.panel.press(31); // what the switch has switched on goes off
     DARKENS(theatre.panel, 31);
     theatre.amplifier().signal(SIGUSR1);
-    QTRY_COMPARE_WITH_TIMEOUT(theatre.panel.level(1), 25, kPatienceMs);
+    QTRY_COMPARE(theatre.panel.level(1), 25);
     theatre.panel.press(21); // louder than the knob has made it
-    QTRY_COMPARE_WITH_TIMEOUT(theatre.panel.level(1), 30, kPatienceMs);
+    QTRY_COMPARE(theatre.panel.level(1), 30);
     theatre.panel.client.reportLevel(2, 60);
     SAYS(theatre.house(), "register 1 = 60");
     theatre.panel.press(1);
@@ -266,11 +266,11 @@ void HomeTheatreTest::strangeAnswers()
                                   QByteArray::fromHex("000100000003010105"), QByteArray(3000, '\0') };
     STARTS(theatre.room);
     for (const QByteArray &answer : answers) {
-        QTRY_VERIFY_WITH_TIMEOUT(house.hasPendingConnections(), kPatienceMs);
+        QTRY_VERIFY(house.hasPendingConnections());
         QTcpSocket *const peer = house.nextPendingConnection();
-        QTRY_VERIFY_WITH_TIMEOUT(peer->bytesAvailable() >= 12, kPatienceMs);
+        QTRY_VERIFY(peer->bytesAvailable() >= 12);
         peer->write(answer);
-        QTRY_COMPARE_WITH_TIMEOUT(peer->state(), QAbstractSocket::UnconnectedState, kPatienceMs);
+        QTRY_COMPARE(peer->state(), QAbstractSocket::UnconnectedState);
     }
     QVERIFY2(!theatre.room.output().contains("Error:"), theatre.room.output().constData());
 }

@@ -115,19 +115,14 @@ void DeviceFunctionsTest::asksPanels()
 
 void DeviceFunctionsTest::complains_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QString>("message");
-    const auto row = [](const char *name, const QVariantList &arguments, const QByteArray &message) {
-        QTest::addRow("%s", message.constData()) << QByteArray(name) << arguments << QString::fromLatin1(message);
-    };
+    const Table<QByteArray, QVariantList, QString> row("name", "arguments", "message");
     const QByteArray main = "Main";
     for (const char *name :
          { "button_property", "button_state_property", "set_button_property", "set_button_state_property",
            "set_page_property", "set_container_property", "container_call" }) {
-        row(name, { panel, 5 }, QByteArray("Argument count of ").append(name).append(" function is too less"));
+        row(name, { panel, 5 }, QStringLiteral("Argument count of %1 function is too less").arg(QLatin1String(name)));
         row(name, { 10001, 5, 1, visible, 1 },
-            QByteArray("Device argument of ").append(name).append(" function is not valid"));
+            QStringLiteral("Device argument of %1 function is not valid").arg(QLatin1String(name)));
     }
     row("page_property", { 10001, main, main }, "Device argument of page_property function is not valid");
     row("page_property", { panel, QByteArray(), main }, "Page name argument of page_property function is not valid");

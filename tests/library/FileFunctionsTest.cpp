@@ -1,8 +1,7 @@
 #include "LibraryBench.h"
+#include "support/Files.h"
 #include "support/Table.h"
 
-#include <QDir>
-#include <QFile>
 #include <QtTest>
 
 #include <sys/stat.h>
@@ -29,15 +28,10 @@ private:
     {
         return QFile::encodeName(m_directory->filePath(QString::fromLatin1(name)));
     }
-    QByteArray content(const char *name) const
-    {
-        QFile file(m_directory->filePath(QString::fromLatin1(name)));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
-    }
+    QByteArray content(const char *name) const { return contentOf(m_directory->filePath(QString::fromLatin1(name))); }
     void write(const char *name, const QByteArray &bytes) const
     {
-        QFile file(m_directory->filePath(QString::fromLatin1(name)));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        QVERIFY(writeFile(m_directory->filePath(QString::fromLatin1(name)), bytes));
     }
     std::unique_ptr<QTemporaryDir> m_directory;
 };

@@ -20,23 +20,58 @@ public:
     QStringList calls;
     QVariant answer;
 
-    void sendDeviceCommand(const DeviceAddress &device, const QByteArray &data, Log log) override;
-    std::optional<QByteArray> askButtonText(int device, int channel, int state) override;
-    QVariant askButtonProperty(int device, int channel, const QByteArray &name) override;
-    QVariant askButtonStateProperty(int device, int channel, int state, const QByteArray &name) override;
-    QVariant askPageProperty(int device, const QByteArray &page, const QByteArray &name) override;
-    void setButtonProperty(int device, const Channels &channels, const QByteArray &name,
-                           const QVariant &value) override;
+    void sendDeviceCommand(const DeviceAddress &device, const QByteArray &data, Log log) override
+    {
+        calls << spoken(log == Log::Yes ? "command, logged" : "command", device, data);
+    }
+    std::optional<QByteArray> askButtonText(int device, int channel, int state) override
+    {
+        ask("text?", device, channel, state);
+        return answer.isValid() ? std::optional(answer.toByteArray()) : std::nullopt;
+    }
+    QVariant askButtonProperty(int device, int channel, const QByteArray &name) override
+    {
+        return ask("button?", device, channel, name);
+    }
+    QVariant askButtonStateProperty(int device, int channel, int state, const QByteArray &name) override
+    {
+        return ask("state?", device, channel, state, name);
+    }
+    QVariant askPageProperty(int device, const QByteArray &page, const QByteArray &name) override
+    {
+        return ask("page?", device, page, name);
+    }
+    void setButtonProperty(int device, const Channels &channels, const QByteArray &name, const QVariant &value) override
+    {
+        calls << spoken("button", device, channels, name, value.typeName(), value);
+    }
     void setButtonStateProperty(int device, const Channels &channels, int state, const QByteArray &name,
-                                const QVariant &value) override;
-    void setPageProperty(int device, const QByteArray &page, const QByteArray &name, const QVariant &value) override;
+                                const QVariant &value) override
+    {
+        calls << spoken("state", device, channels, state, name, value.typeName(), value);
+    }
+    void setPageProperty(int device, const QByteArray &page, const QByteArray &name, const QVariant &value) override
+    {
+        calls << spoken("page", device, page, name, value.typeName(), value);
+    }
     void setContainerProperty(int device, const Channels &channels, const QByteArray &name,
-                              const QByteArray &data) override;
-    void containerCall(int device, const Channels &channels, const QByteArray &method, const QByteArray &data) override;
+                              const QByteArray &data) override
+    {
+        calls << spoken("container", device, channels, name, data);
+    }
+    void containerCall(int device, const Channels &channels, const QByteArray &method, const QByteArray &data) override
+    {
+        calls << spoken("call", device, channels, method, data);
+    }
     void rebootController() override { calls << QStringLiteral("reboot"); }
 
 private:
-    void note(const char *what, std::initializer_list<QVariant> parts); // joined by blanks
+    template <class... Parts>
+    QVariant ask(const Parts &...parts)
+    {
+        calls << spoken(parts...);
+        return answer;
+    }
 };
 
 /// Stands where the dispatcher stands.
@@ -47,7 +82,10 @@ public:
     std::vector<TimelineFigures> timelines;
     std::optional<ChannelAddress> input;
 
-    void simulatePush(int deviceNumber, int port, int channel) override;
+    void simulatePush(int deviceNumber, int port, int channel) override
+    {
+        calls << QStringLiteral("%1:%2 %3").arg(deviceNumber).arg(port).arg(channel);
+    }
     void raiseCommand(const DeviceAddress &, const QByteArray &) override {}
     void raiseTimeline(const TimelineFigures &figures) override { timelines.push_back(figures); }
     std::optional<ChannelAddress> handledInput() const override { return input; }
@@ -64,22 +102,47 @@ public:
     QStringList macs;
     QByteArray datagram; // of the last broadcast
 
-    int openClient(int localPort, const QString &address, quint16 port, Protocol protocol, int boundPort) override;
-    void closeClient(int localPort) override;
-    void refuseAddress(int localPort) override;
-    int openServer(int localPort, quint16 port, Protocol protocol) override;
-    void closeServer(int localPort) override;
-    int openWebSocketServer(int localPort, quint16 port, const QString &name) override;
-    void closeWebSocketServer(int localPort) override;
-    int openWebSocketClient(int localPort, const QString &url) override;
-    void closeWebSocketClient(int localPort) override;
-    bool sendOnce(Protocol protocol, const QString &host, int port, const QByteArray &data) override;
-    void broadcast(const QString &address, quint16 port, const QByteArray &bytes) override;
+    int openClient(int localPort, const QString &address, quint16 port, Protocol protocol, int boundPort) override
+    {
+        return note("client", localPort, address, port, protocol, boundPort);
+    }
+    void closeClient(int localPort) override { note("close client", localPort); }
+    void refuseAddress(int localPort) override { note("refuse", localPort); }
+    int openServer(int localPort, quint16 port, Protocol protocol) override
+    {
+        return note("server", localPort, port, protocol);
+    }
+    void closeServer(int localPort) override { note("close server", localPort); }
+    int openWebSocketServer(int localPort, quint16 port, const QString &name) override
+    {
+        return note("websocket server", localPort, port, name);
+    }
+    void closeWebSocketServer(int localPort) override { note("close websocket server", localPort); }
+    int openWebSocketClient(int localPort, const QString &url) override
+    {
+        return note("websocket client", localPort, url);
+    }
+    void closeWebSocketClient(int localPort) override { note("close websocket client", localPort); }
+    bool sendOnce(Protocol protocol, const QString &host, int port, const QByteArray &data) override
+    {
+        note("send", protocol, host, port, data);
+        return !isFull;
+    }
+    void broadcast(const QString &address, quint16 port, const QByteArray &bytes) override
+    {
+        note("broadcast", address, port);
+        datagram = bytes;
+    }
     std::vector<quint32> ipAddresses() const override { return ips; }
     QStringList hardwareAddresses() const override { return macs; }
 
 private:
-    int note(const char *what, std::initializer_list<QVariant> parts); // joined by blanks; the status
+    template <class... Parts>
+    int note(const Parts &...parts)
+    {
+        calls << spoken(parts...);
+        return status;
+    }
 };
 
 /// A program object with the library, and built-ins called by name without a program around them.

@@ -23,15 +23,11 @@ private Q_SLOTS:
 void LibraryTest::knowsItsKeys()
 {
     const Library library;
-    QCOMPARE(Library::table().size(), size_t(125));
     QSet<QString> names;
-    int aliases = 0;
-    for (const Builtin &row : Library::table()) {
-        names.insert(QString::fromLatin1(row.name).toLower());
-        aliases += row.alias == Alias::Lower ? 1 : 0;
+    for (const Builtin &builtin : Library::table()) {
+        names.insert(QString::fromLatin1(builtin.name).toLower());
     }
-    QCOMPARE(names.size(), 125);
-    QCOMPARE(aliases, 14);
+    QCOMPARE(names.size(), static_cast<int>(Library::table().size())); // none twice
     QVERIFY(library.contains(QStringLiteral("LEFT_STRING")));
     QVERIFY(!library.contains(QStringLiteral("left_string")));
     QVERIFY(library.contains(QStringLiteral("length_string")));

@@ -1,9 +1,8 @@
 #include "model/StorageManager.h"
 #include "model/Values.h"
+#include "support/Files.h"
 #include "support/Table.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -16,11 +15,6 @@ std::unique_ptr<Double> variable(const char *name, int storageClass, double valu
     return number;
 }
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 } // namespace
 
 class StorageTest : public QObject
@@ -90,10 +84,7 @@ private Q_SLOTS:
     void startsWithoutADamagedStore()
     {
         QFETCH(QByteArray, content);
-        QFile file(m_directory->filePath(QStringLiteral("persistent")));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        file.close();
+        QVERIFY(writeFile(m_directory->filePath(QStringLiteral("persistent")), content));
         StorageManager storage(m_directory->path());
         const auto value = variable("a", Persistent, 4);
         storage.restoreVariable(*value);

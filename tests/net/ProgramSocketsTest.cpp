@@ -53,13 +53,13 @@ void ProgramSocketsTest::clientTalks()
     QCOMPARE(bench.sockets->openClient(1, kHereText, listener.port(), Protocol::Tcp, 0), 0);
     QCOMPARE(bench.take(), QStringList());
     QTcpSocket *const peer = listener.accept();
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     QVERIFY(bench.sockets->write(1, "to the peer"));
     READS(peer, "to the peer");
     peer->write("one");
     peer->write("two");
     peer->flush();
-    SEES(bench, QStringLiteral("string 1 onetwo"));
+    SEES(bench, { "string 1 onetwo" });
     peer->disconnectFromHost();
     QTRY_COMPARE(bench.seen.size(), 2);
     QCOMPARE(bench.take(), QStringList({ QStringLiteral("error 1 1"), QStringLiteral("offline 1") }));
@@ -80,7 +80,7 @@ void ProgramSocketsTest::clientFailsToConnect()
     SocketBench bench;
     QCOMPARE(bench.sockets->openClient(1, address, port, Protocol::Tcp, 0), 0);
     QCOMPARE(bench.take(), QStringList()); // told when the statement is over
-    SEES(bench, QStringLiteral("error 1 %1").arg(code));
+    SEES(bench, { QStringLiteral("error 1 %1").arg(code) });
 }
 
 void ProgramSocketsTest::clientThatIsNeverAnswered()
@@ -115,17 +115,17 @@ void ProgramSocketsTest::clientReopens()
     Listener second;
     bench.sockets->openClient(1, kHereText, first.port(), Protocol::Tcp, 0);
     QTcpSocket *const old = first.accept();
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->openClient(1, kHereText, second.port(), Protocol::Tcp, 0);
     QTcpSocket *const fresh = second.accept();
     QTRY_COMPARE(old->state(), QAbstractSocket::UnconnectedState);
-    SEES(bench, QStringLiteral("online 1")); // and no offline of the old one
+    SEES(bench, { "online 1" }); // and no offline of the old one
     bench.sockets->write(1, "x");
     READS(fresh, "x");
 
     // Another mode is another client under the same local port; data goes to the first.
     bench.sockets->openClient(1, kHereText, first.port(), Protocol::UdpTwoWay, 0);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->write(1, "y");
     READS(fresh, "y");
     bench.sockets->closeClient(1);
@@ -141,7 +141,7 @@ void ProgramSocketsTest::clientClosesByItself()
     Listener listener;
     bench.sockets->openClient(1, kHereText, listener.port(), Protocol::Tcp, 0);
     QTcpSocket *const peer = listener.accept();
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     const QByteArray much(900 * 1024, 'x');
     peer->setReadBufferSize(1000);
     bench.sockets->write(1, much);
@@ -160,7 +160,7 @@ void ProgramSocketsTest::clientClosesByItself()
     bench.sockets->openClient(1, kHereText, listener.port(), Protocol::Tcp, 0);
     QTcpSocket *const deaf = listener.accept();
     deaf->setReadBufferSize(1);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->write(1, QByteArray(16 * 1024 * 1024, 'x'));
     bench.sockets->closeClient(1);
     bench.clock.advance(5400);
@@ -176,18 +176,18 @@ void ProgramSocketsTest::boundClient()
     const quint16 own = freePort();
     bench.sockets->openClient(1, kHereText, listener.port(), Protocol::Tcp, own);
     QCOMPARE(listener.accept()->peerPort(), own);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->openClient(1, kHereText, listener.port(), Protocol::Tcp, own); // the same port again, at once
     QCOMPARE(listener.accept()->peerPort(), own);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
 
     bench.sockets->openClient(2, kHereText, listener.port(), Protocol::Tcp, 9); // below 10: any port
     QVERIFY(listener.accept()->peerPort() != 9);
-    SEES(bench, QStringLiteral("online 2"));
+    SEES(bench, { "online 2" });
 
     Listener holder;
     bench.sockets->openClient(3, kHereText, listener.port(), Protocol::Tcp, holder.port());
-    SEES(bench, QStringLiteral("error 3 8"));
+    SEES(bench, { "error 3 8" });
 }
 
 void ProgramSocketsTest::sendingWithoutAConnection()
@@ -197,7 +197,7 @@ void ProgramSocketsTest::sendingWithoutAConnection()
     bench.sockets->openClient(1, kHereText, freePort(), Protocol::Tcp, 0);
     bench.sockets->write(1, "too early");
     QCOMPARE(bench.take(), QStringList(QStringLiteral("error 1 3")));
-    SEES(bench, QStringLiteral("error 1 0"));
+    SEES(bench, { "error 1 0" });
     bench.sockets->write(1, "too late");
     QCOMPARE(bench.take(), QStringList(QStringLiteral("error 1 3")));
 }
@@ -231,13 +231,13 @@ void ProgramSocketsTest::serverTalks()
         READS(peer, "to all");
     }
     peers[1]->write("from one");
-    SEES(bench, QStringLiteral("string 1 from one"));
+    SEES(bench, { "string 1 from one" });
     peers[1]->write("last words");
     peers[1]->disconnectFromHost();
     QTRY_COMPARE(bench.seen.size(), 2);
     QCOMPARE(bench.take(), QStringList({ QStringLiteral("string 1 last words"), QStringLiteral("offline 1") }));
     peers[2]->abort(); // a reset
-    SEES(bench, QStringLiteral("offline 1"));
+    SEES(bench, { "offline 1" });
 }
 
 void ProgramSocketsTest::serverRefuses()
@@ -263,19 +263,19 @@ void ProgramSocketsTest::closedServerKeepsItsConnections()
     const quint16 port = freePort();
     bench.sockets->openServer(1, port, Protocol::Tcp);
     const auto old = connectedPeer(port);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->closeServer(1);
     QVERIFY(!bench.sockets->write(1, "nobody"));
     QCOMPARE(bench.sockets->openServer(1, port, Protocol::Tcp), 0); // the port is free at once
     old->write("still here");
-    SEES(bench, QStringLiteral("string 1 still here"));
+    SEES(bench, { "string 1 still here" });
     const auto fresh = connectedPeer(port);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->write(1, "x");
     READS(fresh, "x");
     QCOMPARE(old->readAll(), QByteArray());
     old->disconnectFromHost();
-    SEES(bench, QStringLiteral("offline 1"));
+    SEES(bench, { "offline 1" });
 }
 
 void ProgramSocketsTest::serverHasABound()
@@ -568,7 +568,7 @@ void ProgramSocketsTest::udpClient()
     QVERIFY(peer.bind(kHere));
     const quint16 own = freePort();
     bench.sockets->openClient(1, kHereText, peer.localPort(), static_cast<Protocol>(protocol), own);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->write(1, "ping");
     QTRY_VERIFY(peer.hasPendingDatagrams());
     char buffer[10] = {};
@@ -579,7 +579,7 @@ void ProgramSocketsTest::udpClient()
     peer.writeDatagram("one", kHere, own);
     peer.writeDatagram("two", kHere, own);
     if (hears) {
-        SEES(bench, QStringLiteral("string 1 onetwo"));
+        SEES(bench, { "string 1 onetwo" });
         QUdpSocket stranger;
         stranger.writeDatagram("from somebody else", kHere, own);
     }
@@ -617,9 +617,9 @@ void ProgramSocketsTest::udpFailures()
 {
     SocketBench bench;
     bench.sockets->openClient(1, kHereText, freePort(), Protocol::UdpTwoWay, 0);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->write(1, "nobody is there");
-    SEES(bench, QStringLiteral("error 1 0"));
+    SEES(bench, { "error 1 0" });
     bench.sockets->write(1, QByteArray(65508, 'x'));
     QCOMPARE(bench.take(), QStringList(QStringLiteral("error 1 6")));
 
@@ -648,11 +648,11 @@ void ProgramSocketsTest::restartsAll()
     bench.sockets->restartAll();
     QVERIFY(listener.accept());
     QTRY_COMPARE(old->state(), QAbstractSocket::UnconnectedState);
-    SEES(bench, QStringLiteral("online 2"));
+    SEES(bench, { "online 2" });
     const auto late = connectedPeer(port);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     peer->write("x"); // a connection that was there before
-    SEES(bench, QStringLiteral("string 1 x"));
+    SEES(bench, { "string 1 x" });
 }
 
 QTEST_GUILESS_MAIN(ProgramSocketsTest)

@@ -4,6 +4,7 @@
 #include "library/ControlProgram.h"
 #include "net/sockets/ProgramSockets.h"
 #include "support/FakeDevices.h"
+#include "support/Table.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -65,23 +66,14 @@ private:
 
     void note(const CustomEvent &event)
     {
-        const QString port = QString::number(event.device.port);
-        switch (event.type) {
-        case EventType::Online:
-            seen << QStringLiteral("online ") + port;
-            break;
-        case EventType::Offline:
-            seen << QStringLiteral("offline ") + port;
-            break;
-        case EventType::String:
-            received += event.data;
-            seen << QStringLiteral("string %1 %2").arg(port, QString::fromLatin1(event.data.left(60)));
-            break;
-        case EventType::Error:
-            seen << QStringLiteral("error %1 %2").arg(port).arg(event.errorCode);
-            break;
-        default:
-            break;
+        const int port = event.device.port;
+        received += event.type == EventType::String ? event.data : QByteArray();
+        if (event.type == EventType::Online || event.type == EventType::Offline) {
+            seen << spoken(event.type == EventType::Online ? "online" : "offline", port);
+        } else if (event.type == EventType::String) {
+            seen << spoken("string", port, event.data.left(60));
+        } else if (event.type == EventType::Error) {
+            seen << spoken("error", port, event.errorCode);
         }
         if (meanwhile) {
             meanwhile(event);
@@ -94,7 +86,7 @@ private:
 
 /// Waits for just these lines, and forgets them.
 #define SEES(bench, ...)                                                                                               \
-    QTRY_COMPARE((bench).seen, QStringList(__VA_ARGS__));                                                              \
+    QTRY_COMPARE((bench).seen, TableCells::Texts(__VA_ARGS__).value);                                                  \
     (bench).seen.clear()
 
 /// Waits for just these bytes, and takes them.

@@ -16,7 +16,6 @@ private Q_SLOTS:
     void noticesAnotherAddress();
     void broadcastsToOneAddress();
     void listsAddresses();
-    void endsInTime(); // the last: nothing is taken afterwards
 };
 
 void SocketSurroundingsTest::sendsOnce()
@@ -119,21 +118,6 @@ void SocketSurroundingsTest::listsAddresses()
     for (const QString &address : ownHardwareAddresses()) {
         QCOMPARE(QByteArray::fromHex(address.toLatin1()).size(), 6);
     }
-}
-
-void SocketSurroundingsTest::endsInTime()
-{
-    Listener listener;
-    OneShotSends &sends = OneShotSends::instance();
-    QVERIFY(QTest::qWaitFor([&] { return sends.sendTcp(QStringLiteral("127.0.0.1"), listener.port(), "last words"); }));
-    QElapsedTimer timer;
-    timer.start();
-    sends.finish(1500);
-    QVERIFY2(timer.elapsed() < 2500, qPrintable(QString::number(timer.elapsed())));
-    QVERIFY(!sends.sendTcp(QStringLiteral("127.0.0.1"), listener.port(), "too late"));
-    QTcpSocket *const peer = listener.accept();
-    QTRY_COMPARE(peer->state(), QAbstractSocket::UnconnectedState);
-    QCOMPARE(peer->readAll(), QByteArray("last words"));
 }
 
 QTEST_GUILESS_MAIN(SocketSurroundingsTest)

@@ -94,13 +94,13 @@ void WebSocketsTest::serverTalks()
     QWebSocket first;
     QWebSocket second;
     first.open(urlOf(port));
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     second.open(urlOf(port));
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     QTRY_VERIFY(first.isValid() && second.isValid());
     first.sendTextMessage(QStringLiteral("text \u00e4"));
     first.sendBinaryMessage("binary");
-    SEES(bench, { QStringLiteral("string 1 text \u00c3\u00a4"), QStringLiteral("string 1 binary") });
+    SEES(bench, { "string 1 text \u00c3\u00a4", "string 1 binary" });
     second.sendBinaryMessage(QByteArray(1024 * 1024, 'x'));
     QTRY_COMPARE(bench.received.size(), 7 + 6 + 1024 * 1024);
     bench.seen.clear();
@@ -117,10 +117,10 @@ void WebSocketsTest::serverTalks()
     first.ping("are you there");
     QTRY_COMPARE(pongs.size(), 1);
     first.close();
-    SEES(bench, QStringLiteral("offline 1"));
+    SEES(bench, { "offline 1" });
     QTRY_COMPARE(first.state(), QAbstractSocket::UnconnectedState);
     second.abort();
-    SEES(bench, QStringLiteral("offline 1"));
+    SEES(bench, { "offline 1" });
 }
 
 void WebSocketsTest::serverTakesOnlyWebSockets_data()
@@ -149,7 +149,7 @@ void WebSocketsTest::serverTakesOnlyWebSockets()
     QTRY_COMPARE(peer->state(), QAbstractSocket::UnconnectedState);
     QWebSocket good;
     good.open(urlOf(port));
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
 }
 
 void WebSocketsTest::silentPeersAreDropped()
@@ -159,7 +159,7 @@ void WebSocketsTest::silentPeersAreDropped()
     bench.sockets->openWebSocketServer(1, port, QString());
     const auto peer = connectedPeer(port);
     const auto next = rawPeer(port); // when this one is there, the other has been accepted
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.clock.advance(9900);
     QCoreApplication::processEvents();
     QCOMPARE(peer->state(), QAbstractSocket::ConnectedState);
@@ -185,9 +185,9 @@ void WebSocketsTest::violationsEndTheConnection()
     const quint16 port = freePort();
     bench.sockets->openWebSocketServer(1, port, QString());
     const auto peer = rawPeer(port);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     peer->write(QByteArray::fromHex("82810000000061") + frames + QByteArray::fromHex("82810000000062"));
-    SEES(bench, { QStringLiteral("string 1 a"), error, QStringLiteral("offline 1") });
+    SEES(bench, { "string 1 a", error, "offline 1" });
     QTRY_COMPARE(peer->state(), QAbstractSocket::UnconnectedState);
     QCOMPARE(peer->readAll(), answer);
 }
@@ -199,7 +199,7 @@ void WebSocketsTest::floodOfMessages()
     const quint16 port = freePort();
     bench.sockets->openWebSocketServer(1, port, QString());
     const auto peer = rawPeer(port);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     constexpr int kMessages = 20000;
     peer->write(QByteArray::fromHex("82810000000061").repeated(kMessages));
     int strings = 0;
@@ -224,7 +224,7 @@ void WebSocketsTest::slowPeer()
     bench.sockets->openWebSocketServer(1, port, QString());
     const auto slow = rawPeer(port);
     slow->setReadBufferSize(1);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     const QByteArray block(256 * 1024, 'x');
     for (int count = 0; bench.seen.isEmpty() && count < 1000; ++count) {
         bench.sockets->write(1, block);
@@ -239,13 +239,13 @@ void WebSocketsTest::closedServerKeepsItsConnections()
     bench.sockets->openWebSocketServer(1, port, QString());
     QWebSocket peer;
     peer.open(urlOf(port));
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->closeWebSocketServer(1);
     QVERIFY(!bench.sockets->write(1, "nobody"));
     QCOMPARE(bench.sockets->openServer(1, port, SocketActions::Protocol::Tcp), 0);
     QTRY_VERIFY(peer.isValid());
     peer.sendBinaryMessage("still here");
-    SEES(bench, QStringLiteral("string 1 still here"));
+    SEES(bench, { "string 1 still here" });
 }
 
 void WebSocketsTest::clientTalks()
@@ -255,7 +255,7 @@ void WebSocketsTest::clientTalks()
     QCOMPARE(bench.sockets->openWebSocketClient(1, server.url(QStringLiteral("localhost"))), 0);
     const std::unique_ptr<QWebSocket> peer(server.accept());
     QVERIFY(peer);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     QCOMPARE(peer->requestUrl().path(), QStringLiteral("/x"));
     QSignalSpy received(peer.get(), &QWebSocket::binaryMessageReceived);
     bench.sockets->write(1, QByteArray(70000, 'x'));
@@ -263,11 +263,11 @@ void WebSocketsTest::clientTalks()
     QCOMPARE(received.first().first().toByteArray(), QByteArray(70000, 'x'));
     peer->sendTextMessage(QStringLiteral("text"));
     peer->sendBinaryMessage("binary");
-    SEES(bench, { QStringLiteral("string 1 text"), QStringLiteral("string 1 binary") });
+    SEES(bench, { "string 1 text", "string 1 binary" });
     peer->close();
-    SEES(bench, QStringLiteral("offline 1"));
+    SEES(bench, { "offline 1" });
     bench.sockets->write(1, "too late");
-    SEES(bench, QStringLiteral("error 1 3"));
+    SEES(bench, { "error 1 3" });
 }
 
 void WebSocketsTest::clientFails_data()
@@ -296,7 +296,7 @@ void WebSocketsTest::clientCloses()
     QtServer server;
     bench.sockets->openWebSocketClient(1, server.url());
     const std::unique_ptr<QWebSocket> peer(server.accept());
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->write(1, "last");
     QSignalSpy received(peer.get(), &QWebSocket::binaryMessageReceived);
     bench.sockets->closeWebSocketClient(1);
@@ -310,13 +310,13 @@ void WebSocketsTest::clientCloses()
     QTcpSocket *const raw = mute.accept();
     QTRY_VERIFY(raw->bytesAvailable() > 0);
     bench.clock.advance(30000);
-    SEES(bench, QStringLiteral("error 1 5"));
+    SEES(bench, { "error 1 5" });
 
     bench.sockets->openWebSocketClient(1, urlOf(mute.port()).toString());
     QTcpSocket *const rude = mute.accept();
     QTRY_VERIFY(rude->bytesAvailable() > 0);
     rude->write("HTTP/1.1 404 Not Found\r\n\r\n");
-    SEES(bench, QStringLiteral("error 1 0"));
+    SEES(bench, { "error 1 0" });
 }
 
 void WebSocketsTest::clientOverTls()
@@ -330,7 +330,7 @@ void WebSocketsTest::clientOverTls()
     bench.sockets->openWebSocketClient(1, server.url());
     const std::unique_ptr<QWebSocket> peer(server.accept());
     QVERIFY(peer);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     QSignalSpy received(peer.get(), &QWebSocket::binaryMessageReceived);
     const QByteArray much(500000, 'x');
     bench.sockets->write(1, much);
@@ -340,11 +340,11 @@ void WebSocketsTest::clientOverTls()
     QTRY_COMPARE(bench.received, much);
     bench.seen.clear();
     peer->abort();
-    SEES(bench, { QStringLiteral("error 1 1"), QStringLiteral("offline 1") });
+    SEES(bench, { "error 1 1", "offline 1" });
 
     bench.sockets->openWebSocketClient(1, server.url());
     const std::unique_ptr<QWebSocket> next(server.accept());
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->write(1, "last");
     bench.sockets->closeWebSocketClient(1);
     QTRY_COMPARE(next->closeCode(), QWebSocketProtocol::CloseCodeNormal);
@@ -358,14 +358,14 @@ void WebSocketsTest::clientOverTlsFails()
     SocketBench bench;
     QtServer server(QWebSocketServer::SecureMode);
     bench.sockets->openWebSocketClient(1, server.url()); // the certificate is nobody's that the system trusts
-    SEES(bench, QStringLiteral("error 1 13"));
+    SEES(bench, { "error 1 13" });
     Listener mute;
     bench.sockets->openWebSocketClient(1, QStringLiteral("wss://127.0.0.1:%1/").arg(mute.port()));
     QVERIFY(mute.accept());
     bench.clock.advance(30000);
-    SEES(bench, QStringLiteral("error 1 5"));
+    SEES(bench, { "error 1 5" });
     bench.sockets->openWebSocketClient(1, QStringLiteral("wss://127.0.0.1:%1/").arg(freePort()));
-    SEES(bench, QStringLiteral("error 1 0"));
+    SEES(bench, { "error 1 0" });
 }
 
 void WebSocketsTest::clientRestarts()
@@ -374,14 +374,14 @@ void WebSocketsTest::clientRestarts()
     QtServer server;
     bench.sockets->openWebSocketClient(1, server.url());
     const std::unique_ptr<QWebSocket> old(server.accept());
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     bench.sockets->restartAll();
     const std::unique_ptr<QWebSocket> fresh(server.accept());
     QVERIFY(fresh);
-    SEES(bench, QStringLiteral("online 1"));
+    SEES(bench, { "online 1" });
     QTRY_COMPARE(old->state(), QAbstractSocket::UnconnectedState);
     fresh->sendBinaryMessage("x");
-    SEES(bench, QStringLiteral("string 1 x"));
+    SEES(bench, { "string 1 x" });
 }
 
 QTEST_GUILESS_MAIN(WebSocketsTest)

@@ -76,6 +76,9 @@ public:
     {
         QByteArray name;
         (addTo(name, TableCells::Cell<Columns>::of(cells)), ...);
+        if (const int before = m_seen[name]++) {
+            name += ' ' + QByteArray::number(before + 1);
+        }
         (*this)(name.constData(), cells...);
     }
 
@@ -89,4 +92,6 @@ private:
             name += name.isEmpty() ? QByteArray(value).replace('\n', ' ') : QByteArray();
         }
     }
+
+    mutable QHash<QByteArray, int> m_seen; // names that rows have got from their texts
 };

@@ -1,3 +1,4 @@
+#include "support/Files.h"
 #include "support/Table.h"
 #include "tools/arkhost/ControllerArguments.h"
 #include "tools/arkhost/CrashReports.h"
@@ -146,10 +147,7 @@ void ArkhostTest::reportHasTheFacts()
 {
     QTemporaryDir directory;
     const QString object = directory.filePath(QStringLiteral("room.pobj"));
-    QFile file(object);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("abc");
-    file.close();
+    QVERIFY(writeFile(object, "abc"));
 
     CrashReport report;
     report.at = QDateTime({ 2026, 1, 2 }, { 3, 4, 5 }, Qt::OffsetFromUTC, 3600);
@@ -213,8 +211,7 @@ void ArkhostTest::argumentsOfTheController()
 {
     QTemporaryDir directory;
     for (const char *name : { "/a", "/b" }) {
-        QFile file(directory.path() + QLatin1String(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(writeFile(directory.path() + QLatin1String(name), {}));
     }
     QFETCH(QStringList, arguments);
     QFETCH(QString, objectFile);

@@ -1,0 +1,50 @@
+#pragma once
+#include "model/StructType.h"
+
+#include <QStringList>
+#include <QVariant>
+#include <QVector>
+
+namespace Parts {
+inline QString text(const char *part)
+{
+    return QString::fromUtf8(part);
+}
+inline QString text(const QByteArray &part)
+{
+    return QString::fromLatin1(part);
+}
+inline QString text(const QString &part)
+{
+    return part;
+}
+inline QString text(const QVariant &part)
+{
+    return part.toString();
+}
+inline QString text(const DeviceAddress &part)
+{
+    return part.text();
+}
+template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number> || std::is_enum_v<Number>>>
+QString text(Number part)
+{
+    return QString::number(static_cast<qint64>(part));
+}
+template <class Number>
+QString text(const QVector<Number> &part)
+{
+    QStringList texts;
+    for (const Number number : part) {
+        texts << text(number);
+    }
+    return texts.join(QLatin1Char(','));
+}
+} // namespace Parts
+
+/// A call or an event as one line that a test can compare: its parts between blanks, lists with commas.
+template <class... Part>
+QString spoken(const Part &...parts)
+{
+    return QStringList{ Parts::text(parts)... }.join(QLatin1Char(' '));
+}
