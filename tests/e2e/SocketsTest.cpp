@@ -15,6 +15,7 @@ class SocketsTest : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void servesWebSockets();
+    void isClientOfAWebSocketServer();
     void garbageAndFloodsDoNotDisturbPanels();
     void lastWordsBeforeTheEnd();
     void deadHostsDoNotHoldTheEnd();
@@ -80,6 +81,43 @@ asyncio.run(main())
     QCOMPARE(peer.output + peer.errors, QByteArray("b'got text'\nb'got in three fragments'\npong room\nclosed 1000\n"));
     SAYS(controller, "Offline Event: Device 0:1:0 offline");
     QVERIFY(!controller.output().contains("error event"));
+}
+
+void SocketsTest::isClientOfAWebSocketServer()
+{
+    if (runTool(kPython, { QStringLiteral("-c"), QStringLiteral("import websockets") }).status != 0) {
+        QSKIP("the Python module websockets (package python3-websockets) is not installed");
+    }
+    const quint16 port = freePort();
+    QProcess server;
+    server.start(kPython, { QStringLiteral("-u"), QStringLiteral("-c"), QString::fromLatin1(R"(
+import asyncio, sys, websockets
+async def talk(room):
+    print(room.path, await room.recv())
+    await room.send('from the server')
+    await room.close(1000)
+async def main():
+    async with websockets.serve(talk, '127.0.0.1', int(sys.argv[1])):
+        print('serving')
+        await asyncio.Future()
+asyncio.run(main())
+)"),
+                            QString::number(port) });
+    QByteArray heard;
+    QTRY_VERIFY2((heard += server.readAll()).contains("serving"), server.readAllStandardError().constData());
+    ControllerProcess controller;
+    INSTALLS(controller,
+             qPrintable(QStringLiteral("device dvWeb = 0:1:0\n"
+                                       "start { websocket_client_open(1, 'ws://localhost:%1/rooms?id=7') }\n"
+                                       "data_event [dvWeb] {\n online: { send_string dvWeb, 'from the room' }\n"
+                                       "string: { send_string 5001:1:0, \"'heard ', data.text\" } }")
+                            .arg(port)));
+    STARTS(controller);
+    SAYS(controller, "sended data is heard from the server");
+    SAYS(controller, "Offline Event: Device 0:1:0 offline");
+    QTRY_VERIFY((heard += server.readAll()).contains("/rooms?id=7 b'from the room'"));
+    server.kill();
+    server.waitForFinished();
 }
 
 void SocketsTest::garbageAndFloodsDoNotDisturbPanels()

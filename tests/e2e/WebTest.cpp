@@ -21,6 +21,7 @@ private Q_SLOTS:
     void freePort();
     void takenPort_data();
     void takenPort();
+    void mostConnections();
     void slowSenders();
     void largeFileToManyReaders();
 };
@@ -137,6 +138,27 @@ void WebTest::takenPort()
         QVERIFY(controller.output().contains("running"));
         QVERIFY(controller.isRunning());
     }
+}
+
+void WebTest::mostConnections()
+{
+    constexpr size_t kMost = 500;
+    ControllerProcess controller;
+    controller.start(kHttpPort);
+    SERVES(controller);
+    auto held = connections(controller, kMost);
+    QCOMPARE(held.size(), kMost);
+    QTRY_COMPARE(ask(controller),
+                 QByteArray("HTTP/1.1 503 too many connections\r\nConnection: close\r\n\r\nToo many connections\r\n"));
+    for (auto &socket : held) {
+        socket->write("GET / HTTP/1.1\r\n\r\n");
+    }
+    for (auto &socket : held) {
+        QVERIFY(socket->bytesAvailable() > 0 || socket->waitForReadyRead(kWaitMs));
+        QVERIFY(socket->peek(12) == "HTTP/1.1 404");
+    }
+    held.clear();
+    QTRY_VERIFY(ask(controller).contains("<html>404</html>"));
 }
 
 void WebTest::slowSenders()

@@ -80,6 +80,7 @@ private Q_SLOTS:
     void silentTargetIsGivenUp();
     void resendsAndForgets();
     void restsWhileNotReading();
+    void anythingMayArrive();
 };
 
 void ControllerSessionTest::readsTargets_data()
@@ -254,6 +255,25 @@ void ControllerSessionTest::restsWhileNotReading()
         const QByteArray sent = listener.output();
         QVERIFY2(sent.isEmpty() || sent == kBeat, sent.toHex().constData()); // the confirmation may be there, unread
     }
+}
+
+void ControllerSessionTest::anythingMayArrive()
+{
+    quint32 seed = 4711;
+    const auto random = [&seed] { return (seed = seed * 1664525 + 1013904223) >> 16; };
+    const QByteArrayList words{ "sys:", "string:", "io:", "query:", ":", "0", "7", "-1", "4294967296", "\xff", "x" };
+    Listener listener;
+    for (int round = 0; round < 5000; ++round) {
+        QByteArray body;
+        for (int count = static_cast<int>(random() % 8); count > 0; --count) {
+            body += words.at(static_cast<int>(random() % static_cast<quint32>(words.size())));
+        }
+        listener.receive(random() % 4 ? message(static_cast<quint32>(round + 1), body) : body, round);
+    }
+    listener.messages.clear();
+    listener.receive(QByteArray(kMaxStreamPayload + kFrameOverhead, 'x'), 6000); // the end of what the noise had begun
+    listener.receive(message(900001, "io:7:0:3"), 6000);
+    QCOMPARE(listener.told(), QStringList{ QStringLiteral("push 7 3") });
 }
 
 QTEST_APPLESS_MAIN(ControllerSessionTest)

@@ -79,6 +79,7 @@ private Q_SLOTS:
     void readsBodies();
     void acknowledgesBeforeItTells();
     void damagedFramesDoNothing();
+    void anythingMayArrive();
     void asksForTheHandshake();
     void silentPeerIsGivenUp();
     void transferSilencesTheRest();
@@ -170,6 +171,26 @@ void LinkSessionTest::damagedFramesDoNothing()
     QCOMPARE(peer.receive("noise VQ" + wrongSum + shortId + giant), QByteArray());
     QVERIFY(peer.events.empty());
     QCOMPARE(peer.receive(kPush7), kAck7); // and the stream is still in step
+    QCOMPARE(peer.events.size(), size_t(1));
+}
+
+void LinkSessionTest::anythingMayArrive()
+{
+    // Half of the bytes come from frames, so that more than the parser's hunt is reached.
+    quint32 seed = 12345;
+    const auto random = [&seed] { return (seed = seed * 1664525 + 1013904223) >> 16; };
+    Peer peer;
+    for (int round = 0; round < 3000; ++round) {
+        QByteArray bytes;
+        const int count = static_cast<int>(random() % 40);
+        for (int index = 0; index < count; ++index) {
+            bytes += static_cast<char>(random() % 4 == 0 ? ':' : random());
+        }
+        peer.receive(random() % 2 ? bytes : frameBytes(static_cast<quint8>(0x10 + random() % 0x35), bytes), round);
+    }
+    peer.receive(QByteArray(kMaxStreamPayload + kFrameOverhead, 'x')); // the end of whatever the noise had begun
+    peer.events.clear();
+    peer.receive(messageFrameBytes(0x2A, 0x12345678, "10001:5:0"));
     QCOMPARE(peer.events.size(), size_t(1));
 }
 

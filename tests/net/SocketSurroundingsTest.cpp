@@ -16,6 +16,7 @@ private Q_SLOTS:
     void noticesAnotherAddress();
     void broadcastsToOneAddress();
     void listsAddresses();
+    void lastWordsArrive(); // the last: nothing is taken afterwards
 };
 
 void SocketSurroundingsTest::sendsOnce()
@@ -118,6 +119,18 @@ void SocketSurroundingsTest::listsAddresses()
     for (const QString &address : ownHardwareAddresses()) {
         QCOMPARE(QByteArray::fromHex(address.toLatin1()).size(), 6);
     }
+}
+
+void SocketSurroundingsTest::lastWordsArrive()
+{
+    Listener listener;
+    OneShotSends &sends = OneShotSends::instance();
+    QVERIFY(QTest::qWaitFor([&] { return sends.sendTcp(QStringLiteral("127.0.0.1"), listener.port(), "last words"); }));
+    sends.finish(1500);
+    QVERIFY(!sends.sendTcp(QStringLiteral("127.0.0.1"), listener.port(), "too late"));
+    QTcpSocket *const peer = listener.accept();
+    QTRY_COMPARE(peer->state(), QAbstractSocket::UnconnectedState);
+    QCOMPARE(peer->readAll(), QByteArray("last words"));
 }
 
 QTEST_GUILESS_MAIN(SocketSurroundingsTest)

@@ -19,6 +19,7 @@ class HttpListenerTest : public QObject
 private Q_SLOTS:
     void initTestCase() { std::signal(SIGPIPE, SIG_IGN); }
     void settings();
+    void takenPort();
     void pipelinedFiles_data();
     void pipelinedFiles();
     void tooManyConnections();
@@ -165,6 +166,17 @@ void HttpListenerTest::settings()
     QCOMPARE(settings.maxMultiPartSize, 1000000);
     QCOMPARE(settings.sslKeyFile, QStringLiteral("/data/tls/key.pem"));
     QCOMPARE(settings.sslCertFile, QStringLiteral("/etc/cert.pem"));
+}
+
+void HttpListenerTest::takenPort()
+{
+    Server first;
+    first.start();
+    Server second;
+    second.settings.port = first.listener->port();
+    const HttpListener listener(second.settings, second.pages);
+    QVERIFY(!listener.isListening());
+    QVERIFY2(listener.error().contains(QString::number(first.listener->port())), qPrintable(listener.error()));
 }
 
 void HttpListenerTest::pipelinedFiles_data()
