@@ -5,8 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# git, also for root in the folder of a user.
-git() { command git -c safe.directory="$PWD" "$@"; }
+# git, also for root in the folder of a user, where it must not leave files of root.
+git() { command git --no-optional-locks -c safe.directory="$PWD" "$@"; }
 
 mark=
 if [ -n "${SOURCE_DATE_EPOCH:-}" ]; then
