@@ -1,6 +1,7 @@
 #pragma once
 #include "compiler/Diagnostics.h"
 
+#include <QFileDevice>
 #include <QString>
 
 #include <set>
@@ -22,6 +23,7 @@ public:
     {
         QString name; // as it stands in diagnostics
         QString text;
+        std::vector<int> lineStarts; // offsets; the first is 0
     };
 
     int add(const QString &name, const QString &text); // line ends of any kind; the file's index
@@ -66,3 +68,12 @@ ReadSource readSource(const QString &path);
 
 /// Bytes of a source as text: UTF-8, with or without a byte order mark, no NUL.
 ReadSource decodeSource(const QByteArray &bytes);
+
+/// All bytes of an open file, or why there are none. What is larger than any program is refused, so that a wrong name
+/// costs no memory.
+struct ReadBytes
+{
+    QByteArray bytes;
+    QString problem; // null: there is none
+};
+ReadBytes readBytes(QFileDevice &file);

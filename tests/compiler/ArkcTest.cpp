@@ -160,6 +160,7 @@ void ArkcTest::saysWhatToTry_data()
         QTest::newRow(arguments) << QString::fromLatin1(arguments) << status << QByteArray(line);
     };
     row("check none.src", 1, "none.src: error: cannot be read: No such file or directory; check its name");
+    row("check large.src", 1, "large.src: error: cannot be read: it is larger than 256 MB; name another");
     row("check folder", 1, "folder: error: cannot be read: it is a folder; name a file in it");
     row("check good.pobj", 1, "good.pobj: error: this is an object file, no source; 'arkc dump' writes it as source");
     row("build binary", 1, "binary:1:1: error: the file holds a NUL byte; it is no source text; name a source file");
@@ -192,6 +193,8 @@ void ArkcTest::saysWhatToTry()
     QCOMPARE(run({ QStringLiteral("build"), QStringLiteral("good.src") }).status, 0);
     write("empty.src", " \n");
     write("binary", QByteArray("a\0b", 3));
+    write("large.src", "");
+    QVERIFY(QFile::resize(m_directory->filePath(QStringLiteral("large.src")), qint64{ 3 } << 30)); // takes no room
     write("latin.src", "char a[] = '\xe4'\n");
     write("include.src", "include 'none.src'\n");
     write("folder.src", "include 'folder'\n");
