@@ -94,6 +94,15 @@ int Sources::add(const QString &name, const QString &text)
     return static_cast<int>(m_files.size()) - 1;
 }
 
+QStringList Sources::names() const
+{
+    QStringList names;
+    for (const File &file : m_files) {
+        names << file.name;
+    }
+    return names;
+}
+
 void Sources::error(SourcePosition position, const QString &message)
 {
     add(Diagnostic::Severity::Error, position, message);

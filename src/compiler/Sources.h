@@ -2,7 +2,7 @@
 #include "compiler/Diagnostics.h"
 
 #include <QFileDevice>
-#include <QString>
+#include <QStringList>
 
 #include <set>
 #include <utility>
@@ -27,6 +27,7 @@ public:
     };
 
     int add(const QString &name, const QString &text); // line ends of any kind; the file's index
+    QStringList names() const;
     const File &file(int index) const { return m_files[static_cast<size_t>(index)]; }
 
     /// A remark that repeats another at the same place is dropped. After kMostErrors errors nothing more is kept.

@@ -179,6 +179,7 @@ void ArkcTest::saysWhatToTry_data()
     row("build good.src -o /dev/full", 2,
         "arkc: cannot write /dev/full: No space left on device; check the folder, its rights and the space on the "
         "disk");
+    row("build whole.src -o part.src", 2, "arkc: the output part.src would overwrite the source; name another with -o");
     row("build good.src -o link.src", 2, "arkc: the output link.src would overwrite the source; name another with -o");
     row("build -", 2, "arkc: standard input has no name for the object file: give one with -o; see arkc --help");
     row("fmt /dev/null", 2, "arkc: /dev/null is no plain file; - reads standard input");
@@ -197,6 +198,8 @@ void ArkcTest::saysWhatToTry()
     QVERIFY(QFile::resize(m_directory->filePath(QStringLiteral("large.src")), qint64{ 3 } << 30)); // takes no room
     write("latin.src", "char a[] = '\xe4'\n");
     write("include.src", "include 'none.src'\n");
+    write("part.src", "integer a\n");
+    write("whole.src", "include 'part.src'\nstart { a = 1 }\n");
     write("folder.src", "include 'folder'\n");
     QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("folder")));
     QVERIFY(QFile::link(QStringLiteral("good.src"), m_directory->filePath(QStringLiteral("link.src"))));
