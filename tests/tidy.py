@@ -118,8 +118,7 @@ class Unit:
         try:
             while waiting:
                 now, later = self.part(waiting)
-                found = self.findings_in(now)
-                findings += found
+                findings += self.findings_in(now)
                 waiting = later
         except subprocess.TimeoutExpired:
             self.late = waiting
@@ -129,20 +128,26 @@ class Unit:
 
     def part(self, sources):
         """Those that compile together, and the rest."""
-        if len(sources) > 1:
-            self.write(sources)
-            run = self.run("clang++", *sources[0].flags, "-w", "-ferror-limit=0", "-fsyntax-only", str(self.path))
-            if run.returncode != 0:
-                wrong = {match["file"] for match in FINDING.finditer(run.stderr)}
-                later = [source for source in sources[1:] if str(source.path) in wrong] or sources[1:]
-                return [source for source in sources if source not in later], later
-        return sources, []
+        later = []
+        while len(sources) > 1 and (wrong := self.wrong_in(sources)):
+            later += wrong
+            sources = [source for source in sources if source not in wrong]
+        return sources, later
+
+    def wrong_in(self, sources):
+        """Those that the compiler complains about; never the first, so that something is left."""
+        self.write(sources)
+        run = self.run("clang++", *sources[0].flags, "-w", "-ferror-limit=0", "-fsyntax-only", str(self.path))
+        if run.returncode == 0:
+            return []
+        names = {match["file"] for match in FINDING.finditer(run.stderr)}
+        return [source for source in sources[1:] if str(source.path) in names] or sources[1:]
 
     def findings_in(self, sources):
         self.write(sources)
         run = self.run("clang-tidy", "-quiet", f"--config-file={RULES}", r"-header-filter=src/.*\.(h|cpp)$",
                        str(self.path), "--", *sources[0].flags)
-        matches = [match for match in FINDING.finditer(run.stdout)]
+        matches = list(FINDING.finditer(run.stdout))
         if run.returncode != 0 and not matches:
             names = " ".join(str(source.path) for source in sources)
             return [f"{names}: clang-tidy failed: {run.stderr.strip()[-400:]}"]

@@ -142,6 +142,7 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
         result.objectFile = objectFileOf(program);
     }
     result.diagnostics = sources.takeDiagnostics();
+    result.files = sources.names();
     return result;
 }
 } // namespace

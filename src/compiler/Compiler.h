@@ -2,12 +2,14 @@
 #include "compiler/Diagnostics.h"
 
 #include <QByteArray>
+#include <QStringList>
 
 /// What a compilation gives: remarks in the order of their places, and the object file when none is an error.
 struct CompileResult
 {
     QByteArray objectFile; // empty after an error
     std::vector<Diagnostic> diagnostics;
+    QStringList files; // that were read, the program's own first
 
     bool isGood() const { return errorCount(diagnostics) == 0; }
     QString text() const; // all diagnostics as a compiler prints them; empty when there are none

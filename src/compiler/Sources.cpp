@@ -16,21 +16,21 @@ struct LineAndColumn
     int lineStart = 0;
 };
 
-LineAndColumn locate(const QString &text, int offset)
+int widthOf(const QString &text, int start, int end)
 {
-    LineAndColumn place;
-    const int end = std::min(offset, text.size());
-    for (int i = 0; i < end; ++i) {
-        const QChar character = text.at(i);
-        if (character == QLatin1Char('\n')) {
-            ++place.line;
-            place.column = 1;
-            place.lineStart = i + 1;
-        } else if (!character.isLowSurrogate()) {
-            ++place.column;
-        }
+    int width = 0;
+    for (int i = start; i < std::min(end, text.size()); ++i) {
+        width += text.at(i).isLowSurrogate() ? 0 : 1;
     }
-    return place;
+    return width;
+}
+
+LineAndColumn locate(const Sources::File &file, int offset)
+{
+    const int end = std::min(offset, file.text.size());
+    const auto next = std::upper_bound(file.lineStarts.begin(), file.lineStarts.end(), end);
+    const int start = *std::prev(next);
+    return { static_cast<int>(next - file.lineStarts.begin()), widthOf(file.text, start, end) + 1, start };
 }
 
 /// The line of a place, or of a long line the part around it. firstColumn: where that part begins.
@@ -47,7 +47,7 @@ QString lineAround(const QString &text, int offset, const LineAndColumn &place, 
     if (start > place.lineStart && text.at(start).isLowSurrogate()) {
         --start;
     }
-    firstColumn = place.column - locate(text.mid(start, offset - start), offset - start).column + 1;
+    firstColumn = place.column - widthOf(text, start, offset);
     return text.mid(start, std::min(kLongest, place.lineStart + length - start));
 }
 
@@ -68,7 +68,7 @@ int lengthAt(const QString &text, int offset)
     } else if (at(offset) != QLatin1Char('\n')) {
         ++end;
     }
-    return locate(text.mid(offset, end - offset), end - offset).column - 1;
+    return widthOf(text, offset, end);
 }
 
 /// Whether bytes are well-formed UTF-8 and nothing is left over at their end.
@@ -86,8 +86,21 @@ int Sources::add(const QString &name, const QString &text)
     QString lines = text;
     lines.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     lines.replace(QLatin1Char('\r'), QLatin1Char('\n'));
-    m_files.push_back({ name, lines });
+    std::vector<int> starts{ 0 };
+    for (int end = lines.indexOf(QLatin1Char('\n')); end >= 0; end = lines.indexOf(QLatin1Char('\n'), end + 1)) {
+        starts.push_back(end + 1);
+    }
+    m_files.push_back({ name, lines, std::move(starts) });
     return static_cast<int>(m_files.size()) - 1;
+}
+
+QStringList Sources::names() const
+{
+    QStringList names;
+    for (const File &file : m_files) {
+        names << file.name;
+    }
+    return names;
 }
 
 void Sources::error(SourcePosition position, const QString &message)
@@ -112,7 +125,7 @@ void Sources::add(Diagnostic::Severity severity, SourcePosition position, const 
         return;
     }
     const File &source = file(position.file);
-    const LineAndColumn place = locate(source.text, position.offset);
+    const LineAndColumn place = locate(source, position.offset);
     Diagnostic diagnostic{ severity, source.name, place.line, place.column, message };
     diagnostic.length = lengthAt(source.text, position.offset);
     diagnostic.sourceLine = lineAround(source.text, position.offset, place, diagnostic.sourceColumn);
@@ -129,6 +142,7 @@ std::vector<Diagnostic> Sources::takeDiagnostics()
         return std::pair(a.position.file, a.position.offset) < std::pair(b.position.file, b.position.offset);
     });
     std::vector<Diagnostic> diagnostics;
+    diagnostics.reserve(m_remarks.size());
     for (const Remark &remark : m_remarks) {
         diagnostics.push_back(remark.diagnostic);
     }
@@ -139,7 +153,7 @@ std::vector<Diagnostic> Sources::takeDiagnostics()
 QString Sources::lineReference(SourcePosition position, SourcePosition nearTo) const
 {
     const File &source = file(position.file);
-    const QString line = QString::number(locate(source.text, position.offset).line);
+    const QString line = QString::number(locate(source, position.offset).line);
     return position.file == nearTo.file ? QStringLiteral("line %1").arg(line)
                                         : QStringLiteral("%1:%2").arg(source.name, line);
 }
@@ -171,9 +185,23 @@ ReadSource readSource(const QString &path)
     if (!file.open(QIODevice::ReadOnly)) {
         return { QString(), QStringLiteral("cannot be read: %1").arg(file.errorString()) };
     }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        return { QString(), QStringLiteral("cannot be read: %1").arg(file.errorString()) };
+    const ReadBytes read = readBytes(file);
+    return read.problem.isNull() ? decodeSource(read.bytes)
+                                 : ReadSource{ QString(), QStringLiteral("cannot be read: %1").arg(read.problem) };
+}
+
+ReadBytes readBytes(QFileDevice &file)
+{
+    constexpr int kMost = 256 * 1024 * 1024;
+    constexpr int kPiece = 1024 * 1024;
+    QByteArray bytes;
+    bool isTooLarge = file.size() > kMost; // of a pipe it is not known
+    for (QByteArray piece; !isTooLarge && !(piece = file.read(kPiece)).isEmpty();) {
+        bytes += piece;
+        isTooLarge = bytes.size() > kMost;
     }
-    return decodeSource(bytes);
+    if (isTooLarge) {
+        return { {}, QStringLiteral("it is larger than 256 MB") };
+    }
+    return file.error() == QFileDevice::NoError ? ReadBytes{ bytes, QString() } : ReadBytes{ {}, file.errorString() };
 }

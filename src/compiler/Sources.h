@@ -1,7 +1,8 @@
 #pragma once
 #include "compiler/Diagnostics.h"
 
-#include <QString>
+#include <QFileDevice>
+#include <QStringList>
 
 #include <set>
 #include <utility>
@@ -22,9 +23,11 @@ public:
     {
         QString name; // as it stands in diagnostics
         QString text;
+        std::vector<int> lineStarts; // offsets; the first is 0
     };
 
     int add(const QString &name, const QString &text); // line ends of any kind; the file's index
+    QStringList names() const;
     const File &file(int index) const { return m_files[static_cast<size_t>(index)]; }
 
     /// A remark that repeats another at the same place is dropped. After kMostErrors errors nothing more is kept.
@@ -66,3 +69,12 @@ ReadSource readSource(const QString &path);
 
 /// Bytes of a source as text: UTF-8, with or without a byte order mark, no NUL.
 ReadSource decodeSource(const QByteArray &bytes);
+
+/// All bytes of an open file, or why there are none. What is larger than any program is refused, so that a wrong name
+/// costs no memory.
+struct ReadBytes
+{
+    QByteArray bytes;
+    QString problem; // null: there is none
+};
+ReadBytes readBytes(QFileDevice &file);

@@ -121,6 +121,7 @@ void ArkcTest::saysWhatToTry_data()
 {
     const Table<QString, int, QByteArray> row("arguments", "status", "line");
     row("check none.src", 1, "none.src: error: cannot be read: No such file or directory; check its name");
+    row("check large.src", 1, "large.src: error: cannot be read: it is larger than 256 MB; name another");
     row("check folder", 1, "folder: error: cannot be read: it is a folder; name a file in it");
     row("check good.pobj", 1, "good.pobj: error: this is an object file, no source; 'arkc dump' writes it as source");
     row("build binary", 1, "binary:1:1: error: the file holds a NUL byte; it is no source text; name a source file");
@@ -139,6 +140,7 @@ void ArkcTest::saysWhatToTry_data()
     row("build good.src -o /dev/full", 2,
         "arkc: cannot write /dev/full: No space left on device; check the folder, its rights and the space on the "
         "disk");
+    row("build whole.src -o part.src", 2, "arkc: the output part.src would overwrite the source; name another with -o");
     row("build good.src -o link.src", 2, "arkc: the output link.src would overwrite the source; name another with -o");
     row("build -", 2, "arkc: standard input has no name for the object file: give one with -o; see arkc --help");
     row("fmt /dev/null", 2, "arkc: /dev/null is no plain file; - reads standard input");
@@ -153,8 +155,12 @@ void ArkcTest::saysWhatToTry()
     QCOMPARE(run(QStringLiteral("build good.src")).status, 0);
     write("empty.src", " \n");
     write("binary", QByteArray("a\0b", 3));
+    write("large.src", "");
+    QVERIFY(QFile::resize(m_directory->filePath(QStringLiteral("large.src")), qint64{ 3 } << 30)); // takes no room
     write("latin.src", "char a[] = '\xe4'\n");
     write("include.src", "include 'none.src'\n");
+    write("part.src", "integer a\n");
+    write("whole.src", "include 'part.src'\nstart { a = 1 }\n");
     write("folder.src", "include 'folder'\n");
     QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("folder")));
     QVERIFY(QFile::link(QStringLiteral("good.src"), m_directory->filePath(QStringLiteral("link.src"))));

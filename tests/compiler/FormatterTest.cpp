@@ -110,6 +110,9 @@ void FormatterTest::laysOut_data()
     row("a comment of several lines moves with its place and ends a statement",
         "start {\n/* a\n   b\n\tc */ x = 1 /*\n */ y = 2\n}",
         "start\n{\n    /* a\n       b\n        c */\n    x = 1  /*\n*/\n    y = 2\n}\n");
+    row("the lines of a comment keep their place below its first, behind tabs, pairs of code units and other comments",
+        "long x\t\t/* \xF0\x9F\x98\x80 */ /* a\n\t\t\t\t\t   b */\n",
+        "long x  /* \xF0\x9F\x98\x80 */ /* a\n                   b */\n");
     row("comments of neighbours are aligned", "integer a // 1\ninteger bb\nlong ccc /* 3 */\n\nchar d // 4\n",
         "integer a  // 1\ninteger bb\nlong ccc   /* 3 */\n\nchar d  // 4\n");
     row("= and { are aligned where they were",

@@ -176,10 +176,15 @@ private:
             line.code += item(i).text;
             depth += opens(item(i)) ? 1 : closes(item(i)) ? -1 : 0;
         }
+        int width = 0; // of the comments so far
         for (size_t i = codeEnd; i < end; ++i) {
-            line.comment += line.comment.isEmpty() ? QString() : QStringLiteral(" ");
-            line.commentColumn = item(i).sourceColumn - widthOf(line.comment);
+            if (i > codeEnd) {
+                line.comment += QLatin1Char(' ');
+                ++width;
+            }
+            line.commentColumn = item(i).sourceColumn - width;
             line.comment += item(i).text;
+            width += widthOf(item(i).text);
         }
         return line;
     }

@@ -6,12 +6,42 @@
 namespace {
 constexpr int kTab = 4;
 
+/// The columns of offsets that are asked for in the order of the text, so that a long line is counted once.
+class Columns
+{
+public:
+    explicit Columns(const QString &text)
+        : m_text(text)
+    {}
+
+    int of(int offset)
+    {
+        for (; m_at < offset; ++m_at) {
+            const QChar character = m_text.at(m_at);
+            if (character == QLatin1Char('\n')) {
+                m_column = 0;
+            } else if (character == QLatin1Char('\t')) {
+                m_column += kTab - m_column % kTab;
+            } else if (!character.isLowSurrogate()) {
+                ++m_column;
+            }
+        }
+        return m_column;
+    }
+
+private:
+    const QString &m_text;
+    int m_at = 0;
+    int m_column = 0; // of m_at
+};
+
 /// Reads what stands between two tokens: blanks, line ends and comments, nothing else.
 class GapReader
 {
 public:
-    GapReader(const QString &text, int start, int end)
+    GapReader(const QString &text, Columns &columns, int start, int end)
         : m_text(text)
+        , m_columns(columns)
         , m_at(start)
         , m_end(end)
     {}
@@ -47,7 +77,7 @@ private:
     {
         SourceComment comment;
         comment.lineEnds = std::min(m_lineEnds, 2);
-        comment.column = columnOf(m_at);
+        comment.column = m_columns.of(m_at);
         const int start = m_at;
         const bool isLine = m_text.at(m_at + 1) == QLatin1Char('/');
         const QString close = isLine                                ? QStringLiteral("\n")
@@ -59,17 +89,6 @@ private:
         comment.isMultiLine = comment.text.contains(QLatin1Char('\n'));
         comment.endsLine = isLine || comment.isMultiLine;
         return comment;
-    }
-
-    int columnOf(int offset) const
-    {
-        const int lineStart = offset > 0 ? m_text.lastIndexOf(QLatin1Char('\n'), offset - 1) + 1 : 0;
-        int column = 0;
-        for (int i = lineStart; i < offset; ++i) {
-            const QChar character = m_text.at(i);
-            column += character == QLatin1Char('\t') ? kTab - column % kTab : character.isLowSurrogate() ? 0 : 1;
-        }
-        return column;
     }
 
     static QString withoutEndBlanks(const QString &text)
@@ -84,6 +103,7 @@ private:
     }
 
     const QString &m_text;
+    Columns &m_columns;
     int m_at;
     const int m_end;
     int m_lineEnds = 0;
@@ -107,6 +127,7 @@ std::vector<FormatToken> formatTokensOf(Sources &sources, int file)
     }
     result.reserve(tokens.size());
     const QString &text = sources.file(file).text;
+    Columns columns(text);
     int end = 0;
     for (const Token &token : tokens) {
         FormatToken item;
@@ -114,7 +135,7 @@ std::vector<FormatToken> formatTokensOf(Sources &sources, int file)
         item.text = text.mid(token.position.offset, token.length);
         item.position = token.position;
         item.startsLine = token.startsLine;
-        GapReader(text, end, token.position.offset).readInto(item);
+        GapReader(text, columns, end, token.position.offset).readInto(item);
         end = token.position.offset + token.length;
         result.push_back(std::move(item));
     }

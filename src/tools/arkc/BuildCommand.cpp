@@ -6,6 +6,8 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace arkc {
 namespace {
 struct BuildArguments
@@ -29,6 +31,13 @@ bool areSame(const QString &one, const QString &other)
            (first.exists() && first.canonicalFilePath() == second.canonicalFilePath());
 }
 
+Outcome refuseOutput(const QString &output)
+{
+    complain(QStringLiteral("the output %1 would overwrite the source").arg(output),
+             QStringLiteral("name another with -o"));
+    return Outcome::WrongUse;
+}
+
 Outcome build(const BuildArguments &arguments)
 {
     const QString source = QString::fromStdString(arguments.source);
@@ -37,9 +46,7 @@ Outcome build(const BuildArguments &arguments)
     }
     const QString output = arguments.output.empty() ? besideSource(source) : QString::fromStdString(arguments.output);
     if (areSame(source, output)) {
-        complain(QStringLiteral("the output %1 would overwrite the source").arg(output),
-                 QStringLiteral("name another with -o"));
-        return Outcome::WrongUse;
+        return refuseOutput(output);
     }
     const Input input = readInput(source);
     Report report(formOf(arguments.format));
@@ -52,6 +59,10 @@ Outcome build(const BuildArguments &arguments)
     report.add(result.diagnostics);
     if (!report.finish() || !result.isGood()) {
         return Outcome::Failed;
+    }
+    const auto isOutput = [&output](const QString &read) { return areSame(read, output); };
+    if (std::any_of(result.files.begin(), result.files.end(), isOutput)) { // one that is included
+        return refuseOutput(output);
     }
     return writeFile(output, result.objectFile) ? Outcome::Done : Outcome::WrongUse;
 }

@@ -27,14 +27,16 @@ void keepOwner(const QString &path, const QFileDevice &file)
 }
 
 /// The text of an error of a file that cannot be read, and what to try.
-QString readProblem(const QString &path, const QFileDevice &file)
+QString readProblem(const QString &path, const QFileDevice &file, const QString &problem)
 {
     const QFileInfo info(path);
     if (info.isDir()) {
         return QStringLiteral("cannot be read: it is a folder; name a file in it");
     }
-    return QStringLiteral("cannot be read: %1; %2")
-        .arg(file.errorString(), info.exists() ? QStringLiteral("check its rights") : QStringLiteral("check its name"));
+    const char *const advice = file.error() == QFileDevice::NoError ? "name another"
+                               : info.exists()                      ? "check its rights"
+                                                                    : "check its name";
+    return QStringLiteral("cannot be read: %1; %2").arg(problem, QLatin1String(advice));
 }
 
 template <class File>
@@ -55,9 +57,10 @@ Input readInput(const QString &path, const QString &nameOfStandardInput)
     } else {
         isOpen = file.open(QIODevice::ReadOnly);
     }
-    input.bytes = isOpen ? file.readAll() : QByteArray();
-    if (!isOpen || file.error() != QFileDevice::NoError || (path != kStandardInput && QFileInfo(path).isDir())) {
-        input.problem = readProblem(path, file);
+    const ReadBytes read = isOpen ? readBytes(file) : ReadBytes{ {}, file.errorString() };
+    input.bytes = read.bytes;
+    if (!read.problem.isNull() || (path != kStandardInput && QFileInfo(path).isDir())) {
+        input.problem = readProblem(path, file, read.problem);
     }
     return input;
 }
