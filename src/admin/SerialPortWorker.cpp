@@ -11,8 +11,8 @@
 #include <QTimer>
 
 namespace {
-constexpr int kReplyMs = 2000;                   // a change that ends the process waits so long for its reply to leave
-constexpr qint64 kMaxWaitingBytes = 1024 * 1024; // for a tool that does not read; more is not sent
+constexpr int kReplyMs = 2000; // a change that ends the process waits so long for its reply to leave
+constexpr qint64 kMaxWaitingBytes = 1024LL * 1024; // for a tool that does not read; more is not sent
 } // namespace
 
 SerialPortWorker::SerialPortWorker(const QString &deviceFile, const SettingManager &settings, Actions actions,

@@ -124,7 +124,7 @@ QString SettingManager::currentNameServer() const
 
 QString SettingManager::currentMac() const
 {
-    const QString stored = values().mac;
+    QString stored = values().mac;
     if (isMacAddress(stored) && stored != noMac()) {
         return stored;
     }

@@ -89,7 +89,7 @@ QByteArray SystemNetwork::resolverConfiguration() const
 
 QString SystemNetwork::mainInterface() const
 {
-    const QString usual = QStringLiteral("eth0");
+    QString usual = QStringLiteral("eth0");
     if (hasInterface(usual)) {
         return usual;
     }

@@ -15,7 +15,7 @@ QString scriptText(const QStringList &names)
     QString text;
     for (const QString &name : names) {
         QFile file(QStringLiteral(":/scripts/") + name);
-        const bool isOpen = file.open(QIODevice::ReadOnly);
+        [[maybe_unused]] const bool isOpen = file.open(QIODevice::ReadOnly);
         Q_ASSERT(isOpen);
         text += QString::fromUtf8(file.readAll()) + QLatin1Char('\n');
     }

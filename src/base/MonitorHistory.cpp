@@ -35,7 +35,7 @@ MonitorHistory::Past MonitorHistory::since(qint64 nowMs, qint64 ageMs,
     const std::lock_guard lock(m_mutex);
     const auto first =
         std::find_if(m_lines.begin(), m_lines.end(), [&](const Line &line) { return nowMs - line.wallMs <= ageMs; });
-    const Past past{ nowMs, m_lostUntilMs, { first, m_lines.end() } };
+    Past past{ nowMs, m_lostUntilMs, { first, m_lines.end() } };
     atTheSeam(past);
     return past;
 }

@@ -41,7 +41,8 @@ void Tables::add(const CommandText &command)
         }
         std::string pattern;
         for (const std::string &name : option.names) {
-            pattern += (pattern.empty() ? "" : " | ") + start + ' ' + name + '\'';
+            pattern += pattern.empty() ? "" : " | ";
+            pattern.append(start).append(1, ' ').append(name).append(1, '\'');
         }
         options += "    " + pattern + ")" + actions(option.completion, option.isCommaList) + " ;;\n";
     }

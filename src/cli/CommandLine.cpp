@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iomanip>
 #include <iostream>
+#include <new>
 #include <sstream>
 
 namespace CommandLine {
@@ -189,18 +190,36 @@ std::optional<int> parse(CLI::App &app, int argc, char **argv,
         app.parse(argc, argv);
         return std::nullopt;
     } catch (const CLI::Success &asked) {
-        errno = 0;
-        app.exit(asked);
-        std::cout.flush();
-        if (std::cout && std::fflush(stdout) == 0) {
-            return 0;
-        }
-        if (errno != EPIPE) {
-            std::fprintf(stderr, "%s: cannot write the output: %s\n", app.get_name().c_str(), std::strerror(errno));
-        }
-        return 1;
+        return show(app, asked);
     } catch (const CLI::ParseError &error) {
         return refuse(plainly(app, error));
+    }
+}
+
+int show(const CLI::App &app, const CLI::Success &asked)
+{
+    errno = 0;
+    app.exit(asked);
+    std::cout.flush();
+    if (std::cout && std::fflush(stdout) == 0) {
+        return 0;
+    }
+    if (errno != EPIPE) {
+        std::fprintf(stderr, "%s: cannot write the output: %s\n", app.get_name().c_str(), std::strerror(errno));
+    }
+    return 1;
+}
+
+int guarded(const char *program, const std::function<int()> &run) noexcept
+{
+    try {
+        return run();
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "%s: not enough memory\n", program);
+        return 1;
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "%s: %s\n", program, error.what());
+        return 1;
     }
 }
 } // namespace CommandLine

@@ -54,4 +54,10 @@ std::string valueName(const CLI::Option &option); // what its value is called in
 /// \param refuse  says what is wrong with the command line, and gives the status for it
 std::optional<int> parse(CLI::App &app, int argc, char **argv,
                          const std::function<int(const std::string &what)> &refuse);
+
+/// Shows the help or version that was asked for. The status to end with: 1 when it could not be written.
+int show(const CLI::App &app, const CLI::Success &asked);
+
+/// Runs the whole of a program. What a library throws, when memory is short for example, is said and ends it with 1.
+int guarded(const char *program, const std::function<int()> &run) noexcept;
 } // namespace CommandLine

@@ -46,6 +46,7 @@ std::string table(const char *title, const std::vector<Row> &rows, size_t widest
 std::vector<Row> rowsOf(const std::vector<OptionText> &options)
 {
     std::vector<Row> rows;
+    rows.reserve(options.size());
     for (const OptionText &option : options) {
         rows.emplace_back(option.head(), option.description);
     }
@@ -84,7 +85,8 @@ std::string exitText(const Explanation &explanation)
 {
     std::string text;
     for (const auto &[status, meaning] : explanation.exits) {
-        text += (text.empty() ? "\nExit status: " : "; ") + status + ' ' + meaning;
+        text += text.empty() ? "\nExit status: " : "; ";
+        text.append(status).append(1, ' ').append(meaning);
     }
     std::string lines;
     for (const std::string &line : wrapped(text, kColumns)) {

@@ -10,10 +10,10 @@ namespace {
 /// deepest built-in.
 const char *stackFloor()
 {
-    constexpr size_t kReserve = 512 * 1024;
-    constexpr size_t kMost = 64 * 1024 * 1024;
+    constexpr size_t kReserve = 512UL * 1024;
+    constexpr size_t kMost = 64UL * 1024 * 1024;
     rlimit limit{};
-    size_t size = 8 * 1024 * 1024;
+    size_t size = 8UL * 1024 * 1024;
     if (getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) {
         size = std::min<size_t>(limit.rlim_cur, kMost);
     }

@@ -52,7 +52,7 @@ std::optional<QVector<qint64>> PanelFunction::channels(const ArgumentList &argum
 
 std::optional<QByteArray> PanelFunction::page(const ArgumentList &arguments) const
 {
-    const QByteArray name = bytesArgument(arguments, 1);
+    QByteArray name = bytesArgument(arguments, 1);
     if (name.isEmpty()) {
         report(QT_TRANSLATE_NOOP("messages", "Page name argument of %1 function is not valid"));
         return std::nullopt;

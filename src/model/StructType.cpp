@@ -42,6 +42,18 @@ std::optional<ChannelAddress> addressIn(const BasicType *value, ValueClass exact
     }
     return ChannelAddress{ device->address(), integerPart32(code->value()) };
 }
+
+/// What every record begins with. Devices, channels and levels have a short record of their own behind it, not that of
+/// a structure.
+void writeHead(const BasicType &value, RecordWriter &writer)
+{
+    value.BasicType::writeTo(writer);
+}
+
+void readHead(BasicType &value, RecordReader &reader)
+{
+    value.BasicType::readFrom(reader);
+}
 } // namespace
 
 BasicType *StructType::member(Name name) const
@@ -184,7 +196,7 @@ std::unique_ptr<BasicType> Device::clone() const
 
 void Device::writeTo(RecordWriter &writer) const
 {
-    BasicType::writeTo(writer);
+    writeHead(*this, writer);
     const DeviceAddress parts = address();
     writer.writeInt(parts.number);
     writer.writeInt(parts.port);
@@ -193,7 +205,7 @@ void Device::writeTo(RecordWriter &writer) const
 
 void Device::readFrom(RecordReader &reader)
 {
-    BasicType::readFrom(reader);
+    readHead(*this, reader);
     DeviceAddress parts;
     parts.number = reader.readInt();
     parts.port = reader.readInt();
@@ -252,14 +264,14 @@ std::unique_ptr<BasicType> DeviceCode::clone() const
 
 void DeviceCode::writeTo(RecordWriter &writer) const
 {
-    BasicType::writeTo(writer);
+    writeHead(*this, writer);
     writer.writeInt(address().channel);
     writeValue(writer, members()[1].value.get());
 }
 
 void DeviceCode::readFrom(RecordReader &reader)
 {
-    BasicType::readFrom(reader);
+    readHead(*this, reader);
     setCode(reader.readInt());
     const std::unique_ptr<BasicType> device = readValue(reader);
     if (const Device *read = asDevice(device.get())) {

@@ -58,8 +58,8 @@ struct DeviceAddress
     int system = 0;
 
     friend bool operator==(const DeviceAddress &, const DeviceAddress &) = default;
-    friend auto operator<=>(const DeviceAddress &, const DeviceAddress &) = default;
-    QString text() const; // "number:port:system"
+    friend auto operator<=>(const DeviceAddress &, const DeviceAddress &) = default; // NOLINT(modernize-use-nullptr)
+    QString text() const;                                                            // "number:port:system"
 };
 
 /// A device address number:port:system, with the parts as INTEGER members NUMBER, PORT and SYSTEM.

@@ -50,7 +50,7 @@ std::optional<QByteArray> takeField(QByteArray &rest)
     if (colon < 0) {
         return std::nullopt;
     }
-    const QByteArray field = rest.left(colon);
+    QByteArray field = rest.left(colon);
     rest.remove(0, colon + 1);
     return field;
 }

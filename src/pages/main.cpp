@@ -65,9 +65,8 @@ bool writePages(const Program &program, const std::filesystem::path &folder)
     }
     return isWritten;
 }
-} // namespace
 
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
     if (argc != 2) {
         std::fputs("Usage: command_pages FOLDER\n", stderr);
@@ -78,4 +77,10 @@ int main(int argc, char **argv)
         isWritten = writePages(program, argv[1]) && isWritten;
     }
     return isWritten ? 0 : 1;
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    return guarded("command_pages", [=] { return run(argc, argv); });
 }

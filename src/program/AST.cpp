@@ -259,7 +259,7 @@ int AST::findTypeCode(const QString &name) const
 
 QString AST::typeName(int code) const
 {
-    const QString builtIn = builtInTypeName(code);
+    QString builtIn = builtInTypeName(code);
     if (!builtIn.isEmpty()) {
         return builtIn;
     }
@@ -288,7 +288,8 @@ void AST::setDevices(DeviceActions *devices)
 void AST::setPulseTimeMs(int ms)
 {
     m_pulseTimeMs = ms;
-    m_getPulseTime->setValue(ms / 100);
+    const int tenths = ms / 100;
+    m_getPulseTime->setValue(tenths);
 }
 
 void AST::clear()

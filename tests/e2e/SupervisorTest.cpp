@@ -32,6 +32,7 @@ private Q_SLOTS:
     void isNotSurvivedByItsController();
     void answersBesideOddClients();
     void saysThatThereIsNone();
+    void saysThatItCannotWrite();
 };
 
 namespace {
@@ -280,6 +281,22 @@ void SupervisorTest::saysThatThereIsNone()
     const StatusRun wrong = askStatus(controller, { QStringLiteral("--nonsense") });
     QCOMPARE(wrong.status, 2);
     QCOMPARE(wrong.errors.count('\n'), 1);
+}
+
+void SupervisorTest::saysThatItCannotWrite()
+{
+    const ControllerProcess controller;
+    for (const QStringList &words :
+         { QStringList{ QStringLiteral("--help") }, { QStringLiteral("status"), QStringLiteral("--json") } }) {
+        QProcess process;
+        process.setProcessEnvironment(controller.environment());
+        process.setStandardOutputFile(QStringLiteral("/dev/full"));
+        process.start(QStringLiteral(ARKHOST_PROGRAM), words);
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 1);
+        const QByteArray errors = process.readAllStandardError();
+        QVERIFY2(errors.contains("arkhost: cannot write the output: No space left on device"), errors.constData());
+    }
 }
 
 QTEST_GUILESS_MAIN(SupervisorTest)

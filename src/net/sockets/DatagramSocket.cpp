@@ -119,7 +119,7 @@ void DatagramSocket::removed()
 
 std::vector<DatagramSocket::Datagram> DatagramSocket::readAvailable(int &error) const
 {
-    static std::vector<char> buffer(64 * 1024); // no datagram is longer
+    static std::vector<char> buffer(64UL * 1024); // no datagram is longer
     std::vector<Datagram> datagrams;
     while (datagrams.size() < kMostPerTurn) {
         SocketAddress sender;

@@ -12,7 +12,7 @@
 #include <unistd.h>
 
 namespace {
-constexpr size_t kReadSize = 64 * 1024;
+constexpr size_t kReadSize = 64UL * 1024;
 
 // A peer that vanished without a word is noticed after two minutes.
 constexpr int kSilentSeconds = 60;

@@ -7,7 +7,7 @@
 #include <QSslSocket>
 
 namespace {
-constexpr qint64 kReadSize = 64 * 1024;
+constexpr qint64 kReadSize = 64LL * 1024;
 }
 
 std::shared_ptr<TlsStream> TlsStream::connectTo(SocketLoop &loop, const QHostAddress &address, quint16 port,

@@ -85,6 +85,7 @@ std::vector<Edit> editsOf(const QStringList &before, const QStringList &after)
         ++tail;
     }
     std::vector<Edit> edits;
+    edits.reserve(static_cast<size_t>(before.size()) + static_cast<size_t>(after.size()));
     for (int i = 0; i < same; ++i) {
         edits.push_back({ QLatin1Char(' '), before[i] });
     }

@@ -3,7 +3,8 @@
 
 #include <QCoreApplication>
 
-int main(int argc, char **argv)
+namespace {
+int run(int argc, char **argv)
 {
     keepStandardStreams();
     CLI::App app;
@@ -15,12 +16,14 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     for (const arkc::Command &command : commands) {
         if (*command.word) {
-            try {
-                return static_cast<int>(command.run());
-            } catch (const std::exception &error) { // of the libraries
-                return static_cast<int>(arkc::wrongUse(error.what()));
-            }
+            return static_cast<int>(command.run());
         }
     }
     return static_cast<int>(arkc::wrongUse("no command given"));
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    return CommandLine::guarded("arkc", [=] { return run(argc, argv); });
 }

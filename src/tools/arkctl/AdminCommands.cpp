@@ -211,8 +211,8 @@ Outcome runNetwork(const NetworkArguments &arguments, bool isDhcp, const RunOpti
     if (!arguments.mac.empty() && !isMac(arguments.mac)) {
         return wrongUse("not a MAC address such as 08:90:00:12:34:56: " + arguments.mac);
     }
-    const QByteArray text = isDhcp ? dhcpText(QString::fromStdString(arguments.mac))
-                                   : staticIpText(addresses, QString::fromStdString(arguments.mac));
+    QByteArray text = isDhcp ? dhcpText(QString::fromStdString(arguments.mac))
+                             : staticIpText(addresses, QString::fromStdString(arguments.mac));
     return RestartingCommand(
                options, [text](const ControllerInfo &) { return text; },
                "Stored. The controller ends and uses it when its supervisor has started it again.")

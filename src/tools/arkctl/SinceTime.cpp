@@ -10,11 +10,11 @@ qint64 unitMs(QChar unit)
 {
     switch (unit.toLatin1()) {
     case 'd':
-        return 24 * 3600 * kSecondMs;
+        return kSecondMs * 3600 * 24;
     case 'h':
-        return 3600 * kSecondMs;
+        return kSecondMs * 3600;
     case 'm':
-        return 60 * kSecondMs;
+        return kSecondMs * 60;
     default:
         return kSecondMs;
     }

@@ -14,9 +14,8 @@ Outcome run(const Command &command, const CommonOptions &common)
     }
     return command.run({ *endpoint, static_cast<int>(common.timeoutSeconds * 1000) });
 }
-} // namespace
 
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
     keepStandardStreams();
     CLI::App app;
@@ -34,4 +33,10 @@ int main(int argc, char **argv)
         }
     }
     return static_cast<int>(wrongUse("no command given"));
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    return CommandLine::guarded("arkctl", [=] { return run(argc, argv); });
 }

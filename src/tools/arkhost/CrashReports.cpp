@@ -6,7 +6,7 @@
 #include <QSaveFile>
 
 namespace {
-constexpr qint64 kMaxDigested = 64 * 1024 * 1024; // bytes; a larger file would hold up the next start
+constexpr qint64 kMaxDigested = 64LL * 1024 * 1024; // bytes; a larger file would hold up the next start
 
 QByteArray pair(const char *name, const QString &value)
 {
@@ -89,8 +89,7 @@ QString CrashReports::freePath(const QDateTime &at) const
     // Names in the order of time, also of several within a second.
     const QString name = at.toUTC().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     for (int count = 0;; ++count) {
-        const QString path =
-            QStringLiteral("%1/crash-%2-%3.txt").arg(m_directory, name).arg(count, 2, 10, QLatin1Char('0'));
+        QString path = QStringLiteral("%1/crash-%2-%3.txt").arg(m_directory, name).arg(count, 2, 10, QLatin1Char('0'));
         if (!QFileInfo::exists(path)) {
             return path;
         }

@@ -79,7 +79,7 @@ std::optional<int> parseHost(CLI::App &app, HostCommandLine &line, const std::ve
     try {
         app.parse(own);
     } catch (const CLI::Success &help) {
-        return app.exit(help);
+        return CommandLine::show(app, help);
     } catch (const CLI::ExtrasError &error) {
         HostDisplay::complain(QString::fromLocal8Bit(error.what()) +
                               QStringLiteral("; the controller's options stand behind --, see arkhost --help"));

@@ -26,14 +26,14 @@ QByteArray HostStatusLine::show(const QByteArray &text, int columns)
     if (m_lineIsOpen || m_text.isEmpty()) {
         return away();
     }
-    const QByteArray result = away() + drawn();
+    QByteArray result = away() + drawn();
     m_isDrawn = true;
     return result;
 }
 
 QByteArray HostStatusLine::away()
 {
-    const QByteArray result = m_isDrawn ? QByteArray(kErase) : QByteArray();
+    QByteArray result = m_isDrawn ? QByteArray(kErase) : QByteArray();
     m_isDrawn = false;
     return result;
 }

@@ -8,6 +8,7 @@
 #include <QDeadlineTimer>
 #include <QLocalSocket>
 
+#include <cerrno>
 #include <cstdio>
 #include <variant>
 
@@ -65,9 +66,17 @@ std::variant<QByteArray, NoAnswer> ask(int timeoutMs)
                                    .arg(HostProtocol::serverName()) };
 }
 
-void print(const QByteArray &text)
+/// False: it could not be written; said, unless nobody reads it any more.
+bool print(const QByteArray &text)
 {
-    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
+    const auto size = static_cast<size_t>(text.size());
+    if (std::fwrite(text.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0) {
+        return true;
+    }
+    if (errno != EPIPE) {
+        HostDisplay::complain(QStringLiteral("cannot write the output: %1").arg(qt_error_string(errno)));
+    }
+    return false;
 }
 } // namespace
 
@@ -87,6 +96,6 @@ int runStatusCommand(bool wantsJson, int timeoutMs)
         HostDisplay::complain(QStringLiteral("the supervisor answers in a form that this version does not know"));
         return kNotRunning;
     }
-    print(wantsJson ? json + '\n' : HostStatusText::lines(*status).toLocal8Bit());
-    return status->isRunning() ? kRunning : kNotRunning;
+    const bool isPrinted = print(wantsJson ? json + '\n' : HostStatusText::lines(*status).toLocal8Bit());
+    return isPrinted && status->isRunning() ? kRunning : kNotRunning;
 }

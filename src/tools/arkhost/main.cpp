@@ -47,9 +47,8 @@ int supervise(const HostCommandLine &line)
     }
     return QCoreApplication::exec();
 }
-} // namespace
 
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
     keepStandardStreams();
     std::signal(SIGPIPE, SIG_IGN); // a terminal that has gone is no reason to end
@@ -62,4 +61,10 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     return line.wantsStatus ? runStatusCommand(line.wantsJson, static_cast<int>(line.timeoutSeconds * 1000))
                             : supervise(line);
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    return CommandLine::guarded("arkhost", [=] { return run(argc, argv); });
 }
