@@ -1,6 +1,7 @@
 #include "LibraryBench.h"
 #include "support/Table.h"
 
+#include <QProcess>
 #include <QRandomGenerator>
 #include <QtTest>
 
@@ -23,6 +24,7 @@ private Q_SLOTS:
     void buildsAudioFrames_data();
     void buildsAudioFrames();
     void comesBackTheSame();
+    void agreesWithPython();
     void drawsRandomNumbers();
 };
 
@@ -265,6 +267,43 @@ void ConversionFunctionsTest::comesBackTheSame()
         const double whole = random.bounded(1 << 30);
         QCOMPARE(bench.call("atoi", { bench.call("itoa", { -whole }) }), QVariant(-whole));
         QCOMPARE(bench.call("hextoi", { bench.call("itohex", { whole }) }), QVariant(whole));
+    }
+}
+
+void ConversionFunctionsTest::agreesWithPython()
+{
+    // One line of hexadecimal bytes in; MD5, Modbus CRC (bytes first to last, each bit reflected) and Base64 out.
+    const QString script = QStringLiteral(R"(
+import base64, hashlib, sys
+for line in sys.stdin:
+    data = bytes.fromhex(line)
+    register = int("1" * 16, 2)
+    for bit in (byte >> place & 1 for byte in data for place in range(8)):
+        register = register // 2 ^ (0xA001 if register % 2 != bit else 0)
+    print(hashlib.md5(data).hexdigest().upper(), register, base64.b64encode(data).decode())
+)");
+    LibraryBench bench;
+    QRandomGenerator random(11);
+    std::vector<QByteArray> inputs;
+    QByteArray lines;
+    for (int length = 1; length <= 2000; length = length < 140 ? length + 1 : length * 5 / 4) {
+        QByteArray data(length, 0);
+        std::generate(data.begin(), data.end(), [&random] { return static_cast<char>(random.bounded(256)); });
+        lines += data.toHex() + '\n';
+        inputs.push_back(data);
+    }
+    QProcess python;
+    python.start(QStringLiteral("python3"), { QStringLiteral("-c"), script });
+    python.write(lines);
+    python.closeWriteChannel();
+    QVERIFY(python.waitForFinished());
+    for (const QByteArray &data : inputs) {
+        const QByteArrayList expected = python.readLine().trimmed().split(' ');
+        QCOMPARE(expected.size(), 3);
+        QCOMPARE(bench.call("MD5_VALUE", { data }), QVariant(expected.at(0)));
+        QCOMPARE(bench.call("modbus_crc16", { data }), QVariant(expected.at(1).toDouble()));
+        QCOMPARE(bench.call("array_to_base64", { data }), QVariant(expected.at(2)));
+        QCOMPARE(bench.call("base64_to_array", { expected.at(2) }), QVariant(data));
     }
 }
 
