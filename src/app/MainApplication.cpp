@@ -34,7 +34,9 @@
 #include <QTemporaryFile>
 #include <QThread>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 void sayOnStandardError(const QString &text)
@@ -161,8 +163,10 @@ std::optional<int> MainApplication::start()
     if (const auto *end = std::get_if<OptionsEnd>(&parsed)) {
         if (end->status != 0) {
             sayOnStandardError(end->text);
-        } else {
-            std::puts(end->text.toLocal8Bit().constData());
+        } else if (std::puts(end->text.toLocal8Bit().constData()) < 0 || std::fflush(stdout) != 0) {
+            sayOnStandardError(QStringLiteral("arkivon: cannot write the output: ") +
+                               QString::fromLocal8Bit(std::strerror(errno)));
+            return 1;
         }
         return end->status;
     }
