@@ -32,5 +32,5 @@ need() {
 # What the programs are built from.
 # shellcheck disable=SC2034 # used where this is sourced
 build_packages=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libqt5serialport5-dev qttools5-dev
-                qttools5-dev-tools qttranslations5-l10n libcli11-dev libncurses-dev libsystemd-dev nlohmann-json3-dev
+                qttools5-dev-tools qttranslations5-l10n libcli11-dev libncurses-dev libsystemd-dev mold nlohmann-json3-dev
                 zlib1g-dev python3)
