@@ -17,6 +17,7 @@ public:
 
     /// Of a remote controller: 1 has four ports with IO lines, every other kind eight.
     int modelKind() const { return 1; }
+    int onlinePorts() const { return modelKind() == 1 ? 4 : 8; } // serial ports that come online, from 1
 
 private:
     int m_brand;

@@ -11,8 +11,6 @@
 #include "net/controllers/ControllerLinks.h"
 
 namespace {
-constexpr int kFewPorts = 4; // of model kind 1
-constexpr int kManyPorts = 8;
 
 CustomEvent eventOf(EventType type, const DeviceAddress &device)
 {
@@ -162,7 +160,7 @@ void ControllerBridge::raise(const TargetNumber &number)
     if (number.system == localSystemNumber()) {
         return; // itself, or a twin by mistake
     }
-    const int ports = ConfigManager().modelKind() == 1 ? kFewPorts : kManyPorts;
+    const int ports = ConfigManager().onlinePorts();
     for (int port = 1; port <= ports && m_program && !m_program->tree().stopRequested(); ++port) {
         monitorLog(MonitorMessageType::Online,
                    translated(QT_TRANSLATE_NOOP("messages", "Online Event: 5001:%1:%2")).arg(port).arg(number.system));

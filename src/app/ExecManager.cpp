@@ -22,8 +22,6 @@
 namespace {
 constexpr qint64 kCopyBlock = 4096; // bytes
 constexpr int kMainlineMs = 100;
-constexpr int kFewPorts = 4; // serial ports that come online, of model kind 1
-constexpr int kManyPorts = 8;
 
 bool copyWhole(QFile &source, QIODevice &copy)
 {
@@ -112,7 +110,7 @@ void ExecManager::runStart()
         return;
     }
     m_program->dispatcher().runStartBlock();
-    const int ports = ConfigManager().modelKind() == 1 ? kFewPorts : kManyPorts;
+    const int ports = ConfigManager().onlinePorts();
     for (int port = 1; port <= ports && !stopRequested(); ++port) {
         monitorLog(MonitorMessageType::Online,
                    translated(QT_TRANSLATE_NOOP("messages", "Online Event: 5001:%1:0")).arg(port));

@@ -2,7 +2,7 @@
 
 namespace CommandLine {
 namespace {
-std::string quoted(const std::string &text)
+std::string fishQuoted(const std::string &text)
 {
     std::string result = "'";
     for (const char letter : text) {
@@ -45,32 +45,32 @@ void Script::addOption(const std::string &row, const OptionText &option)
         const bool isLong = name.compare(0, 2, "--") == 0;
         rows += isLong ? " -l " + name.substr(2) : " -s " + name.substr(1);
     }
-    rows += " -d " + quoted(option.description);
+    rows += " -d " + fishQuoted(option.description);
     if (!option.value.empty()) {
         const std::string offered = choices(option.completion, option.isCommaList, program);
-        rows += offered.empty() ? " -x" : " -x -a " + quoted(offered);
+        rows += offered.empty() ? " -x" : " -x -a " + fishQuoted(offered);
     }
     rows += '\n';
 }
 
 void Script::add(const CommandText &command)
 {
-    const std::string row = "complete -c " + program + " -n " + quoted("__" + program + "_at " + command.line);
+    const std::string row = "complete -c " + program + " -n " + fishQuoted("__" + program + "_at " + command.line);
     for (const OptionText &option : command.allOptions()) {
         addOption(row, option);
         for (const std::string &name : option.value.empty() ? std::vector<std::string>() : option.names) {
-            values += ' ' + quoted(command.line + ' ' + name);
+            values += ' ' + fishQuoted(command.line + ' ' + name);
         }
     }
     for (const OptionText &argument : command.arguments) {
         const std::string offered = choices(argument.completion, false, program);
         if (!offered.empty()) {
-            rows += row + " -a " + quoted(offered) + '\n';
+            rows += row + " -a " + fishQuoted(offered) + '\n';
         }
     }
     for (const CommandText &below : command.commands) {
-        rows += row + " -a " + below.word() + " -d " + quoted(below.brief) + '\n';
-        words += ' ' + quoted(below.line);
+        rows += row + " -a " + below.word() + " -d " + fishQuoted(below.brief) + '\n';
+        words += ' ' + fishQuoted(below.line);
         add(below);
     }
 }

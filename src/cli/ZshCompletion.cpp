@@ -12,7 +12,7 @@ std::string escaped(const std::string &text, const std::string &special)
     return result;
 }
 
-std::string quoted(const std::string &text)
+std::string zshQuoted(const std::string &text)
 {
     std::string result = "'";
     for (const char letter : text) {
@@ -44,7 +44,7 @@ std::string valueSpec(const std::string &name, const OptionText &option)
     if (option.isCommaList && !values.empty()) {
         action = " _values -s , " + name + ' ' + values;
     } else if (!values.empty() && hasFiles) {
-        action = "_alternative \"values:value:(" + values + ")\" " + quoted("files:file:" + filesAction(completion));
+        action = "_alternative \"values:value:(" + values + ")\" " + zshQuoted("files:file:" + filesAction(completion));
     } else if (!values.empty()) {
         action = '(' + values + ')';
     } else if (hasFiles) {
@@ -61,7 +61,7 @@ std::string optionSpecs(const OptionText &option)
         const std::string sign = option.value.empty() ? "" : isLong ? "=" : "+";
         std::string spec = option.isMany ? "*" : '(' + joined(option.names, " ") + ')';
         spec += name + sign + '[' + escaped(option.description, "[]\\") + ']';
-        lines += "        " + quoted(spec + (sign.empty() ? "" : valueSpec(option.value, option))) + " \\\n";
+        lines += "        " + zshQuoted(spec + (sign.empty() ? "" : valueSpec(option.value, option))) + " \\\n";
     }
     return lines;
 }
@@ -85,7 +85,7 @@ std::string placeSpecs(const CommandText &command)
     for (size_t index = 0; index < command.arguments.size(); ++index) {
         const OptionText &argument = command.arguments[index];
         const std::string place = argument.isMany ? "*" : std::to_string(index + 1);
-        lines += "        " + quoted(place + valueSpec(argument.names.front(), argument)) + " \\\n";
+        lines += "        " + zshQuoted(place + valueSpec(argument.names.front(), argument)) + " \\\n";
     }
     return lines + "        && return\n";
 }
@@ -97,7 +97,7 @@ std::string choiceBelow(const CommandText &command)
     std::string cases;
     std::string arguments;
     for (const CommandText &below : command.commands) {
-        words += "            " + quoted(below.word() + ':' + below.brief) + '\n';
+        words += "            " + zshQuoted(below.word() + ':' + below.brief) + '\n';
         cases += "        " + below.word() + ") " + functionName(below) + " ;;\n";
     }
     for (const OptionText &argument : command.arguments) {

@@ -23,7 +23,7 @@ struct Operator
 
 constexpr Operator kCalculations[] = { { "|", '|', 6 },  { "^", '^', 7 },  { "&", '&', 8 },  { "+", '+', 10 },
                                        { "-", '-', 10 }, { "*", '*', 11 }, { "/", '/', 11 }, { "mod", '%', 11 } };
-constexpr Operator kComparisons[] = {
+constexpr Operator kComparisonSigns[] = {
     { "or", NumberBoolExpression::Or, 1 },           { "xor", NumberBoolExpression::Xor, 2 },
     { "and", NumberBoolExpression::And, 3 },         { "=", NumberBoolExpression::Equal, 4 },
     { "<>", NumberBoolExpression::NotEqual, 4 },     { "<", NumberBoolExpression::Less, 5 },
@@ -192,7 +192,7 @@ QString ExpressionWriter::binary(const Expression *left, const QString &sign, co
 
 QString ExpressionWriter::comparison(const NumberBoolExpression &node, int &binding) const
 {
-    if (const Operator *row = rowOf(kComparisons, node.operatorCode)) {
+    if (const Operator *row = rowOf(kComparisonSigns, node.operatorCode)) {
         binding = row->binding;
         return binary(node.left.get(), QString::fromLatin1(row->sign), node.right.get(), binding);
     }

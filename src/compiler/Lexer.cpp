@@ -34,7 +34,7 @@ constexpr Sign kSigns[] = {
     { "!", TokenKind::Not },           { "\"", TokenKind::Quote },
 };
 
-constexpr Sign kOperatorWords[] = {
+constexpr Sign kWordSigns[] = {
     { "mod", TokenKind::Percent },       { "band", TokenKind::Ampersand }, { "bor", TokenKind::Pipe },
     { "bxor", TokenKind::Caret },        { "bnot", TokenKind::Tilde },     { "lshift", TokenKind::ShiftLeft },
     { "rshift", TokenKind::ShiftRight }, { "and", TokenKind::And },        { "or", TokenKind::Or },
@@ -188,7 +188,7 @@ private:
             ++m_at;
         }
         const QString name = m_text.mid(m_start, m_at - m_start);
-        for (const Sign &word : kOperatorWords) {
+        for (const Sign &word : kWordSigns) {
             if (name.compare(QLatin1String(word.text), Qt::CaseInsensitive) == 0) {
                 add(word.kind);
                 return;

@@ -12,7 +12,6 @@
 namespace {
 constexpr int kPanelTicks = 6; // of 100 ms
 constexpr int kPortTicks = 4;
-constexpr int kDefaultPulseMs = 500;
 
 DeviceManager *theManager = nullptr;
 
@@ -75,7 +74,7 @@ DeviceManager::DeviceManager(std::unique_ptr<PortHardware> hardware, QObject *pa
 {
     Q_ASSERT(!theManager);
     theManager = this;
-    m_ports.setPulseTime([this] { return m_program ? m_program->pulseTimeMs() : kDefaultPulseMs; });
+    m_ports.setPulseTime([this] { return m_program ? m_program->pulseTimeMs() : PortManager::kDefaultPulseMs; });
     connect(&m_ports, &PortManager::gotIRCode, this, &DeviceManager::gotIRCode);
     connect(&m_ports, &PortManager::gotPortStatus, this,
             [this](int port, int channel, int status) { Q_EMIT gotPortStatus(0, port, channel, status); });

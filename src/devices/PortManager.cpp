@@ -10,7 +10,6 @@
 
 namespace {
 constexpr int kLedOffAfterMs = 40;
-constexpr int kDefaultPulseMs = 500;
 constexpr int kClosingTimeoutMs = 1000;
 
 constexpr int kSerialActivityLed = 12;
@@ -18,7 +17,6 @@ constexpr int kFirstIrLed = 8;
 constexpr int kLastIrLed = 11;
 constexpr int kLastPlayingIrPort = 13; // emitters 5 to 8 have a code file and no output
 constexpr int kLastSendingSerialPort = 4;
-constexpr int kIos = 6;
 constexpr int kFirstIrChannel = 100; // of code number 0
 constexpr int kLastIrChannel = 355;
 
@@ -161,7 +159,7 @@ void PortManager::switchRelay(PortAction action, int relay)
 
 void PortManager::switchIo(PortAction action, int number, int pulseMs)
 {
-    if (number < 1 || number > kIos) {
+    if (number < 1 || number > Port::kIos) {
         return;
     }
     switch (action) {

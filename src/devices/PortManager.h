@@ -20,6 +20,8 @@ public:
     using IrFilePath = std::function<QString(int port)>; // empty: the port has no code file
     using PulseTime = std::function<int()>;              // milliseconds
 
+    static constexpr int kDefaultPulseMs = 500; // while no program says otherwise
+
     explicit PortManager(std::unique_ptr<PortHardware> hardware, QObject *parent = nullptr);
     ~PortManager() override;
 

@@ -9,7 +9,6 @@
 
 namespace {
 constexpr int kOutputs = 8; // relays, emitters and serial ports
-constexpr int kIos = 6;
 constexpr qint32 kMinBaudRate = 1000;
 constexpr int kFlagHold = 1; // any other flag releases
 
@@ -141,7 +140,7 @@ constexpr Row kRows[] = {
     { 31, parseIrOutput },
     { 32, parseIrPulse },
     { 33, parseIrHold },
-    { 41, [](Fields &fields) { return parseState(fields, Port::kIo, kIos); } },
+    { 41, [](Fields &fields) { return parseState(fields, Port::kIo, Port::kIos); } },
     { 42, [](Fields &fields) { return parsePulse(fields, Port::kIo); } },
     { 43, [](Fields &fields) { return parseHold(fields, Port::kIo); } },
 };

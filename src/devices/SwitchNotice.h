@@ -12,6 +12,7 @@ constexpr int kRelays = 9;
 constexpr int kFirstIr = 10;
 constexpr int kLastIr = 17;
 constexpr int kIo = 18;
+constexpr int kIos = 6; // its channels
 inline bool isIr(int port)
 {
     return port >= kFirstIr && port <= kLastIr;

@@ -13,7 +13,7 @@
 #include <algorithm>
 
 namespace {
-constexpr int kPiece = 16 * 1024;
+constexpr int kTlsPiece = 16 * 1024;
 constexpr qint64 kLingerMs = 2000;
 
 QByteArray contentOf(const QString &path, QString &problem)
@@ -56,7 +56,7 @@ HttpTlsConnection::HttpTlsConnection(int socket, const QSslConfiguration &config
         deleteLater();
         return;
     }
-    m_socket->setReadBufferSize(kPiece);
+    m_socket->setReadBufferSize(kTlsPiece);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     qDebug("HttpConnectionHandler (%p): Starting encryption", static_cast<void *>(this));
     m_socket->setSslConfiguration(configuration);
@@ -82,7 +82,7 @@ void HttpTlsConnection::move()
     while (isMoving) {
         isMoving = moveOut();
         if (m_conversation.wantsInput() && m_socket->bytesAvailable() > 0) {
-            const QByteArray bytes = m_socket->read(kPiece);
+            const QByteArray bytes = m_socket->read(kTlsPiece);
             m_conversation.receive(bytes.constData(), bytes.size(), linkClockMs());
             isMoving = true;
         }
@@ -96,16 +96,16 @@ void HttpTlsConnection::move()
 bool HttpTlsConnection::moveOut()
 {
     HttpOutput &output = m_conversation.output();
-    if (output.isEmpty() || m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite() >= kPiece) {
+    if (output.isEmpty() || m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite() >= kTlsPiece) {
         return false;
     }
     if (OutBuffer &bytes = output.bytes(); !bytes.isEmpty()) {
-        const int count = std::min(bytes.size(), kPiece);
+        const int count = std::min(bytes.size(), kTlsPiece);
         m_socket->write(bytes.data(), count);
         bytes.consume(count);
     } else {
-        char piece[kPiece];
-        const auto wanted = static_cast<size_t>(std::min<qint64>(output.fileBytes(), kPiece));
+        char piece[kTlsPiece];
+        const auto wanted = static_cast<size_t>(std::min<qint64>(output.fileBytes(), kTlsPiece));
         const ssize_t count = ::pread(output.file(), piece, wanted, output.fileOffset());
         if (count <= 0) { // it has become shorter: the client must not take this for the whole
             m_conversation.drop();

@@ -7,7 +7,7 @@
 #include <QSslSocket>
 
 namespace {
-constexpr qint64 kReadSize = 64LL * 1024;
+constexpr qint64 kPlainTextSize = 64LL * 1024;
 }
 
 std::shared_ptr<TlsStream> TlsStream::connectTo(SocketLoop &loop, const QHostAddress &address, quint16 port,
@@ -24,7 +24,7 @@ TlsStream::TlsStream(SocketLoop &loop, std::shared_ptr<Owner> owner)
     , m_socket(new QSslSocket(&loop))
     , m_owner(std::move(owner))
 {
-    m_socket->setReadBufferSize(kReadSize);
+    m_socket->setReadBufferSize(kPlainTextSize);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
 }
 
@@ -129,7 +129,7 @@ void TlsStream::goOn()
         tell([this](Owner &owner) { owner.connected(*this); });
         callLater();
     } else if (m_state == State::Open && m_socket->bytesAvailable() > 0) {
-        const QByteArray bytes = m_socket->read(kReadSize);
+        const QByteArray bytes = m_socket->read(kPlainTextSize);
         tell([&](Owner &owner) { owner.received(*this, bytes); });
         callLater();
     } else if (m_endError != kNoSocketError) {

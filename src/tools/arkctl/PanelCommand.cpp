@@ -182,7 +182,7 @@ Outcome runPanel(const PanelArguments &arguments, const RunOptions &options)
 constexpr auto kActions = "push CHANNEL, release CHANNEL, press CHANNEL (both), level LEVEL VALUE, wait SECONDS, "
                           "watch (until interrupted), - (the lines of standard input, # begins a comment)";
 
-CommandLine::Explanation explanation()
+CommandLine::Explanation panelExplanation()
 {
     return { "Without an ACTION the terminal becomes the panel: buttons, levels and a log; ? shows its keys. ACTIONs "
              "are done "
@@ -200,7 +200,7 @@ Command panelCommand(CLI::App &app)
 {
     CLI::App *const word =
         app.add_subcommand("panel", "Be a touch panel: a screen on the terminal, or one action after the other");
-    CommandLine::explain(*word, explanation());
+    CommandLine::explain(*word, panelExplanation());
     const auto arguments = std::make_shared<PanelArguments>();
     word->add_option("DEVICE", arguments->device, "The panel's device number")
         ->required()

@@ -6,7 +6,7 @@
 #include <set>
 
 namespace {
-constexpr size_t kMostCodes = 1000;
+constexpr size_t kMostListedCodes = 1000;
 constexpr int kHighestCode = 65535;
 
 /// Adds the numbers of "7" or "7-9"; false when the part is neither.
@@ -19,7 +19,7 @@ bool addPart(const QString &part, std::set<int> &codes)
     if (!match.hasMatch() || first > last || last > kHighestCode) {
         return false;
     }
-    for (int code = first; code <= last && codes.size() <= kMostCodes; ++code) {
+    for (int code = first; code <= last && codes.size() <= kMostListedCodes; ++code) {
         codes.insert(code);
     }
     return true;
@@ -35,8 +35,8 @@ std::variant<std::vector<int>, std::string> parseCodeList(const std::string &tex
             return "not a list of numbers such as 1-24,101: " + text;
         }
     }
-    if (codes.size() > kMostCodes) {
-        return "more than " + std::to_string(kMostCodes) + " numbers: " + text;
+    if (codes.size() > kMostListedCodes) {
+        return "more than " + std::to_string(kMostListedCodes) + " numbers: " + text;
     }
     return std::vector<int>(codes.begin(), codes.end());
 }

@@ -1,21 +1,19 @@
 #include "tools/arkctl/screen/MentionedCodes.h"
 
 namespace {
-using Kind = LinkMessage::Kind;
-
-constexpr qint64 kHighestCode = 65535;
+constexpr qint64 kHighestMentionedCode = 65535;
 constexpr qint64 kWidestGroup = 100;
 
 void add(qint64 code, QVector<int> &codes)
 {
-    if (code >= 0 && code <= kHighestCode) {
+    if (code >= 0 && code <= kHighestMentionedCode) {
         codes.append(static_cast<int>(code));
     }
 }
 
 void addRange(qint64 first, qint64 last, QVector<int> &codes)
 {
-    const bool isGroup = first >= 0 && last <= kHighestCode && first < last && last - first < kWidestGroup;
+    const bool isGroup = first >= 0 && last <= kHighestMentionedCode && first < last && last - first < kWidestGroup;
     for (qint64 code = first; isGroup && code <= last; ++code) {
         add(code, codes);
     }
@@ -41,21 +39,21 @@ MentionedCodes codesMentionedIn(const LinkMessage &message)
 {
     MentionedCodes codes;
     for (const LinkMessage::Pair &pair : message.pairs) {
-        add(pair.first, message.kind == Kind::Levels ? codes.levels : codes.channels);
+        add(pair.first, message.kind == LinkMessage::Kind::Levels ? codes.levels : codes.channels);
     }
     if (!message.field("channel").isEmpty()) {
         add(message.number("channel"), codes.channels);
     }
     // Containers have channels too, but they are no buttons.
-    if (message.kind != Kind::SetContainerProperty && message.kind != Kind::ContainerCall) {
+    if (message.kind != LinkMessage::Kind::SetContainerProperty && message.kind != LinkMessage::Kind::ContainerCall) {
         const QVector<qint64> channels = message.channels();
         for (const qint64 channel : channels) {
             add(channel, codes.channels);
         }
     }
-    if (message.kind == Kind::RangeStatus) {
+    if (message.kind == LinkMessage::Kind::RangeStatus) {
         addRange(message.number("first"), message.number("last"), codes.channels);
-    } else if (message.kind == Kind::Snapshot) {
+    } else if (message.kind == LinkMessage::Kind::Snapshot) {
         addSnapshot(message.body, codes);
     }
     return codes;

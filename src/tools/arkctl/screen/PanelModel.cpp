@@ -9,7 +9,6 @@ namespace {
 constexpr size_t kMostCodes = 4000; // a controller that names more is not shown more
 constexpr int kLongestLabel = 100;  // characters
 constexpr int kRepeatMs = 120;      // keyboards repeat faster than that, fingers do not
-using Kind = PanelAction::Kind;
 
 /// Adds a code in its place; the selection stays on the code it was on.
 void addCode(std::vector<int> &codes, int code, int &selected)
@@ -119,7 +118,7 @@ PanelModel::Actions PanelModel::press(QTime now, int channel)
     if (isHeld(channel)) {
         return toggleHold(now, channel);
     }
-    return tell(now, { { Kind::Push, channel }, { Kind::Release, channel } });
+    return tell(now, { { PanelAction::Kind::Push, channel }, { PanelAction::Kind::Release, channel } });
 }
 
 PanelModel::Actions PanelModel::toggleHold(QTime now, int channel)
@@ -131,10 +130,10 @@ PanelModel::Actions PanelModel::toggleHold(QTime now, int channel)
         return {};
     }
     if (m_held.erase(channel) > 0) {
-        return tell(now, { { Kind::Release, channel } });
+        return tell(now, { { PanelAction::Kind::Release, channel } });
     }
     m_held.insert(channel);
-    return tell(now, { { Kind::Push, channel } });
+    return tell(now, { { PanelAction::Kind::Push, channel } });
 }
 
 bool PanelModel::isKeyRepeat(QTime now)
@@ -152,7 +151,7 @@ PanelModel::Actions PanelModel::fingerDown(QTime now, int channel)
     Actions actions = fingerUp(now); // a release that the terminal has not told
     m_finger = channel;
     if (m_held.erase(channel) == 0) {
-        const Actions push = tell(now, { { Kind::Push, channel } });
+        const Actions push = tell(now, { { PanelAction::Kind::Push, channel } });
         actions.insert(actions.end(), push.begin(), push.end());
     }
     return actions;
@@ -170,7 +169,7 @@ PanelModel::Actions PanelModel::fingerUp(QTime now)
     }
     const int channel = *m_finger;
     m_finger.reset();
-    return tell(now, { { Kind::Release, channel } });
+    return tell(now, { { PanelAction::Kind::Release, channel } });
 }
 
 PanelModel::Actions PanelModel::slideFrom(QTime now, int level, int value)
@@ -203,7 +202,7 @@ PanelModel::Actions PanelModel::releaseAll(QTime now)
     Actions actions = fingerUp(now);
     Actions releases;
     for (const int channel : m_held) {
-        releases.push_back({ Kind::Release, channel });
+        releases.push_back({ PanelAction::Kind::Release, channel });
     }
     m_held.clear();
     if (!releases.empty()) {
@@ -230,7 +229,7 @@ PanelModel::Actions PanelModel::setLevel(QTime now, int level, int value)
                        .arg(limits.highest);
         return {};
     }
-    Actions actions = tell(now, { { Kind::Level, level, value } });
+    Actions actions = tell(now, { { PanelAction::Kind::Level, level, value } });
     if (!actions.empty()) {
         addLevel(level);
         m_state.moveLevel(level, value);
