@@ -124,5 +124,8 @@ bool Interpreter::mayMoveLevels(Name name) const
 
 bool Interpreter::isNeverChanged(const BasicType &global) const
 {
+    if (m_program.isKeptCurrent(global)) {
+        return false;
+    }
     return global.isConst() || !(m_program.isChanged(global.name()) || m_program.isBound(global.name()));
 }

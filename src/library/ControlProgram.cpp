@@ -32,6 +32,7 @@ ControlProgram *ControlProgram::current()
 bool ControlProgram::load(QDataStream &stream)
 {
     const bool loaded = loadObjectFile(*m_tree, stream);
+    m_tree->refreshDateAndTime();
     m_interpreter->prepareFunctions();
     m_dispatcher->prepare();
     return loaded;

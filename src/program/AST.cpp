@@ -93,7 +93,7 @@ AST::AST(const QString &dataDirectory, QObject *parent)
     registerCustomTypes();
     createSystemSymbols();
     m_clockTickets = { Clock::instance().every(100, [this] { tickTenth(); }),
-                       Clock::instance().every(1000, [this] { tickSecond(); }) };
+                       Clock::instance().every(1000, [this] { refreshDateAndTime(); }) };
 }
 
 AST::~AST()
@@ -138,10 +138,9 @@ void AST::declareGlobal(std::unique_ptr<BasicType> value)
         fuzzyEqual(1 + before->value(), 1 + after->value())) {
         std::replace(m_globalOrder.begin(), m_globalOrder.end(), existing, value.get());
         std::erase(m_systemSymbols, existing); // its address may be another value's from now on
-        m_systemSymbols.erase(std::remove(m_systemSymbols.begin(), m_systemSymbols.end(), existing),
-                              m_systemSymbols.end());
         m_globalsById[slot] = value.get();
         m_globals[text] = std::move(value);
+        findSystemVariables();
         return;
     }
     Q_EMIT error(translated(QT_TRANSLATE_NOOP("messages", "Symbol [%1] already defined in current scope")).arg(text));
@@ -377,6 +376,11 @@ void AST::createSystemSymbols()
     declareSystem(std::make_unique<DevChan>(), "push_devchan");
     declareSystem(std::make_unique<DevChan>(), "release_devchan");
 
+    findSystemVariables();
+}
+
+void AST::findSystemVariables()
+{
     m_getTimer = asDouble(findGlobal(nameOf("get_timer")));
     m_getPulseTime = asDouble(findGlobal(nameOf("get_pulse_time")));
     m_pushChannel = asDouble(findGlobal(nameOf("push_channel")));
@@ -386,6 +390,14 @@ void AST::createSystemSymbols()
     m_date = asArray(findGlobal(nameOf("date")));
     m_time = asArray(findGlobal(nameOf("time")));
     m_day = asArray(findGlobal(nameOf("day")));
+}
+
+bool AST::isKeptCurrent(const BasicType &global) const
+{
+    const BasicType *const variables[] = { m_getTimer,       m_getPulseTime, m_pushChannel,
+                                           m_releaseChannel, m_pushDevChan,  m_releaseDevChan,
+                                           m_date,           m_time,         m_day };
+    return std::find(std::begin(variables), std::end(variables), &global) != std::end(variables);
 }
 
 void AST::declareSystem(std::unique_ptr<BasicType> value, const char *name)
@@ -406,7 +418,7 @@ void AST::tickTenth()
     *m_getTimer->storage() = static_cast<double>(++m_tenths);
 }
 
-void AST::tickSecond()
+void AST::refreshDateAndTime()
 {
     const QDateTime now = Clock::instance().localDateTime();
     overwrite(*m_date, now.toString(QStringLiteral("MM/dd/yy")).toLatin1());

@@ -106,7 +106,10 @@ public:
     /// Empties the program after a load that failed: only the system's symbols stay.
     void clear();
 
-    // System variables that the runtime keeps up to date
+    // System variables that the runtime keeps up to date. A program may declare a number of them again, as a constant
+    // of the value that it begins with: the new one is kept up to date in its place.
+    bool isKeptCurrent(const BasicType &global) const;
+    void refreshDateAndTime();                     // by itself every second
     void setPushed(const ChannelAddress &input);   // push_channel, push_devchan
     void setReleased(const ChannelAddress &input); // release_channel, release_devchan
 
@@ -126,11 +129,11 @@ Q_SIGNALS:
 
 private:
     void createSystemSymbols();
+    void findSystemVariables();
     void declareSystem(std::unique_ptr<BasicType> value, const char *name);
     void registerCustomTypes();
     void checkDevice(const Device &device);
     void tickTenth();
-    void tickSecond();
 
     QString m_programName;
     std::map<QString, std::unique_ptr<BasicType>> m_globals; // by normalised name
