@@ -7,7 +7,6 @@
 #include "program/AST.h"
 
 #include <QCoreApplication>
-#include <QUuid>
 
 namespace {
 class WaitStep : public Step
@@ -24,16 +23,15 @@ public:
     };
     explicit WaitStep(Plan plan)
         : m_plan(std::move(plan))
-        , m_name(m_plan.name)
+        , m_id(0, m_plan.name)
     {}
 
     Flow execute(Run &run) const override
     {
-        if (run.loopFlag && !m_plan.captured.empty()) {
-            m_name.clear();
-        }
-        if (m_name.isEmpty()) {
-            m_name = QUuid::createUuid().toString();
+        WaitTable &waits = run.interpreter().waits();
+        const bool isOneOfMany = run.loopFlag && !m_plan.captured.empty();
+        if (isOneOfMany || (m_id.first == 0 && m_id.second.isEmpty())) {
+            m_id = waits.newId();
         }
         if (!m_plan.time) {
             return Flow::Next;
@@ -43,9 +41,8 @@ public:
             run.error(QT_TRANSLATE_NOOP("messages", "Wrong wait time expression"));
             return Flow::Next;
         }
-        WaitTable &waits = run.interpreter().waits();
-        if (m_plan.hasBody && !waits.isPending(m_name)) {
-            waits.add(m_name, integerPart32(time.value), copyGlobals(run), copyLocals(run), m_plan.body);
+        if (m_plan.hasBody && !waits.isPending(m_id)) {
+            waits.add(m_id, integerPart32(time.value), copyGlobals(run), copyLocals(run), m_plan.body);
         }
         return Flow::Next;
     }
@@ -57,6 +54,7 @@ private:
         for (const Name name : m_plan.captured) {
             if (const BasicType *global = run.program().findGlobal(name)) {
                 copies.push_back(global->clone());
+                copies.back()->setStorageClass(Volatile);
             }
         }
         return copies;
@@ -85,7 +83,7 @@ private:
     }
 
     Plan m_plan;
-    mutable QString m_name; // an unnamed wait keeps the name that its first execution made for it
+    mutable WaitTable::Id m_id; // an unnamed wait keeps the number that its first execution took for it
 };
 
 class CancelWaitStep : public Step

@@ -5,6 +5,8 @@
 #include "interp/Run.h"
 #include "model/Values.h"
 
+#include <algorithm>
+
 namespace {
 /// Exchanges what two values of the same kind hold, so that pointers to the variable stay good.
 void swapContent(BasicType &variable, BasicType &copy)
@@ -32,18 +34,19 @@ WaitTable::~WaitTable()
     Clock::instance().cancel(m_tickTicket);
 }
 
-void WaitTable::add(const QString &name, int tenths, Values globals, Values locals, const Body &body)
+void WaitTable::add(const Id &id, int tenths, Values globals, Values locals, const Body &body)
 {
-    if (tenths < 0 || isPending(name)) {
+    if (tenths < 0 || isPending(id)) {
         return;
     }
     auto wait = std::make_shared<Wait>();
-    wait->name = name;
+    wait->id = id;
+    wait->issue = id.first == 0 ? 0 : ++m_lastIssue;
     wait->remainingTenths = tenths;
     wait->globals = std::move(globals);
     wait->locals = std::move(locals);
     wait->body = &body;
-    m_waits.emplace(name, std::move(wait));
+    m_waits.emplace(id, std::move(wait));
     if (m_tickTicket == 0) {
         m_tickTicket = Clock::instance().every(100, [this] { tick(); });
     }
@@ -51,7 +54,7 @@ void WaitTable::add(const QString &name, int tenths, Values globals, Values loca
 
 void WaitTable::cancel(const QString &name)
 {
-    const auto found = m_waits.find(name);
+    const auto found = m_waits.find({ 0, name });
     if (found != m_waits.end()) {
         found->second->isCancelled = true;
         m_waits.erase(found);
@@ -60,7 +63,7 @@ void WaitTable::cancel(const QString &name)
 
 void WaitTable::cancelAll()
 {
-    for (const auto &[name, wait] : m_waits) {
+    for (const auto &[id, wait] : m_waits) {
         wait->isCancelled = true;
     }
     m_waits.clear();
@@ -70,9 +73,11 @@ void WaitTable::tick()
 {
     std::vector<std::shared_ptr<Wait>> snapshot;
     snapshot.reserve(m_waits.size());
-    for (const auto &[name, wait] : m_waits) {
+    for (const auto &[id, wait] : m_waits) {
         snapshot.push_back(wait);
     }
+    std::stable_sort(snapshot.begin(), snapshot.end(),
+                     [](const auto &left, const auto &right) { return left->issue < right->issue; });
     std::vector<std::shared_ptr<Wait>> expired;
     for (const auto &wait : snapshot) {
         // One that is running waits for something itself, or it would not be ticked.
@@ -82,7 +87,7 @@ void WaitTable::tick()
         }
     }
     for (const auto &wait : expired) {
-        const auto found = m_waits.find(wait->name);
+        const auto found = m_waits.find(wait->id);
         if (found != m_waits.end() && found->second == wait) {
             m_waits.erase(found);
         }
@@ -102,6 +107,9 @@ void WaitTable::swapGlobals(Values &copies)
     for (const auto &copy : copies) {
         if (BasicType *global = m_interpreter.program().findGlobal(copy->name())) {
             swapContent(*global, *copy);
+            const int storageClass = global->storageClass(); // what the body makes of the copy is not stored
+            global->setStorageClass(copy->storageClass());
+            copy->setStorageClass(storageClass);
         }
     }
 }

@@ -10,12 +10,15 @@
 class Interpreter;
 struct Body;
 
-/// The pending waits of a program, by name, on a tick of 100 ms.
+/// The pending waits of a program, by name, on a tick of 100 ms. Of those that are due in one tick the named ones run
+/// first, in the order of their names, then those without a name in the order in which they were issued.
 /// Owns: the records with their copies. Thread: the main thread. Ends: with the program.
 class WaitTable
 {
 public:
     using Values = std::vector<std::unique_ptr<BasicType>>;
+    /// 0 and the name; of a wait without a name a number that stands for it.
+    using Id = std::pair<qint64, QString>;
 
     explicit WaitTable(Interpreter &interpreter);
     ~WaitTable();
@@ -26,15 +29,17 @@ public:
     /// \param tenths   0 and 1 run at the next tick
     /// \param globals  copies of globals that the body sees in their place
     /// \param locals   copies for the first slots of the body's frame, in order
-    void add(const QString &name, int tenths, Values globals, Values locals, const Body &body);
+    void add(const Id &id, int tenths, Values globals, Values locals, const Body &body);
     void cancel(const QString &name);
     void cancelAll();
-    bool isPending(const QString &name) const { return m_waits.count(name) > 0; }
+    bool isPending(const Id &id) const { return m_waits.count(id) > 0; }
+    Id newId() { return { ++m_lastNumber, QString() }; }
 
 private:
     struct Wait
     {
-        QString name;
+        Id id;
+        qint64 issue; // 0 of a named wait
         int remainingTenths;
         bool isCancelled = false;
         bool isRunning = false;
@@ -47,6 +52,8 @@ private:
     void swapGlobals(Values &copies);
 
     Interpreter &m_interpreter;
-    std::map<QString, std::shared_ptr<Wait>> m_waits;
+    std::map<Id, std::shared_ptr<Wait>> m_waits;
+    qint64 m_lastNumber = 0;
+    qint64 m_lastIssue = 0;
     int m_tickTicket = 0;
 };
