@@ -328,6 +328,10 @@
         <translation>符号 [%1] 在当前作用域中已定义</translation>
     </message>
     <message>
+        <source>Call depth exceeded in %1</source>
+        <translation>%1 的调用层数超限</translation>
+    </message>
+    <message>
         <source>Call depth exceeded in function %1</source>
         <translation>函数 %1 的调用层数超限</translation>
     </message>

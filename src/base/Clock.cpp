@@ -70,7 +70,7 @@ void Clock::advance(qint64 ms)
         m_byHandMs = std::max(m_byHandMs, next->second.dueMs);
         runDue(m_byHandMs);
     }
-    m_byHandMs = end;
+    m_byHandMs = std::max(m_byHandMs, end); // a job may have advanced further
 }
 
 void Clock::setLocalDateTime(const QDateTime &now)

@@ -185,7 +185,9 @@ void Dispatcher::runStartBlock()
 {
     if (m_program.startBlock) {
         m_startBlock = m_interpreter.prepareBody(*m_program.startBlock, Name());
-        m_interpreter.execute(m_startBlock, nullptr);
+        if (!m_interpreter.execute(m_startBlock, nullptr)) {
+            m_interpreter.reportTooDeep(QStringLiteral("start"));
+        }
     }
 }
 
@@ -219,7 +221,9 @@ void Dispatcher::customEvent(QEvent *event)
         break;
     }
     case kExecStatementEvent:
-        m_interpreter.execute(*static_cast<ExecStatementEvent *>(event)->body, nullptr);
+        if (!m_interpreter.execute(*static_cast<ExecStatementEvent *>(event)->body, nullptr)) {
+            m_interpreter.reportTooDeep(QStringLiteral("mainline"));
+        }
         m_pendingStatements = std::max(m_pendingStatements - 1, 0);
         break;
     default:

@@ -40,6 +40,28 @@ Name dataNameOf(const char *text)
     return Name(QString::fromLatin1(text));
 }
 
+/// What the handlers of an event are called in a source.
+QString sourceText(const CustomEvent &event)
+{
+    switch (event.type) {
+    case EventType::Push:
+    case EventType::Release:
+    case EventType::Hold:
+        return QStringLiteral("button_event [%1, %2]").arg(event.device.text()).arg(event.channel);
+    case EventType::Level:
+        return QStringLiteral("level_event [%1, %2]").arg(event.device.text()).arg(event.levelCode);
+    case EventType::Timeline:
+        return QStringLiteral("timeline_event [%1]").arg(event.timelineId);
+    case EventType::Online:
+    case EventType::String:
+    case EventType::Offline:
+    case EventType::Error:
+    case EventType::Command:
+        break;
+    }
+    return QStringLiteral("data_event [%1]").arg(event.device.text());
+}
+
 /// Systems agree when they are equal, or one is 0 and the other this controller's.
 bool sameSystem(int left, int right)
 {
@@ -321,10 +343,14 @@ void HandlerTable::runMatching(const Handler &handler, const CustomEvent &event,
             }
             const bool isDue = subHandler.repeats ? event.elapsedTenths % subHandler.holdTenths == 0
                                                   : event.elapsedTenths == subHandler.holdTenths;
-            if (!isDue) {
+            if (!isDue || (subHandler.repeats && subHandler.isRunning)) {
                 continue;
             }
         }
-        m_interpreter.execute(subHandler.body, data);
+        const bool wasRunning = std::exchange(subHandler.isRunning, true);
+        if (!m_interpreter.execute(subHandler.body, data)) {
+            m_interpreter.reportTooDeep(sourceText(event));
+        }
+        subHandler.isRunning = wasRunning;
     }
 }

@@ -37,6 +37,7 @@ private:
         bool repeats = false;
         int holdTenths = 0;
         Body body;
+        mutable bool isRunning = false; // a repeated hold never runs within itself
     };
     enum class Kind { Data, Channel, Level, Timeline };
     struct Handler

@@ -77,25 +77,27 @@ public:
 
     Number number(Run &run) const override
     {
-        if (m_code.callWithNumbers(run, m_call.arguments) && run.result.seen.isNumber()) {
+        const bool fits = m_code.callWithNumbers(run, m_call.arguments);
+        if (fits && run.result.seen.isNumber()) {
             return { normalised(m_typeCode, run.result.seen.number), true };
         }
         ValueRef hold;
-        return numberIn(otherResult(run, hold));
+        return numberIn(otherResult(run, hold, fits));
     }
     ValueView view(Run &run, ValueRef &hold) const override
     {
-        if (m_code.callWithNumbers(run, m_call.arguments) && run.result.seen.isNumber()) {
+        const bool fits = m_code.callWithNumbers(run, m_call.arguments);
+        if (fits && run.result.seen.isNumber()) {
             return ValueView::ofNumber(normalised(m_typeCode, run.result.seen.number), m_typeCode);
         }
-        return otherResult(run, hold);
+        return otherResult(run, hold, fits);
     }
 
 private:
     /// After a call that was too deep, or gave something other than a number.
-    ValueView otherResult(Run &run, ValueRef &hold) const
+    ValueView otherResult(Run &run, ValueRef &hold, bool fits) const
     {
-        if (!run.hasRoom(m_code.frameSize())) {
+        if (!fits) {
             run.error(kTooDeep, m_function.name());
             run.result = {};
         }

@@ -4,6 +4,8 @@
 #include "interp/ProgramFunction.h"
 #include "interp/Run.h"
 
+#include <QCoreApplication>
+
 namespace {
 Interpreter *currentInterpreter = nullptr;
 
@@ -83,26 +85,30 @@ std::unique_ptr<Code> Interpreter::prepareExpression(const Expression &expressio
     return expression.prepare(preparer, Context::Plain);
 }
 
-void Interpreter::execute(const Body &body, BasicType *data)
+bool Interpreter::execute(const Body &body, BasicType *data)
 {
     if (!body.step || m_program.stopRequested()) {
-        return;
+        return true;
     }
     Slot *const base = m_run->top;
     if (!m_run->hasRoom(body.frameSize)) {
-        return;
+        return false;
     }
     const FrameScope scope(*m_run, base, body.frameSize);
     if (data) {
         base->object = data;
     }
     body.step->execute(*m_run);
+    return true;
 }
 
-void Interpreter::executeWithLocals(const Body &body, const WaitTable::Values &locals)
+bool Interpreter::executeWithLocals(const Body &body, const WaitTable::Values &locals)
 {
-    if (!body.step || m_program.stopRequested() || !m_run->hasRoom(body.frameSize)) {
-        return;
+    if (!body.step || m_program.stopRequested()) {
+        return true;
+    }
+    if (!m_run->hasRoom(body.frameSize)) {
+        return false;
     }
     Slot *const base = m_run->top;
     const FrameScope scope(*m_run, base, body.frameSize);
@@ -115,6 +121,12 @@ void Interpreter::executeWithLocals(const Body &body, const WaitTable::Values &l
         }
     }
     body.step->execute(*m_run);
+    return true;
+}
+
+void Interpreter::reportTooDeep(const QString &where)
+{
+    m_run->error(QT_TRANSLATE_NOOP("messages", "Call depth exceeded in %1"), where);
 }
 
 bool Interpreter::mayMoveLevels(Name name) const

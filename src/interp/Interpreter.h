@@ -58,10 +58,13 @@ public:
 
     /// Runs a body in a scope of its own. data is borrowed; nullptr where the body sees none.
     /// A BREAK, CONTINUE or RETURN that reaches the top ends the body.
-    void execute(const Body &body, BasicType *data);
+    /// False: too much is going on already for the stack to hold it; the caller reports it.
+    [[nodiscard]] bool execute(const Body &body, BasicType *data);
 
     /// The same with copies of locals in the first slots; an empty copy is a local whose definition failed.
-    void executeWithLocals(const Body &body, const WaitTable::Values &locals);
+    [[nodiscard]] bool executeWithLocals(const Body &body, const WaitTable::Values &locals);
+
+    void reportTooDeep(const QString &where); // in words of the source
 
     /// Whether changes of a variable of that name may have to go out as levels.
     bool mayMoveLevels(Name name) const;

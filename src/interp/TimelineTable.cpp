@@ -60,7 +60,9 @@ void TimelineTable::tick()
         visited.push_back(timeline);
     }
     for (const auto &timeline : visited) {
-        if (timeline->isRunning && !timeline->isKilled) {
+        const bool isInProgress =
+            std::find(m_inProgress.begin(), m_inProgress.end(), timeline->id) != m_inProgress.end();
+        if (timeline->isRunning && !timeline->isKilled && !isInProgress) {
             tickOne(timeline);
         }
     }
@@ -83,8 +85,10 @@ void TimelineTable::tickOne(const std::shared_ptr<Timeline> &timeline)
         timeline->fired[step] = true;
         counterMs -= timeline->timesMs[step];
         if (EventRaiser *events = m_interpreter.events()) {
+            m_inProgress.push_back(timeline->id);
             events->raiseTimeline(
                 { timeline->id, static_cast<int>(step) + 1, reachedMs, timeline->isRelative, timeline->repetition });
+            m_inProgress.pop_back();
         }
     }
     if (timeline->isKilled ||

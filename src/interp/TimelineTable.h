@@ -31,7 +31,8 @@ struct Timeline
     bool isKilled = false;
 };
 
-/// The timelines of a program, by id.
+/// The timelines of a program, by id. A handler may wait for an answer: the ticks that come meanwhile pass its own
+/// timeline over, and so any timeline that the handler has made under the same id. What is due then is late.
 /// Owns: them. Thread: the main thread. Ends: with the program.
 class TimelineTable
 {
@@ -55,5 +56,6 @@ private:
     Interpreter &m_interpreter;
     std::map<int, std::shared_ptr<Timeline>> m_timelines;
     std::vector<std::shared_ptr<Timeline>> m_visited; // empty between ticks; spares their allocation
+    std::vector<int> m_inProgress;                    // ids of the timelines whose handlers run, outermost first
     int m_tickTicket = 0;
 };

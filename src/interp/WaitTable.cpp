@@ -98,7 +98,9 @@ void WaitTable::runWait(Wait &wait)
 {
     wait.isRunning = true;
     swapGlobals(wait.globals);
-    m_interpreter.executeWithLocals(*wait.body, wait.locals);
+    if (!m_interpreter.executeWithLocals(*wait.body, wait.locals)) {
+        m_interpreter.reportTooDeep(QStringLiteral("wait '%1'").arg(wait.id.second));
+    }
     swapGlobals(wait.globals);
 }
 

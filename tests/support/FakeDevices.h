@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Clock.h"
 #include "program/DeviceActions.h"
 #include "support/Spoken.h"
 
@@ -8,6 +9,7 @@ class FakeDevices : public DeviceActions
 public:
     QStringList lines;
     int channelState = 0; // the answer to every question
+    int unansweredMs = 0; // how long a panel is waited for in vain; 0: it answers
 
     void switchChannel(const DeviceAddress &device, PortAction action, int channel) override
     {
@@ -45,7 +47,14 @@ public:
         add("feedbacks", deviceNumber, channels, "=", statuses);
     }
     int relayState(const DeviceAddress &, int) const override { return channelState; }
-    bool askPanelChannel(int, int) override { return channelState != 0; }
+    bool askPanelChannel(int, int) override
+    {
+        if (unansweredMs > 0) { // the world goes on meanwhile
+            Clock::instance().advance(unansweredMs);
+            return false;
+        }
+        return channelState != 0;
+    }
     bool askPortChannel(const DeviceAddress &, int) override { return channelState != 0; }
     void releaseHeldOutputs() override {}
     void cancelRemoteToItems() override {}

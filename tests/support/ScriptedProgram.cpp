@@ -36,6 +36,8 @@ public:
             QCoreApplication::sendPostedEvents(&dispatcher);
         } else if (what == QLatin1String("state")) {
             m_devices.channelState = words.value(1).toInt();
+        } else if (what == QLatin1String("absent")) {
+            m_devices.unansweredMs = 600;
         } else if (what == QLatin1String("reload")) {
             load();
         } else {
