@@ -54,6 +54,14 @@ Array::Array(std::string_view bytes)
     , m_bytes(bytes.begin(), bytes.end())
 {}
 
+void Array::setLength(int length)
+{
+    m_length = std::max(length, 0);
+    if (m_length == 0) {
+        forgetNumbers();
+    }
+}
+
 void Array::setMaxLength(int maxLength)
 {
     if (maxLength < 0) {
@@ -110,8 +118,9 @@ ValueView Array::view(int index) const
     if (index < 1 || index > capacity()) {
         return {};
     }
-    if (isPacked()) {
-        return ValueView::ofNumber(0, typeCode());
+    const BasicType *first = object(1);
+    if (isNumericType(typeCode()) && (!first || first->isNumber())) {
+        return ValueView::ofNumber(0, first ? first->typeCode() : typeCode());
     }
     return ValueView::of(const_cast<Array *>(this)->place(index));
 }
@@ -230,10 +239,10 @@ void Array::assignBytes(std::string_view bytes)
             m_bytes.resize(m_begin + room);
         }
         std::copy_n(bytes.begin(), room, m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin));
-        m_length = static_cast<int>(room);
+        setLength(static_cast<int>(room));
         return;
     }
-    m_length = static_cast<int>(room);
+    setLength(static_cast<int>(room));
     for (size_t offset = 0; offset < room; ++offset) {
         assignValue(place(static_cast<int>(offset) + 1),
                     ValueView::ofNumber(static_cast<quint8>(bytes[offset]), CharType));
@@ -296,7 +305,7 @@ void Array::dropFront(int count)
             assignValue(place(index), view(index + count));
         }
     }
-    m_length -= count;
+    setLength(m_length - count);
 }
 
 void Array::clearElements()
@@ -455,7 +464,7 @@ void Array::assignFrom(const ValueView &source)
 
 void Array::assignSizes(const Array &source)
 {
-    m_length = m_maxLength != 0 ? std::min(source.m_length, std::max(m_maxLength, 0)) : source.m_length;
+    setLength(m_maxLength != 0 ? std::min(source.m_length, std::max(m_maxLength, 0)) : source.m_length);
     if (capacity() == 0) {
         m_maxLength = source.capacity();
     }
@@ -621,43 +630,42 @@ std::unique_ptr<BasicType> Array::makeElement() const
     if (!first) {
         return makeValue(typeCode());
     }
+    if (const Array *row = asArray(first)) {
+        return row->emptyRow();
+    }
     std::unique_ptr<BasicType> made = first->clone();
     BasicType *cell = made.get();
-    if (Array *row = asArray(cell)) {
-        // A row keeps the declared size of row 1; it is empty, and every cell in it starts anew.
-        const int size = asArray(first)->maxLength();
-        row->m_length = 0;
-        row->m_maxLength = size;
-        if (row->isPacked()) {
-            std::fill(row->m_bytes.begin(), row->m_bytes.end(), 0);
-            std::fill(row->m_numbers.begin(), row->m_numbers.end(), 0);
-            return made;
-        }
-        if (row->firstIsArray()) { // the inner template, emptied likewise
-            const Array *inner = asArray(row->object(1));
-            std::unique_ptr<BasicType> emptied = inner->clone();
-            Array *innerRow = asArray(emptied.get());
-            innerRow->m_length = 0;
-            innerRow->m_maxLength = inner->maxLength();
-            if (innerRow->isPacked()) {
-                std::fill(innerRow->m_bytes.begin(), innerRow->m_bytes.end(), 0);
-                std::fill(innerRow->m_numbers.begin(), innerRow->m_numbers.end(), 0);
-            }
-            row->m_objects.clear();
-            row->m_sparse.reset();
-            row->m_packing = Packing::Objects;
-            row->storeObject(1, std::move(emptied));
-            return made;
-        }
-        row->m_objects.clear();
-        row->m_sparse.reset();
-        row->m_packing = Packing::Objects;
-        return made;
-    }
     if (Double *number = asDouble(cell)) {
         *number->storage() = 0;
     } else if (Device *device = asDevice(cell)) {
         device->setAddress({});
     }
     return made;
+}
+
+std::unique_ptr<Array> Array::emptyRow() const
+{
+    auto row = std::make_unique<Array>(typeCode());
+    row->copyAttributes(*this);
+    row->m_maxLength = m_maxLength;
+    if (const Array *inner = asArray(object(1))) {
+        row->setElement(1, inner->emptyRow());
+    }
+    return row;
+}
+
+void Array::forgetNumbers()
+{
+    if (isPacked()) {
+        m_bytes.clear();
+        m_begin = 0;
+        m_numbers.clear();
+        m_holes.reset();
+        return;
+    }
+    const auto isNumber = [](const std::unique_ptr<BasicType> &element) { return element && element->isNumber(); };
+    if (m_sparse) {
+        std::erase_if(*m_sparse, [&](const auto &element) { return isNumber(element.second); });
+    }
+    std::replace_if(m_objects.begin(), m_objects.end(), isNumber, nullptr);
 }

@@ -55,7 +55,8 @@ public:
     int length() const { return m_length; }
     int maxLength() const { return m_maxLength; } // 0: not bounded
     int capacity() const { return m_maxLength != 0 ? m_maxLength : m_length; }
-    void setLength(int length) { m_length = length < 0 ? 0 : length; }
+    /// 0 empties the array: its numbers go, so that it counts like one that was never filled.
+    void setLength(int length);
     void setMaxLength(int maxLength); // negative: stored, with "Array size cannot be negative"
 
     /// Element access by the program's rules: a missing element inside the bounds is made. Empty outside the bounds.
@@ -70,9 +71,9 @@ public:
         return place(index).object;
     }
     bool hasElement(int index) const; // stored now, whatever the length
-    ValueView
-    view(int index) const;     // the stored element; inside the bounds a missing one reads as place() would make it
-    bool firstIsArray() const; // element 1 is stored and is an array: this is a matrix
+    /// The stored element; inside the bounds a missing one reads as place() would make it. Makes no numbers.
+    ValueView view(int index) const;
+    bool firstIsArray() const;                // element 1 is stored and is an array: this is a matrix
     const BasicType *object(int index) const; // stored element that is an object, else nullptr
     BasicType *object(int index) { return const_cast<BasicType *>(std::as_const(*this).object(index)); }
 
@@ -156,6 +157,8 @@ private:
     BasicType *storedObject(int index) const;
     void storeObject(int index, std::unique_ptr<BasicType> value);
     std::unique_ptr<BasicType> makeElement() const; // what place() makes for a missing element of objects
+    std::unique_ptr<Array> emptyRow() const;        // of the same sizes, with nothing in it
+    void forgetNumbers();
     void assignElements(const Array &source);
     void assignSizes(const Array &source);
     void readElement(RecordReader &reader, int index);
