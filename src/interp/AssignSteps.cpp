@@ -110,9 +110,7 @@ public:
         }
         ValueRef hold;
         assignValue(target, m_source->view(run, hold));
-        if (target.object) {
-            run.program().storage().saveVariable(*target.object);
-        }
+        storeChanged(run, *m_target);
         return Flow::Next;
     }
 
@@ -180,13 +178,15 @@ public:
         if (!array || !index.ok) {
             return Flow::Next;
         }
-        const Number value = m_source.get(run);
         const int at = elementIndex(index.value);
-        if (!value.ok || !array->setPackedNumber(at, value.value)) {
-            const Place place = array->place(at);
-            if (value.ok) {
-                assignValue(place, ValueView::ofNumber(value.value, DoubleType));
+        if constexpr (requires { m_source.code; }) {
+            if (double before = 0; !array->packedNumber(at, before)) {
+                array->place(at); // a missing element is made before the value is computed, which may look at the array
             }
+        }
+        const Number value = m_source.get(run);
+        if (value.ok && !array->setPackedNumber(at, value.value)) {
+            assignValue(array->place(at), ValueView::ofNumber(value.value, DoubleType));
         }
         if (array->storageClass() != Volatile) {
             run.program().storage().saveVariable(*array);
@@ -200,88 +200,53 @@ private:
     Source m_source;
 };
 
-/// Any element.
-class AssignElement : public Step
+/// Any element or member.
+class AssignPart : public Step
 {
 public:
-    /// \param outermost  the variable at the root of a multi-dimensional element; nullptr when base is it
-    AssignElement(std::unique_ptr<Code> base, std::unique_ptr<Code> index, std::unique_ptr<Code> outermost,
-                  std::unique_ptr<Code> source)
-        : m_base(std::move(base))
-        , m_index(std::move(index))
-        , m_outermost(std::move(outermost))
-        , m_source(std::move(source))
-    {}
-    Flow execute(Run &run) const override
-    {
-        const Number index = m_index ? m_index->number(run) : Number{};
-        if (!index.ok) {
-            return Flow::Next;
-        }
-        // The value comes before the place: evaluating it may rearrange the array.
-        ValueRef hold;
-        const ValueView value = m_source->view(run, hold);
-        Array *array = asArray(m_base->object(run));
-        if (!array) {
-            return Flow::Next;
-        }
-        assignValue(array->place(elementIndex(index.value)), value);
-        run.program().storage().saveVariable(*array);
-        if (m_outermost) {
-            if (const BasicType *variable = m_outermost->place(run).object) {
-                run.program().storage().saveVariable(*variable);
-            }
-        }
-        return Flow::Next;
-    }
-
-private:
-    std::unique_ptr<Code> m_base;
-    std::unique_ptr<Code> m_index;
-    std::unique_ptr<Code> m_outermost;
-    std::unique_ptr<Code> m_source;
-};
-
-class AssignMember : public Step
-{
-public:
-    AssignMember(std::unique_ptr<Code> target, std::unique_ptr<Code> source)
+    AssignPart(std::unique_ptr<PathCode> target, std::unique_ptr<Code> source)
         : m_target(std::move(target))
         , m_source(std::move(source))
+        , m_isQuiet(m_source->isQuiet())
     {}
     Flow execute(Run &run) const override
     {
-        BasicType *target = m_target->object(run);
-        if (!target) {
+        PathCode::Indexes indexes;
+        if (!m_target->evaluate(run, indexes)) {
             return Flow::Next;
         }
-        if (target->isConst()) {
-            run.error(kConstant);
-            return Flow::Next;
-        }
-        if (Double *number = asDouble(target); number && m_source->isNeverArray()) {
-            if (const Number value = m_source->number(run); value.ok) {
-                number->setValue(value.value);
+        Place target = m_target->walk(run, indexes); // makes an element that is missing
+        if (m_target->endsWithMember()) {
+            if (!target) {
+                return Flow::Next;
             }
-            return Flow::Next;
+            if (target.object->isConst()) {
+                run.error(kConstant);
+                return Flow::Next;
+            }
         }
         ValueRef hold;
-        assignValue(*target, m_source->view(run, hold));
+        const ValueView value = m_source->view(run, hold);
+        if (!m_isQuiet) { // what ran may have rearranged the variable
+            target = m_target->walk(run, indexes);
+        }
+        assignValue(target, value);
+        storeChanged(run, *m_target);
         return Flow::Next;
     }
 
 private:
-    std::unique_ptr<Code> m_target;
+    std::unique_ptr<PathCode> m_target;
     std::unique_ptr<Code> m_source;
+    bool m_isQuiet;
 };
 
 /// ++ and -- of anything that is not a plain number.
 class MoveStored : public Step
 {
 public:
-    MoveStored(std::unique_ptr<Code> target, std::unique_ptr<Code> holder, double by)
+    MoveStored(std::unique_ptr<Code> target, double by)
         : m_target(std::move(target))
-        , m_holder(std::move(holder))
         , m_by(by)
     {}
     Flow execute(Run &run) const override
@@ -296,20 +261,12 @@ public:
             return Flow::Next;
         }
         assignValue(target, ValueView::ofNumber(before.number + m_by, DoubleType));
-        if (target.object) {
-            run.program().storage().saveVariable(*target.object);
-        }
-        if (m_holder) {
-            if (const BasicType *array = m_holder->place(run).object) {
-                run.program().storage().saveVariable(*array);
-            }
-        }
+        storeChanged(run, *m_target);
         return Flow::Next;
     }
 
 private:
     std::unique_ptr<Code> m_target;
-    std::unique_ptr<Code> m_holder; // of an element: the array
     double m_by;
 };
 
@@ -408,26 +365,14 @@ std::unique_ptr<Step> assignNumberElement(Base base, std::unique_ptr<Code> index
 
 std::unique_ptr<Step> assignElement(const ArrayExpression &target, std::unique_ptr<Code> source, Preparer &preparer)
 {
-    ArrayBase array = prepareArrayBase(preparer, target.base);
-    std::unique_ptr<Code> index = preparer.expression(target.index);
-    if (!array.code) {
-        return makeNothingStep();
+    const std::optional<VariableAccess> array = findNumberArray(preparer, target.base.get());
+    if (array && target.index && source->isNeverArray()) {
+        std::unique_ptr<Code> index = preparer.expression(target.index);
+        return array->kind == VariableAccess::Kind::StaticObject
+                   ? assignNumberElement(StaticObject{ array->object }, std::move(index), std::move(source))
+                   : assignNumberElement(LocalObject{ array->slot }, std::move(index), std::move(source));
     }
-    if (array.hasNumberElements && index && source->isNeverArray()) {
-        return array.variable.kind == VariableAccess::Kind::StaticObject
-                   ? assignNumberElement(StaticObject{ array.variable.object }, std::move(index), std::move(source))
-                   : assignNumberElement(LocalObject{ array.variable.slot }, std::move(index), std::move(source));
-    }
-    std::unique_ptr<Code> outermost;
-    if (const auto *inner = dynamic_cast<const ArrayExpression *>(target.base.get())) {
-        const std::unique_ptr<Expression> *base = &inner->base;
-        while (const auto *next = dynamic_cast<const ArrayExpression *>(base->get())) {
-            base = &next->base;
-        }
-        outermost = preparer.expression(*base);
-    }
-    return std::make_unique<AssignElement>(std::move(array.code), std::move(index), std::move(outermost),
-                                           std::move(source));
+    return std::make_unique<AssignPart>(std::make_unique<PathCode>(preparer, target), std::move(source));
 }
 
 std::unique_ptr<Step> prepareMove(const StepStatement &node, Preparer &preparer, double by)
@@ -445,11 +390,7 @@ std::unique_ptr<Step> prepareMove(const StepStatement &node, Preparer &preparer,
             });
         }
     }
-    std::unique_ptr<Code> holder;
-    if (const auto *element = dynamic_cast<const ArrayExpression *>(node.operand.get())) {
-        holder = preparer.expression(element->base);
-    }
-    return std::make_unique<MoveStored>(preparer.expression(node.operand), std::move(holder), by);
+    return std::make_unique<MoveStored>(preparer.expression(node.operand), by);
 }
 } // namespace
 
@@ -469,7 +410,7 @@ std::unique_ptr<Step> AssignStatement::prepare(Preparer &preparer) const
         return makeChannelAssignment(*channels, std::move(source), preparer);
     }
     if (dynamic_cast<const StructExpression *>(target.get())) {
-        return std::make_unique<AssignMember>(preparer.expression(target), std::move(source));
+        return std::make_unique<AssignPart>(std::make_unique<PathCode>(preparer, *target), std::move(source));
     }
     return makeNothingStep();
 }

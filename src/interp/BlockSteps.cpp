@@ -15,12 +15,11 @@
 // The variables of a block.
 
 namespace {
-/// What the specifier codes of one definition say.
+/// What the specifier codes of one definition say. A storage class is checked and has no effect: locals are not stored.
 struct Specification
 {
     const char *problem = nullptr; // the message when they contradict one another
     bool isStack = false;
-    int storageClass = Volatile;
     int typeCode = IntegerType;
 };
 
@@ -53,7 +52,6 @@ Specification specificationOf(const std::vector<int> &codes, bool isArray, const
         result.problem = QT_TRANSLATE_NOOP("messages", "Wrong block variable type defination");
     }
     result.isStack = !placements.empty() && placements[0] == StackVar;
-    result.storageClass = storages.empty() ? int(Volatile) : storages[0];
     result.typeCode = isArray ? CharType : IntegerType;
     if (!types.empty()) {
         result.typeCode = types[0];
@@ -141,7 +139,6 @@ public:
         if (m_specification.isStack || !m_kept) {
             std::unique_ptr<BasicType> array = makeArray(m_name, m_specification.typeCode, *sizes);
             array->setPlacement(m_specification.isStack ? StackVar : LocalVar);
-            array->setStorageClass(m_specification.storageClass);
             if (m_specification.isStack) {
                 run.frame[m_slot].object = array.release();
                 return Flow::Next;
@@ -281,7 +278,6 @@ private:
         }
         value->setName(name);
         value->setPlacement(specification.isStack ? StackVar : LocalVar);
-        value->setStorageClass(specification.storageClass);
         const Array *array = asArray(value.get());
         LocalVariable local{ name,        LocalVariable::Kind::Object,   0, array ? specification.typeCode : 0,
                              value.get(), array && array->firstIsArray() };

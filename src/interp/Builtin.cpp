@@ -25,13 +25,19 @@ qint64 ArgumentList::integer64(int index) const
     return integerPart(number(index));
 }
 
-Argument ArgumentList::value(int index) const
+Argument ArgumentList::borrow(int index) const
 {
     Argument argument;
     if (const Code *expression = code(index)) {
         argument.view = expression->view(m_run, argument.m_hold);
     }
-    if (argument.view.object && !argument.m_hold && mayRunProgramAfter(index)) { // which may change the variable
+    return argument;
+}
+
+Argument ArgumentList::value(int index) const
+{
+    Argument argument = borrow(index);
+    if (argument.isStored() && mayRunProgramAfter(index)) { // which may change the variable
         argument.m_hold = argument.view.toValue();
         argument.view = ValueView::of(argument.m_hold.get());
     }
@@ -52,6 +58,13 @@ Place ArgumentList::place(int index) const
 {
     const Code *argument = code(index);
     return argument ? argument->place(m_run) : Place{};
+}
+
+void ArgumentList::storeChanged(int index) const
+{
+    if (const Code *argument = code(index)) {
+        ::storeChanged(m_run, *argument);
+    }
 }
 
 void BuiltinFunction::setResult(double number, int typeCode)

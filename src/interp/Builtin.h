@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /// One evaluated argument: borrowed from a variable or fresh. Lives as long as the built-in needs it.
@@ -16,6 +17,7 @@ public:
     ValueView view{};
     const Array *array() const { return view.array(); }
     const Device *device() const { return asDevice(view.object); }
+    bool isStored() const { return view.object && !m_hold; } // seen where the program keeps it
     /// As bytes: an array's elements, one byte of a number, nothing of anything else.
     std::string_view bytes();
 
@@ -46,8 +48,10 @@ public:
     int integer(int index) const;      // by the integer rule, 32 bits
     qint64 integer64(int index) const; // by the integer rule
     Argument value(int index) const;   // none when missing
+    Argument borrow(int index) const;  // the same, as long as nothing else is evaluated
     /// The stored variable, element or member that the argument names; empty otherwise.
     Place place(int index) const;
+    void storeChanged(int index) const; // the variable that the argument names, once a built-in has changed it
     Array *arrayVariable(int index) const { return asArray(place(index).object); } // nullptr: names no array
 
 private:
@@ -63,8 +67,7 @@ private:
     bool m_isPresent;
 };
 
-/// A built-in of the library. Its last result stays until a later call sets another: a call that meets bad arguments
-/// leaves it standing.
+/// A built-in of the library.
 class BuiltinFunction : public Function
 {
 public:
@@ -73,14 +76,20 @@ public:
     {}
 
     bool isBuiltin() const final { return true; }
-    /// Evaluates what it needs of the arguments and sets the result.
-    virtual void call(const ArgumentList &arguments) = 0;
+    /// Calls it. None when it has set no result: it gives none, or has met bad arguments.
+    ValueView run(const ArgumentList &arguments)
+    {
+        call(arguments);
+        return std::exchange(m_result.seen, {}); // so that no later call, nor the one around this, passes it on
+    }
     /// True when a call runs no code of the program and changes nothing but the result.
     virtual bool isQuiet() const { return false; }
 
-    const ReturnValue &result() const { return m_result; }
+    const ValueRef &resultObject() const { return m_result.object; } // what run() saw, if that was an object
 
 protected:
+    /// Evaluates what it needs of the arguments and sets the result.
+    virtual void call(const ArgumentList &arguments) = 0;
     /// The result of the last call; brought to the declared type when one is declared and it differs.
     void setResult(double number, int typeCode = DoubleType);
     void setResult(std::unique_ptr<BasicType> value);

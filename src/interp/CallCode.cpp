@@ -143,7 +143,7 @@ public:
     {
         const ValueView seen = call(run);
         if (seen.object) {
-            hold = m_function.result().object; // built-ins never change a value that they gave out
+            hold = m_function.resultObject(); // built-ins never change a value that they gave out
         }
         return seen;
     }
@@ -160,8 +160,7 @@ private:
     /// The result, which belongs to the built-in until its next call.
     ValueView call(Run &run) const
     {
-        m_function.call(ArgumentList(run, m_call.arguments, m_call.hasArguments));
-        const ValueView &seen = m_function.result().seen;
+        const ValueView seen = m_function.run(ArgumentList(run, m_call.arguments, m_call.hasArguments));
         if (seen.isNone()) {
             run.warning(kNoResult, m_call.name);
             return ValueView::ofNumber(0, DoubleType);
@@ -214,7 +213,7 @@ public:
     {}
     Flow execute(Run &run) const override
     {
-        m_function.call(ArgumentList(run, m_call.arguments, m_call.hasArguments));
+        m_function.run(ArgumentList(run, m_call.arguments, m_call.hasArguments));
         return Flow::Next;
     }
 

@@ -3,6 +3,7 @@
 #include "base/Numbers.h"
 #include "interp/Run.h"
 #include "model/Values.h"
+#include "program/AST.h"
 
 Truth Code::test(Run &run) const
 {
@@ -24,6 +25,13 @@ void Code::appendTo(QByteArray &bytes, Run &run) const
 ValueView NumberCode::view(Run &run, ValueRef &) const
 {
     return ValueView::ofNumber(compute(run), DoubleType);
+}
+
+void storeChanged(Run &run, const Code &changed)
+{
+    if (const BasicType *variable = changed.variable(run); variable && variable->storageClass() != Volatile) {
+        run.program().storage().saveVariable(*variable);
+    }
 }
 
 ValueRef freshValue(const ValueView &seen, const ValueRef &hold)

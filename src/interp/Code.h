@@ -46,6 +46,9 @@ public:
     /// The same where only an object will do; nullptr for a plain number and where there is nothing.
     virtual BasicType *object(Run &run) const { return place(run).object; }
 
+    /// The variable to be stored when that place has changed, if its storage class asks for it; nullptr: none.
+    virtual BasicType *variable(Run &) const { return nullptr; }
+
     /// Adds the value's bytes to what is there: one of a number, those of an array, none of anything else.
     virtual void appendTo(QByteArray &bytes, Run &run) const;
 
@@ -86,6 +89,9 @@ public:
 protected:
     Step() = default;
 };
+
+/// After a change of what the code names: stores the variable, if its storage class asks for it.
+void storeChanged(Run &run, const Code &changed);
 
 /// A copy of what an evaluation saw, that outlives changes of the variable.
 ValueRef freshValue(const ValueView &seen, const ValueRef &hold);

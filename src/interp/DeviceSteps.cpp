@@ -205,6 +205,7 @@ public:
     {
         if (Array *array = asArray(m_buffer->place(run).object)) {
             array->setLength(0);
+            storeChanged(run, *m_buffer);
         }
         return Flow::Next;
     }

@@ -168,15 +168,6 @@ struct Calc
         bool isQuiet() const override { return isQuietOperand(m_left) && isQuietOperand(m_right); }
 
     private:
-        template <class Operand>
-        static bool isQuietOperand(const Operand &operand)
-        {
-            if constexpr (requires { operand.code; }) {
-                return operand.code->isQuiet();
-            } else {
-                return true;
-            }
-        }
         Left m_left;
         Right m_right;
     };
@@ -252,6 +243,7 @@ public:
             return before.number;
         }
         assignValue(place, ValueView::ofNumber(before.number + m_by, DoubleType));
+        storeChanged(run, *m_variable);
         return m_isPrefix ? ValueView::of(place).number : before.number;
     }
 

@@ -36,6 +36,17 @@ struct CodeOperand
     Number get(Run &run) const { return code->number(run); }
 };
 
+/// Whether getting an operand runs no code of the program and changes nothing.
+template <class Operand>
+bool isQuietOperand(const Operand &operand)
+{
+    if constexpr (requires { operand.code; }) {
+        return operand.code->isQuiet();
+    } else {
+        return true;
+    }
+}
+
 /// Calls use(operand) with the cheapest operand that reaches the code's number.
 template <class Use>
 auto withOperand(std::unique_ptr<Code> code, Use use)

@@ -18,13 +18,6 @@ struct LocalObject
     BasicType *get(Run &run) const { return run.frame[slot].object; }
 };
 
-/// Whatever an element or member names.
-struct NamedObject
-{
-    std::unique_ptr<Code> code;
-    BasicType *get(Run &run) const { return code->object(run); }
-};
-
 /// An element's index as a 32-bit number; 0, which is outside every array, for what does not fit.
 inline int elementIndex(double number)
 {

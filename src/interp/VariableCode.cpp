@@ -7,6 +7,8 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
+
 // Variables, elements and members: what is stored.
 
 namespace {
@@ -41,6 +43,7 @@ public:
     Number number(Run &) const override { return { m_variable->value(), true }; }
     ValueView view(Run &, ValueRef &) const override { return ValueView::of(m_variable); }
     Place place(Run &) const override { return { m_variable, nullptr, 0, nullptr, 0 }; }
+    BasicType *variable(Run &) const override { return m_variable; }
     Leaf leaf() const override { return { Leaf::Kind::Static, 0, 0, m_variable->typeCode(), m_variable->storage() }; }
     bool isNeverArray() const override { return true; }
     bool isQuiet() const override { return true; }
@@ -74,7 +77,7 @@ public:
         return seen;
     }
     Place place(Run &run) const override { return { m_object.get(run), nullptr, 0, nullptr, 0 }; }
-    BasicType *object(Run &run) const override { return m_object.get(run); }
+    BasicType *variable(Run &run) const override { return m_object.get(run); }
     bool isQuiet() const override { return true; }
 
 private:
@@ -123,13 +126,13 @@ public:
         if (array->packedNumber(at, value)) {
             return { value, true };
         }
-        return numberIn(ValueView::of(array->place(at)));
+        return numberIn(array->view(at));
     }
     ValueView view(Run &run, ValueRef &) const override
     {
-        auto *array = static_cast<Array *>(m_base.get(run));
+        const auto *array = static_cast<const Array *>(m_base.get(run));
         const Number index = m_index.get(run);
-        return array && index.ok ? ValueView::of(array->place(elementIndex(index.value))) : ValueView{};
+        return array && index.ok ? array->view(elementIndex(index.value)) : ValueView{};
     }
     Place place(Run &run) const override
     {
@@ -137,75 +140,13 @@ public:
         const Number index = m_index.get(run);
         return array && index.ok ? array->place(elementIndex(index.value)) : Place{};
     }
+    BasicType *variable(Run &run) const override { return m_base.get(run); }
     bool isNeverArray() const override { return true; }
+    bool isQuiet() const override { return isQuietOperand(m_index); }
 
 private:
     Base m_base;
     Index m_index;
-};
-
-/// An element of anything.
-class ElementCode : public Code
-{
-public:
-    ElementCode(std::unique_ptr<Code> base, std::unique_ptr<Code> index)
-        : m_base(std::move(base))
-        , m_index(std::move(index))
-    {}
-
-    Number number(Run &run) const override { return numberIn(ValueView::of(place(run))); }
-    ValueView view(Run &run, ValueRef &) const override { return ValueView::of(place(run)); }
-    Place place(Run &run) const override
-    {
-        const Number index = m_index ? m_index->number(run) : Number{};
-        if (!index.ok) {
-            return {};
-        }
-        Array *array = asArray(m_base->object(run));
-        return array ? array->place(elementIndex(index.value)) : Place{};
-    }
-    BasicType *object(Run &run) const override
-    {
-        const Number index = m_index ? m_index->number(run) : Number{};
-        Array *array = index.ok ? asArray(m_base->object(run)) : nullptr;
-        return array ? array->elementObject(elementIndex(index.value)) : nullptr;
-    }
-
-private:
-    std::unique_ptr<Code> m_base;
-    std::unique_ptr<Code> m_index;
-};
-
-class MemberCode : public Code
-{
-public:
-    MemberCode(std::unique_ptr<Code> base, Name member)
-        : m_base(std::move(base))
-        , m_member(member)
-    {}
-
-    Number number(Run &run) const override
-    {
-        const BasicType *member = find(run);
-        if (const Double *number = asDouble(member)) {
-            return { number->value(), true };
-        }
-        return numberIn(ValueView::of(member));
-    }
-    ValueView view(Run &run, ValueRef &) const override { return ValueView::of(find(run)); }
-    Place place(Run &run) const override { return { find(run), nullptr, 0, nullptr, 0 }; }
-    BasicType *object(Run &run) const override { return find(run); }
-
-private:
-    BasicType *find(Run &run) const
-    {
-        StructType *structure = asStruct(m_base->object(run));
-        return structure ? structure->member(m_member, m_hint) : nullptr;
-    }
-
-    std::unique_ptr<Code> m_base;
-    Name m_member;
-    mutable size_t m_hint = 0; // where the member stood last time; only speed depends on it
 };
 
 bool isArrayOfArrays(const BasicType *object)
@@ -265,40 +206,185 @@ std::unique_ptr<Code> VarExpression::prepare(Preparer &preparer, Context) const
     return std::make_unique<UnknownVariableCode>(name);
 }
 
-ArrayBase prepareArrayBase(Preparer &preparer, const std::unique_ptr<Expression> &node)
+std::optional<VariableAccess> findNumberArray(const Preparer &preparer, const Expression *node)
 {
-    ArrayBase base;
-    if (const auto *variable = dynamic_cast<const VarExpression *>(node.get())) {
-        base.variable = findVariable(preparer, variable->name);
-        const bool isStatic = base.variable.kind == VariableAccess::Kind::StaticObject && asArray(base.variable.object);
-        const bool isLocal = base.variable.kind == VariableAccess::Kind::LocalObject;
-        base.hasNumberElements = (isStatic || (isLocal && base.variable.typeCode != 0)) &&
-                                 isNumericType(base.variable.typeCode) && !base.variable.isMatrix;
+    const auto *name = dynamic_cast<const VarExpression *>(node);
+    if (!name) {
+        return std::nullopt;
     }
-    base.code = preparer.expression(node);
-    return base;
+    const VariableAccess variable = findVariable(preparer, name->name);
+    const bool isStatic = variable.kind == VariableAccess::Kind::StaticObject && asArray(variable.object);
+    const bool isLocal = variable.kind == VariableAccess::Kind::LocalObject && variable.typeCode != 0;
+    const bool hasNumbers = (isStatic || isLocal) && isNumericType(variable.typeCode) && !variable.isMatrix;
+    return hasNumbers ? std::optional(variable) : std::nullopt;
+}
+
+PathCode::PathCode(Preparer &preparer, const Expression &node)
+{
+    const Expression *at = &node;
+    while (at) {
+        if (const auto *element = dynamic_cast<const ArrayExpression *>(at)) {
+            Part part;
+            part.isIndex = true;
+            part.index = preparer.expression(element->index);
+            part.leaf = part.index ? part.index->leaf() : Leaf{};
+            m_parts.insert(m_parts.begin(), std::move(part));
+            at = element->base.get();
+        } else if (const auto *member = dynamic_cast<const StructExpression *>(at)) {
+            Part part;
+            part.member = Name(member->memberName);
+            m_isElement = false;
+            m_parts.insert(m_parts.begin(), std::move(part));
+            at = member->base.get();
+        } else if (const auto *device = dynamic_cast<const DeviceExpr *>(at)) {
+            at = device->variable.get();
+        } else {
+            if (const auto *variable = dynamic_cast<const VarExpression *>(at)) {
+                m_root = findVariable(preparer, variable->name);
+            }
+            break;
+        }
+    }
+}
+
+bool PathCode::evaluate(Run &run, Indexes &indexes) const
+{
+    for (const Part &part : m_parts) {
+        if (!part.isIndex) {
+            continue;
+        }
+        Number index;
+        switch (part.leaf.kind) {
+        case Leaf::Kind::Constant:
+            index = { part.leaf.constant, true };
+            break;
+        case Leaf::Kind::Local:
+            index = { run.frame[part.leaf.slot].number, true };
+            break;
+        case Leaf::Kind::Static:
+            index = { *part.leaf.storage, true };
+            break;
+        case Leaf::Kind::None:
+            index = part.index ? part.index->number(run) : Number{};
+            break;
+        }
+        if (!index.ok) {
+            return false;
+        }
+        indexes.append(elementIndex(index.value));
+    }
+    return true;
+}
+
+BasicType *PathCode::root(Run &run) const
+{
+    switch (m_root.kind) {
+    case VariableAccess::Kind::LocalObject:
+        return run.frame[m_root.slot].object;
+    case VariableAccess::Kind::StaticObject:
+        return m_root.object;
+    case VariableAccess::Kind::Unknown:
+    case VariableAccess::Kind::LocalNumber:
+    case VariableAccess::Kind::StaticNumber:
+        break;
+    }
+    return nullptr; // a number has no parts
+}
+
+BasicType *PathCode::memberOf(BasicType *holder, const Part &part)
+{
+    const StructType *structure = asStruct(holder);
+    return structure ? structure->member(part.member, part.hint) : nullptr;
+}
+
+BasicType *PathCode::holder(Run &run, const Indexes &indexes) const
+{
+    BasicType *at = root(run);
+    const int *index = indexes.constData();
+    for (size_t i = 0; at && i + 1 < m_parts.size(); ++i) {
+        if (m_parts[i].isIndex) {
+            Array *array = asArray(at);
+            at = array ? array->elementObject(*index) : nullptr;
+            ++index;
+        } else {
+            at = memberOf(at, m_parts[i]);
+        }
+    }
+    return at;
+}
+
+Place PathCode::walk(Run &run, const Indexes &indexes) const
+{
+    BasicType *from = holder(run, indexes);
+    if (endsWithMember()) {
+        return { memberOf(from, m_parts.back()), nullptr, 0, nullptr, 0 };
+    }
+    Array *array = asArray(from);
+    return array ? array->place(indexes.back()) : Place{};
+}
+
+Number PathCode::number(Run &run) const
+{
+    Indexes indexes;
+    if (!evaluate(run, indexes)) {
+        return {};
+    }
+    BasicType *from = holder(run, indexes);
+    if (endsWithMember()) {
+        return numberIn(ValueView::of(memberOf(from, m_parts.back())));
+    }
+    const Array *array = asArray(from);
+    double value = 0;
+    if (array && array->packedNumber(indexes.back(), value)) {
+        return { value, true };
+    }
+    return array ? numberIn(array->view(indexes.back())) : Number{};
+}
+
+ValueView PathCode::view(Run &run, ValueRef &) const
+{
+    Indexes indexes;
+    if (!evaluate(run, indexes)) {
+        return {};
+    }
+    BasicType *from = holder(run, indexes);
+    if (endsWithMember()) {
+        return ValueView::of(memberOf(from, m_parts.back()));
+    }
+    const Array *array = asArray(from);
+    return array ? array->view(indexes.back()) : ValueView{};
+}
+
+Place PathCode::place(Run &run) const
+{
+    Indexes indexes;
+    return evaluate(run, indexes) ? walk(run, indexes) : Place{};
+}
+
+/// Elements are stored with their array; a change of a member alone is not stored.
+BasicType *PathCode::variable(Run &run) const
+{
+    return m_isElement ? root(run) : nullptr;
+}
+
+bool PathCode::isQuiet() const
+{
+    return std::all_of(m_parts.begin(), m_parts.end(),
+                       [](const Part &part) { return !part.index || part.index->isQuiet(); });
 }
 
 std::unique_ptr<Code> ArrayExpression::prepare(Preparer &preparer, Context) const
 {
-    ArrayBase array = prepareArrayBase(preparer, base);
-    std::unique_ptr<Code> indexCode = preparer.expression(index);
-    if (!array.code) {
-        return std::make_unique<UnknownVariableCode>(QString());
+    const std::optional<VariableAccess> array = findNumberArray(preparer, base.get());
+    if (!array || !index) {
+        return std::make_unique<PathCode>(preparer, *this);
     }
-    if (array.hasNumberElements && indexCode) {
-        return array.variable.kind == VariableAccess::Kind::StaticObject
-                   ? makeNumberElement(StaticObject{ array.variable.object }, std::move(indexCode))
-                   : makeNumberElement(LocalObject{ array.variable.slot }, std::move(indexCode));
-    }
-    return std::make_unique<ElementCode>(std::move(array.code), std::move(indexCode));
+    return array->kind == VariableAccess::Kind::StaticObject
+               ? makeNumberElement(StaticObject{ array->object }, preparer.expression(index))
+               : makeNumberElement(LocalObject{ array->slot }, preparer.expression(index));
 }
 
 std::unique_ptr<Code> StructExpression::prepare(Preparer &preparer, Context) const
 {
-    std::unique_ptr<Code> baseCode = preparer.expression(base);
-    if (!baseCode) {
-        return std::make_unique<UnknownVariableCode>(QString());
-    }
-    return std::make_unique<MemberCode>(std::move(baseCode), Name(memberName));
+    return std::make_unique<PathCode>(preparer, *this);
 }

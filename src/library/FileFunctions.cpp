@@ -151,7 +151,7 @@ int FileInputFunc::read(const ArgumentList &arguments) const
         }
     };
     const int total = readPieces(*file, m_unit == Unit::Line ? count - 1 : count, m_unit == Unit::Line, store);
-    saveChanged(arguments, *buffer);
+    arguments.storeChanged(1);
     return total > 0 ? total : Failed;
 }
 

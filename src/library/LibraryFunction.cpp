@@ -91,16 +91,7 @@ std::vector<DeviceAddress> devicesArgument(const ArgumentList &arguments, int in
 }
 
 ArrayArgument::ArrayArgument(const ArgumentList &arguments, int index)
-    : variable(arguments.arrayVariable(index))
-    , array(variable)
-{
-    if (!variable) {
-        value = arguments.value(index);
-        array = value.array();
-    }
-}
-
-void saveChanged(const ArgumentList &arguments, const BasicType &variable)
-{
-    arguments.run().program().storage().saveVariable(variable);
-}
+    : value(arguments.borrow(index))
+    , array(value.array())
+    , variable(value.isStored() ? const_cast<Array *>(array) : nullptr)
+{}

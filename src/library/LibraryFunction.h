@@ -74,10 +74,7 @@ struct ArrayArgument
 {
     ArrayArgument(const ArgumentList &arguments, int index);
 
-    Array *variable;    // nullptr: the argument names no array
-    const Array *array; // variable, or the value; nullptr: no array at all
     Argument value;     // keeps a value that is no variable
+    const Array *array; // nullptr: no array at all
+    Array *variable;    // the same where it may be changed; nullptr: the argument names no variable
 };
-
-/// Saves a variable that a built-in has changed, if its storage class asks for it.
-void saveChanged(const ArgumentList &arguments, const BasicType &variable);

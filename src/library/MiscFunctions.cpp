@@ -106,13 +106,13 @@ void LoadParamFunc::call(const ArgumentList &arguments)
     StorageManager &storage = arguments.run().program().storage();
     if (target.object) {
         storage.loadParameter(key, *target.object);
-        saveChanged(arguments, *target.object);
-        return;
+    } else { // a number in an array or a frame
+        const ValueView before = ValueView::of(target);
+        Double number(before.number, before.typeCode);
+        storage.loadParameter(key, number);
+        assignValue(target, ValueView::of(&number));
     }
-    Double element(target.array->number(target.index), target.array->typeCode()); // a number without an object
-    storage.loadParameter(key, element);
-    target.array->setNumber(target.index, element.value());
-    saveChanged(arguments, *target.array);
+    arguments.storeChanged(1);
 }
 
 void DeleteAllParamFunc::call(const ArgumentList &arguments)

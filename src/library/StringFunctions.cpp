@@ -80,7 +80,7 @@ void SetLengthArrayFunc::call(const ArgumentList &arguments)
     if (array && length.ok) {
         const int most = array->maxLength() > 0 ? array->maxLength() : kLongestSet;
         array->setLength(std::min({ truncated(length.value), most, kLongestSet }));
-        saveChanged(arguments, *array);
+        arguments.storeChanged(0);
     }
 }
 
@@ -173,7 +173,7 @@ void RemoveStringFunc::call(const ArgumentList &arguments)
         kept += bytes.substr(end);
         text.variable->assignBytes(kept);
     }
-    saveChanged(arguments, *text.variable);
+    arguments.storeChanged(0);
 }
 
 void CompareStringFunc::call(const ArgumentList &arguments)
@@ -230,7 +230,7 @@ void GetBufferCharFunc::call(const ArgumentList &arguments)
     setTextResult({ &byte, 1 });
     if (buffer.variable) {
         buffer.variable->dropFront(1);
-        saveChanged(arguments, *buffer.variable);
+        arguments.storeChanged(0);
     }
 }
 
@@ -250,7 +250,7 @@ void GetBufferStringFunc::call(const ArgumentList &arguments)
     setTextResult(buffer.array->bytes(hold).substr(0, static_cast<size_t>(count)));
     if (buffer.variable && count > 0) {
         buffer.variable->dropFront(count);
-        saveChanged(arguments, *buffer.variable);
+        arguments.storeChanged(0);
     }
 }
 

@@ -37,11 +37,12 @@ public:
     {}
 };
 
+/// Without a declared size an array can hold what it holds.
 class MaxLengthStringFunc : public ArraySizeFunc
 {
 public:
     explicit MaxLengthStringFunc(const QString &name)
-        : ArraySizeFunc(name, &Array::maxLength)
+        : ArraySizeFunc(name, &Array::capacity)
     {}
 };
 

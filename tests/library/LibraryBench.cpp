@@ -86,8 +86,7 @@ QVariant LibraryBench::run(const char *name, const QVariantList &arguments, bool
     if (!function) {
         qFatal("no built-in %s", name);
     }
-    function->call(ArgumentList(interpreter.run(), list, isPresent));
-    const ValueView result = function->result().seen;
+    const ValueView result = function->run(ArgumentList(interpreter.run(), list, isPresent));
     if (result.isNumber()) {
         return result.number;
     }
