@@ -27,6 +27,7 @@ private Q_SLOTS:
     void survivesCrashes();
     void reportsWhatAControllerDoes_data();
     void reportsWhatAControllerDoes();
+    void startsAgainWhatHangs();
     void passesMuchOutputOn();
     void killsAControllerThatDoesNotEnd();
     void isNotSurvivedByItsController();
@@ -193,6 +194,20 @@ void SupervisorTest::reportsWhatAControllerDoes()
     QVERIFY2(report.endsWith(lastLines), report.constData());
     controller.signal(SIGINT); // while it waits for the next start
     QTRY_VERIFY(!controller.isRunning());
+    QCOMPARE(controller.exitCode(), 0);
+}
+
+void SupervisorTest::startsAgainWhatHangs()
+{
+    ControllerProcess controller;
+    INSTALLS(controller, "integer n\nstart { wait 1 { while (1) { n = 1 } } }");
+    startHost(controller, { QStringLiteral("--watchdog"), QStringLiteral("0.5") });
+    QTRY_COMPARE_WITH_TIMEOUT(reportsOf(controller).size(), 1, 30000);
+    const QByteArray report = reportsOf(controller).first();
+    QVERIFY2(report.contains("reason:       no sign of life for 0.5 s\n"), report.constData());
+    QTRY_VERIFY_WITH_TIMEOUT(controller.output().count("Network started.") == 2, 30000);
+    controller.signal(SIGTERM);
+    QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 20000);
     QCOMPARE(controller.exitCode(), 0);
 }
 

@@ -23,6 +23,13 @@ void ChildController::killGroup()
     }
 }
 
+void ChildController::signal(int number) const
+{
+    if (processId() > 0) {
+        ::kill(static_cast<pid_t>(processId()), number);
+    }
+}
+
 void ChildController::setupChildProcess()
 {
     ::setpgid(0, 0);

@@ -12,6 +12,7 @@ public:
 
     bool hasInGroup(qint64 processId) const; // the controller, or a process that it has started
     void killGroup();
+    void signal(int number) const; // to the controller alone
 
 protected:
     void setupChildProcess() override; // in the child, before the controller's program takes over

@@ -4,11 +4,14 @@
 
 ControllerEnd ControllerEnd::of(int status, QProcess::ExitStatus how)
 {
-    return { how == QProcess::CrashExit, status };
+    return { how == QProcess::CrashExit, status, 0 };
 }
 
 QString ControllerEnd::reason() const
 {
+    if (silentMs > 0) {
+        return QStringLiteral("no sign of life for %1").arg(secondsText(silentMs));
+    }
     return wasSignal ? QStringLiteral("signal %1").arg(signalName(number))
                      : QStringLiteral("exit status %1").arg(number);
 }
@@ -17,6 +20,12 @@ QString signalName(int number)
 {
     const char *const name = ::sigabbrev_np(number);
     return name ? QStringLiteral("SIG%1").arg(QLatin1String(name)) : QString::number(number);
+}
+
+QString secondsText(qint64 ms)
+{
+    constexpr double kMsPerSecond = 1000;
+    return QStringLiteral("%1 s").arg(static_cast<double>(ms) / kMsPerSecond);
 }
 
 QString timeText(qint64 seconds)

@@ -12,7 +12,8 @@ CommandLine::Explanation explanation()
 {
     return { "What stands behind -- goes to the controller as it is. On a terminal a line at the bottom shows state, "
              "uptime, starts, crashes and LEDs. After a crash the controller is started again in 1 s, then 2, 4 and so "
-             "on up to 60 s; once it has run for a minute the pauses begin anew. Each crash leaves a report in a file.",
+             "on up to 60 s; once it has run for a minute the pauses begin anew. So is one that hangs. Each crash "
+             "leaves a report in a file.",
              { { "arkhost", "the controller with its default program" },
                { "arkhost -- --data-dir /srv/room", "a room of its own" },
                { "arkhost --ports -- room.pobj", "show what goes to the ports, too" },
@@ -62,6 +63,10 @@ void describeHost(CLI::App &app, HostCommandLine &line)
     app.add_option("--keep-reports", line.keptReports, "How many crash reports are kept, the newest (20)")
         ->type_name("NUMBER")
         ->check(CommandLine::between(1, kMostReports));
+    app.add_option("--watchdog", line.watchdogSeconds,
+                   "A controller whose main thread is busy for so long hangs, and is started again (60); 0: never")
+        ->type_name("SECONDS")
+        ->check(CommandLine::between(0, 3600));
     app.add_option("--controller", line.controller, "The controller's program (arkivon in the folder of arkhost)")
         ->type_name("PROGRAM")
         ->check(CommandLine::files());

@@ -18,6 +18,7 @@ struct HostCommandLine
     std::string controller; // empty: the one beside the supervisor
     std::string reports;    // empty: in the controller's data directory
     int keptReports = 20;
+    double watchdogSeconds = 60;
     std::vector<std::string> arguments; // of the controller
 };
 

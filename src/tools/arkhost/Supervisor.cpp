@@ -5,17 +5,14 @@
 #include <QCoreApplication>
 #include <QDateTime>
 
+#include <csignal>
+
 namespace {
 constexpr int kUsageStatus = 2;    // the controller refuses its arguments: starting it again is no use
 constexpr int kKillAfterMs = 5000; // of a controller that was asked to end
 constexpr int kRedrawMs = 50;
 constexpr int kSecondMs = 1000;
 constexpr double kMsPerSecond = 1000;
-
-QString secondsText(qint64 ms)
-{
-    return QStringLiteral("%1 s").arg(static_cast<double>(ms) / kMsPerSecond);
-}
 } // namespace
 
 Supervisor::Supervisor(const Setup &setup)
@@ -25,12 +22,17 @@ Supervisor::Supervisor(const Setup &setup)
     , m_socket({ [this](qint64 process) { return m_controller.hasInGroup(process); },
                  [this] { return HostStatusText::json(status()); } },
                setup.portFrames)
+    , m_life(setup.watchdogMs)
 {
     m_clock.start();
     m_nextStart.setSingleShot(true);
     m_nextStart.setTimerType(Qt::PreciseTimer);
     m_redraw.setSingleShot(true);
     m_controller.setStandardInputFile(QProcess::nullDevice());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    m_life.addTo(environment);
+    m_controller.setProcessEnvironment(environment);
+    connect(&m_life, &LifeSigns::missed, this, &Supervisor::controllerHangs);
     connect(&m_nextStart, &QTimer::timeout, this, &Supervisor::startController);
     connect(&m_redraw, &QTimer::timeout, this, &Supervisor::showStatus);
     connect(&m_second, &QTimer::timeout, this, &Supervisor::showStatus);
@@ -105,6 +107,7 @@ void Supervisor::startController()
     ++m_starts;
     m_controller.start(m_setup.controller, m_setup.arguments);
     m_processId = m_controller.processId();
+    m_life.controllerStarted();
     showStatus();
 }
 
@@ -121,7 +124,9 @@ void Supervisor::takeOutput()
 void Supervisor::controllerEnded(int status, QProcess::ExitStatus how)
 {
     takeOutput();
-    const ControllerEnd end = ControllerEnd::of(status, how);
+    m_life.controllerEnded();
+    ControllerEnd end = ControllerEnd::of(status, how);
+    end.silentMs = m_life.isMissed() ? m_life.limitMs() : 0;
     recordEnd(end.reason());
     if (m_isEnding) {
         Q_EMIT ended(0);
@@ -132,6 +137,17 @@ void Supervisor::controllerEnded(int status, QProcess::ExitStatus how)
     } else {
         afterCrash(end);
     }
+}
+
+void Supervisor::controllerHangs()
+{
+    m_controller.signal(SIGABRT); // as systemd does: where core files are wanted, this leaves one
+    const qint64 process = m_controller.processId();
+    QTimer::singleShot(kKillAfterMs, this, [this, process] {
+        if (m_controller.processId() == process) { // stopped, or held by the system
+            m_controller.killGroup();
+        }
+    });
 }
 
 void Supervisor::controllerFailed(QProcess::ProcessError error)

@@ -5,6 +5,7 @@
 #include "tools/arkhost/HostLeds.h"
 #include "tools/arkhost/HostSocket.h"
 #include "tools/arkhost/HostStatus.h"
+#include "tools/arkhost/LifeSigns.h"
 #include "tools/arkhost/OutputTail.h"
 #include "tools/arkhost/RestartPauses.h"
 
@@ -27,6 +28,7 @@ public:
         QStringList arguments;
         QString reports; // folder
         int keptReports = 0;
+        int watchdogMs = 0; // a controller that is silent for so long hangs; 0: it may
         QString version;
         HostSocket::PortFrames portFrames = HostSocket::PortFrames::Hide;
         HostDisplay::Form form = HostDisplay::Form::Plain;
@@ -47,6 +49,7 @@ private:
     void startController();
     void takeOutput();
     void controllerEnded(int status, QProcess::ExitStatus how);
+    void controllerHangs();
     void controllerFailed(QProcess::ProcessError error);
     void recordEnd(const QString &reason);
     void afterOrderlyEnd(const ControllerEnd &end);
@@ -62,6 +65,7 @@ private:
     const CrashReports m_reports;
     HostLeds m_leds;
     HostSocket m_socket;
+    LifeSigns m_life;
     ChildController m_controller;
     OutputTail m_tail;
     RestartPauses m_pauses;

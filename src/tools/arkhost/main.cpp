@@ -27,6 +27,7 @@ Supervisor::Setup setupOf(const HostCommandLine &line)
                         ? ControllerArguments::dataDirectory(setup.arguments) + QStringLiteral("/crash-reports")
                         : QDir(QFile::decodeName(line.reports.c_str())).absolutePath();
     setup.keptReports = line.keptReports;
+    setup.watchdogMs = static_cast<int>(line.watchdogSeconds * 1000);
     setup.version = QString::fromStdString(CommandLine::version());
     setup.portFrames = line.showsPorts ? HostSocket::PortFrames::Show : HostSocket::PortFrames::Hide;
     setup.form = line.isPlain ? HostDisplay::Form::Plain : HostDisplay::Form::WithStatusLine;
