@@ -799,5 +799,41 @@
         <source>Ending</source>
         <translation>正在结束</translation>
     </message>
+    <message>
+        <source>%1 is no netmask of a network</source>
+        <translation>%1 不是可用的子网掩码</translation>
+    </message>
+    <message>
+        <source>%1 is no address that a controller can have</source>
+        <translation>%1 不能用作控制器的地址</translation>
+    </message>
+    <message>
+        <source>The gateway %1 is no neighbour of %2 with netmask %3</source>
+        <translation>网关 %1 不在地址 %2（子网掩码 %3）所在的网络中</translation>
+    </message>
+    <message>
+        <source>%1 is no address of a name server</source>
+        <translation>%1 不是域名服务器的地址</translation>
+    </message>
+    <message>
+        <source>The network stays as it was: %1</source>
+        <translation>网络保持原样：%1</translation>
+    </message>
+    <message>
+        <source>Waiting for the network interface %1</source>
+        <translation>正在等待网络接口 %1</translation>
+    </message>
+    <message>
+        <source>another change is being tried</source>
+        <translation>正在尝试另一项更改</translation>
+    </message>
+    <message>
+        <source>Waiting for the address %1, which this machine does not have yet</source>
+        <translation>正在等待地址 %1，本机目前还没有该地址</translation>
+    </message>
+    <message>
+        <source>The address %1 has come</source>
+        <translation>地址 %1 已可用</translation>
+    </message>
 </context>
 </TS>

@@ -94,7 +94,7 @@ QStringList SettingManager::listenAddresses() const
     return values().listenAddresses;
 }
 
-std::optional<SettingManager::StoredNetwork> SettingManager::networkToApply() const
+std::optional<HostNetwork> SettingManager::networkToApply() const
 {
     const Values now = values();
     return now.isNetworkSet ? std::optional(now.network) : std::nullopt;
@@ -103,7 +103,7 @@ std::optional<SettingManager::StoredNetwork> SettingManager::networkToApply() co
 QString SettingManager::currentIp() const
 {
     const Values now = values();
-    const QString address = now.network.isDhcp ? m_network->firstIpv4Address(m_network->mainInterface()) : QString();
+    const QString address = now.network.isDhcp ? m_network->firstIpv4Address(mainInterface()) : QString();
     return address.isEmpty() ? now.network.ip : address;
 }
 
@@ -111,7 +111,7 @@ QString SettingManager::currentGateway() const
 {
     const Values now = values();
     const std::optional<DefaultRoute> route =
-        now.network.isDhcp ? defaultRoute(m_network->routeTable(), m_network->mainInterface()) : std::nullopt;
+        now.network.isDhcp ? defaultRoute(m_network->routeTable(), mainInterface()) : std::nullopt;
     return route ? route->gateway : now.network.gateway;
 }
 
@@ -128,7 +128,7 @@ QString SettingManager::currentMac() const
     if (isMacAddress(stored) && stored != noMac()) {
         return stored;
     }
-    const QString hardware = m_network->hardwareAddress(m_network->mainInterface());
+    const QString hardware = m_network->hardwareAddress(mainInterface());
     return hardware.isEmpty() ? noMac() : hardware;
 }
 
@@ -151,7 +151,9 @@ void SettingManager::setStaticIp(const QString &ip, const QString &netmask, cons
     if (QHostAddress(ip).isNull()) {
         return;
     }
+    const QString interfaceName = mainInterface();
     const std::lock_guard lock(m_mutex);
+    m_values.interfaceName = interfaceName;
     m_values.network = { false, ip, netmask, gateway, dns };
     m_values.isNetworkSet = true;
     saveMac(mac);
@@ -160,11 +162,22 @@ void SettingManager::setStaticIp(const QString &ip, const QString &netmask, cons
 
 void SettingManager::setDhcp(const QString &mac)
 {
+    const QString interfaceName = mainInterface();
     const std::lock_guard lock(m_mutex);
+    m_values.interfaceName = interfaceName;
     m_values.network.isDhcp = true;
     m_values.isNetworkSet = true;
     saveMac(mac);
     save();
+}
+
+void SettingManager::rememberInterface(const QString &name)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_values.interfaceName != name) {
+        m_values.interfaceName = name;
+        save();
+    }
 }
 
 void SettingManager::setMac(const QString &mac)
@@ -206,6 +219,7 @@ void SettingManager::load()
     m_values.network.gateway = text("gateway", "192.168.1.1");
     m_values.network.nameServer = text("dns", "192.168.1.1");
     m_values.isNetworkSet = settings->value(QStringLiteral("networkSet"), !m_values.network.isDhcp).toBool();
+    m_values.interfaceName = text("interface", "");
     m_values.systemNumber = std::max(settings->value(QStringLiteral("systemNum"), 1).toInt(), 1);
     m_values.language = text("language", "");
     m_values.listenAddresses = settings->value(QStringLiteral("listen")).toStringList();
@@ -228,6 +242,7 @@ void SettingManager::save() const
     settings->setValue(QStringLiteral("gateway"), m_values.network.gateway);
     settings->setValue(QStringLiteral("dns"), m_values.network.nameServer);
     settings->setValue(QStringLiteral("networkSet"), m_values.isNetworkSet);
+    settings->setValue(QStringLiteral("interface"), m_values.interfaceName);
     settings->setValue(QStringLiteral("systemNum"), m_values.systemNumber);
     reportUnlessSaved(*settings);
 }

@@ -1,6 +1,7 @@
 #pragma once
 #include "admin/ConfigManager.h"
 #include "admin/SystemNetwork.h"
+#include "net/HostNetwork.h"
 #include <QString>
 #include <QStringList>
 
@@ -16,16 +17,6 @@
 class SettingManager
 {
 public:
-    /// The network as a tool has set it.
-    struct StoredNetwork
-    {
-        bool isDhcp = true; // the rest is for a static address
-        QString ip;
-        QString netmask;
-        QString gateway;
-        QString nameServer;
-    };
-
     struct Location
     {
         QString dataDirectory; // holds the file "mac"; made when a MAC is saved and it is missing
@@ -45,8 +36,12 @@ public:
     QStringList listenAddresses() const; // of the controllers whose ports we listen to
 
     /// What the system's network is to be; nothing while no tool has set it: then the system's own configuration stays.
-    std::optional<StoredNetwork> networkToApply() const;
-    QString mainInterface() const { return m_network->mainInterface(); }
+    std::optional<HostNetwork> networkToApply() const;
+
+    /// The interface that the network is about. It is remembered, because the route that tells it is made of these
+    /// settings: after a start of the machine there is none yet.
+    QString mainInterface() const { return m_network->mainInterface(values().interfaceName); }
+    void rememberInterface(const QString &name);
 
     /// \name What is in force now: with DHCP what the system says, where it says nothing the stored value.
     QString currentIp() const;
@@ -73,8 +68,9 @@ public:
 private:
     struct Values
     {
-        StoredNetwork network;
+        HostNetwork network;
         bool isNetworkSet = false;
+        QString interfaceName; // that it was about last; empty: not known
         int systemNumber = 1;
         QString language;
         QStringList listenAddresses;

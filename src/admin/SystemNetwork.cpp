@@ -87,12 +87,15 @@ QByteArray SystemNetwork::resolverConfiguration() const
     return contentOf(QStringLiteral("/etc/resolv.conf"));
 }
 
-QString SystemNetwork::mainInterface() const
+QString SystemNetwork::mainInterface(const QString &former) const
 {
     QString usual = QStringLiteral("eth0");
     if (hasInterface(usual)) {
         return usual;
     }
+    if (!former.isEmpty() && hasInterface(former)) {
+        return former;
+    }
     const std::optional<DefaultRoute> route = defaultRoute(routeTable(), QString());
-    return route ? route->interfaceName : usual;
+    return route ? route->interfaceName : former.isEmpty() ? usual : former;
 }

@@ -29,6 +29,7 @@ public:
     virtual QByteArray routeTable() const;
     virtual QByteArray resolverConfiguration() const;
 
-    /// "eth0"; without one, the interface of the default route, "eth0" again when there is no such route.
-    QString mainInterface() const;
+    /// "eth0"; without one, that which was the main one before; without that, the interface of the default route. When
+    /// there is none of them, the former one is still to come, or "eth0".
+    QString mainInterface(const QString &former = QString()) const;
 };

@@ -6,6 +6,8 @@
 #include "app/ControllerBridge.h"
 #include "app/DaemonWorker.h"
 #include "app/ExecManager.h"
+#include "app/InterfaceWatch.h"
+#include "app/NetworkSetup.h"
 #include "app/PanelBridge.h"
 #include "app/ProgramStop.h"
 #include "app/ServiceBridge.h"
@@ -20,6 +22,7 @@
 #include "base/StopSignals.h"
 #include "devices/DeviceManager.h"
 #include "library/ControlProgram.h"
+#include "net/ListenSocket.h"
 #include "net/NetworkManager.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/sockets/OneShotSends.h"
@@ -103,7 +106,9 @@ struct MainApplication::Parts
         : location(where)
         , settings(location)
         , scripts(options.mayChangeSystem ? SystemScripts::Permission::AsRoot : SystemScripts::Permission::Never)
-    {}
+    {
+        QObject::connect(&interfaces, &InterfaceWatch::changed, &networkSetup, &NetworkSetup::look);
+    }
 
     QString serviceStatus() const;
 
@@ -111,6 +116,8 @@ struct MainApplication::Parts
     Translations translations;
     SettingManager settings;
     SystemScripts scripts;
+    NetworkSetup networkSetup{ settings, scripts };
+    InterfaceWatch interfaces;
     std::unique_ptr<TerminalMonitor> monitor;
     std::unique_ptr<MonitorHistory> history;         // nullptr: none is kept
     SimulatedPortHardware *simulatedPorts = nullptr; // borrowed; nullptr when there is hardware
@@ -217,6 +224,8 @@ std::optional<int> MainApplication::startParts(const Options &options)
         parts.history = std::make_unique<MonitorHistory>(options.monitorHistory);
     }
 
+    parts.networkSetup.start(); // first of all: what follows wants its address, and the program the network
+
     std::unique_ptr<PortHardware> hardware;
     if (const QString device = deviceSetting(parts.location, "portLink"); !device.isEmpty()) {
         hardware = std::make_unique<SerialPortHardware>(device);
@@ -233,7 +242,7 @@ std::optional<int> MainApplication::startParts(const Options &options)
     parts.devices->setPanelLink(parts.panels.get());
     parts.controllers = std::make_unique<ControllerBridge>(*parts.devices);
     parts.devices->setControllerLink(parts.controllers.get());
-    parts.services = std::make_unique<ServiceBridge>(parts.settings, parts.scripts, [this] {
+    parts.services = std::make_unique<ServiceBridge>(parts.settings, parts.scripts, parts.networkSetup, [this] {
         QMetaObject::invokeMethod(
             this, [] { quit(); }, Qt::QueuedConnection);
     });
@@ -243,6 +252,7 @@ std::optional<int> MainApplication::startParts(const Options &options)
     parts.devices->ports().setIrFilePath([&exec](int port) { return exec.irFilePath(port); });
 
     loadProgram(options);
+    parts.networkSetup.waitUntilUsed();
     if (const std::optional<int> status = startNetwork(options)) {
         return status;
     }
@@ -251,7 +261,10 @@ std::optional<int> MainApplication::startParts(const Options &options)
             return status;
         }
     }
-    applyNetwork();
+    if (!parts.scripts.isAllowed()) {
+        monitorLog(MonitorMessageType::System,
+                   translated(QT_TRANSLATE_NOOP("messages", "System changes are off: network and date stay")));
+    }
     exec.runStart();
     exec.startMainline();
     if (!options.httpPort) {
@@ -259,27 +272,6 @@ std::optional<int> MainApplication::startParts(const Options &options)
     }
     parts.serviceManager.ready();
     return std::nullopt;
-}
-
-void MainApplication::applyNetwork()
-{
-    SystemScripts &scripts = m_parts->scripts;
-    const SettingManager &settings = m_parts->settings;
-    if (!scripts.isAllowed()) {
-        monitorLog(MonitorMessageType::System,
-                   translated(QT_TRANSLATE_NOOP("messages", "System changes are off: network and date stay")));
-        return;
-    }
-    const auto network = settings.networkToApply();
-    if (!network) {
-        return;
-    }
-    if (network->isDhcp) {
-        scripts.useDhcp(settings.mainInterface());
-    } else {
-        scripts.useStaticAddress(settings.mainInterface(), network->ip, network->netmask, network->gateway,
-                                 network->nameServer);
-    }
 }
 
 void MainApplication::startSupervisorLink()
@@ -361,9 +353,33 @@ std::optional<int> MainApplication::startNetwork(const Options &options)
         return refuse(*problem);
     }
     monitorLog(MonitorMessageType::System, translated(QT_TRANSLATE_NOOP("messages", "Network started.")));
+    tellWhatWaits(options.bindAddress);
     startControllerLinks(options);
     serveConsolePort();
     return std::nullopt;
+}
+
+/// Everything listens already, also at an address that comes with a cable, or from a DHCP server, in an hour.
+void MainApplication::tellWhatWaits(const QHostAddress &bindAddress)
+{
+    if (ListenSocket::isHere(bindAddress)) {
+        return;
+    }
+    const QString address = bindAddress.toString();
+    const QString text =
+        translated(QT_TRANSLATE_NOOP("messages", "Waiting for the address %1, which this machine does not have yet"))
+            .arg(address);
+    sayOnStandardError(text);
+    monitorLog(MonitorMessageType::Warning, text);
+    auto *const watch = &m_parts->interfaces;
+    const auto connection = std::make_shared<QMetaObject::Connection>();
+    *connection = connect(watch, &InterfaceWatch::changed, this, [bindAddress, address, connection] {
+        if (ListenSocket::isHere(bindAddress)) {
+            disconnect(*connection);
+            monitorLog(MonitorMessageType::System,
+                       translated(QT_TRANSLATE_NOOP("messages", "The address %1 has come")).arg(address));
+        }
+    });
 }
 
 std::optional<int> MainApplication::startWebServer(const Options &options)
@@ -473,6 +489,7 @@ void MainApplication::endParts()
         parts.services->setLinks(nullptr);
         parts.links.reset();
     }
+    parts.networkSetup.endTrial();
     if (parts.network) {
         parts.panels->setNetwork(nullptr);
         parts.controllers->setNetwork(nullptr);

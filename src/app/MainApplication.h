@@ -24,7 +24,7 @@ public:
 private:
     struct Parts;
     std::optional<int> startParts(const Options &options);
-    void applyNetwork();
+    void tellWhatWaits(const QHostAddress &bindAddress);
     void startSupervisorLink();
     void loadProgram(const Options &options);
     std::optional<int> startNetwork(const Options &options);

@@ -1,13 +1,16 @@
 #include "app/ServiceBridge.h"
 
 #include "admin/SettingManager.h"
+#include "app/NetworkSetup.h"
 #include "app/ProgramStop.h"
 #include "app/SystemScripts.h"
 #include "net/controllers/ControllerLinks.h"
 
-ServiceBridge::ServiceBridge(SettingManager &settings, SystemScripts &scripts, std::function<void()> quit)
+ServiceBridge::ServiceBridge(SettingManager &settings, SystemScripts &scripts, NetworkSetup &network,
+                             std::function<void()> quit)
     : m_settings(settings)
     , m_scripts(scripts)
+    , m_network(network)
     , m_quit(std::move(quit))
 {}
 
@@ -34,15 +37,9 @@ void ServiceBridge::setSystemNumber(int number)
     m_settings.setSystemNumber(number);
 }
 
-void ServiceBridge::setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
-                                const QString &mac)
+void ServiceBridge::setNetwork(const HostNetwork &network, const QString &mac, Trial trial, const NetworkDone &done)
 {
-    m_settings.setStaticIp(ip, netmask, gateway, dns, mac);
-}
-
-void ServiceBridge::setDhcp(const QString &mac)
-{
-    m_settings.setDhcp(mac);
+    m_network.change(network, mac, trial, done);
 }
 
 void ServiceBridge::setMac(const QString &mac)

@@ -4,6 +4,7 @@
 #include <functional>
 
 class ControllerLinks;
+class NetworkSetup;
 class SettingManager;
 class SystemScripts;
 
@@ -13,16 +14,14 @@ class ServiceBridge : public LinkServices
 {
 public:
     /// \param quit  ends the event loop; called on any thread
-    ServiceBridge(SettingManager &settings, SystemScripts &scripts, std::function<void()> quit);
+    ServiceBridge(SettingManager &settings, SystemScripts &scripts, NetworkSetup &network, std::function<void()> quit);
 
     void setLinks(ControllerLinks *links); // gives it the list of the settings; nullptr before it goes away
 
     QByteArray informationString() override;
     QStringList listenAddresses() override;
     void setSystemNumber(int number) override;
-    void setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
-                     const QString &mac) override;
-    void setDhcp(const QString &mac) override;
+    void setNetwork(const HostNetwork &network, const QString &mac, Trial trial, const NetworkDone &done) override;
     void setMac(const QString &mac) override;
     void reboot() override;
     void setDateTime(const QString &text) override;
@@ -33,6 +32,7 @@ private:
 
     SettingManager &m_settings;
     SystemScripts &m_scripts;
+    NetworkSetup &m_network;
     const std::function<void()> m_quit;
     ControllerLinks *m_links = nullptr; // main thread only
 };

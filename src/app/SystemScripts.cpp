@@ -10,6 +10,27 @@
 #include <unistd.h>
 
 namespace {
+struct Script
+{
+    QStringList names; // run one behind the other as one script, which has the name of the last
+    QStringList arguments;
+    QString interfaceName; // empty: it is not about the network
+};
+
+enum class Purpose { Use, Try };
+
+Script networkScript(const QString &interfaceName, const HostNetwork &network, Purpose purpose)
+{
+    const QString name = QStringLiteral("%1%2.sh").arg(QLatin1String(purpose == Purpose::Try ? "try-" : ""),
+                                                       QLatin1String(network.isDhcp ? "dhcp" : "static"));
+    QStringList arguments;
+    if (!network.isDhcp) {
+        arguments << network.ip << QString::number(prefixLength(network.netmask))
+                  << (network.hasGateway() ? network.gateway : QString()) << network.nameServer;
+    }
+    return { { QStringLiteral("dhcp-client.sh"), name }, arguments, interfaceName };
+}
+
 QString scriptText(const QStringList &names)
 {
     QString text;
@@ -22,12 +43,54 @@ QString scriptText(const QStringList &names)
     return text;
 }
 
+void start(QProcess &process, const Script &script)
+{
+    if (!script.interfaceName.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("INTERFACE"), script.interfaceName);
+        process.setProcessEnvironment(environment);
+    }
+    // "sh -c TEXT NAME ARGUMENTS": the arguments stay arguments, whatever is in them.
+    process.start(QStringLiteral("/bin/sh"),
+                  QStringList{ QStringLiteral("-c"), scriptText(script.names), script.names.last() } +
+                      script.arguments);
+    process.closeWriteChannel();
+}
+
 void tellFailure(const QString &name, const QString &reason)
 {
     const QString text =
         translated(QT_TRANSLATE_NOOP("messages", "The system script %1 failed: %2")).arg(name, reason.trimmed());
     qWarning().noquote() << text;
     monitorLog(MonitorMessageType::Error, text);
+}
+/// A script whose failure is told, and whose process goes when it has ended.
+template <class Ended>
+QProcess *startWatched(const Script &script, QObject *parent, Ended ended)
+{
+    auto *process = new QProcess(parent);
+    const QString name = script.names.last();
+    QObject::connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), process,
+                     [process, name, ended](int status, QProcess::ExitStatus how) {
+                         const QString said = QString::fromLocal8Bit(process->readAllStandardError()).trimmed();
+                         const bool isDone = how == QProcess::NormalExit && status == 0;
+                         if (!isDone) {
+                             tellFailure(name, said);
+                         } else if (!said.isEmpty()) {
+                             monitorLog(MonitorMessageType::Warning, said);
+                         }
+                         process->deleteLater();
+                         ended(isDone);
+                     });
+    QObject::connect(process, &QProcess::errorOccurred, process, [process, name, ended](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) {
+            tellFailure(name, process->errorString());
+            process->deleteLater();
+            ended(false);
+        }
+    });
+    start(*process, script);
+    return process;
 }
 } // namespace
 
@@ -43,52 +106,44 @@ bool SystemScripts::isAllowed() const
 
 void SystemScripts::setDateTime(const QString &text)
 {
-    run({ QStringLiteral("datetime.sh") }, { text });
-}
-
-void SystemScripts::useDhcp(const QString &interfaceName)
-{
-    run({ QStringLiteral("dhcp-client.sh"), QStringLiteral("dhcp.sh") }, {}, interfaceName);
-}
-
-void SystemScripts::useStaticAddress(const QString &interfaceName, const QString &address, const QString &netmask,
-                                     const QString &gateway, const QString &nameServer)
-{
-    run({ QStringLiteral("dhcp-client.sh"), QStringLiteral("static.sh") }, { address, netmask, gateway, nameServer },
-        interfaceName);
-}
-
-void SystemScripts::run(const QStringList &names, const QStringList &arguments, const QString &interfaceName)
-{
-    const QString &name = names.last();
-    if (!isAllowed()) {
+    if (isAllowed()) {
+        startWatched({ { QStringLiteral("datetime.sh") }, { text }, {} }, this, [](bool) {});
+    } else {
         monitorLog(MonitorMessageType::Warning,
                    translated(QT_TRANSLATE_NOOP("messages", "System changes are off: network and date stay")));
-        return;
     }
-    auto *process = new QProcess(this);
-    if (!interfaceName.isEmpty()) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("INTERFACE"), interfaceName);
-        process->setProcessEnvironment(environment);
-    }
-    connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), process,
-            [process, name](int status, QProcess::ExitStatus how) {
-                const QString said = QString::fromLocal8Bit(process->readAllStandardError());
-                if (how != QProcess::NormalExit || status != 0) {
-                    tellFailure(name, said);
-                } else if (!said.trimmed().isEmpty()) {
-                    monitorLog(MonitorMessageType::Warning, said.trimmed());
-                }
-                process->deleteLater();
-            });
-    connect(process, &QProcess::errorOccurred, process, [process, name](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart) {
-            tellFailure(name, process->errorString());
-            process->deleteLater();
-        }
+}
+
+void SystemScripts::useNetwork(const QString &interfaceName, const HostNetwork &network)
+{
+    m_network = startWatched(networkScript(interfaceName, network, Purpose::Use), this, [this](bool isDone) {
+        m_network = nullptr;
+        Q_EMIT networkGiven(isDone);
     });
-    // "sh -c TEXT NAME ARGUMENTS": the arguments stay arguments, whatever is in them.
-    process->start(QStringLiteral("/bin/sh"), QStringList{ QStringLiteral("-c"), scriptText(names), name } + arguments);
-    process->closeWriteChannel();
+}
+
+void SystemScripts::waitForNetwork(int ms)
+{
+    if (m_network) {
+        m_network->waitForFinished(ms);
+    }
+}
+
+QString SystemScripts::tryNetwork(const QString &interfaceName, const HostNetwork &network,
+                                  const std::atomic<bool> &isCancelled)
+{
+    constexpr int kLookMs = 50; // for who cancels it
+    QProcess process;
+    start(process, networkScript(interfaceName, network, Purpose::Try));
+    if (!process.waitForStarted()) {
+        return process.errorString();
+    }
+    while (process.state() != QProcess::NotRunning && !process.waitForFinished(kLookMs)) {
+        if (isCancelled) {
+            process.terminate(); // it takes back what it has done
+        }
+    }
+    const bool isDone = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    const QString said = QString::fromLocal8Bit(process.readAllStandardError()).trimmed();
+    return isDone ? QString() : said.isEmpty() ? process.errorString() : said;
 }

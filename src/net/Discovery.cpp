@@ -1,13 +1,17 @@
 #include "net/Discovery.h"
 #include "base/Messages.h"
+#include "net/InterfaceEvents.h"
 #include "net/LinkCodes.h"
 #include "net/SocketAddress.h"
+#include <QDebug>
 #include <QNetworkInterface>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
+#include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -33,6 +37,7 @@ int openDatagramSocket(bool isShared)
 bool bindTo(int socket, const QHostAddress &address, quint16 port)
 {
     const SocketAddress where(address, port);
+    where.allowToCome(socket);
     return ::bind(socket, where.get(), where.size) == 0;
 }
 
@@ -69,12 +74,12 @@ QList<QNetworkInterface> groupInterfaces(const QHostAddress &bindAddress, bool i
     return fit;
 }
 
-QString problem(const QHostAddress &address, quint16 port)
+void tellProblem(const QHostAddress &address, quint16 port)
 {
-    return translated(QT_TRANSLATE_NOOP("messages", "Cannot listen on address %1, UDP port %2: %3"))
-        .arg(address.toString())
-        .arg(port)
-        .arg(QString::fromLocal8Bit(std::strerror(errno)));
+    qWarning().noquote() << translated(QT_TRANSLATE_NOOP("messages", "Cannot listen on address %1, UDP port %2: %3"))
+                                .arg(address.toString())
+                                .arg(port)
+                                .arg(QString::fromLocal8Bit(std::strerror(errno)));
 }
 } // namespace
 
@@ -84,16 +89,20 @@ class DiscoverySocket final : public IoHandler
 public:
     enum class Role { AnswersOnly, AlsoBroadcasts };
 
-    DiscoverySocket(int socket, std::shared_ptr<Discovery> discovery, Role role)
+    /// \param interfaceIndex  where it has joined the group; 0: nowhere
+    DiscoverySocket(int socket, std::shared_ptr<Discovery> discovery, Role role, int interfaceIndex)
         : m_socket(socket)
         , m_discovery(std::move(discovery))
         , m_role(role)
+        , m_interfaceIndex(interfaceIndex)
         , m_broadcastAtMs(linkClockMs() + Discovery::kBroadcastMs)
     {}
 
     ~DiscoverySocket() override { ::close(m_socket); }
 
     int descriptor() const override { return m_socket; }
+    int interfaceIndex() const { return m_interfaceIndex; }
+    void leave() { m_isLeft = true; } // at the next tick
 
     /// False: the system has not taken it. A datagram may get lost all the same.
     bool sendTo(const SocketAddress &receiver, const QByteArray &datagram) const
@@ -119,7 +128,7 @@ public:
             m_broadcastAtMs = nowMs + Discovery::kBroadcastMs;
             m_discovery->broadcast(*this);
         }
-        return true;
+        return !m_isLeft;
     }
 
     void removed() override
@@ -132,53 +141,128 @@ private:
     const int m_socket;
     const std::shared_ptr<Discovery> m_discovery;
     const Role m_role;
+    const int m_interfaceIndex;
+    bool m_isLeft = false;
     qint64 m_broadcastAtMs;
 };
 
-void Discovery::start(IoThread &thread, LinkServices &services, const QHostAddress &bindAddress,
-                      const DiscoveryPorts &ports, QStringList &problems)
+/// Has the group joined on interfaces that come later. However many changes there are, it looks once a tick at most.
+class DiscoveryWatch final : public IoHandler
 {
-    const std::shared_ptr<Discovery> discovery(new Discovery(services, bindAddress, ports));
-    std::vector<std::shared_ptr<DiscoverySocket>> sockets;
-    const auto add = [&](int socket, DiscoverySocket::Role role) {
-        sockets.push_back(std::make_shared<DiscoverySocket>(socket, discovery, role));
-        discovery->m_sockets.push_back(sockets.back().get());
-    };
-    const QHostAddress anyAddress(QHostAddress::AnyIPv4);
-    const bool isAnyAddress = bindAddress == QHostAddress(QHostAddress::Any) || bindAddress == anyAddress;
-    const QHostAddress directAddress = isAnyAddress ? anyAddress : bindAddress;
+public:
+    DiscoveryWatch(int descriptor, std::shared_ptr<Discovery> discovery)
+        : m_descriptor(descriptor)
+        , m_discovery(std::move(discovery))
+    {}
 
-    const int direct = openDatagramSocket(false);
-    if (!bindTo(direct, directAddress, ports.direct)) {
-        problems.append(problem(directAddress, ports.direct)); // it still answers and broadcasts
+    ~DiscoveryWatch() override { ::close(m_descriptor); }
+
+    int descriptor() const override { return m_descriptor; }
+
+    bool ready(quint32, qint64) override
+    {
+        takeInterfaceEvents(m_descriptor);
+        m_hasChanged = true;
+        return true;
     }
-    add(direct, DiscoverySocket::Role::AlsoBroadcasts);
-    if (!isAnyAddress) { // a socket bound to the group does not hear what is sent to the address itself
-        const int own = openDatagramSocket(true);
-        if (!bindTo(own, bindAddress, ports.group)) {
-            problems.append(problem(bindAddress, ports.group));
+
+    bool tick(qint64) override
+    {
+        if (std::exchange(m_hasChanged, false)) {
+            m_discovery->followInterfaces();
         }
-        add(own, DiscoverySocket::Role::AnswersOnly);
+        return true;
     }
-    for (const QNetworkInterface &card : groupInterfaces(bindAddress, isAnyAddress)) {
-        const QHostAddress where = isAnyAddress ? anyAddress : groupAddress();
-        const int socket = openDatagramSocket(true);
-        if (!bindTo(socket, where, ports.group) || !joinGroup(socket, card.index())) {
-            problems.append(problem(where, ports.group));
-        }
-        add(socket, DiscoverySocket::Role::AnswersOnly);
-    }
-    for (std::shared_ptr<DiscoverySocket> &socket : sockets) { // only now: the list of all no longer changes
+
+private:
+    const int m_descriptor;
+    const std::shared_ptr<Discovery> m_discovery;
+    bool m_hasChanged = true; // something may have come before it watched
+};
+
+void Discovery::start(IoThread &thread, LinkServices &services, const QHostAddress &bindAddress,
+                      const DiscoveryPorts &ports)
+{
+    const std::shared_ptr<Discovery> discovery(new Discovery(thread, services, bindAddress, ports));
+    Sockets sockets = discovery->openDirectSockets();
+    const Sockets ofGroup = discovery->openGroupSockets();
+    sockets.insert(sockets.end(), ofGroup.begin(), ofGroup.end());
+    for (std::shared_ptr<DiscoverySocket> &socket : sockets) { // only now: the list of all is the thread's from here on
         thread.add(std::move(socket));
+    }
+    if (const int events = openInterfaceEvents(); events >= 0) {
+        thread.add(std::make_shared<DiscoveryWatch>(events, discovery));
     }
 }
 
-Discovery::Discovery(LinkServices &services, const QHostAddress &bindAddress, const DiscoveryPorts &ports)
-    : m_services(services)
+Discovery::Discovery(IoThread &thread, LinkServices &services, const QHostAddress &bindAddress,
+                     const DiscoveryPorts &ports)
+    : m_thread(thread)
+    , m_services(services)
+    , m_bindAddress(bindAddress)
     , m_broadcastAddress(bindAddress.isLoopback() ? QStringLiteral("127.255.255.255")
                                                   : QStringLiteral("255.255.255.255"))
     , m_ports(ports)
 {}
+
+bool Discovery::isAnyAddress() const
+{
+    return m_bindAddress == QHostAddress(QHostAddress::Any) || m_bindAddress == QHostAddress(QHostAddress::AnyIPv4);
+}
+
+Discovery::Sockets Discovery::openDirectSockets()
+{
+    const auto open = [this](const QHostAddress &address, quint16 port, bool isShared, DiscoverySocket::Role role) {
+        const int socket = openDatagramSocket(isShared);
+        if (!bindTo(socket, address, port)) {
+            tellProblem(address, port); // it still sends
+        }
+        auto made = std::make_shared<DiscoverySocket>(socket, shared_from_this(), role, 0);
+        m_sockets.push_back(made.get());
+        return made;
+    };
+    const QHostAddress where = isAnyAddress() ? QHostAddress(QHostAddress::AnyIPv4) : m_bindAddress;
+    Sockets sockets{ open(where, m_ports.direct, false, DiscoverySocket::Role::AlsoBroadcasts) };
+    if (!isAnyAddress()) { // a socket bound to the group does not hear what is sent to the address itself
+        sockets.push_back(open(m_bindAddress, m_ports.group, true, DiscoverySocket::Role::AnswersOnly));
+    }
+    return sockets;
+}
+
+Discovery::Sockets Discovery::openGroupSockets()
+{
+    Sockets sockets;
+    for (const QNetworkInterface &card : groupInterfaces(m_bindAddress, isAnyAddress())) {
+        const bool isJoined = std::any_of(m_sockets.begin(), m_sockets.end(), [&](const DiscoverySocket *socket) {
+            return socket->interfaceIndex() == card.index();
+        });
+        if (isJoined) {
+            continue;
+        }
+        const QHostAddress where = isAnyAddress() ? QHostAddress(QHostAddress::AnyIPv4) : groupAddress();
+        const int socket = openDatagramSocket(true);
+        if (!bindTo(socket, where, m_ports.group) || !joinGroup(socket, card.index())) {
+            tellProblem(where, m_ports.group);
+        }
+        sockets.push_back(std::make_shared<DiscoverySocket>(socket, shared_from_this(),
+                                                            DiscoverySocket::Role::AnswersOnly, card.index()));
+        m_sockets.push_back(sockets.back().get());
+    }
+    return sockets;
+}
+
+void Discovery::followInterfaces()
+{
+    for (DiscoverySocket *socket : m_sockets) {
+        char name[IF_NAMESIZE];
+        if (socket->interfaceIndex() != 0 && !::if_indextoname(static_cast<uint>(socket->interfaceIndex()), name)) {
+            socket->leave();
+        }
+    }
+    for (std::shared_ptr<DiscoverySocket> &socket : openGroupSockets()) {
+        m_thread.add(std::move(socket));
+    }
+}
 
 void Discovery::takeDatagram(const char *bytes, int count, const SocketAddress &sender)
 {

@@ -3,7 +3,6 @@
 #include "net/IoThread.h"
 #include "net/LinkHooks.h"
 #include <QHostAddress>
-#include <QStringList>
 
 #include <memory>
 #include <vector>
@@ -23,26 +22,34 @@ struct SocketAddress;
 /// Owns: its sockets, together with their I/O thread. Thread: made on the main thread, then served by one I/O thread,
 ///       so it answers also while a program keeps the main thread busy.
 /// Ends: with its last socket.
-class Discovery
+class Discovery : public std::enable_shared_from_this<Discovery>
 {
 public:
     static constexpr qint64 kBroadcastMs = 2000;
 
-    /// Opens the sockets and has the thread serve them. A socket that cannot be opened is missing, with a line in
-    /// problems (address, port, reason). The services outlive the thread.
+    /// Opens the sockets and has the thread serve them, and those of interfaces that come later. A socket that cannot
+    /// be opened is missing, with a line in the log (address, port, reason). The services outlive the thread.
     static void start(IoThread &thread, LinkServices &services, const QHostAddress &bindAddress,
-                      const DiscoveryPorts &ports, QStringList &problems);
+                      const DiscoveryPorts &ports);
 
 private:
     friend class DiscoverySocket;
-    Discovery(LinkServices &services, const QHostAddress &bindAddress, const DiscoveryPorts &ports);
+    friend class DiscoveryWatch;
+    Discovery(IoThread &thread, LinkServices &services, const QHostAddress &bindAddress, const DiscoveryPorts &ports);
+    using Sockets = std::vector<std::shared_ptr<DiscoverySocket>>;
+    bool isAnyAddress() const;
+    Sockets openDirectSockets();
+    Sockets openGroupSockets(); // of the interfaces that have none yet
+    void followInterfaces();    // joins the group on new ones, leaves those that have gone
     void takeDatagram(const char *bytes, int count, const SocketAddress &sender);
     void broadcast(const DiscoverySocket &socket);
     QByteArray informationFrame() const;
 
+    IoThread &m_thread;
     LinkServices &m_services;
+    const QHostAddress m_bindAddress;
     const QHostAddress m_broadcastAddress;
     const DiscoveryPorts m_ports;
     FrameParser m_parser{ kMaxDatagramPayload }; // one for all sockets
-    std::vector<DiscoverySocket *> m_sockets;    // the answers go out through every one; the first is the direct one
+    std::vector<DiscoverySocket *> m_sockets;    // the answers go out through every one
 };

@@ -1,4 +1,5 @@
 #pragma once
+#include "net/HostNetwork.h"
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -69,9 +70,12 @@ public:
     virtual QStringList listenAddresses() = 0;
 
     virtual void setSystemNumber(int number) = 0; // at least 1
-    virtual void setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
-                             const QString &mac) = 0;
-    virtual void setDhcp(const QString &mac) = 0; // mac may be empty
+
+    /// Checks the network, tries it where it may, which takes seconds, and stores it; the mac may be empty.
+    /// \param done  called once, here or later, on any thread: why it is not stored, empty when it is
+    enum class Trial { Wanted, Never };
+    using NetworkDone = std::function<void(const QString &problem)>;
+    virtual void setNetwork(const HostNetwork &network, const QString &mac, Trial trial, const NetworkDone &done) = 0;
     virtual void setMac(const QString &mac) = 0;
 
     /// Stops the running program (by a flag that every loop looks at), sets the reboot flag, queues the quit.

@@ -23,6 +23,7 @@ int openSocket(const QHostAddress &address, quint16 port)
     const int on = 1;
     const int off = 0;
     ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    where.allowToCome(socket);
     if (where.family() == AF_INET6) {
         ::setsockopt(socket, IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
     }
@@ -35,6 +36,15 @@ int openSocket(const QHostAddress &address, quint16 port)
     return socket;
 }
 } // namespace
+
+bool ListenSocket::isHere(const QHostAddress &address)
+{
+    const SocketAddress where(address, 0);
+    const int socket = ::socket(where.family(), SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const bool isAbsent = socket >= 0 && ::bind(socket, where.get(), where.size) != 0 && errno == EADDRNOTAVAIL;
+    ::close(socket);
+    return !isAbsent;
+}
 
 ListenSocket::Result ListenSocket::open(const QHostAddress &address, quint16 port, IoLoop &loop, Accepted accepted,
                                         int perTurn)

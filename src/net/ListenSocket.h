@@ -24,6 +24,9 @@ public:
 
     static constexpr int kManyPerTurn = 64;
 
+    static bool isHere(const QHostAddress &address); // this machine has it now
+
+    /// Also at an address that this machine does not have yet: it is served when it comes.
     /// \param port     0 for any free one
     /// \param perTurn  connections taken before the loop's other handlers are served
     static Result open(const QHostAddress &address, quint16 port, IoLoop &loop, Accepted accepted,

@@ -26,22 +26,40 @@ Parsed parseSystemNumber(const QString &text)
     return number ? Parsed(SetSystemNumber{ *number }) : std::nullopt;
 }
 
+/// The fields of a command that changes the network; a last one behind the others may say that it is not to be tried.
+struct NetworkFields
+{
+    explicit NetworkFields(const QString &text, int most)
+        : fields(text.split(QLatin1Char('\n')))
+        , isTried(fields.size() != most + 1 || fields.last() != QLatin1String("untried"))
+    {
+        if (!isTried) {
+            fields.removeLast();
+        }
+    }
+
+    QStringList fields;
+    const bool isTried;
+};
+
 Parsed parseDhcp(const QString &text)
 {
-    const QStringList fields = text.split(QLatin1Char('\n'));
+    const NetworkFields read(text, 2);
+    const QStringList &fields = read.fields;
     if (fields.size() > 2) {
         return std::nullopt;
     }
-    return UseDhcp{ fields.size() == 2 && isMacAddress(fields.at(1)) ? fields.at(1) : QString() };
+    return UseDhcp{ fields.size() == 2 && isMacAddress(fields.at(1)) ? fields.at(1) : QString(), read.isTried };
 }
 
 Parsed parseStaticIp(const QString &text)
 {
-    const QStringList fields = text.split(QLatin1Char('\n'));
+    const NetworkFields read(text, 6);
+    const QStringList &fields = read.fields;
     if (fields.size() != 6 || !isAddress(fields.at(1)) || !isAddress(fields.at(2)) || !isAddress(fields.at(3))) {
         return std::nullopt;
     }
-    return UseStaticIp{ fields.at(1), fields.at(2), fields.at(3), fields.at(4), fields.at(5) };
+    return UseStaticIp{ fields.at(1), fields.at(2), fields.at(3), fields.at(4), fields.at(5), read.isTried };
 }
 
 Parsed parseIrCode(const QString &text)

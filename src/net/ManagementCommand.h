@@ -16,10 +16,12 @@ struct Reboot
 struct UseDhcp
 {
     QString mac; // empty, or a valid one
+    bool isTried = true;
 };
 struct UseStaticIp
 {
     QString ip, netmask, gateway, dns, mac; // the first three are addresses
+    bool isTried = true;
 };
 struct AskDateTime
 {};

@@ -7,7 +7,6 @@
 #include "net/ListenSocket.h"
 #include "net/MonitorPast.h"
 #include <QDateTime>
-#include <QDebug>
 
 #include <algorithm>
 
@@ -129,11 +128,7 @@ std::optional<QString> NetworkManager::start(const LinkOptions &options)
     m_port = listening.socket->port();
     first.add(std::move(listening.socket));
     if (options.discovery) {
-        QStringList problems;
-        Discovery::start(*m_threads.back(), m_hooks.services, options.bindAddress, options.discoveryPorts, problems);
-        for (const QString &problem : qAsConst(problems)) {
-            qWarning().noquote() << problem;
-        }
+        Discovery::start(*m_threads.back(), m_hooks.services, options.bindAddress, options.discoveryPorts);
     }
     return std::nullopt;
 }
@@ -267,14 +262,28 @@ void NetworkManager::changeSystemNumber(int number)
 void NetworkManager::makeStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
                                   const QString &mac)
 {
-    m_hooks.services.setStaticIp(ip, netmask, gateway, dns, mac);
-    rebootWithNotice();
+    changeNetwork({ false, ip, netmask, gateway, dns }, mac, LinkServices::Trial::Wanted);
 }
 
 void NetworkManager::makeDHCP(const QString &mac)
 {
-    m_hooks.services.setDhcp(mac);
-    rebootWithNotice();
+    changeNetwork({}, mac, LinkServices::Trial::Wanted);
+}
+
+void NetworkManager::changeNetwork(const HostNetwork &network, const QString &mac, LinkServices::Trial trial,
+                                   const std::weak_ptr<SocketClient> &asker)
+{
+    m_hooks.services.setNetwork(network, mac, trial, [this, asker](const QString &problem) {
+        if (problem.isEmpty()) {
+            rebootWithNotice();
+            return;
+        }
+        monitorLog(MonitorMessageType::Error,
+                   translated(QT_TRANSLATE_NOOP("messages", "The network stays as it was: %1")).arg(problem));
+        if (const auto client = asker.lock()) {
+            client->sendPlain(LinkCode::kTextReply, "network:" + problem.toUtf8());
+        }
+    });
 }
 
 void NetworkManager::setMacAddress(const QString &mac)
@@ -442,6 +451,9 @@ void NetworkManager::perform(SocketClient &client, const Management::Command &co
 {
     using namespace Management;
     const auto reply = [&client](const QByteArray &text) { client.sendPlain(LinkCode::kTextReply, text); };
+    const auto trialOf = [](bool isTried) {
+        return isTried ? LinkServices::Trial::Wanted : LinkServices::Trial::Never;
+    };
     const Overloaded performers{
         [&](const SetSystemNumber &set) {
             notify(translated(QT_TRANSLATE_NOOP("messages", "Set system number")));
@@ -453,11 +465,12 @@ void NetworkManager::perform(SocketClient &client, const Management::Command &co
         },
         [&](const UseDhcp &use) {
             notify(translated(QT_TRANSLATE_NOOP("messages", "Change to DHCP mode")));
-            makeDHCP(use.mac);
+            changeNetwork({}, use.mac, trialOf(use.isTried), client.weak_from_this());
         },
         [&](const UseStaticIp &use) {
             notify(translated(QT_TRANSLATE_NOOP("messages", "Set ip address: %1")).arg(use.ip));
-            makeStaticIp(use.ip, use.netmask, use.gateway, use.dns, use.mac);
+            changeNetwork({ false, use.ip, use.netmask, use.gateway, use.dns }, use.mac, trialOf(use.isTried),
+                          client.weak_from_this());
         },
         [&](const AskDateTime &) {
             const QDateTime now = QDateTime::currentDateTime();

@@ -123,6 +123,8 @@ private:
     void welcome(const std::weak_ptr<SocketClient> &client, int deviceNumber); // main thread
     void sendMonitorLine(int type, const QString &text);                       // any thread
     void rebootWithNotice();                                                   // any thread
+    void changeNetwork(const HostNetwork &network, const QString &mac, LinkServices::Trial trial,
+                       const std::weak_ptr<SocketClient> &asker = {}); // any thread; tells the asker what is wrong
 
     template <class Job>
     void onMainThread(Job job);

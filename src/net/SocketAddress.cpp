@@ -36,6 +36,16 @@ QHostAddress SocketAddress::host() const
     return isIpv4 ? QHostAddress(ipv4) : address;
 }
 
+void SocketAddress::allowToCome(int socket) const
+{
+    const int on = 1;
+    if (family() == AF_INET) {
+        ::setsockopt(socket, IPPROTO_IP, IP_FREEBIND, &on, sizeof on);
+    } else {
+        ::setsockopt(socket, IPPROTO_IPV6, IPV6_FREEBIND, &on, sizeof on);
+    }
+}
+
 quint16 SocketAddress::port() const
 {
     if (family() == AF_INET) {

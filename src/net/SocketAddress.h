@@ -17,4 +17,6 @@ struct SocketAddress
     const sockaddr *get() const { return reinterpret_cast<const sockaddr *>(&storage); }
     QHostAddress host() const; // an IPv4 peer of an IPv6 socket shows its IPv4 address
     quint16 port() const;
+
+    void allowToCome(int socket) const; // so that it can be bound to this address before the machine has it
 };

@@ -33,8 +33,7 @@ public:
     QByteArray informationString() override { return {}; }
     QStringList listenAddresses() override { return {}; }
     void setSystemNumber(int) override {}
-    void setStaticIp(const QString &, const QString &, const QString &, const QString &, const QString &) override {}
-    void setDhcp(const QString &) override {}
+    void setNetwork(const HostNetwork &, const QString &, Trial, const NetworkDone &) override {}
     void setMac(const QString &) override {}
     void reboot() override {}
     void setDateTime(const QString &) override {}

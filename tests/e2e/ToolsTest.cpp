@@ -112,6 +112,8 @@ void ToolsTest::refusals_data()
     row("no command", "--timeout 1", 2, "no command given");
     row("two words of a name", "network static 10.0.0.1 255.0.0.0 10.0.0.1 dns.example", 2,
         "not an IPv4 address: dns.example");
+    row("a gateway elsewhere", "network static 10.0.0.5 255.255.255.0 10.0.1.1 10.0.0.1", 2,
+        "The gateway 10.0.1.1 is no neighbour of 10.0.0.5");
     row("half a network", "network static 10.0.0.1 255.0.0.0", 2, "ADDRESSES");
     row("mac", "mac 08-90-00-01-02-03", 2, "not a MAC address such as");
     row("system number", "sysnum 0", 2, "NUMBER");

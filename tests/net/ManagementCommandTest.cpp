@@ -1,4 +1,5 @@
 #include "net/ManagementCommand.h"
+#include "net/HostNetwork.h"
 #include "support/Table.h"
 #include <QtTest>
 
@@ -11,10 +12,11 @@ QString shown(const Command &command)
         return QStringLiteral("system %1").arg(set->number);
     }
     if (const auto *use = std::get_if<UseDhcp>(&command)) {
-        return QStringLiteral("dhcp '%1'").arg(use->mac);
+        return QStringLiteral("dhcp '%1'").arg(use->mac) + QLatin1String(use->isTried ? "" : " untried");
     }
     if (const auto *use = std::get_if<UseStaticIp>(&command)) {
-        return QStringList{ use->ip, use->netmask, use->gateway, use->dns, use->mac }.join(QLatin1Char(' '));
+        return QStringList{ use->ip, use->netmask, use->gateway, use->dns, use->mac }.join(QLatin1Char(' ')) +
+               QLatin1String(use->isTried ? "" : " untried");
     }
     if (const auto *set = std::get_if<SetDateTime>(&command)) {
         return QStringLiteral("date '%1'").arg(set->text);
@@ -39,6 +41,8 @@ class ManagementCommandTest : public QObject
 private Q_SLOTS:
     void reads_data();
     void reads();
+    void wrongNetworks_data();
+    void wrongNetworks();
 };
 
 void ManagementCommandTest::reads_data()
@@ -58,7 +62,10 @@ void ManagementCommandTest::reads_data()
     row("dhcp\n08:90:00:aa:0b", "dhcp ''");
     row("dhcp\n08:90:00:aa:0b:1c;reboot", "dhcp ''");
     row("dhcp\n08:90:00:aa:0b:1c\n", "");
+    row("dhcp\n\nuntried", "dhcp '' untried");
     row("staticip\n10.0.0.2\n255.0.0.0\n10.0.0.1\n8.8.8.8\n", "10.0.0.2 255.0.0.0 10.0.0.1 8.8.8.8 ");
+    row("staticip\n10.0.0.2\n255.0.0.0\n10.0.0.1\n8.8.8.8\n\nuntried", "10.0.0.2 255.0.0.0 10.0.0.1 8.8.8.8  untried");
+    row("staticip\n10.0.0.2\n255.0.0.0\n10.0.0.1\n8.8.8.8\n\nnever", "");
     row("staticip\n10.0.0.2\n255.0.0.0\n10.0.0.1\n8.8.8.8", "");
     row("staticip\n10.0.0.2\n255.0.0.0\n$(reboot)\n8.8.8.8\n", "");
     row("staticip\n10.0.0.256\n255.0.0.0\n10.0.0.1\n8.8.8.8\n", "");
@@ -85,6 +92,51 @@ void ManagementCommandTest::reads()
     QFETCH(QString, command);
     const std::optional<Command> parsed = parse(text);
     QCOMPARE(parsed ? shown(*parsed) : QString(), command);
+}
+
+void ManagementCommandTest::wrongNetworks_data()
+{
+    // network: address|netmask|gateway|name server; problem: empty: none
+    const Table<QString, QString> row("network", "problem");
+    const QString noAddress = QStringLiteral("%1 is no address that a controller can have");
+    const QString noNetmask = QStringLiteral("%1 is no netmask of a network");
+    const QString noNeighbour = QStringLiteral("The gateway %1 is no neighbour of %2 with netmask %3");
+    const QString mask = QStringLiteral("255.255.255.0");
+    const QString ours = QStringLiteral("10.77.0.20");
+    row("10.77.0.20|255.255.254.0|10.77.0.255|10.1.1.1", ""); // in a network this wide it is a host like others
+    row("10.77.0.20|255.255.255.0||", "");
+    row("10.77.0.20|255.255.255.0|0.0.0.0|127.0.0.53", "");
+    row("10.77.0.21|255.255.255.252|10.77.0.22|fe80::1", "");
+    row("10.77.0.20|255.255.255.252|10.77.0.22|fe80::1", noAddress.arg(ours));
+    for (const char *address :
+         { "0.0.0.0", "0.1.2.3", "127.0.0.1", "224.0.0.5", "240.0.0.1", "255.255.255.255", "10.77", "010.77.0.20",
+           "10.77.0.024", "10.77.0.300", "10.77.0.20 ", "10.77.0.20/24", "fe80::1", "", "10.77.0.0", "10.77.0.255",
+           "10..77.0.1", "+10.77.0.1", "0x0a4d0014" }) {
+        const QString text = QString::fromLatin1(address);
+        row(QStringList{ text, mask, {}, {} }.join(QLatin1Char('|')), noAddress.arg(text));
+    }
+    for (const char *netmask : { "255.255.255.255", "255.255.255.254", "0.0.0.0", "254.0.0.0", "255.0.255.0",
+                                 "255.255.255", "24", "0.0.0.255", "" }) {
+        const QString text = QString::fromLatin1(netmask);
+        row(QStringList{ ours, text, {}, {} }.join(QLatin1Char('|')), noNetmask.arg(text));
+    }
+    for (const char *gateway : { "10.77.1.1", "172.20.0.1", "10.77.0.20", "10.77.0.0", "10.77.0.255", "10.77", "x" }) {
+        const QString text = QString::fromLatin1(gateway);
+        row(QStringList{ ours, mask, text, {} }.join(QLatin1Char('|')), noNeighbour.arg(text, ours, mask));
+    }
+    for (const char *server : { "dns.example", "224.0.0.251", "10.1" }) {
+        const QString text = QString::fromLatin1(server);
+        row(QStringList{ ours, mask, {}, text }.join(QLatin1Char('|')),
+            QStringLiteral("%1 is no address of a name server").arg(text));
+    }
+}
+
+void ManagementCommandTest::wrongNetworks()
+{
+    QFETCH(QString, network);
+    const QStringList parts = network.split(QLatin1Char('|'));
+    const HostNetwork wanted{ false, parts.value(0), parts.value(1), parts.value(2), parts.value(3) };
+    QTEST(problemOf(wanted).value_or(QString()), "problem");
 }
 
 QTEST_APPLESS_MAIN(ManagementCommandTest)

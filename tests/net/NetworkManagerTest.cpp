@@ -79,12 +79,16 @@ public:
     QByteArray informationString() override { return "dhcp_127.0.0.1"; }
     QStringList listenAddresses() override { return { QStringLiteral("10.0.0.3"), QStringLiteral("10.0.0.4") }; }
     void setSystemNumber(int number) override { tell("system", number); }
-    void setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
-                     const QString &mac) override
+    void setNetwork(const HostNetwork &network, const QString &mac, Trial trial, const NetworkDone &done) override
     {
-        tell("static", ip, netmask, gateway, dns, mac);
+        const QString tried = trial == Trial::Wanted ? QStringLiteral("tried") : QStringLiteral("untried");
+        if (network.isDhcp) {
+            tell("dhcp", mac, tried);
+        } else {
+            tell("static", network.ip, network.netmask, network.gateway, network.nameServer, mac, tried);
+        }
+        done(network.ip == QLatin1String("10.0.0.9") ? QStringLiteral("taken") : QString());
     }
-    void setDhcp(const QString &mac) override { tell("dhcp", mac); }
     void setMac(const QString &mac) override { tell("mac", mac); }
     void reboot() override { tell("reboot"); }
     void setDateTime(const QString &text) override { tell("date", text); }
@@ -366,9 +370,11 @@ void NetworkManagerTest::textCommands_data()
     row("sysnum\n12", "", { "system 12" });
     row("sysnum\n0", "", {});
     row("reboot", "", { "reboot" });
-    row("dhcp", "", { "dhcp ", "reboot" });
+    row("dhcp", "", { "dhcp  tried", "reboot" });
     row("staticip\n10.0.0.2\n255.0.0.0\n10.0.0.1\n8.8.8.8\nm", "",
-        { "static 10.0.0.2 255.0.0.0 10.0.0.1 8.8.8.8 m", "reboot" });
+        { "static 10.0.0.2 255.0.0.0 10.0.0.1 8.8.8.8 m tried", "reboot" });
+    row("staticip\n10.0.0.9\n255.0.0.0\n10.0.0.1\n\n\nuntried", "network:taken",
+        { "static 10.0.0.9 255.0.0.0 10.0.0.1   untried" });
     row("datetime?", "datetime:\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d", {});
     row("datetime!noon", "datetimeSet", { "date noon" });
     row("ir-3", "", { "ir 3" });

@@ -1,18 +1,12 @@
 #include "tools/arkctl/AdminCommands.h"
+#include "net/HostNetwork.h"
 #include "net/LinkCodes.h"
 #include "tools/arkctl/Command.h"
-#include <QHostAddress>
 #include <QRegularExpression>
 #include <QTimer>
 
 namespace {
 const QString kDateForm = QStringLiteral("yyyy-MM-dd HH:mm:ss");
-
-bool isIpv4(const std::string &text)
-{
-    QHostAddress address;
-    return address.setAddress(QString::fromStdString(text)) && address.protocol() == QAbstractSocket::IPv4Protocol;
-}
 
 bool isMac(const std::string &text)
 {
@@ -25,14 +19,13 @@ QByteArray joinedLines(const QStringList &fields)
     return fields.join(QLatin1Char('\n')).toUtf8();
 }
 
-QByteArray staticIpText(const QStringList &addresses, const QString &mac)
+/// \param untried  one word behind the others, or none
+QByteArray networkText(const HostNetwork &network, const QString &mac, const QStringList &untried = {})
 {
-    return joinedLines(QStringList{ QStringLiteral("staticip") } + addresses + QStringList{ mac });
-}
-
-QByteArray dhcpText(const QString &mac)
-{
-    return joinedLines({ QStringLiteral("dhcp"), mac });
+    return joinedLines((network.isDhcp ? QStringList{ QStringLiteral("dhcp") }
+                                       : QStringList{ QStringLiteral("staticip"), network.ip, network.netmask,
+                                                      network.gateway, network.nameServer }) +
+                       QStringList{ mac } + untried);
 }
 } // namespace
 
@@ -83,11 +76,27 @@ void SystemNumberCommand::take(const ControllerInfo &info)
     finish(Outcome::Done);
 }
 
+RestartingCommand::RestartingCommand(const RunOptions &options, Text text, const std::string &saidWhenDone)
+    : InfoRun(options)
+    , m_text(std::move(text))
+    , m_saidWhenDone(saidWhenDone)
+{
+    connect(&client(), &LinkClient::received, this, [this](const LinkMessage &message) {
+        static const QByteArray keyword = "network:";
+        if (message.kind == LinkMessage::Kind::TextReply && message.body.startsWith(keyword)) {
+            fail("the network of the controller at " + this->options().endpoint.text() +
+                     " stays as it was: " + message.body.mid(keyword.size()).toStdString(),
+                 "--untried stores it for a network that the controller is not in yet");
+        }
+    });
+}
+
 void RestartingCommand::take(const ControllerInfo &info)
 {
+    constexpr int kTrialMs = 12000; // of a network
     client().sendTextCommand(m_text(info));
     m_isSent = true;
-    awaitAnswer(); // which is the end of the connection
+    awaitAnswer(kTrialMs); // which is the end of the connection
 }
 
 void RestartingCommand::lost()
@@ -197,22 +206,27 @@ struct NetworkArguments
 {
     std::vector<std::string> addresses;
     std::string mac;
+    bool isUntried = false;
 };
 
 Outcome runNetwork(const NetworkArguments &arguments, bool isDhcp, const RunOptions &options)
 {
     QStringList addresses;
     for (const std::string &address : arguments.addresses) {
-        if (!isIpv4(address)) {
+        addresses << QString::fromStdString(address);
+        if (!dottedAddress(addresses.last())) {
             return wrongUse("not an IPv4 address: " + address);
         }
-        addresses << QString::fromStdString(address);
+    }
+    const HostNetwork network{ isDhcp, addresses.value(0), addresses.value(1), addresses.value(2), addresses.value(3) };
+    if (const std::optional<QString> problem = problemOf(network)) {
+        return wrongUse(problem->toStdString());
     }
     if (!arguments.mac.empty() && !isMac(arguments.mac)) {
         return wrongUse("not a MAC address such as 08:90:00:12:34:56: " + arguments.mac);
     }
-    QByteArray text = isDhcp ? dhcpText(QString::fromStdString(arguments.mac))
-                             : staticIpText(addresses, QString::fromStdString(arguments.mac));
+    const QStringList untried = arguments.isUntried ? QStringList{ QStringLiteral("untried") } : QStringList();
+    const QByteArray text = networkText(network, QString::fromStdString(arguments.mac), untried);
     return RestartingCommand(
                options, [text](const ControllerInfo &) { return text; },
                "Stored. The controller ends and uses it when its supervisor has started it again.")
@@ -221,7 +235,7 @@ Outcome runNetwork(const NetworkArguments &arguments, bool isDhcp, const RunOpti
 
 QByteArray macText(const ControllerInfo &info, const QString &mac)
 {
-    return info.isDhcp ? dhcpText(mac) : staticIpText({ info.ip, info.netmask, info.gateway, info.nameServer }, mac);
+    return networkText({ info.isDhcp, info.ip, info.netmask, info.gateway, info.nameServer }, mac);
 }
 } // namespace
 
@@ -230,8 +244,9 @@ Command networkCommand(CLI::App &app)
     CLI::App *const word = app.add_subcommand("network", "Give the controller a fixed address, or let DHCP do it");
     CommandLine::explain(
         *word,
-        { "The controller stores the network, ends, and uses it when its supervisor has started "
-          "it again. It changes the system's network only as root.",
+        { "The controller tries the network first: whether the address is free and the gateway answers, or a DHCP "
+          "server does. If not, all stays as it was and the command fails. Else it stores the network, ends, and uses "
+          "it when its supervisor has started it again. It changes the system's network only as root.",
           { { "arkctl network static 10.0.0.5 255.0.0.0 10.0.0.1 10.0.0.1", "" }, { "arkctl network dhcp", "" } } });
     word->require_subcommand(1);
     const auto arguments = std::make_shared<NetworkArguments>();
@@ -240,6 +255,7 @@ Command networkCommand(CLI::App &app)
     fixed->add_option("ADDRESSES", arguments->addresses, "IP NETMASK GATEWAY DNS")->required()->expected(4);
     for (CLI::App *way : { dhcp, fixed }) {
         way->add_option("--mac", arguments->mac, "And store this MAC address")->type_name("MAC");
+        way->add_flag("--untried", arguments->isUntried, "Do not try it: it is for a network elsewhere");
         way->fallthrough();
     }
     return { word, [dhcp, arguments](const RunOptions &options) { return runNetwork(*arguments, !!*dhcp, options); } };

@@ -63,11 +63,7 @@ public:
     /// The text to send, made from what the controller says of itself.
     using Text = std::function<QByteArray(const ControllerInfo &info)>;
 
-    RestartingCommand(const RunOptions &options, Text text, const std::string &saidWhenDone)
-        : InfoRun(options)
-        , m_text(std::move(text))
-        , m_saidWhenDone(saidWhenDone)
-    {}
+    RestartingCommand(const RunOptions &options, Text text, const std::string &saidWhenDone);
 
 protected:
     void take(const ControllerInfo &info) override;

@@ -71,7 +71,6 @@ LinkRun::LinkRun(const LinkClient::Identity &identity, const RunOptions &options
     , m_patience(new QTimer(this))
 {
     m_patience->setSingleShot(true);
-    m_patience->setInterval(options.timeoutMs);
     connect(m_patience, &QTimer::timeout, this, [this] { unanswered(); });
     connect(m_console, &Console::stopRequested, this, [this] { finish(outcomeWhenStopped()); });
     connect(m_console, &Console::outputFailed, this, [this] { finish(Outcome::Failed); });
@@ -135,9 +134,9 @@ void LinkRun::lost()
     fail("the controller at " + m_options.endpoint.text() + " closed the connection", adviceWhenLost());
 }
 
-void LinkRun::awaitAnswer()
+void LinkRun::awaitAnswer(int workMs)
 {
-    m_patience->start();
+    m_patience->start(m_options.timeoutMs + workMs);
 }
 
 void LinkRun::answered()

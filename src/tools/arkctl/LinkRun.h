@@ -69,7 +69,8 @@ protected:
     void fail(const std::string &what, const std::string &tryThis); // says so, with the address, and finishes
     void fail(const ConnectionFault &fault) { fail(fault.what, fault.tryThis); }
 
-    void awaitAnswer(); // fails unless answered(), or the next awaitAnswer(), comes within the time limit
+    /// Fails unless answered(), or the next awaitAnswer(), comes within the time limit.
+    void awaitAnswer(int workMs = 0); // what the controller has to do first, in addition
     void answered();
 
 private:
