@@ -75,6 +75,7 @@ function showPresets() {
     if (keys.children.length < i) {
       keys.append(Object.assign(document.createElement('button'), { type: 'button' }));
       keys.lastChild.dataset.send = `preset ${i}`;
+      if ('preset' in room) keys.lastChild.dataset.lit = `preset=${i}`;
     }
     setText(keys.children[i - 1], programText(room[`preset${i}`]));
   }
