@@ -39,7 +39,7 @@ fi
 need "${build_packages[@]}"
 
 cmake --preset release >/dev/null
-cmake --build --preset release --target arkivon arkc arkctl arkhost
+cmake --build --preset release --target arkivon arkc arkctl arkhost pages # the pages are what README.md tells of
 bin=build/release/bin
 
 # ---- what is started, and its end
@@ -76,13 +76,34 @@ prepare() {
 
 # ---- the web panel
 
-# is_free PORT: nobody listens on it, at any address.
+# is_free PORT [ADDRESS]: nobody listens on it there; without an address: at any.
 is_free() {
-    python3 -c 'import socket, sys
-s = socket.socket()
+    python3 -c 'import errno, socket, sys
+port, address = int(sys.argv[1]), sys.argv[2]
+s = socket.socket(socket.AF_INET6 if ":" in address else socket.AF_INET)
 s.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-s.bind(("", int(sys.argv[1])))
-s.listen()' "$1" 2>/dev/null
+try:
+    s.bind((address, port))
+    s.listen()
+except OSError as error:
+    sys.exit(error.errno == errno.EADDRINUSE)' "$1" "${2:-}"
+}
+
+# bind_address OPTION...: what --bind names, the last one.
+bind_address() {
+    sed -n 's/.* --bind[ =]\([^ ]*\).*/\1/p' <<<" $* "
+}
+
+# want_link ADDRESS...: ends here, before anybody is told that the room runs, when a controller runs there already.
+want_link() {
+    local address
+    for address in "${@:-}"; do
+        is_free 6139 "$address" || {
+            echo "Port 6139${address:+ of $address} is taken: a controller runs here already. End it first, or run this" \
+                "one at an address of its own: ./run.sh $example --bind 127.0.0.5" >&2
+            exit 1
+        }
+    done
 }
 
 # The pages of the web panel, unless an option says where; the panel itself speaks to the program on port 8081.
@@ -101,16 +122,29 @@ find_web_port() {
 
 show_web_address() {
     [ ${#web_options[@]} -gt 0 ] || return 0
-    local bind_address own_address
-    bind_address=$(sed -n 's/.* --bind[ =]\([^ ]*\).*/\1/p' <<<" $* ")
-    echo "The web panel:   http://${bind_address:-localhost}:$web_port/"
+    local address own_address
+    address=$(bind_address "$@")
+    echo "The web panel:   http://${address:-localhost}:$web_port/"
     own_address=$(hostname -I 2>/dev/null | cut -d ' ' -f 1)
-    [ -n "$bind_address" ] || [ -z "$own_address" ] || echo "from a phone:    http://$own_address:$web_port/"
+    [ -n "$address" ] || [ -z "$own_address" ] || echo "from a phone:    http://$own_address:$web_port/"
 }
 
 # ---- the examples
 
+# supervised --data-dir FOLDER OPTION...: a controller that is started again after an upload, and when it hangs.
+# Its socket lies beside its data: others may run here.
+supervised() {
+    mkdir -p "$2/tmp"
+    TMPDIR=$PWD/$2/tmp exec "$bin/arkhost" --plain -- "$@"
+}
+
+# quiet: without the LEDs, and the sign of life that web panels get every second.
+quiet() {
+    grep --line-buffered -v '^LED \| is here$' || true
+}
+
 run_boardroom() {
+    want_link "$(bind_address "$@")"
     prepare examples/boardroom/boardroom.src build/boardroom
     find_web_port "$@"
     show_web_address "$@"
@@ -122,11 +156,14 @@ The room is running. In another terminal:
 Control-C ends it.
 
 HINTS
-    exec "$bin/arkivon" --data-dir build/boardroom --monitor --no-system-changes "${web_options[@]}" "$@"
+    in_background controller supervised --data-dir build/boardroom --monitor --no-system-changes \
+        "${web_options[@]}" "$@" > >(quiet)
+    wait_for_the_end
 }
 
 run_home_theatre() {
     local devices=examples/home-theatre/devices name faults
+    want_link "$(bind_address "$@")"
     prepare examples/home-theatre/home-theatre.src build/home-theatre
     find_web_port "$@"
     show_web_address "$@"
@@ -145,8 +182,8 @@ The theatre is running; its devices say here what they do. In another terminal:
 Control-C ends it.
 
 HINTS
-    in_background controller "$bin/arkivon" --data-dir build/home-theatre --no-system-changes \
-        "${web_options[@]}" "$@"
+    in_background controller supervised --data-dir build/home-theatre --no-system-changes \
+        "${web_options[@]}" "$@" > >(quiet)
     wait_for_the_end
 }
 
@@ -156,13 +193,14 @@ linked() {
     [ -e "$1/settings.ini" ] || printf '[General]\nsystemNum=%s\nlisten=%s\n' "$2" "$3" >"$1/settings.ini"
 }
 
-# named NAME: monitor lines with a name in front, without the signs of life that pass every second.
+# named NAME: monitor lines with a name in front, without what passes between the two every second.
 named() {
-    grep --line-buffered -v 'socket command\|socket data' | sed -u "s/^/$1  /"
+    quiet | grep --line-buffered -v 'socket command\|socket data' | sed -u "s/^/$1  /"
 }
 
 run_lecture_hall() {
     local hall=127.0.0.21 booth=127.0.0.22
+    want_link "$hall" "$booth"
     prepare examples/lecture-hall/hall.src build/lecture-hall/hall
     prepare examples/lecture-hall/booth.src build/lecture-hall/booth
     linked build/lecture-hall/hall 1 "$booth"
@@ -177,9 +215,9 @@ Hall and booth are running; their monitor lines follow. In other terminals:
 Control-C ends it.
 
 HINTS
-    in_background booth "$bin/arkivon" --data-dir build/lecture-hall/booth --bind "$booth" --monitor \
+    in_background booth supervised --data-dir build/lecture-hall/booth --bind "$booth" --monitor \
         --no-system-changes --http-port 0 > >(named booth)
-    in_background hall "$bin/arkivon" --data-dir build/lecture-hall/hall --bind "$hall" --monitor \
+    in_background hall supervised --data-dir build/lecture-hall/hall --bind "$hall" --monitor \
         --no-system-changes --http-port 0 "$@" > >(named hall)
     wait_for_the_end
 }
