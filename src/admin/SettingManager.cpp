@@ -103,7 +103,7 @@ std::optional<HostNetwork> SettingManager::networkToApply() const
 QString SettingManager::currentIp() const
 {
     const Values now = values();
-    const QString address = now.network.isDhcp ? m_network->firstIpv4Address(mainInterface()) : QString();
+    const QString address = now.network.isDhcp ? ownAddress() : QString();
     return address.isEmpty() ? now.network.ip : address;
 }
 

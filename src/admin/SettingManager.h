@@ -41,6 +41,7 @@ public:
     /// The interface that the network is about. It is remembered, because the route that tells it is made of these
     /// settings: after a start of the machine there is none yet.
     QString mainInterface() const { return m_network->mainInterface(values().interfaceName); }
+    QString ownAddress() const { return m_network->firstIpv4Address(mainInterface()); } // empty when there is none
     void rememberInterface(const QString &name);
 
     /// \name What is in force now: with DHCP what the system says, where it says nothing the stored value.

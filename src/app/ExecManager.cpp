@@ -1,7 +1,6 @@
 #include "app/ExecManager.h"
 
 #include "admin/ConfigManager.h"
-#include "admin/SystemNetwork.h"
 #include "app/ProgramStop.h"
 #include "base/Clock.h"
 #include "base/Messages.h"
@@ -181,10 +180,7 @@ void ExecManager::makeSockets()
 {
     m_sockets = std::make_unique<ProgramSockets>(m_program->tree(), m_program->dispatcher());
     m_devices.setSocketOutputs(m_sockets.get());
-    m_ipMonitor = std::make_unique<IpMonitor>([] {
-        const SystemNetwork network;
-        return network.firstIpv4Address(network.mainInterface());
-    });
+    m_ipMonitor = std::make_unique<IpMonitor>(m_ownAddress);
     connect(m_ipMonitor.get(), &IpMonitor::changed, this, [this] { m_sockets->restartAll(); });
 }
 

@@ -2,6 +2,7 @@
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 class ControlProgram;
@@ -34,6 +35,9 @@ public:
 
     void setObjectFilePath(const QString &path) { m_objectFilePath = path; }
 
+    /// Asks for this machine's own address: when it changes, the program's sockets connect and listen anew.
+    void setOwnAddress(std::function<QString()> address) { m_ownAddress = std::move(address); }
+
     /// Reads a copy of the object file, so that an upload meanwhile does no harm. A damaged file leaves an empty
     /// program that runs nothing; without a file, or without room for the copy, there is no program.
     Load loadProgram();
@@ -56,6 +60,7 @@ private:
     const QString m_directory;
     DeviceManager &m_devices;
     QString m_objectFilePath;
+    std::function<QString()> m_ownAddress = [] { return QString(); };
     std::unique_ptr<ControlProgram> m_program;
     std::unique_ptr<ProgramSockets> m_sockets; // the program's
     std::unique_ptr<IpMonitor> m_ipMonitor;    // for them

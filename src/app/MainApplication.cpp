@@ -249,6 +249,7 @@ std::optional<int> MainApplication::startParts(const Options &options)
     parts.devices->setReboot([services = parts.services.get()] { services->reboot(); });
     parts.exec = std::make_unique<ExecManager>(parts.location.dataDirectory, *parts.devices);
     ExecManager &exec = *parts.exec;
+    exec.setOwnAddress([&settings = parts.settings] { return settings.ownAddress(); });
     parts.devices->ports().setIrFilePath([&exec](int port) { return exec.irFilePath(port); });
 
     loadProgram(options);

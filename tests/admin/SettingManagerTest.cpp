@@ -160,12 +160,19 @@ void SettingManagerTest::showsWhatIsInForce_data()
 {
     // inForce: address and gateway
     const Table<QByteArray, QStringList, QByteArray, QString> row("file", "interfaces", "routes", "inForce");
+    const QByteArray remembered = "[General]\ninterface=lan1\n";
+    const QStringList lan{ QStringLiteral("lan1"), QStringLiteral("wlan0") };
     const QStringList eth0{ QStringLiteral("eth0"), QStringLiteral("wlan0") };
     const QStringList wlan{ QStringLiteral("wlan0") };
     const QByteArray wlanRoute = kHeading + "wlan0 00000000 0101000A 0003\n";
     row("static: the stored ones", "[General]\ndhcp=false\n", eth0, wlanRoute, "192.168.1.2 192.168.1.1");
     row("route of another interface", "", eth0, wlanRoute, "10.0.1.7 192.168.1.1");
     row("no eth0: that of the route", "", wlan, wlanRoute, "10.0.1.7 10.0.1.1");
+    row("no eth0: the remembered one", remembered, lan, wlanRoute, "10.0.1.7 192.168.1.1");
+    row("the remembered one has gone", remembered, wlan, wlanRoute, "10.0.1.7 10.0.1.1");
+    row("the remembered one, no route", remembered, lan, "", "10.0.1.7 192.168.1.1");
+    row("the remembered one is to come", remembered, wlan, "", "192.168.1.2 192.168.1.1");
+    row("eth0 comes before it", remembered, eth0, "", "10.0.1.7 192.168.1.1");
     row("no eth0, no route", "", wlan, "", "192.168.1.2 192.168.1.1");
 }
 

@@ -112,9 +112,9 @@ void CommandLineTest::monitorLines()
 {
     const QTime time(7, 8, 9, 10);
     QCOMPARE(TerminalMonitor::lineOf(time, 5, QStringLiteral("Warning:x")),
-             QStringLiteral("07:08:09.010 warning   Warning:x"));
-    QCOMPARE(TerminalMonitor::lineOf(time, 13, QString()), QStringLiteral("07:08:09.010 received  "));
-    QCOMPARE(TerminalMonitor::lineOf(time, 77, QStringLiteral("y")), QStringLiteral("07:08:09.010 77        y"));
+             QStringLiteral("07:08:09.010 warning      Warning:x"));
+    QCOMPARE(TerminalMonitor::lineOf(time, 13, QString()), QStringLiteral("07:08:09.010 received     "));
+    QCOMPARE(TerminalMonitor::lineOf(time, 77, QStringLiteral("y")), QStringLiteral("07:08:09.010 77           y"));
 }
 
 QTEST_GUILESS_MAIN(CommandLineTest)

@@ -104,10 +104,10 @@ void ProcessTest::monitorFromTheFirstLine()
     for (const QByteArray &line : controller.output().split('\n')) {
         texts << QString::fromUtf8(line.mid(13)); // behind the time
     }
-    QCOMPARE(texts.value(0), QStringLiteral("system    Network started."));
-    QCOMPARE(texts.value(1), QStringLiteral("system    System changes are off: network and date stay"));
-    QCOMPARE(texts.value(2), QStringLiteral("error     Error:Divided by 0"));
-    QCOMPARE(texts.value(3), QStringLiteral("online    Online Event: 5001:1:0"));
+    QCOMPARE(texts.value(0), QStringLiteral("system       Network started."));
+    QCOMPARE(texts.value(1), QStringLiteral("system       System changes are off: network and date stay"));
+    QCOMPARE(texts.value(2), QStringLiteral("error        Error:Divided by 0"));
+    QCOMPARE(texts.value(3), QStringLiteral("online       Online Event: 5001:1:0"));
 }
 
 void ProcessTest::chineseTexts()

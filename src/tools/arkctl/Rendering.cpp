@@ -1,5 +1,5 @@
 #include "tools/arkctl/Rendering.h"
-#include "base/Monitor.h"
+#include "base/MonitorNames.h"
 #include <QDataStream>
 #include <QDateTime>
 
@@ -11,16 +11,10 @@ namespace Rendering {
 namespace {
 using Json = nlohmann::ordered_json;
 
-constexpr std::array kTypeNames = {
-    "remote-io", "system", "connection", "online", "error", "warning", "port-traffic",
-    "command",   "level",  "pulse",      "on",     "off",   "to",      "received",
-};
-static_assert(kTypeNames.size() == static_cast<size_t>(MonitorMessageType::Received) + 1);
-
 std::string typeName(qint64 type)
 {
-    const bool isKnown = type >= 0 && type < static_cast<qint64>(kTypeNames.size());
-    return isKnown ? kTypeNames.at(static_cast<size_t>(type)) : "type-" + std::to_string(type);
+    const bool isKnown = type >= 0 && type < static_cast<qint64>(kMonitorTypeNames.size());
+    return isKnown ? kMonitorTypeNames.at(static_cast<size_t>(type)) : "type-" + std::to_string(type);
 }
 
 std::string escaped(const QByteArray &bytes)
@@ -150,7 +144,7 @@ std::string quotedStart(const QByteArray &bytes)
 
 std::vector<std::string> monitorTypeNames()
 {
-    return { kTypeNames.begin(), kTypeNames.end() };
+    return { kMonitorTypeNames.begin(), kMonitorTypeNames.end() };
 }
 
 std::string monitorLine(Form form, const QDateTime &when, int type, const QString &text)
@@ -163,7 +157,7 @@ std::string monitorLine(Form form, const QDateTime &when, int type, const QStrin
         return dump(object);
     }
     std::string name = typeName(type);
-    name.resize(std::max<size_t>(name.size(), 12), ' ');
+    name.resize(std::max<size_t>(name.size(), kMonitorNameWidth), ' ');
     return timeText(when) + "  " + name + "  " + escaped(text.toUtf8());
 }
 
