@@ -24,7 +24,8 @@ public:
     void sendPortString(const DeviceAddress &device, const QByteArray &data) override
     {
         // Device 1 is the tests' console: its lines stand alone.
-        lines << (device.number == 1 ? QString::fromLatin1(data) : spoken("string", device, data));
+        lines << (device.number == 1 ? QString::fromLatin1(data.constData(), data.size())
+                                     : spoken("string", device, data));
     }
     void setLevel(const DeviceAddress &device, int levelCode, int value) override
     {

@@ -7,91 +7,75 @@
 #include <QDataStream>
 #include <QRegularExpression>
 
-namespace {
-/// Plays one script.
-class Player
+Player::Player(QByteArray objectFile)
+    : m_objectFile(std::move(objectFile))
 {
-public:
-    explicit Player(const QByteArray &objectFile)
-        : m_objectFile(objectFile)
-    {
+    load();
+}
+
+void Player::happen(const QString &line)
+{
+    const QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const QString what = words.value(0);
+    Dispatcher &dispatcher = m_program->dispatcher();
+    if (what == QLatin1String("push")) {
+        dispatcher.press(words.value(1).toInt(), words.value(2).toInt());
+    } else if (what == QLatin1String("release")) {
+        dispatcher.release(words.value(1).toInt(), words.value(2).toInt());
+    } else if (what == QLatin1String("level")) {
+        dispatcher.changeLevel(words.value(1).toInt(), words.value(2).toInt(), words.value(3).toInt());
+    } else if (what == QLatin1String("tick")) {
+        m_clock.advance(words.value(1).toInt());
+    } else if (what == QLatin1String("mainline")) {
+        dispatcher.runMainlinePass();
+        QCoreApplication::sendPostedEvents(&dispatcher);
+    } else if (what == QLatin1String("state")) {
+        m_devices.channelState = words.value(1).toInt();
+    } else if (what == QLatin1String("absent")) {
+        m_devices.unansweredMs = 600;
+    } else if (what == QLatin1String("reload")) {
         load();
+    } else {
+        raiseData(what, words.value(1), line.section(QLatin1Char(' '), 2));
     }
+}
 
-    void happen(const QString &line)
-    {
-        const QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-        const QString what = words.value(0);
-        Dispatcher &dispatcher = m_program->dispatcher();
-        if (what == QLatin1String("push")) {
-            dispatcher.press(words.value(1).toInt(), words.value(2).toInt());
-        } else if (what == QLatin1String("release")) {
-            dispatcher.release(words.value(1).toInt(), words.value(2).toInt());
-        } else if (what == QLatin1String("level")) {
-            dispatcher.changeLevel(words.value(1).toInt(), words.value(2).toInt(), words.value(3).toInt());
-        } else if (what == QLatin1String("tick")) {
-            m_clock.advance(words.value(1).toInt());
-        } else if (what == QLatin1String("mainline")) {
-            dispatcher.runMainlinePass();
-            QCoreApplication::sendPostedEvents(&dispatcher);
-        } else if (what == QLatin1String("state")) {
-            m_devices.channelState = words.value(1).toInt();
-        } else if (what == QLatin1String("absent")) {
-            m_devices.unansweredMs = 600;
-        } else if (what == QLatin1String("reload")) {
-            load();
-        } else {
-            raiseData(what, words.value(1), line.section(QLatin1Char(' '), 2));
-        }
+void Player::load()
+{
+    m_program.reset();
+    m_program = std::make_unique<ControlProgram>(m_directory.path());
+    AST &tree = m_program->tree();
+    QObject::connect(&tree, &AST::error, &tree,
+                     [this](const QString &text) { m_devices.lines << QStringLiteral("error: ") + text; });
+    QObject::connect(&tree, &AST::warning, &tree,
+                     [this](const QString &text) { m_devices.lines << QStringLiteral("warning: ") + text; });
+    tree.setDevices(&m_devices);
+    QDataStream stream(m_objectFile);
+    if (!m_program->load(stream)) {
+        m_devices.lines << QStringLiteral("the object file does not load");
     }
+    m_program->dispatcher().runStartBlock();
+}
 
-    QStringList takeLines() { return std::exchange(m_devices.lines, {}); }
-
-private:
-    void load()
-    {
-        m_program.reset();
-        m_program = std::make_unique<ControlProgram>(m_directory.path());
-        AST &tree = m_program->tree();
-        QObject::connect(&tree, &AST::error, &tree,
-                         [this](const QString &text) { m_devices.lines << QStringLiteral("error: ") + text; });
-        QObject::connect(&tree, &AST::warning, &tree,
-                         [this](const QString &text) { m_devices.lines << QStringLiteral("warning: ") + text; });
-        tree.setDevices(&m_devices);
-        QDataStream stream(m_objectFile);
-        if (!m_program->load(stream)) {
-            m_devices.lines << QStringLiteral("the object file does not load");
-        }
-        m_program->dispatcher().runStartBlock();
+void Player::raiseData(const QString &what, const QString &address, const QString &text)
+{
+    static const QHash<QString, EventType> types = { { QStringLiteral("online"), EventType::Online },
+                                                     { QStringLiteral("offline"), EventType::Offline },
+                                                     { QStringLiteral("string"), EventType::String },
+                                                     { QStringLiteral("error"), EventType::Error } };
+    const QStringList parts = address.split(QLatin1Char(':'));
+    CustomEvent event;
+    event.type = types.value(what, EventType::Command);
+    event.device = { parts.value(0).toInt(), parts.value(1).toInt(), parts.value(2).toInt() };
+    DataFields fields;
+    if (event.type == EventType::Error) {
+        event.errorCode = text.toInt();
+        fields.number = event.errorCode;
+    } else {
+        event.data = fields.text = QString(text).replace(QStringLiteral("\\r"), QStringLiteral("\r")).toLatin1();
     }
-
-    void raiseData(const QString &what, const QString &address, const QString &text)
-    {
-        static const QHash<QString, EventType> types = { { QStringLiteral("online"), EventType::Online },
-                                                         { QStringLiteral("offline"), EventType::Offline },
-                                                         { QStringLiteral("string"), EventType::String },
-                                                         { QStringLiteral("error"), EventType::Error } };
-        const QStringList parts = address.split(QLatin1Char(':'));
-        CustomEvent event;
-        event.type = types.value(what, EventType::Command);
-        event.device = { parts.value(0).toInt(), parts.value(1).toInt(), parts.value(2).toInt() };
-        DataFields fields;
-        if (event.type == EventType::Error) {
-            event.errorCode = text.toInt();
-            fields.number = event.errorCode;
-        } else {
-            event.data = fields.text = QString(text).replace(QStringLiteral("\\r"), QStringLiteral("\r")).toLatin1();
-        }
-        m_program->dispatcher().raiseData(event, fields);
-    }
-
-    Clock m_clock{ Clock::Drive::ByHand };
-    QTemporaryDir m_directory;
-    FakeDevices m_devices;
-    QByteArray m_objectFile;
-    std::unique_ptr<ControlProgram> m_program;
-};
-} // namespace
+    m_program->dispatcher().raiseData(event, fields);
+}
 
 QString ScriptedProgram::play(const QString &source)
 {

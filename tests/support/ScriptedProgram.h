@@ -7,6 +7,28 @@
 
 #include <memory>
 
+/// One compiled program that runs in virtual time, and what happens to it.
+/// Owns: its clock, its stores, and devices that are none.
+class Player
+{
+public:
+    explicit Player(QByteArray objectFile);
+
+    void happen(const QString &line); // one of the lines below, without their "//! "
+    QStringList takeLines() { return std::exchange(m_devices.lines, {}); }
+    const AST &tree() const { return m_program->tree(); }
+
+private:
+    void load();
+    void raiseData(const QString &what, const QString &address, const QString &text);
+
+    Clock m_clock{ Clock::Drive::ByHand };
+    QTemporaryDir m_directory;
+    FakeDevices m_devices;
+    QByteArray m_objectFile;
+    std::unique_ptr<ControlProgram> m_program;
+};
+
 /// A program in the source form together with what happens to it and what it must do about it, all in one text:
 ///
 ///     //! push 10001 5         what happens: push, release D C; level D L V; string D:P:S text; online, offline D:P:S;

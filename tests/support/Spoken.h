@@ -12,7 +12,7 @@ inline QString text(const char *part)
 }
 inline QString text(const QByteArray &part)
 {
-    return QString::fromLatin1(part);
+    return QString::fromLatin1(part.constData(), part.size()); // also what stands behind a NUL
 }
 inline QString text(const QString &part)
 {
