@@ -99,8 +99,8 @@ want_link() {
     local address
     for address in "${@:-}"; do
         is_free 6139 "$address" || {
-            echo "Port 6139${address:+ of $address} is taken: a controller runs here already. End it first, or run this" \
-                "one at an address of its own: ./run.sh $example --bind 127.0.0.5" >&2
+            echo "Port 6139${address:+ of $address} is taken: a controller runs here already. End it first." >&2
+            [ "$example" = lecture-hall ] || echo "Or: ./run.sh $example --bind 127.0.0.5" >&2
             exit 1
         }
     done
