@@ -11,6 +11,7 @@ void LevelAssocManager::levelToVariables(int deviceNumber, int levelCode, int va
         if (association.levelCode == levelCode && association.device.number == deviceNumber) {
             if (Double *variable = boundNumber(association)) {
                 variable->setValue(value);
+                m_program.storage().saveVariable(*variable);
             }
         }
     }
