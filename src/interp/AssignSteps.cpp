@@ -241,6 +241,38 @@ private:
     bool m_isQuiet;
 };
 
+/// A member takes the number of an expression that runs no code of the program.
+class AssignNumberMember : public Step
+{
+public:
+    AssignNumberMember(std::unique_ptr<Code> target, std::unique_ptr<Code> source)
+        : m_target(std::move(target))
+        , m_source(std::move(source))
+    {}
+    Flow execute(Run &run) const override
+    {
+        BasicType *target = m_target->object(run);
+        if (!target) {
+            return Flow::Next;
+        }
+        if (target->isConst()) {
+            run.error(kConstant);
+            return Flow::Next;
+        }
+        const Number value = m_source->number(run);
+        if (Double *number = asDouble(target); number && value.ok) {
+            number->setValue(value.value);
+        } else if (value.ok) {
+            assignValue(*target, ValueView::ofNumber(value.value, DoubleType));
+        }
+        return Flow::Next;
+    }
+
+private:
+    std::unique_ptr<Code> m_target;
+    std::unique_ptr<Code> m_source;
+};
+
 /// ++ and -- of anything that is not a plain number.
 class MoveStored : public Step
 {
@@ -410,7 +442,11 @@ std::unique_ptr<Step> AssignStatement::prepare(Preparer &preparer) const
         return makeChannelAssignment(*channels, std::move(source), preparer);
     }
     if (dynamic_cast<const StructExpression *>(target.get())) {
-        return std::make_unique<AssignPart>(std::make_unique<PathCode>(preparer, *target), std::move(source));
+        auto path = std::make_unique<PathCode>(preparer, *target);
+        if (source->asNumberCode() && source->isQuiet()) {
+            return std::make_unique<AssignNumberMember>(PathCode::simplified(std::move(path)), std::move(source));
+        }
+        return std::make_unique<AssignPart>(std::move(path), std::move(source));
     }
     return makeNothingStep();
 }

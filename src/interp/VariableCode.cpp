@@ -149,6 +149,80 @@ private:
     Index m_index;
 };
 
+/// An element of anything.
+class ElementCode : public Code
+{
+public:
+    ElementCode(std::unique_ptr<Code> base, std::unique_ptr<Code> index)
+        : m_base(std::move(base))
+        , m_index(std::move(index))
+    {}
+
+    Number number(Run &run) const override { return numberIn(seen(run)); }
+    ValueView view(Run &run, ValueRef &) const override { return seen(run); }
+    Place place(Run &run) const override
+    {
+        const int at = index(run);
+        Array *array = asArray(m_base->object(run));
+        return array ? array->place(at) : Place{};
+    }
+    BasicType *object(Run &run) const override
+    {
+        const int at = index(run);
+        Array *array = asArray(m_base->object(run));
+        return array ? array->elementObject(at) : nullptr;
+    }
+    BasicType *variable(Run &run) const override { return m_base->variable(run); }
+    bool isQuiet() const override { return !m_index || m_index->isQuiet(); }
+
+private:
+    int index(Run &run) const
+    {
+        const Number number = m_index ? m_index->number(run) : Number{};
+        return number.ok ? elementIndex(number.value) : 0;
+    }
+    ValueView seen(Run &run) const
+    {
+        const int at = index(run);
+        const Array *array = asArray(m_base->object(run));
+        return array ? array->view(at) : ValueView{};
+    }
+
+    std::unique_ptr<Code> m_base;
+    std::unique_ptr<Code> m_index;
+};
+
+class MemberCode : public Code
+{
+public:
+    MemberCode(std::unique_ptr<Code> base, Name member)
+        : m_base(std::move(base))
+        , m_member(member)
+    {}
+
+    Number number(Run &run) const override
+    {
+        const BasicType *member = object(run);
+        if (const Double *number = asDouble(member)) {
+            return { number->value(), true };
+        }
+        return numberIn(ValueView::of(member));
+    }
+    ValueView view(Run &run, ValueRef &) const override { return ValueView::of(object(run)); }
+    Place place(Run &run) const override { return { object(run), nullptr, 0, nullptr, 0 }; }
+    BasicType *object(Run &run) const override
+    {
+        const StructType *structure = asStruct(m_base->object(run));
+        return structure ? structure->member(m_member, m_hint) : nullptr;
+    }
+    bool isQuiet() const override { return m_base->isQuiet(); }
+
+private:
+    std::unique_ptr<Code> m_base;
+    Name m_member;
+    mutable size_t m_hint = 0; // where the member stood last time; only speed depends on it
+};
+
 bool isArrayOfArrays(const BasicType *object)
 {
     const Array *array = asArray(object);
@@ -188,9 +262,9 @@ VariableAccess findVariable(const Preparer &preparer, const QString &text)
     return { kind, 0, global->typeCode(), global, isArrayOfArrays(global) };
 }
 
-std::unique_ptr<Code> VarExpression::prepare(Preparer &preparer, Context) const
+namespace {
+std::unique_ptr<Code> makeVariableCode(const VariableAccess &variable, const QString &name)
 {
-    const VariableAccess variable = findVariable(preparer, name);
     switch (variable.kind) {
     case VariableAccess::Kind::LocalNumber:
         return std::make_unique<LocalNumberCode>(variable.slot, variable.typeCode);
@@ -204,6 +278,12 @@ std::unique_ptr<Code> VarExpression::prepare(Preparer &preparer, Context) const
         break;
     }
     return std::make_unique<UnknownVariableCode>(name);
+}
+} // namespace
+
+std::unique_ptr<Code> VarExpression::prepare(Preparer &preparer, Context) const
+{
+    return makeVariableCode(findVariable(preparer, name), name);
 }
 
 std::optional<VariableAccess> findNumberArray(const Preparer &preparer, const Expression *node)
@@ -373,11 +453,35 @@ bool PathCode::isQuiet() const
                        [](const Part &part) { return !part.index || part.index->isQuiet(); });
 }
 
+bool PathCode::isSimple() const
+{
+    const auto isIndex = [](const Part &part) { return part.isIndex; };
+    const auto isComputed = [](const Part &part) { return part.isIndex && part.leaf.kind == Leaf::Kind::None; };
+    const auto computed = std::count_if(m_parts.begin(), m_parts.end(), isComputed);
+    return std::count_if(m_parts.begin(), m_parts.end(), isIndex) <= 1 || computed == 0 || (computed == 1 && isQuiet());
+}
+
+std::unique_ptr<Code> PathCode::simplified(std::unique_ptr<PathCode> path)
+{
+    if (!path->isSimple()) {
+        return path;
+    }
+    std::unique_ptr<Code> code = makeVariableCode(path->m_root, QString());
+    for (Part &part : path->m_parts) {
+        if (part.isIndex) {
+            code = std::make_unique<ElementCode>(std::move(code), std::move(part.index));
+        } else {
+            code = std::make_unique<MemberCode>(std::move(code), part.member);
+        }
+    }
+    return code;
+}
+
 std::unique_ptr<Code> ArrayExpression::prepare(Preparer &preparer, Context) const
 {
     const std::optional<VariableAccess> array = findNumberArray(preparer, base.get());
     if (!array || !index) {
-        return std::make_unique<PathCode>(preparer, *this);
+        return PathCode::simplified(std::make_unique<PathCode>(preparer, *this));
     }
     return array->kind == VariableAccess::Kind::StaticObject
                ? makeNumberElement(StaticObject{ array->object }, preparer.expression(index))
@@ -386,5 +490,5 @@ std::unique_ptr<Code> ArrayExpression::prepare(Preparer &preparer, Context) cons
 
 std::unique_ptr<Code> StructExpression::prepare(Preparer &preparer, Context) const
 {
-    return std::make_unique<PathCode>(preparer, *this);
+    return PathCode::simplified(std::make_unique<PathCode>(preparer, *this));
 }

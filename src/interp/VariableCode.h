@@ -40,6 +40,9 @@ public:
     Place walk(Run &run, const Indexes &indexes) const;
     bool endsWithMember() const { return !m_parts.back().isIndex; }
 
+    /// Quicker code for a way on which no order can be told: of its indexes at most one does more than name a number.
+    static std::unique_ptr<Code> simplified(std::unique_ptr<PathCode> path);
+
     Number number(Run &run) const override;
     ValueView view(Run &run, ValueRef &hold) const override;
     Place place(Run &run) const override;
@@ -55,6 +58,7 @@ private:
         Name member{};
         mutable size_t hint = 0; // where the member stood last time; only speed depends on it
     };
+    bool isSimple() const;
     BasicType *root(Run &run) const;
     BasicType *holder(Run &run, const Indexes &indexes) const; // what the last part is taken from
     static BasicType *memberOf(BasicType *holder, const Part &part);
