@@ -5,7 +5,7 @@
 #include <cstdio>
 
 namespace {
-void print(int type, const QString &text)
+void printLine(int type, const QString &text)
 {
     const QString line = TerminalMonitor::lineOf(QTime::currentTime(), type, text);
     std::fputs((line.toLocal8Bit() + '\n').constData(), stdout);
@@ -16,7 +16,7 @@ void print(int type, const QString &text)
 TerminalMonitor::TerminalMonitor()
 {
     NotificationCenter &center = NotificationCenter::instance();
-    connect(&center, &NotificationCenter::line, this, print, Qt::DirectConnection);
+    connect(&center, &NotificationCenter::line, this, printLine, Qt::DirectConnection);
     center.addListener();
 }
 
