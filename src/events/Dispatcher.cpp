@@ -188,6 +188,7 @@ void Dispatcher::runStartBlock()
         if (!m_interpreter.execute(m_startBlock, nullptr)) {
             m_interpreter.reportTooDeep(QStringLiteral("start"));
         }
+        m_program.storage().flush();
     }
 }
 
@@ -229,6 +230,7 @@ void Dispatcher::customEvent(QEvent *event)
     default:
         return;
     }
+    m_program.storage().flush(); // before the confirmation leaves
     event->accept();
 }
 
@@ -260,7 +262,9 @@ void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
     m_lastEvent = event;
     m_handlers->handle(event, data);
     m_inProgress.pop_back();
-    if (!m_inProgress.empty()) {
+    if (m_inProgress.empty()) {
+        m_program.storage().flush();
+    } else {
         // A dispatch within a handler: the handler goes on with what it saw before.
         const CustomEvent &outer = m_inProgress.back();
         const ChannelAddress outerInput{ outer.device, outer.channel };

@@ -1,84 +1,145 @@
 #include "model/StorageManager.h"
 
+#include "base/Clock.h"
+#include "base/IniText.h"
+#include "base/Messages.h"
+#include "model/ProgramContext.h"
 #include "model/Values.h"
 
 #include <QDataStream>
-#include <QFile>
-#include <QSaveFile>
-#include <QSettings>
 
 namespace {
 constexpr int kStreamVersion = 16;
+
+void reportOtherKind(const QString &name)
+{
+    if (ProgramContext *program = ProgramContext::current()) {
+        program->reportWarning(
+            translated(QT_TRANSLATE_NOOP("messages", "The stored value of %1 is of another kind and is not read"))
+                .arg(name));
+    }
 }
+} // namespace
+
+const StorageManager::Form StorageManager::kVariables{
+    [](const QByteArray &bytes, Records &records) {
+        QDataStream stream(bytes);
+        stream.setVersion(kStreamVersion);
+        quint32 count = 0;
+        stream >> count;
+        for (quint32 i = 0; i < count; ++i) {
+            QString name;
+            QByteArray record;
+            stream >> name >> record;
+            if (stream.status() != QDataStream::Ok) {
+                return false;
+            }
+            records.insert(name, record);
+        }
+        return stream.status() == QDataStream::Ok && stream.atEnd();
+    },
+    [](const Records &records) {
+        QByteArray bytes;
+        QDataStream stream(&bytes, QIODevice::WriteOnly);
+        stream.setVersion(kStreamVersion);
+        stream << static_cast<quint32>(records.size());
+        for (auto entry = records.end(); entry != records.begin();) { // last key first
+            --entry;
+            stream << entry.key() << entry.value();
+        }
+        return bytes;
+    },
+};
+
+const StorageManager::Form StorageManager::kParameters{
+    [](const QByteArray &bytes, Records &records) {
+        const IniText::Content content = IniText::parse(bytes);
+        for (auto entry = content.values.begin(); entry != content.values.end(); ++entry) {
+            records.insert(entry.key(), entry.value().toByteArray());
+        }
+        return content.isWhole;
+    },
+    [](const Records &records) {
+        QVariantMap values;
+        for (auto entry = records.begin(); entry != records.end(); ++entry) {
+            values.insert(entry.key(), entry.value());
+        }
+        return IniText::write(values);
+    },
+};
 
 StorageManager::StorageManager(const QString &directory, QObject *parent)
     : QObject(parent)
-    , m_parameterPath(QStringLiteral("%1/vars_storage.ini").arg(directory))
+    , m_nonVolatile{ KeptFile(directory + QStringLiteral("/nonvolatile")), kVariables, {} }
+    , m_persistent{ KeptFile(directory + QStringLiteral("/persistent")), kVariables, {} }
+    , m_parameters{ KeptFile(directory + QStringLiteral("/vars_storage.ini")), kParameters, {} }
+    , m_retryTicket(Clock::instance().every(KeptFile::kRetryMs, [this] { writeChanges(); }))
+{}
+
+StorageManager::~StorageManager()
 {
-    m_nonVolatile.path = QStringLiteral("%1/nonvolatile").arg(directory);
-    m_persistent.path = QStringLiteral("%1/persistent").arg(directory);
+    Clock::instance().cancel(m_retryTicket);
+    writeChanges(); // also what could not be written before
 }
 
 void StorageManager::saveVariable(const BasicType &value)
 {
     Store *store = storeFor(value.storageClass());
-    if (!store || value.name().isEmpty()) {
-        return;
-    }
-    const QByteArray record = recordOf(value);
-    QByteArray &stored = store->records[value.name().text()];
-    if (stored != record) {
-        stored = record;
-        write(*store);
+    if (store && !value.name().isEmpty()) {
+        change(*store, value.name().text(), recordOf(value));
     }
 }
 
 void StorageManager::restoreVariable(BasicType &value)
 {
     Store *store = storeFor(value.storageClass());
-    if (!store || value.name().isEmpty()) {
-        return;
-    }
-    const QByteArray record = store->records.value(value.name().text());
-    if (!record.isEmpty()) {
-        readRecord(value, record);
+    const QByteArray record =
+        store && !value.name().isEmpty() ? store->records.value(value.name().text()) : QByteArray();
+    if (!record.isEmpty() && !readRecord(value, record)) {
+        reportOtherKind(value.name().text());
     }
 }
 
 void StorageManager::saveParameter(const QString &name, const BasicType &value)
 {
-    QSettings file(m_parameterPath, QSettings::IniFormat);
-    file.setValue(name, recordOf(value));
+    const QString key = IniText::key(name);
+    if (!key.isEmpty()) {
+        read(m_parameters);
+        change(m_parameters, key, recordOf(value));
+    }
 }
 
 void StorageManager::loadParameter(const QString &name, BasicType &value)
 {
-    const QByteArray record = QSettings(m_parameterPath, QSettings::IniFormat).value(name).toByteArray();
+    read(m_parameters);
+    const QByteArray record = m_parameters.records.value(IniText::key(name));
     if (record.isEmpty()) {
         return;
     }
-    const std::unique_ptr<BasicType> read = value.clone();
-    readRecord(*read, record);
-    assignValue(value, *read);
+    const std::unique_ptr<BasicType> stored = value.clone();
+    if (readRecord(*stored, record)) {
+        assignValue(value, *stored);
+    } else {
+        reportOtherKind(name);
+    }
 }
 
 void StorageManager::deleteAllParameters()
 {
-    QFile::remove(m_parameterPath);
+    clear(m_parameters);
 }
 
 void StorageManager::reloadVariables()
 {
-    QFile::remove(m_nonVolatile.path);
-    m_nonVolatile.records.clear();
-    deleteAllParameters();
+    clear(m_nonVolatile);
+    clear(m_parameters);
+    flush();
 }
 
 StorageManager::Store *StorageManager::storeFor(int storageClass)
 {
     Store *store = storageClass == NonVolatile ? &m_nonVolatile : storageClass == Persistent ? &m_persistent : nullptr;
-    if (store && !store->isRead) {
-        store->isRead = true;
+    if (store) {
         read(*store);
     }
     return store;
@@ -86,40 +147,57 @@ StorageManager::Store *StorageManager::storeFor(int storageClass)
 
 void StorageManager::read(Store &store)
 {
-    QFile file(store.path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (std::exchange(store.isRead, true)) {
         return;
     }
-    QDataStream stream(&file);
-    stream.setVersion(kStreamVersion);
-    quint32 count = 0;
-    stream >> count;
-    QMap<QString, QByteArray> records;
-    for (quint32 i = 0; i < count && stream.status() == QDataStream::Ok; ++i) {
-        QString name;
-        QByteArray record;
-        stream >> name >> record;
-        records.insert(name, record);
-    }
-    if (stream.status() == QDataStream::Ok) {
-        store.records = records;
+    const KeptFile::Content content = store.file.read();
+    const bool isWhole = store.form.decode(content.bytes, store.records) && !content.bytes.isEmpty();
+    if (content.isThere && !isWhole) {
+        store.file.setAside(
+            translated(QT_TRANSLATE_NOOP("messages", "%1 values can be read")).arg(store.records.size()));
+        write(store);
     }
 }
 
-void StorageManager::write(const Store &store)
+void StorageManager::change(Store &store, const QString &name, const QByteArray &record)
 {
-    QSaveFile file(store.path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return;
+    QByteArray &stored = store.records[name];
+    if (stored != record) {
+        stored = record;
+        noteChanged(store);
     }
-    QDataStream stream(&file);
-    stream.setVersion(kStreamVersion);
-    stream << static_cast<quint32>(store.records.size());
-    for (auto entry = store.records.end(); entry != store.records.begin();) { // last key first
-        --entry;
-        stream << entry.key() << entry.value();
+}
+
+void StorageManager::clear(Store &store)
+{
+    store.isRead = true;
+    store.records.clear();
+    noteChanged(store);
+}
+
+void StorageManager::noteChanged(Store &store)
+{
+    const qint64 nowMs = Clock::instance().monotonicMs();
+    store.isChanged = true;
+    if (!std::exchange(m_hasChanges, true)) {
+        m_changedMs = nowMs;
+    } else if (nowMs - m_changedMs >= kMostUnsavedMs) {
+        writeChanges();
     }
-    if (stream.status() == QDataStream::Ok) {
-        file.commit();
+}
+
+void StorageManager::write(Store &store)
+{
+    store.isChanged =
+        store.records.isEmpty() ? !store.file.remove() : !store.file.save(store.form.encode(store.records));
+}
+
+void StorageManager::writeChanges()
+{
+    m_hasChanges = false;
+    for (Store *store : { &m_nonVolatile, &m_persistent, &m_parameters }) {
+        if (store->isChanged) {
+            write(*store);
+        }
     }
 }

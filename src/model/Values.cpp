@@ -4,6 +4,10 @@
 #include "model/RecordStream.h"
 
 #include <QDataStream>
+#include <QtEndian>
+
+#include <bit>
+#include <cmath>
 
 namespace {
 enum ValueKind : int { NoKind = -1, DoubleKind = 1, ArrayKind = 2, DeviceKind = 3, StructKind = 100 };
@@ -60,6 +64,38 @@ void assignToStruct(StructType &structure, const ValueView &source)
         }
     }
     structure.setInitialised(true);
+}
+bool readWhole(BasicType &value, const QByteArray &record)
+{
+    QDataStream stream(record);
+    stream.setVersion(QDataStream::Qt_5_4);
+    RecordReader reader(stream);
+    value.readFrom(reader);
+    return reader.isGood() && stream.atEnd();
+}
+
+/// A record does not say whether it is of a number or an array, and each can be read as the other: the size and length
+/// of an array without elements are the bits of a number. As a number they are one that no program computes, and the
+/// bits of a number are no size that an array has.
+bool isOfKind(const BasicType &declared, const BasicType &read, const QByteArray &record)
+{
+    constexpr int kLargestSize = 1 << 24;
+    if (isNumericType(declared.typeCode()) != isNumericType(read.typeCode()) ||
+        (isBuiltInType(declared.typeCode()) != isBuiltInType(read.typeCode()))) {
+        return false;
+    }
+    if (asDouble(&read)) {
+        const quint64 bits =
+            qFromBigEndian<quint64>(record.constData() + record.size() - sizeof(double)); // the last item
+        return std::fpclassify(std::bit_cast<double>(bits)) != FP_SUBNORMAL;
+    }
+    if (const Array *array = asArray(&read)) {
+        const int size = array->maxLength();
+        const bool isEmpty = size == 0 && array->length() == 0; // or the number 0
+        return size >= 0 && size <= kLargestSize && (!isEmpty || static_cast<const Array &>(declared).maxLength() == 0);
+    }
+    const bool hasRecordOfItsOwn = declared.valueClass() != ValueClass::Struct;
+    return !hasRecordOfItsOwn || declared.typeCode() == read.typeCode();
 }
 } // namespace
 
@@ -216,10 +252,16 @@ QByteArray recordOf(const BasicType &value)
     return record;
 }
 
-void readRecord(BasicType &value, const QByteArray &record)
+bool readRecord(BasicType &value, const QByteArray &record)
 {
-    QDataStream stream(record);
-    stream.setVersion(QDataStream::Qt_5_4);
-    RecordReader reader(stream);
-    value.readFrom(reader);
+    const std::unique_ptr<BasicType> read = value.clone();
+    if (!readWhole(*read, record) || !isOfKind(value, *read, record)) {
+        return false;
+    }
+    const int typeCode = value.typeCode();
+    readWhole(value, record);
+    if (asStruct(&value)) {
+        value.setType(typeCode); // the codes of structures change when another is declared
+    }
+    return true;
 }

@@ -28,4 +28,4 @@ std::unique_ptr<BasicType> readValue(RecordReader &reader); // nullptr: absent, 
 
 /// A value's own record, as the variable stores keep it (stream version 16).
 QByteArray recordOf(const BasicType &value);
-void readRecord(BasicType &value, const QByteArray &record);
+bool readRecord(BasicType &value, const QByteArray &record); // false: of another kind, the value stays

@@ -89,10 +89,19 @@ public:
     /// The files that the program opened, by handle; a closed one keeps its handle, without a file.
     std::map<int, std::unique_ptr<QFile>> &files() { return m_files; }
 
-    /// What the program switches and sends; may be missing while a program is only looked at.
-    DeviceActions *devices() const { return m_devices; }
+    /// What the program switches and sends; may be missing while a program is only looked at. What has changed before
+    /// is on the disk before anybody outside can see what follows.
+    DeviceActions *devices()
+    {
+        m_storage.flush();
+        return m_devices;
+    }
     void setDevices(DeviceActions *devices);
-    SocketActions *sockets() const { return m_sockets; } // likewise
+    SocketActions *sockets() // likewise
+    {
+        m_storage.flush();
+        return m_sockets;
+    }
     void setSockets(SocketActions *sockets) { m_sockets = sockets; }
 
     int pulseTimeMs() const { return m_pulseTimeMs; }

@@ -26,9 +26,11 @@ void LevelAssocManager::variableToLevels(const QString &name, qint64 value)
     // By index: a level handler that runs meanwhile may bind more levels.
     for (size_t index = 0; index < m_associations.size(); ++index) {
         const Association association = m_associations[index];
-        if (association.variable != name || association.levelCode == 0 || !boundNumber(association)) {
+        const Double *variable = boundNumber(association);
+        if (association.variable != name || association.levelCode == 0 || !variable) {
             continue;
         }
+        m_program.storage().saveVariable(*variable); // before the level tells of it
         for (const DeviceAddress &address : m_program.expandDevice(association.device)) {
             if (DeviceActions *devices = m_program.devices()) {
                 devices->setLevel(address, association.levelCode, static_cast<int>(value));
