@@ -660,18 +660,6 @@
         <translation>例程 %1 已定义</translation>
     </message>
     <message>
-        <source>Cannot save the settings in %1</source>
-        <translation>无法保存 %1 中的设置</translation>
-    </message>
-    <message>
-        <source>The settings in %1 cannot be read; the defaults are used</source>
-        <translation>无法读取 %1 中的设置，使用默认值</translation>
-    </message>
-    <message>
-        <source>Cannot save the MAC address in %1: %2</source>
-        <translation>无法在 %1 中保存 MAC 地址：%2</translation>
-    </message>
-    <message>
         <source>System changes are off: network and date stay</source>
         <translation>系统更改已关闭：网络和日期保持不变</translation>
     </message>
@@ -834,6 +822,34 @@
     <message>
         <source>The address %1 has come</source>
         <translation>地址 %1 已可用</translation>
+    </message>
+    <message>
+        <source>Cannot save %1: %2</source>
+        <translation>无法保存 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1 is saved again</source>
+        <translation>%1 已重新保存</translation>
+    </message>
+    <message>
+        <source>%1 cannot be read whole: %2; it is kept as %3</source>
+        <translation>%1 无法完整读取：%2；原文件保留为 %3</translation>
+    </message>
+    <message>
+        <source>%1 cannot be read whole: %2</source>
+        <translation>%1 无法完整读取：%2</translation>
+    </message>
+    <message>
+        <source>%1 values can be read</source>
+        <translation>可读取 %1 个数值</translation>
+    </message>
+    <message>
+        <source>some lines make no sense</source>
+        <translation>部分行无法识别</translation>
+    </message>
+    <message>
+        <source>The stored value of %1 is of another kind and is not read</source>
+        <translation>%1 的存储值类型不同，未读取</translation>
     </message>
 </context>
 </TS>

@@ -98,10 +98,7 @@ void SerialPortWorker::perform(const Console::Command &command)
             m_actions.setNetwork(set);
         },
         [this](const QuerySystemNumber &) { reply("sysnum:" + QByteArray::number(m_settings.systemNumber())); },
-        [this](const SetSystemNumber &set) {
-            reply("setsysnum");
-            m_actions.setSystemNumber(set.number);
-        },
+        [this](const SetSystemNumber &set) { replyUnless(m_actions.setSystemNumber(set.number), "setsysnum"); },
         [this](const QueryDateTime &) {
             const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
             reply("datetime:" + now.toLatin1());
@@ -111,11 +108,7 @@ void SerialPortWorker::perform(const Console::Command &command)
             m_actions.setDateTime(set.text);
         },
         [this](const QueryMac &) { reply("mac:" + m_settings.currentMac().toUtf8()); },
-        [this](const SetMac &set) {
-            reply("setmac");
-            m_line->waitForBytesWritten(kReplyMs);
-            m_actions.setMac(set.mac);
-        },
+        [this](const SetMac &set) { replyUnless(m_actions.setMac(set.mac), "setmac"); },
     };
     std::visit(performers, command);
 }
@@ -123,6 +116,12 @@ void SerialPortWorker::perform(const Console::Command &command)
 void SerialPortWorker::reply(const QByteArray &text)
 {
     write(frameBytes(LinkCode::kTextReply, text));
+}
+
+void SerialPortWorker::replyUnless(const Problem &problem, const QByteArray &text)
+{
+    reply(problem ? "failed:" + problem->toUtf8() : text);
+    m_line->waitForBytesWritten(kReplyMs); // the process may be ending; it waits for this thread
 }
 
 void SerialPortWorker::write(const QByteArray &frames)

@@ -5,6 +5,7 @@
 #include <QObject>
 
 #include <functional>
+#include <optional>
 
 class QTimer;
 class SerialLine;
@@ -20,12 +21,14 @@ class SerialPortWorker : public QObject
 public:
     static constexpr int kTickMs = 200;
 
-    /// What the settings' changes set off: called on this object's thread, as the link's tools do.
+    /// What the settings' changes set off: called on this object's thread, as the link's tools do. Of a change that
+    /// failed they say why.
+    using Problem = std::optional<QString>;
     struct Actions
     {
         std::function<void(const Console::SetNetwork &)> setNetwork;
-        std::function<void(int number)> setSystemNumber;
-        std::function<void(const QString &mac)> setMac;
+        std::function<Problem(int number)> setSystemNumber;
+        std::function<Problem(const QString &mac)> setMac;
         std::function<void(const QString &text)> setDateTime;
     };
 
@@ -44,6 +47,7 @@ private:
     void tick();
     void perform(const Console::Command &command);
     void reply(const QByteArray &text);
+    void replyUnless(const Problem &problem, const QByteArray &text);
     void write(const QByteArray &frames);
 
     const QString m_deviceFile;

@@ -1,13 +1,10 @@
 #include "admin/SettingManager.h"
+#include "base/Clock.h"
+#include "base/IniText.h"
 #include "base/MacAddress.h"
 #include "base/Messages.h"
-#include "base/Monitor.h"
 #include "base/SystemNumber.h"
-#include <QDebug>
-#include <QDir>
-#include <QFile>
 #include <QHostAddress>
-#include <QSaveFile>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTime>
@@ -21,42 +18,16 @@ const QString &noMac()
     return mac;
 }
 
-/// A settings object for one access: it belongs to the calling thread and writes when it goes.
-std::unique_ptr<QSettings> openSettings(const QString &file)
-{
-    return file.isEmpty() ? std::make_unique<QSettings>() : std::make_unique<QSettings>(file, QSettings::IniFormat);
-}
-
-void report(const QString &text)
-{
-    qWarning().noquote() << text;
-    monitorLog(MonitorMessageType::Error, text);
-}
-
-void reportUnlessSaved(QSettings &settings)
-{
-    settings.sync();
-    if (settings.status() != QSettings::NoError) {
-        report(translated(QT_TRANSLATE_NOOP("messages", "Cannot save the settings in %1")).arg(settings.fileName()));
-    }
-}
-
 QString macPath(const QString &directory)
 {
     return directory + QStringLiteral("/mac");
-}
-
-QString storedMac(const QString &directory)
-{
-    QFile file(macPath(directory));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).trimmed() : QString();
 }
 } // namespace
 
 SettingManager::Location SettingManager::locationIn(const QString &directory)
 {
     if (directory.isEmpty()) {
-        return { QStandardPaths::writableLocation(QStandardPaths::AppDataLocation), QString() };
+        return { QStandardPaths::writableLocation(QStandardPaths::AppDataLocation), QSettings().fileName() };
     }
     return { directory, directory + QStringLiteral("/settings.ini") };
 }
@@ -64,9 +35,21 @@ SettingManager::Location SettingManager::locationIn(const QString &directory)
 SettingManager::SettingManager(const Location &location, std::unique_ptr<SystemNetwork> network)
     : m_location(location)
     , m_network(network ? std::move(network) : std::make_unique<SystemNetwork>())
+    , m_settingsFile(location.settingsFile)
+    , m_macFile(macPath(location.dataDirectory))
+    , m_retryTicket(Clock::instance().every(KeptFile::kRetryMs, [this] {
+        const std::lock_guard lock(m_mutex);
+        write();
+    }))
 {
     load();
     setLocalSystemNumber(m_values.systemNumber);
+}
+
+SettingManager::~SettingManager()
+{
+    Clock::instance().cancel(m_retryTicket);
+    write(); // what could not be written before
 }
 
 bool SettingManager::isDhcp() const
@@ -145,30 +128,24 @@ QByteArray SettingManager::informationString() const
     return lines.join(QLatin1Char('\n')).toUtf8();
 }
 
-void SettingManager::setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
-                                 const QString &mac)
+SettingManager::Problem SettingManager::setStaticIp(const QString &ip, const QString &netmask, const QString &gateway,
+                                                    const QString &dns, const QString &mac)
 {
     if (QHostAddress(ip).isNull()) {
-        return;
+        return std::nullopt;
     }
     const QString interfaceName = mainInterface();
     const std::lock_guard lock(m_mutex);
-    m_values.interfaceName = interfaceName;
-    m_values.network = { false, ip, netmask, gateway, dns };
-    m_values.isNetworkSet = true;
-    saveMac(mac);
-    save();
+    return saveNetwork({ false, ip, netmask, gateway, dns }, interfaceName, mac);
 }
 
-void SettingManager::setDhcp(const QString &mac)
+SettingManager::Problem SettingManager::setDhcp(const QString &mac)
 {
     const QString interfaceName = mainInterface();
     const std::lock_guard lock(m_mutex);
-    m_values.interfaceName = interfaceName;
-    m_values.network.isDhcp = true;
-    m_values.isNetworkSet = true;
-    saveMac(mac);
-    save();
+    HostNetwork network = m_values.network;
+    network.isDhcp = true;
+    return saveNetwork(network, interfaceName, mac);
 }
 
 void SettingManager::rememberInterface(const QString &name)
@@ -180,85 +157,115 @@ void SettingManager::rememberInterface(const QString &name)
     }
 }
 
-void SettingManager::setMac(const QString &mac)
+SettingManager::Problem SettingManager::setMac(const QString &mac)
 {
     if (!isMacAddress(mac)) {
-        return;
+        return std::nullopt;
     }
     const std::lock_guard lock(m_mutex);
-    saveMac(mac);
-    save();
+    return save(mac);
 }
 
-void SettingManager::setSystemNumber(int number)
+SettingManager::Problem SettingManager::setSystemNumber(int number)
 {
     const std::lock_guard lock(m_mutex);
     m_values.systemNumber = std::max(number, 1);
     setLocalSystemNumber(m_values.systemNumber);
-    save();
+    return save();
 }
 
-void SettingManager::setListenAddresses(const QStringList &addresses)
+SettingManager::Problem SettingManager::setListenAddresses(const QStringList &addresses)
 {
     const std::lock_guard lock(m_mutex);
     m_values.listenAddresses = addresses;
-    const std::unique_ptr<QSettings> settings = openSettings(m_location.settingsFile);
-    settings->setValue(QStringLiteral("listen"), addresses);
-    reportUnlessSaved(*settings);
+    return save();
 }
 
 void SettingManager::load()
 {
-    const std::unique_ptr<QSettings> settings = openSettings(m_location.settingsFile);
-    const auto text = [&](const char *key, const char *otherwise) {
-        return settings->value(QLatin1String(key), QLatin1String(otherwise)).toString();
-    };
-    m_values.network.isDhcp = settings->value(QStringLiteral("dhcp"), true).toBool();
-    m_values.network.ip = text("ip", "192.168.1.2");
-    m_values.network.netmask = text("mask", "255.255.255.0");
-    m_values.network.gateway = text("gateway", "192.168.1.1");
-    m_values.network.nameServer = text("dns", "192.168.1.1");
-    m_values.isNetworkSet = settings->value(QStringLiteral("networkSet"), !m_values.network.isDhcp).toBool();
-    m_values.interfaceName = text("interface", "");
-    m_values.systemNumber = std::max(settings->value(QStringLiteral("systemNum"), 1).toInt(), 1);
-    m_values.language = text("language", "");
-    m_values.listenAddresses = settings->value(QStringLiteral("listen")).toStringList();
-    if (settings->status() != QSettings::NoError) {
-        report(translated(QT_TRANSLATE_NOOP("messages", "The settings in %1 cannot be read; the defaults are used"))
-                   .arg(settings->fileName()));
-    }
-    m_values.mac = storedMac(m_location.dataDirectory);
+    const QVariantMap settings = stored().value_or(QVariantMap());
+    m_values.network.isDhcp = settings.value(QStringLiteral("dhcp"), true).toBool();
+    m_values.network.ip = settings.value(QStringLiteral("ip"), QStringLiteral("192.168.1.2")).toString();
+    m_values.network.netmask = settings.value(QStringLiteral("mask"), QStringLiteral("255.255.255.0")).toString();
+    m_values.network.gateway = settings.value(QStringLiteral("gateway"), QStringLiteral("192.168.1.1")).toString();
+    m_values.network.nameServer = settings.value(QStringLiteral("dns"), QStringLiteral("192.168.1.1")).toString();
+    m_values.isNetworkSet = settings.value(QStringLiteral("networkSet"), !m_values.network.isDhcp).toBool();
+    m_values.interfaceName = settings.value(QStringLiteral("interface")).toString();
+    m_values.systemNumber = std::max(settings.value(QStringLiteral("systemNum"), 1).toInt(), 1);
+    m_values.language = settings.value(QStringLiteral("language")).toString();
+    m_values.listenAddresses = settings.value(QStringLiteral("listen")).toStringList();
+    m_values.mac = QString::fromUtf8(m_macFile.read().bytes).trimmed();
     if (m_values.mac.isEmpty()) {
         m_values.mac = macFromTimeOfDay(QTime::currentTime().msecsSinceStartOfDay());
     }
 }
 
-void SettingManager::save() const
+std::optional<QVariantMap> SettingManager::stored()
 {
-    const std::unique_ptr<QSettings> settings = openSettings(m_location.settingsFile);
-    settings->setValue(QStringLiteral("dhcp"), m_values.network.isDhcp);
-    settings->setValue(QStringLiteral("ip"), m_values.network.ip);
-    settings->setValue(QStringLiteral("mask"), m_values.network.netmask);
-    settings->setValue(QStringLiteral("gateway"), m_values.network.gateway);
-    settings->setValue(QStringLiteral("dns"), m_values.network.nameServer);
-    settings->setValue(QStringLiteral("networkSet"), m_values.isNetworkSet);
-    settings->setValue(QStringLiteral("interface"), m_values.interfaceName);
-    settings->setValue(QStringLiteral("systemNum"), m_values.systemNumber);
-    reportUnlessSaved(*settings);
+    const KeptFile::Content file = m_settingsFile.load();
+    if (file.problem) {
+        m_settingsFile.settle(file.problem);
+        return std::nullopt;
+    }
+    const IniText::Content content = IniText::parse(file.bytes);
+    if (!content.isWhole) {
+        m_settingsFile.setAside(translated(QT_TRANSLATE_NOOP("messages", "some lines make no sense")));
+        m_settingsFile.save(IniText::write(content.values));
+    }
+    return content.values;
 }
 
-void SettingManager::saveMac(const QString &mac)
+SettingManager::Problem SettingManager::saveNetwork(const HostNetwork &network, const QString &interfaceName,
+                                                    const QString &mac)
 {
-    if (mac.isEmpty()) {
-        return;
+    const Values former = m_values;
+    m_values.interfaceName = interfaceName;
+    m_values.network = network;
+    m_values.isNetworkSet = true;
+    const Problem problem = save(mac);
+    if (problem) { // the former one stays: nobody wants another network at some later start
+        m_values.interfaceName = former.interfaceName;
+        m_values.network = former.network;
+        m_values.isNetworkSet = former.isNetworkSet;
     }
-    m_values.mac = mac;
-    QDir().mkpath(m_location.dataDirectory);
-    QSaveFile file(macPath(m_location.dataDirectory));
-    if (!file.open(QIODevice::WriteOnly) || file.write(mac.toUtf8()) < 0 || !file.commit()) {
-        report(translated(QT_TRANSLATE_NOOP("messages", "Cannot save the MAC address in %1: %2"))
-                   .arg(file.fileName(), file.errorString()));
+    return problem;
+}
+
+SettingManager::Problem SettingManager::save(const QString &mac)
+{
+    m_areSettingsSaved = false;
+    if (!mac.isEmpty()) {
+        m_values.mac = mac;
+        m_isMacSaved = false;
     }
+    return write();
+}
+
+SettingManager::Problem SettingManager::write()
+{
+    m_isMacSaved = m_isMacSaved || m_macFile.save(m_values.mac.toUtf8());
+    if (!m_areSettingsSaved) {
+        std::optional<QVariantMap> settings = stored(); // with what people have written into it meanwhile
+        if (settings) {
+            settings->insert(QStringLiteral("dhcp"), m_values.network.isDhcp);
+            settings->insert(QStringLiteral("ip"), m_values.network.ip);
+            settings->insert(QStringLiteral("mask"), m_values.network.netmask);
+            settings->insert(QStringLiteral("gateway"), m_values.network.gateway);
+            settings->insert(QStringLiteral("dns"), m_values.network.nameServer);
+            settings->insert(QStringLiteral("networkSet"), m_values.isNetworkSet);
+            settings->insert(QStringLiteral("interface"), m_values.interfaceName);
+            settings->insert(QStringLiteral("systemNum"), m_values.systemNumber);
+            settings->insert(QStringLiteral("listen"), m_values.listenAddresses);
+            m_areSettingsSaved = m_settingsFile.save(IniText::write(*settings));
+        }
+    }
+    for (const auto &[isSaved, file] :
+         { std::pair(m_isMacSaved, &m_macFile), std::pair(m_areSettingsSaved, &m_settingsFile) }) {
+        if (!isSaved && file->problem()) {
+            return file->complaint();
+        }
+    }
+    return std::nullopt;
 }
 
 SettingManager::Values SettingManager::values() const

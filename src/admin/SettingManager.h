@@ -1,9 +1,11 @@
 #pragma once
 #include "admin/ConfigManager.h"
 #include "admin/SystemNetwork.h"
+#include "base/KeptFile.h"
 #include "net/HostNetwork.h"
 #include <QString>
 #include <QStringList>
+#include <QVariantMap>
 
 #include <atomic>
 #include <memory>
@@ -11,16 +13,17 @@
 #include <optional>
 
 /// The device settings: network, MAC address, system number, language, listen list; and the flags that say how the
-/// process ends. Every change is saved at once, with the old or the new file whole at any moment.
-/// Owns: its copy of the settings. Thread: any; every call takes the lock, none waits for the network.
-/// Ends: with its owner.
+/// process ends. Every change is saved at once, with the old or the new file whole at any moment. What cannot be saved
+/// is in force all the same, but for a network, and is tried again until it is on the disk.
+/// Owns: its copy of the settings. Thread: made and destroyed on the main thread; every call on any thread takes the
+///       lock, none waits for the network. Ends: with its owner.
 class SettingManager
 {
 public:
     struct Location
     {
         QString dataDirectory; // holds the file "mac"; made when a MAC is saved and it is missing
-        QString settingsFile;  // INI; empty: the settings of the organisation and application
+        QString settingsFile;  // INI
     };
 
     /// DIR/settings.ini and DIR/mac; an empty DIR: the application's own data directory and settings.
@@ -28,6 +31,9 @@ public:
 
     /// Reads the settings; what is missing or unreadable gets its default. Sets the process's system number.
     explicit SettingManager(const Location &location, std::unique_ptr<SystemNetwork> network = nullptr);
+    ~SettingManager();
+    SettingManager(const SettingManager &) = delete;
+    SettingManager &operator=(const SettingManager &) = delete;
 
     bool isDhcp() const;
     QString netmask() const;
@@ -53,12 +59,14 @@ public:
     /// What tools and discovery show: mode and addresses in the first line, then version, model and MAC; UTF-8.
     QByteArray informationString() const;
 
-    void setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
-                     const QString &mac); // an ip that is none: nothing changes
-    void setDhcp(const QString &mac);     // an empty mac, here and above, leaves the old one
-    void setMac(const QString &mac);      // an invalid one: nothing changes
-    void setSystemNumber(int number);     // below 1: 1
-    void setListenAddresses(const QStringList &addresses);
+    /// \name Changes. Why they are not on the disk, if they are not.
+    using Problem = std::optional<QString>;
+    Problem setStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
+                        const QString &mac); // an ip that is none: nothing changes
+    Problem setDhcp(const QString &mac);     // an empty mac, here and above, leaves the old one
+    Problem setMac(const QString &mac);      // an invalid one: nothing changes
+    Problem setSystemNumber(int number);     // below 1: 1
+    Problem setListenAddresses(const QStringList &addresses);
 
     /// \name Why the process ends. Set once, from any thread, never cleared.
     bool isRebootRequested() const { return m_rebootRequested; }
@@ -78,8 +86,10 @@ private:
         QString mac;
     };
     void load();
-    void save() const;
-    void saveMac(const QString &mac);
+    std::optional<QVariantMap> stored(); // in the file; nothing, and told, when it cannot be read now
+    Problem saveNetwork(const HostNetwork &network, const QString &interfaceName, const QString &mac);
+    Problem save(const QString &mac = QString());
+    Problem write();       // what is not on the disk yet
     Values values() const; // a copy, taken under the lock
 
     const Location m_location;
@@ -87,6 +97,11 @@ private:
     const ConfigManager m_identity;
     mutable std::mutex m_mutex; // guards m_values and the files
     Values m_values;
+    KeptFile m_settingsFile;
+    KeptFile m_macFile;
+    bool m_areSettingsSaved = true;
+    bool m_isMacSaved = true;
+    const int m_retryTicket;
     std::atomic<bool> m_rebootRequested{ false };
     std::atomic<bool> m_restartRequested{ false };
 };

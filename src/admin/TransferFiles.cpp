@@ -1,126 +1,72 @@
 #include "admin/TransferFiles.h"
 #include "base/Messages.h"
-#include <QDir>
 #include <QFileInfo>
 #include <QStorageInfo>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 constexpr qint64 kBytesPerWrite = 8LL * 1024 * 1024;
 
 enum DownloadKind { kSourceFile = 0, kUserInterfaceFile = 1, kIrCodeFile = 2 };
 
-QString temporaryName(const QString &path)
-{
-    return path + QStringLiteral(".upload");
-}
-
-QString systemError()
-{
-    return QString::fromLocal8Bit(std::strerror(errno));
-}
-
-/// So that the new name too is there after a power cut.
-void syncDirectory(const QString &path)
-{
-    const int directory = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (directory >= 0) {
-        ::fsync(directory);
-        ::close(directory);
-    }
-}
-
 /// Takes the room now, so that a second upload does not count on it too. File systems that cannot are let be.
 bool reserveSpace(const QFile &file, qint64 size)
 {
     return ::fallocate(file.handle(), FALLOC_FL_KEEP_SIZE, 0, size) == 0 || errno == EOPNOTSUPP || errno == ENOSYS;
+}
+
+QString failedToWrite(const QString &reason)
+{
+    return translated(QT_TRANSLATE_NOOP("messages", "Failed to write the file: %1")).arg(reason);
 }
 } // namespace
 
 IncomingFile::IncomingFile(TransferFiles &files, const TransferTarget &target)
     : m_files(files)
     , m_target(target)
+    , m_content(target.path)
 {}
 
 IncomingFile::~IncomingFile()
 {
-    if (m_file.isOpen()) {
-        m_file.close();
-        m_file.remove();
-    }
+    m_content.reset(); // before another upload may have the name
     m_files.release(m_target.path);
 }
 
 std::optional<QString> IncomingFile::open(qint64 size)
 {
-    const QFileInfo info(m_target.path);
-    m_place = info.isSymLink() && info.exists() ? info.canonicalFilePath() : info.absoluteFilePath();
-    const QString directory = QFileInfo(m_place).absolutePath();
-    if (const QStorageInfo disk(directory); disk.isValid()) {
-        const qint64 free = disk.bytesAvailable();
-        if (free - TransferFiles::kKeptFreeBytes < size) {
-            return translated(QT_TRANSLATE_NOOP("messages", "Not enough space on the disk: %1 bytes are free"))
-                .arg(free);
-        }
+    const QStorageInfo disk(QFileInfo(m_content->place()).absolutePath());
+    if (disk.isValid() && disk.bytesAvailable() < size) {
+        return translated(QT_TRANSLATE_NOOP("messages", "Not enough space on the disk: %1 bytes are free"))
+            .arg(disk.bytesAvailable());
     }
-    m_file.setFileName(temporaryName(m_place));
-    QFile::remove(m_file.fileName());
-    const QFileInfo there(m_place);
-    const bool isReplaceable = !there.exists() || there.isFile(); // no folder, no device
-    if (!isReplaceable || !m_file.open(QIODevice::ReadWrite | QIODevice::NewOnly)) {
+    if (m_content->open()) {
         return translated(QT_TRANSLATE_NOOP("messages", "Failed to open file"));
     }
-    if (!reserveSpace(m_file, size)) {
-        return translated(QT_TRANSLATE_NOOP("messages", "Failed to write the file: %1")).arg(systemError());
-    }
-    return std::nullopt;
+    return reserveSpace(file(), size) ? std::nullopt : std::optional(failedToWrite(qt_error_string(errno)));
 }
 
 void IncomingFile::noteReceived(qint64 bytes)
 {
-    if (bytes - m_handedToDisk >= kBytesPerWrite && m_file.flush()) {
-        ::sync_file_range(m_file.handle(), m_handedToDisk, bytes - m_handedToDisk, SYNC_FILE_RANGE_WRITE);
+    if (bytes - m_handedToDisk >= kBytesPerWrite && file().flush()) {
+        ::sync_file_range(file().handle(), m_handedToDisk, bytes - m_handedToDisk, SYNC_FILE_RANGE_WRITE);
         m_handedToDisk = bytes;
     }
 }
 
 std::optional<QString> IncomingFile::commit()
 {
-    if (QFile::exists(m_place)) {
-        m_file.setPermissions(QFile::permissions(m_place));
-    }
-    const QByteArray from = QFile::encodeName(m_file.fileName());
-    const QByteArray to = QFile::encodeName(m_place);
-    if (!m_file.flush() || ::fsync(m_file.handle()) != 0 || std::rename(from.constData(), to.constData()) != 0) {
-        return translated(QT_TRANSLATE_NOOP("messages", "Failed to write the file: %1")).arg(systemError());
-    }
-    m_file.close();
-    syncDirectory(QFileInfo(m_place).absolutePath());
-    return std::nullopt;
+    const std::optional<QString> problem = m_content->commit();
+    return problem ? std::optional(failedToWrite(*problem)) : std::nullopt;
 }
 
 TransferFiles::TransferFiles(const TransferPaths &paths, Arrived arrived)
     : m_paths(paths)
     , m_arrived(std::move(arrived))
 {}
-
-void TransferFiles::removeLeftovers() const
-{
-    QStringList paths{ m_paths.object, m_paths.source, m_paths.userInterface, m_paths.webArchive };
-    for (int number = 1; number <= kIrFiles; ++number) {
-        paths << irPath(number);
-    }
-    for (const QString &path : qAsConst(paths)) {
-        const QFileInfo info(path);
-        QFile::remove(temporaryName(info.isSymLink() && info.exists() ? info.canonicalFilePath() : path));
-    }
-}
 
 std::optional<TransferTarget> TransferFiles::target(const QString &name, int irNumber) const
 {

@@ -1,5 +1,5 @@
 #pragma once
-#include <QFile>
+#include "base/FileReplacement.h"
 #include <QString>
 
 #include <functional>
@@ -33,8 +33,8 @@ struct TransferTarget
 
 class TransferFiles;
 
-/// The new content of one file on its way in: a temporary file beside the target, which takes its place when commit()
-/// is called, and at no other time. The target is reserved meanwhile.
+/// The new content of one file on its way in, which takes its place when commit() is called, and at no other time. The
+/// target is reserved meanwhile.
 /// Owns: the temporary file, which goes with it. Thread: one. Ends: with its owner, before the TransferFiles.
 class IncomingFile
 {
@@ -43,7 +43,7 @@ public:
     IncomingFile(const IncomingFile &) = delete;
     IncomingFile &operator=(const IncomingFile &) = delete;
 
-    QFile &file() { return m_file; }
+    QFile &file() { return m_content->file(); }
     const TransferTarget &target() const { return m_target; }
 
     /// Lets the disk begin with what has come, so that commit() waits for the rest only.
@@ -59,8 +59,7 @@ private:
 
     TransferFiles &m_files;
     const TransferTarget m_target;
-    QString m_place; // the target's path, links followed
-    QFile m_file;
+    std::optional<FileReplacement> m_content;
     qint64 m_handedToDisk = 0; // bytes from the beginning
 };
 
@@ -70,14 +69,11 @@ class TransferFiles
 {
 public:
     static constexpr int kIrFiles = 8;
-    static constexpr qint64 kKeptFreeBytes = 16LL * 1024 * 1024; // for the variable stores and the log of the system
 
     using Arrived = std::function<void(const TransferTarget &target)>;
 
     /// \param arrived  a file is in place; called on the thread that committed it
     TransferFiles(const TransferPaths &paths, Arrived arrived);
-
-    void removeLeftovers() const; // temporary files of a process that ended meanwhile
 
     /// By the suffix of the name, in any case; a path in front of the name has no meaning. Nothing: no file of ours.
     std::optional<TransferTarget> target(const QString &name, int irNumber) const;

@@ -16,8 +16,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-constexpr qint64 kKeptFreeBytes = 16LL * 1024 * 1024;
-
 fs::path pathOf(const QString &path)
 {
     return QFile::encodeName(path).toStdString();
@@ -152,7 +150,7 @@ std::optional<QString> WebUnpacker::unpackNow(const QString &archive, int &files
     std::optional<QString> problem;
     std::error_code error;
     const qint64 free = QStorageInfo(fresh).bytesAvailable();
-    if (free - kKeptFreeBytes < zip.unpackedBytes()) {
+    if (free < zip.unpackedBytes()) {
         problem =
             translated(QT_TRANSLATE_NOOP("messages", "Not enough space on the disk: %1 bytes are free")).arg(free);
     } else {

@@ -1,6 +1,7 @@
 #include "app/MainApplication.h"
 
 #include "admin/ConfigManager.h"
+#include "admin/DataFolder.h"
 #include "admin/SerialPortWorker.h"
 #include "admin/SettingManager.h"
 #include "app/ControllerBridge.h"
@@ -16,6 +17,7 @@
 #include "app/TerminalMonitor.h"
 #include "app/Translations.h"
 #include "app/Uploads.h"
+#include "base/FileReplacement.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
 #include "base/MonitorHistory.h"
@@ -75,9 +77,7 @@ void reportUnlessWritable(const QString &directory)
 QString deviceSetting(const SettingManager::Location &location, const char *name)
 {
     const QString key = QString::fromLatin1(name);
-    return location.settingsFile.isEmpty()
-               ? QSettings().value(key).toString()
-               : QSettings(location.settingsFile, QSettings::IniFormat).value(key).toString();
+    return QSettings(location.settingsFile, QSettings::IniFormat).value(key).toString();
 }
 
 /// The web settings that are built in, and over them those of the file "web.ini" in the data directory.
@@ -209,8 +209,14 @@ std::optional<int> MainApplication::startParts(const Options &options)
         return refuse(QStringLiteral("Cannot make the data directory %1.").arg(options.dataDirectory));
     }
     const QString directory = options.dataDirectory.isEmpty() ? QString() : QDir(options.dataDirectory).absolutePath();
-    m_parts = std::make_unique<Parts>(options, SettingManager::locationIn(directory));
+    const SettingManager::Location location = SettingManager::locationIn(directory);
+    m_folder = std::make_unique<DataFolder>(location.dataDirectory);
+    if (const std::optional<QString> problem = m_folder->take()) {
+        return refuse(*problem);
+    }
+    m_parts = std::make_unique<Parts>(options, location);
     Parts &parts = *m_parts;
+    FileReplacement::removeLeftoverOf(options.objectFilePath); // may lie elsewhere
     parts.translations.install(options.language.isEmpty() ? parts.settings.language() : options.language);
     parts.signalsToStop = std::make_unique<StopSignals>(ProgramStop::requestEnd);
     connect(parts.signalsToStop.get(), &StopSignals::received, this, [this] {
@@ -455,8 +461,8 @@ void MainApplication::serveConsolePort()
             network.makeStaticIp(set.ip, set.netmask, set.gateway, set.nameServer, QString());
         }
     };
-    actions.setSystemNumber = [&network](int number) { network.changeSystemNumber(number); };
-    actions.setMac = [&network](const QString &mac) { network.setMacAddress(mac); };
+    actions.setSystemNumber = [&network](int number) { return network.changeSystemNumber(number); };
+    actions.setMac = [&network](const QString &mac) { return network.setMacAddress(mac); };
     actions.setDateTime = [this](const QString &text) {
         QMetaObject::invokeMethod(
             this, [this, text] { m_parts->services->setDateTime(text); }, Qt::QueuedConnection);

@@ -6,6 +6,8 @@
 #include <memory>
 #include <optional>
 
+class DataFolder;
+
 /// The controller as a process: brings the parts up in order, ties them together, and ends them in order.
 /// Owns: every part. Thread: the main thread. Ends: in main().
 class MainApplication : public QCoreApplication
@@ -35,5 +37,6 @@ private:
     void serveConsolePort();
     void endParts();
 
+    std::unique_ptr<DataFolder> m_folder; // longer than all that writes in it
     std::unique_ptr<Parts> m_parts;
 };

@@ -74,8 +74,7 @@ void NetworkSetup::change(const HostNetwork &network, const QString &mac, LinkSe
     }
     const std::optional<HostNetwork> former = m_settings.networkToApply();
     if (trial == LinkServices::Trial::Never || !m_scripts.isAllowed() || (former && *former == network)) {
-        store(network, mac);
-        done(QString());
+        done(store(network, mac));
         return;
     }
     const std::lock_guard lock(m_trialMutex);
@@ -87,9 +86,9 @@ void NetworkSetup::change(const HostNetwork &network, const QString &mac, LinkSe
         m_trial.join(); // one that has ended
     }
     m_trial = std::thread([this, network, mac, done] {
-        const QString problem = SystemScripts::tryNetwork(m_settings.mainInterface(), network, m_isCancelled);
+        QString problem = SystemScripts::tryNetwork(m_settings.mainInterface(), network, m_isCancelled);
         if (problem.isEmpty()) {
-            store(network, mac);
+            problem = store(network, mac);
         }
         m_isTrying = false;
         done(problem);
@@ -133,11 +132,10 @@ void NetworkSetup::used(bool isInUse)
     }
 }
 
-void NetworkSetup::store(const HostNetwork &network, const QString &mac)
+QString NetworkSetup::store(const HostNetwork &network, const QString &mac)
 {
-    if (network.isDhcp) {
-        m_settings.setDhcp(mac);
-    } else {
-        m_settings.setStaticIp(network.ip, network.netmask, network.gateway, network.nameServer, mac);
-    }
+    const SettingManager::Problem problem =
+        network.isDhcp ? m_settings.setDhcp(mac)
+                       : m_settings.setStaticIp(network.ip, network.netmask, network.gateway, network.nameServer, mac);
+    return problem.value_or(QString());
 }

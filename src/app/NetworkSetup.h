@@ -42,7 +42,7 @@ private:
     Link link() const;
     void use();
     void used(bool isInUse);
-    void store(const HostNetwork &network, const QString &mac);
+    QString store(const HostNetwork &network, const QString &mac); // why it is not on the disk, if it is not
 
     SettingManager &m_settings;
     SystemScripts &m_scripts;

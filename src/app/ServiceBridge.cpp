@@ -18,7 +18,7 @@ void ServiceBridge::setLinks(ControllerLinks *links)
 {
     m_links = links;
     if (links) {
-        listenTo(m_settings.listenAddresses());
+        links->setAddresses(m_settings.listenAddresses());
     }
 }
 
@@ -32,9 +32,9 @@ QStringList ServiceBridge::listenAddresses()
     return m_settings.listenAddresses();
 }
 
-void ServiceBridge::setSystemNumber(int number)
+LinkServices::Problem ServiceBridge::setSystemNumber(int number)
 {
-    m_settings.setSystemNumber(number);
+    return m_settings.setSystemNumber(number);
 }
 
 void ServiceBridge::setNetwork(const HostNetwork &network, const QString &mac, Trial trial, const NetworkDone &done)
@@ -42,9 +42,9 @@ void ServiceBridge::setNetwork(const HostNetwork &network, const QString &mac, T
     m_network.change(network, mac, trial, done);
 }
 
-void ServiceBridge::setMac(const QString &mac)
+LinkServices::Problem ServiceBridge::setMac(const QString &mac)
 {
-    m_settings.setMac(mac);
+    return m_settings.setMac(mac);
 }
 
 void ServiceBridge::reboot()
@@ -59,21 +59,12 @@ void ServiceBridge::setDateTime(const QString &text)
     m_scripts.setDateTime(text);
 }
 
-QByteArray ServiceBridge::listenStatus(const QString &text)
+QByteArray ServiceBridge::listenStatus()
 {
-    if (!m_links) {
-        return {};
-    }
-    if (!text.trimmed().isEmpty()) {
-        listenTo(text.split(QLatin1Char('\n')));
-    }
-    return m_links->statusStream();
+    return m_links ? m_links->statusStream() : QByteArray();
 }
 
-void ServiceBridge::listenTo(const QStringList &addresses)
+LinkServices::Problem ServiceBridge::setListenAddresses(const QStringList &list)
 {
-    const QStringList taken = m_links->setAddresses(addresses);
-    if (taken != m_settings.listenAddresses()) {
-        m_settings.setListenAddresses(taken);
-    }
+    return m_links ? m_settings.setListenAddresses(m_links->setAddresses(list)) : std::nullopt;
 }

@@ -20,16 +20,15 @@ public:
 
     QByteArray informationString() override;
     QStringList listenAddresses() override;
-    void setSystemNumber(int number) override;
+    Problem setSystemNumber(int number) override;
     void setNetwork(const HostNetwork &network, const QString &mac, Trial trial, const NetworkDone &done) override;
-    void setMac(const QString &mac) override;
+    Problem setMac(const QString &mac) override;
     void reboot() override;
     void setDateTime(const QString &text) override;
-    QByteArray listenStatus(const QString &text) override;
+    QByteArray listenStatus() override;
+    Problem setListenAddresses(const QStringList &list) override;
 
 private:
-    void listenTo(const QStringList &addresses);
-
     SettingManager &m_settings;
     SystemScripts &m_scripts;
     NetworkSetup &m_network;

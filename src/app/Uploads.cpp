@@ -8,9 +8,7 @@ Uploads::Uploads(const TransferPaths &paths, const QString &webFolder, Actions a
     , m_unpacker(webFolder)
     , m_files(paths, [this](const TransferTarget &target) { arrived(target); })
     , m_service(m_files)
-{
-    m_files.removeLeftovers();
-}
+{}
 
 template <class Job>
 void Uploads::actLater(Job job)

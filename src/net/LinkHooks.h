@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class SocketClient;
 
@@ -61,7 +62,7 @@ public:
 };
 
 /// Settings and the machine. Called on any thread, also while the main thread is busy in an endless program:
-/// guard what is shared and return at once. Only the last two are called on the main thread.
+/// guard what is shared and return at once. Only the last three are called on the main thread.
 class LinkServices
 {
 public:
@@ -69,22 +70,24 @@ public:
     virtual QByteArray informationString() = 0; // the body of frame 0x11
     virtual QStringList listenAddresses() = 0;
 
-    virtual void setSystemNumber(int number) = 0; // at least 1
+    /// \name Changes. What went wrong, if anything, for the tool that wanted them.
+    using Problem = std::optional<QString>;
+    virtual Problem setSystemNumber(int number) = 0; // at least 1
 
     /// Checks the network, tries it where it may, which takes seconds, and stores it; the mac may be empty.
     /// \param done  called once, here or later, on any thread: why it is not stored, empty when it is
     enum class Trial { Wanted, Never };
     using NetworkDone = std::function<void(const QString &problem)>;
     virtual void setNetwork(const HostNetwork &network, const QString &mac, Trial trial, const NetworkDone &done) = 0;
-    virtual void setMac(const QString &mac) = 0;
+    virtual Problem setMac(const QString &mac) = 0;
 
     /// Stops the running program (by a flag that every loop looks at), sets the reboot flag, queues the quit.
     virtual void reboot() = 0;
 
     virtual void setDateTime(const QString &text) = 0; // main thread
 
-    /// What follows "listenstatus:". The text is the new listen list, one address a line; empty only asks. Main thread.
-    virtual QByteArray listenStatus(const QString &text) = 0;
+    virtual QByteArray listenStatus() = 0;                           // what follows "listenstatus:"; main thread
+    virtual Problem setListenAddresses(const QStringList &list) = 0; // main thread
 };
 
 struct LinkHooks

@@ -28,6 +28,13 @@ void allowManyDescriptors()
     }
 }
 
+void sayFailed(SocketClient &client, const LinkServices::Problem &problem)
+{
+    if (problem) {
+        client.sendPlain(LinkCode::kTextReply, "failed:" + problem->toUtf8());
+    }
+}
+
 /// The parts joined by ":".
 template <class First, class... More>
 QByteArray fields(const First &first, const More &...more)
@@ -250,13 +257,14 @@ void NetworkManager::containerCall(int deviceId, const QVector<qint64> &channelC
     }
 }
 
-void NetworkManager::changeSystemNumber(int number)
+LinkServices::Problem NetworkManager::changeSystemNumber(int number)
 {
     if (number < 1) {
-        return;
+        return std::nullopt;
     }
-    m_hooks.services.setSystemNumber(number);
+    const LinkServices::Problem problem = m_hooks.services.setSystemNumber(number);
     m_registry.visitType(PeerType::kController, [](SocketClient &client) { client.close(); });
+    return problem;
 }
 
 void NetworkManager::makeStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
@@ -275,7 +283,7 @@ void NetworkManager::changeNetwork(const HostNetwork &network, const QString &ma
 {
     m_hooks.services.setNetwork(network, mac, trial, [this, asker](const QString &problem) {
         if (problem.isEmpty()) {
-            rebootWithNotice();
+            rebootUnless(std::nullopt);
             return;
         }
         monitorLog(MonitorMessageType::Error,
@@ -286,10 +294,9 @@ void NetworkManager::changeNetwork(const HostNetwork &network, const QString &ma
     });
 }
 
-void NetworkManager::setMacAddress(const QString &mac)
+LinkServices::Problem NetworkManager::setMacAddress(const QString &mac)
 {
-    m_hooks.services.setMac(mac);
-    rebootWithNotice();
+    return rebootUnless(m_hooks.services.setMac(mac));
 }
 
 void NetworkManager::sendIrCode(int number, const QByteArray &code)
@@ -454,10 +461,11 @@ void NetworkManager::perform(SocketClient &client, const Management::Command &co
     const auto trialOf = [](bool isTried) {
         return isTried ? LinkServices::Trial::Wanted : LinkServices::Trial::Never;
     };
+    const auto replyWhenFailed = [&client](const LinkServices::Problem &problem) { sayFailed(client, problem); };
     const Overloaded performers{
         [&](const SetSystemNumber &set) {
             notify(translated(QT_TRANSLATE_NOOP("messages", "Set system number")));
-            changeSystemNumber(set.number);
+            replyWhenFailed(changeSystemNumber(set.number));
         },
         [&](const Reboot &) {
             notify(translated(QT_TRANSLATE_NOOP("messages", "Reboot device")));
@@ -488,9 +496,12 @@ void NetworkManager::perform(SocketClient &client, const Management::Command &co
         },
         [&](const AskListenStatus &ask) {
             onMainThread([this, weak = client.weak_from_this(), text = ask.text] {
-                const QByteArray status = m_hooks.services.listenStatus(text);
+                const LinkServices::Problem problem =
+                    text.trimmed().isEmpty() ? std::nullopt
+                                             : m_hooks.services.setListenAddresses(text.split(QLatin1Char('\n')));
                 if (const auto asker = weak.lock()) {
-                    asker->sendPlain(LinkCode::kTextReply, "listenstatus:" + status);
+                    sayFailed(*asker, problem);
+                    asker->sendPlain(LinkCode::kTextReply, "listenstatus:" + m_hooks.services.listenStatus());
                 }
             });
         },
@@ -542,10 +553,13 @@ void NetworkManager::sendMonitorLine(int type, const QString &text)
     });
 }
 
-void NetworkManager::rebootWithNotice()
+LinkServices::Problem NetworkManager::rebootUnless(const Problem &problem)
 {
-    monitorLog(MonitorMessageType::System, translated(QT_TRANSLATE_NOOP("messages", "Reboot device")));
-    m_hooks.services.reboot();
+    if (!problem) {
+        monitorLog(MonitorMessageType::System, translated(QT_TRANSLATE_NOOP("messages", "Reboot device")));
+        m_hooks.services.reboot();
+    }
+    return problem;
 }
 
 template <class Job>

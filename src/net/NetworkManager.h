@@ -75,12 +75,13 @@ public:
     void containerCall(int deviceId, const QVector<qint64> &channelCodes, const QByteArray &method,
                        const QByteArray &data);
 
-    /// \name Requests of management tools, by link or by the console port. Any thread.
-    void changeSystemNumber(int number); // below 1: ignored; other controllers reconnect and learn the new one
+    /// \name Requests of management tools, by link or by the console port. What went wrong, if anything. Any thread.
+    using Problem = LinkServices::Problem;
+    Problem changeSystemNumber(int number); // below 1: ignored; other controllers reconnect and learn the new one
     void makeStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
                       const QString &mac);
     void makeDHCP(const QString &mac);
-    void setMacAddress(const QString &mac);
+    Problem setMacAddress(const QString &mac);
     void sendIrCode(int number, const QByteArray &code); // to every connection
 
     /// \name Other controllers that listen to this one.
@@ -122,7 +123,7 @@ private:
 
     void welcome(const std::weak_ptr<SocketClient> &client, int deviceNumber); // main thread
     void sendMonitorLine(int type, const QString &text);                       // any thread
-    void rebootWithNotice();                                                   // any thread
+    Problem rebootUnless(const Problem &problem);                              // any thread
     void changeNetwork(const HostNetwork &network, const QString &mac, LinkServices::Trial trial,
                        const std::weak_ptr<SocketClient> &asker = {}); // any thread; tells the asker what is wrong
 

@@ -175,8 +175,14 @@ void SerialPortWorkerTest::startWorker(const QString &deviceFile)
         tell(QStringList{ set.ip, set.netmask, set.gateway, set.nameServer, QString::number(set.isDhcp) }.join(
             QLatin1Char(' ')));
     };
-    actions.setSystemNumber = [this](int number) { tell(QStringLiteral("number %1").arg(number)); };
-    actions.setMac = [this](const QString &mac) { tell(QStringLiteral("mac ") + mac); };
+    actions.setSystemNumber = [this](int number) {
+        tell(QStringLiteral("number %1").arg(number));
+        return number == 13 ? SerialPortWorker::Problem(QStringLiteral("no room")) : std::nullopt;
+    };
+    actions.setMac = [this](const QString &mac) {
+        tell(QStringLiteral("mac ") + mac);
+        return SerialPortWorker::Problem();
+    };
     actions.setDateTime = [this](const QString &text) { tell(QStringLiteral("date ") + text); };
     TransferTimes times;
     times.repeatMs = 20;
@@ -198,6 +204,7 @@ void SerialPortWorkerTest::answers_data()
     row("setnetwork\n\n\n\n1", "setnetwork", "    1");
     row("querysysnum", "sysnum:4", "");
     row("setsysnum12", "setsysnum", "number 12");
+    row("setsysnum13", "failed:no room", "number 13");
     row("querymac", "mac:08:90:00:01:02:03", "");
     row("setmac08:90:00:01:02:04", "setmac", "mac 08:90:00:01:02:04");
     row("setdatetime2026-01-31 08:00:00", "setdatetime", "date 2026-01-31 08:00:00");

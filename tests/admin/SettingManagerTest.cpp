@@ -1,4 +1,5 @@
 #include "admin/SettingManager.h"
+#include "base/Clock.h"
 #include "base/SystemNumber.h"
 #include "devices/MonitorLines.h"
 #include "support/Files.h"
@@ -64,6 +65,7 @@ private Q_SLOTS:
     void wrongChangesAreIgnored();
     void onlyWhatAToolHasSetIsApplied();
     void storesThatCannotBeUsed();
+    void whatCannotBeSavedIsTriedAgain();
 };
 
 void SettingManagerTest::defaultRoutes_data()
@@ -289,21 +291,43 @@ void SettingManagerTest::storesThatCannotBeUsed()
 {
     MonitorLines monitor;
     const Store damaged;
-    damaged.write("settings.ini", "\x01\xff no settings at all [\n]]]\n");
-    QCOMPARE(damaged.open()->systemNumber(), 1);
-    QCOMPARE(monitor.take(), QStringList(QStringLiteral("4 The settings in %1 cannot be read; the defaults are used")
-                                             .arg(damaged.directory.filePath(QStringLiteral("settings.ini")))));
-    const Store blocked;
-    QVERIFY(QDir(blocked.directory.path()).mkpath(QStringLiteral("settings.ini/x")));
-    QVERIFY(QDir(blocked.directory.path()).mkpath(QStringLiteral("mac/x")));
-    const auto settings = blocked.open();
-    monitor.take();
-    settings->setMac(QStringLiteral("08:90:00:01:02:03"));
-    const QStringList lines = monitor.take();
-    QCOMPARE(lines.size(), 2);
-    QVERIFY2(lines.at(0).startsWith(QStringLiteral("4 Cannot save the MAC address in ")), qPrintable(lines.at(0)));
-    QCOMPARE(lines.at(1), QStringLiteral("4 Cannot save the settings in %1")
-                              .arg(blocked.directory.filePath(QStringLiteral("settings.ini"))));
+    damaged.write("settings.ini", "systemNum=4\nno setting at all [\nmine=kept\n");
+    QCOMPARE(damaged.open()->systemNumber(), 4);
+    QCOMPARE(monitor.take(),
+             QStringList(QStringLiteral("4 %1 cannot be read whole: some lines make no sense; it is kept as "
+                                        "settings.ini.damaged-1")
+                             .arg(damaged.directory.filePath(QStringLiteral("settings.ini")))));
+    QVERIFY(damaged.read("settings.ini.damaged-1").contains("no setting at all"));
+    QVERIFY(!damaged.open()->setSystemNumber(5));
+    QCOMPARE(monitor.take(), QStringList());
+    QVERIFY(damaged.read("settings.ini").contains("mine=kept\n"));
+}
+
+void SettingManagerTest::whatCannotBeSavedIsTriedAgain()
+{
+    MonitorLines monitor;
+    Clock clock(Clock::Drive::ByHand);
+    const Store store;
+    const QString inTheWay = store.directory.filePath(QStringLiteral("settings.ini.unfinished/x"));
+    const auto settings = store.open();
+    QVERIFY(!settings->setSystemNumber(2));
+    QVERIFY(QDir().mkpath(inTheWay));
+    QVERIFY(QDir().mkpath(store.directory.filePath(QStringLiteral("mac/x"))));
+    const QString complaint = QStringLiteral("Cannot save %1: File exists");
+    QCOMPARE(settings->setSystemNumber(3).value_or(QString()),
+             complaint.arg(store.directory.filePath(QStringLiteral("settings.ini"))));
+    QCOMPARE(settings->systemNumber(), 3); // in force
+    QVERIFY(store.read("settings.ini").contains("systemNum=2"));
+    QVERIFY(settings->setMac(QStringLiteral("08:90:00:01:02:03")));
+    QCOMPARE(monitor.take().size(), 2);
+    clock.advance(60000);
+    QCOMPARE(monitor.take(), QStringList()); // nothing new
+    QVERIFY(QDir(store.directory.filePath(QStringLiteral("settings.ini.unfinished"))).removeRecursively());
+    QVERIFY(QDir(store.directory.filePath(QStringLiteral("mac"))).removeRecursively());
+    clock.advance(60000);
+    QVERIFY(store.read("settings.ini").contains("systemNum=3"));
+    QCOMPARE(store.read("mac"), QByteArray("08:90:00:01:02:03"));
+    QCOMPARE(monitor.take().size(), 2); // they are saved again
 }
 
 QTEST_GUILESS_MAIN(SettingManagerTest)

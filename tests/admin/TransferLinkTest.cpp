@@ -32,12 +32,13 @@ public:
     void peerOffline(int) override {}
     QByteArray informationString() override { return {}; }
     QStringList listenAddresses() override { return {}; }
-    void setSystemNumber(int) override {}
+    Problem setSystemNumber(int) override { return {}; }
     void setNetwork(const HostNetwork &, const QString &, Trial, const NetworkDone &) override {}
-    void setMac(const QString &) override {}
+    Problem setMac(const QString &) override { return {}; }
     void reboot() override {}
     void setDateTime(const QString &) override {}
-    QByteArray listenStatus(const QString &) override { return {}; }
+    QByteArray listenStatus() override { return {}; }
+    Problem setListenAddresses(const QStringList &) override { return {}; }
 
     std::atomic<int> pushes{ 0 };
 };
@@ -123,9 +124,9 @@ void TransferLinkTest::floodIsBounded()
         tool.write(chunk);
         QVERIFY(tool.waitForBytesWritten());
     }
-    QTRY_VERIFY(QFileInfo(controller.path("source.src.upload")).size() <= 500000);
+    QTRY_VERIFY(QFileInfo(controller.path("source.src.unfinished")).size() <= 500000);
     tool.abort();
-    QTRY_VERIFY(!QFile::exists(controller.path("source.src.upload")));
+    QTRY_VERIFY(!QFile::exists(controller.path("source.src.unfinished")));
     QCOMPARE(controller.stored("source.src"), QByteArray("nothing"));
 }
 
@@ -146,7 +147,7 @@ void TransferLinkTest::silentToolsAreServedSideBySide()
         QTRY_VERIFY(each.count(goAhead) >= 2); // said again when the tool is silent
     }
     tools[0].abort();
-    QTRY_VERIFY(!QFile::exists(controller.path("source.src.upload")));
+    QTRY_VERIFY(!QFile::exists(controller.path("source.src.unfinished")));
     heard[1].clear();
     tools[1].write(frameBytes(0x22, QByteArray::fromHex("00 00000001") + names[1])); // it may have been given up
     QTRY_VERIFY(heard[1].contains(goAhead));

@@ -77,7 +77,6 @@ private Q_SLOTS:
     void completeIsToldThreeTimes();
     void oneUploadOfAFileAtATime();
     void noRoomOnTheDisk();
-    void leftoversGoAtTheStart();
     void downloadOfTwoBlocks();
     void downloadRepeatsABlock();
     void downloadGivesUp_data();
@@ -318,15 +317,6 @@ void TransferSessionTest::noRoomOnTheDisk()
     QVERIFY(!session.isActive());
 }
 
-void TransferSessionTest::leftoversGoAtTheStart()
-{
-    store(QStringLiteral("room.pobj.upload"), "half");
-    store(QStringLiteral("ir3.ir.upload"), "half");
-    store(QStringLiteral("mine.upload"), "kept");
-    m_files->removeLeftovers();
-    QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files), QStringList{ QStringLiteral("mine.upload") });
-}
-
 void TransferSessionTest::downloadOfTwoBlocks()
 {
     const QByteArray bytes = content(8192);
@@ -471,7 +461,7 @@ void TransferSessionTest::troubledUploads()
         arrived += isNew ? 1 : 0;
         QVERIFY2(isNew || stored(QStringLiteral("room.pobj")) == before, qPrintable(QString::number(number)));
         QVERIFY2(isNew || tool.state() != UploadClient::State::Done, qPrintable(QString::number(number)));
-        QVERIFY(!QFile::exists(m_directory->filePath(QStringLiteral("room.pobj.upload"))));
+        QVERIFY(!QFile::exists(m_directory->filePath(QStringLiteral("room.pobj.unfinished"))));
     }
     QVERIFY2(arrived > 180, qPrintable(QString::number(arrived))); // most troubles but a cut are got over
 }

@@ -77,7 +77,7 @@ void UploadTest::oldProgramStaysWhenTheToolIsKilled()
     tool.connectToHost(controller.address(), 6139);
     tool.write(QByteArray::fromHex("5651 0000000C 22 00 00001000 612E706F626A 6C AC")); // 4096 bytes, "a.pobj"
     tool.write(QByteArray::fromHex("5651 00000006 23 00000000 41 64 AC"));              // and the first of them
-    const QString temporary = controller.filePath(QStringLiteral("program.pobj.upload"));
+    const QString temporary = controller.filePath(QStringLiteral("program.pobj.unfinished"));
     QTRY_VERIFY(QFile::exists(temporary));
     tool.abort();
     QTRY_VERIFY(!QFile::exists(temporary));

@@ -80,6 +80,14 @@ LinkRun::LinkRun(const LinkClient::Identity &identity, const RunOptions &options
     });
     connect(m_client, &LinkClient::heardStranger, this,
             [this](const QByteArray &words) { fail(ConnectionFault::stranger(m_options.endpoint, words)); });
+    connect(m_client, &LinkClient::received, this, [this](const LinkMessage &message) {
+        static const QByteArray keyword = "failed:";
+        if (message.kind == LinkMessage::Kind::TextReply && message.body.startsWith(keyword)) {
+            fail("the controller at " + m_options.endpoint.text() +
+                     " says: " + Rendering::escaped(message.body.mid(keyword.size())),
+                 "mend that, and try again");
+        }
+    });
     connect(m_client, &LinkClient::failed, this,
             [this](const QString &reason) { fail(ConnectionFault::refused(m_options.endpoint, reason)); });
     connect(m_client, &LinkClient::disconnected, this, [this] {

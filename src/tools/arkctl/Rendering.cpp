@@ -8,15 +8,6 @@
 #include <nlohmann/json.hpp>
 
 namespace Rendering {
-namespace {
-using Json = nlohmann::ordered_json;
-
-std::string typeName(qint64 type)
-{
-    const bool isKnown = type >= 0 && type < static_cast<qint64>(kMonitorTypeNames.size());
-    return isKnown ? kMonitorTypeNames.at(static_cast<size_t>(type)) : "type-" + std::to_string(type);
-}
-
 std::string escaped(const QByteArray &bytes)
 {
     const QString text = QString::fromUtf8(bytes); // what is no text gets replacement characters
@@ -27,6 +18,15 @@ std::string escaped(const QByteArray &bytes)
         shown += isControl ? QStringLiteral("\\x%1").arg(code, 2, 16, QLatin1Char('0')) : QString(c);
     }
     return shown.toStdString();
+}
+
+namespace {
+using Json = nlohmann::ordered_json;
+
+std::string typeName(qint64 type)
+{
+    const bool isKnown = type >= 0 && type < static_cast<qint64>(kMonitorTypeNames.size());
+    return isKnown ? kMonitorTypeNames.at(static_cast<size_t>(type)) : "type-" + std::to_string(type);
 }
 
 std::string timeText(const QDateTime &when)

@@ -18,6 +18,7 @@ enum class Form { Text, Json };
 std::vector<std::string> monitorTypeNames(); // by MonitorMessageType
 std::string monitorLine(Form form, const QDateTime &when, int type, const QString &text);
 std::string panelMessage(Form form, const QDateTime &when, const LinkMessage &message);
+std::string escaped(const QByteArray &bytes);     // as text that does nothing to a terminal
 std::string quotedStart(const QByteArray &bytes); // the first line of what a stranger says
 std::string portTestReport(Form form, const QDateTime &when, const PortTest::Report &report);
 

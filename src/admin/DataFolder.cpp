@@ -1,0 +1,70 @@
+#include "admin/DataFolder.h"
+#include "base/FileReplacement.h"
+#include <QDir>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+constexpr mode_t kOthers = S_IRWXG | S_IRWXO;
+
+/// A folder that everybody shares, such as that for temporary files, stays as it is.
+void closeToOthers(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    struct stat there
+    {};
+    const bool isOurs = ::lstat(name.constData(), &there) == 0 && (S_ISREG(there.st_mode) || S_ISDIR(there.st_mode)) &&
+                        (there.st_mode & S_ISVTX) == 0;
+    if (isOurs && (there.st_mode & kOthers) != 0) {
+        ::chmod(name.constData(), there.st_mode & ALLPERMS & ~kOthers);
+    }
+}
+} // namespace
+
+DataFolder::~DataFolder()
+{
+    if (m_lock >= 0) {
+        ::close(m_lock);
+    }
+}
+
+std::optional<QString> DataFolder::take()
+{
+    QDir().mkpath(m_path);
+    qint64 holder = 0;
+    if (!lock(holder)) {
+        return QStringLiteral("Another controller, process %1, uses the data directory %2.").arg(holder).arg(m_path);
+    }
+    mendModes();
+    FileReplacement::removeLeftovers(m_path);
+    return std::nullopt;
+}
+
+bool DataFolder::lock(qint64 &holder)
+{
+    // A lock of this kind tells its holder, and a program that a script starts does not inherit it.
+    m_lock = ::open(QFile::encodeName(m_path + QStringLiteral("/lock")).constData(),
+                    O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+    struct flock whole
+    {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    if (m_lock < 0 || ::fcntl(m_lock, F_SETLK, &whole) == 0 || (errno != EAGAIN && errno != EACCES)) {
+        return true;
+    }
+    ::fcntl(m_lock, F_GETLK, &whole);
+    holder = whole.l_pid;
+    return false;
+}
+
+void DataFolder::mendModes() const
+{
+    closeToOthers(m_path);
+    for (const QString &name : QDir(m_path).entryList(QDir::Files | QDir::Hidden)) {
+        closeToOthers(m_path + QLatin1Char('/') + name);
+    }
+}
