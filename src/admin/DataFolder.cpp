@@ -1,5 +1,6 @@
 #include "admin/DataFolder.h"
 #include "base/FileReplacement.h"
+#include <QDebug>
 #include <QDir>
 
 #include <cerrno>
@@ -53,7 +54,11 @@ bool DataFolder::lock(qint64 &holder)
     {};
     whole.l_type = F_WRLCK;
     whole.l_whence = SEEK_SET;
-    if (m_lock < 0 || ::fcntl(m_lock, F_SETLK, &whole) == 0 || (errno != EAGAIN && errno != EACCES)) {
+    if (m_lock < 0) {
+        qWarning().noquote() << QStringLiteral("Cannot lock %1: %2").arg(m_path, qt_error_string(errno));
+        return true;
+    }
+    if (::fcntl(m_lock, F_SETLK, &whole) == 0 || (errno != EAGAIN && errno != EACCES)) {
         return true;
     }
     ::fcntl(m_lock, F_GETLK, &whole);
