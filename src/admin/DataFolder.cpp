@@ -3,7 +3,9 @@
 #include <QDebug>
 #include <QDir>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,15 +14,27 @@
 namespace {
 constexpr mode_t kOthers = S_IRWXG | S_IRWXO;
 
-/// A folder that everybody shares, such as that for temporary files, stays as it is.
+/// Whether the folder is new, or has been a controller's. One that somebody else uses too, named by mistake perhaps,
+/// stays as open as it is.
+bool isControllers(const QString &folder)
+{
+    const char *const names[] = {
+        "program.pobj", "persistent", "nonvolatile", "vars_storage.ini", "mac", "settings.ini"
+    };
+    const QDir directory(folder);
+    return directory.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot) ||
+           std::any_of(std::begin(names), std::end(names),
+                       [&](const char *name) { return directory.exists(QLatin1String(name)); });
+}
+
 void closeToOthers(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
     struct stat there
     {};
-    const bool isOurs = ::lstat(name.constData(), &there) == 0 && (S_ISREG(there.st_mode) || S_ISDIR(there.st_mode)) &&
-                        (there.st_mode & S_ISVTX) == 0;
-    if (isOurs && (there.st_mode & kOthers) != 0) {
+    const bool isPlain = ::lstat(name.constData(), &there) == 0 && (S_ISREG(there.st_mode) || S_ISDIR(there.st_mode)) &&
+                         (there.st_mode & S_ISVTX) == 0;
+    if (isPlain && (there.st_mode & kOthers) != 0) {
         ::chmod(name.constData(), there.st_mode & ALLPERMS & ~kOthers);
     }
 }
@@ -36,11 +50,14 @@ DataFolder::~DataFolder()
 std::optional<QString> DataFolder::take()
 {
     QDir().mkpath(m_path);
+    const bool isOurs = isControllers(m_path);
     qint64 holder = 0;
     if (!lock(holder)) {
         return QStringLiteral("Another controller, process %1, uses the data directory %2.").arg(holder).arg(m_path);
     }
-    mendModes();
+    if (isOurs) {
+        mendModes();
+    }
     FileReplacement::removeLeftovers(m_path);
     return std::nullopt;
 }

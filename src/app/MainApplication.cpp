@@ -216,7 +216,9 @@ std::optional<int> MainApplication::startParts(const Options &options)
     }
     m_parts = std::make_unique<Parts>(options, location);
     Parts &parts = *m_parts;
-    FileReplacement::removeLeftoverOf(options.objectFilePath); // may lie elsewhere
+    if (!options.objectFilePath.isEmpty()) { // may lie elsewhere
+        FileReplacement::removeLeftoverOf(options.objectFilePath);
+    }
     parts.translations.install(options.language.isEmpty() ? parts.settings.language() : options.language);
     parts.signalsToStop = std::make_unique<StopSignals>(ProgramStop::requestEnd);
     connect(parts.signalsToStop.get(), &StopSignals::received, this, [this] {
