@@ -57,8 +57,8 @@ std::optional<QString> DataFolder::take()
     }
     if (isOurs) {
         mendModes();
+        FileReplacement::removeLeftovers(m_path);
     }
-    FileReplacement::removeLeftovers(m_path);
     return std::nullopt;
 }
 
