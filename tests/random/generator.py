@@ -249,6 +249,8 @@ class Generator:
             return self.text(depth) if self.chance(8) else self.number(depth)
         if kind == "device":
             return self.device(variables=True)
+        if isinstance(kind, tuple) and self.chance(8):
+            return self.number(depth)  # makes it one element long, whatever it was
         if isinstance(kind, tuple) and kind[0] == "char" and self.chance(90):
             return self.text(depth)
         same = self.place(lambda other: other == kind)
@@ -351,6 +353,9 @@ class Generator:
         return text, kind
 
     def statement_assign(self):
+        if self.chance(7):
+            self.add(f"{self.deep()} = {self.random.randint(1, 99)}")
+            return
         text, kind = self.assignable()
         if kind in NUMBER_TYPES and self.chance(20):
             self.add(f"{text} {self.some('+=', '-=', '*=', '/=', '%=')} {self.number(1)}")
@@ -367,7 +372,14 @@ class Generator:
         if not text.endswith(DEVICE_PARTS):
             self.add(text + self.some("++", "--"))
 
+    def deep(self):
+        """An element of rows in rows, inside the bounds: rows come into being when they are used."""
+        return "gq" + "".join(f"[{self.some(1, 2)}]" for _ in range(4))
+
     def statement_show(self):
+        if self.chance(15):
+            self.add(f"send_string dvOut, \"{self.deep()}, {self.deep()}, {self.deep()}\"")
+            return
         value = self.some(f"\"'{self.name('s')} ', itoa({self.number(1)})\"", self.text(), self.text())
         self.add(f"send_string dvOut, {value}")
 
@@ -474,7 +486,7 @@ class Generator:
                      "device dvRelay = 5001:9:0", "device vdvRoom = 33000:1:0", "combine (vdvRoom, dvA, dvB)",
                      "volatile device dAll[3] = {dvA, dvRelay}", "volatile device dvLast", "device dFixed[] = {dvA, dvB}", "devchan dcOne = {dvA, 3}",
                      "devchan dcAll[3] = {{dvA, 4}, {dvB, 2}}", "devlev dlOne = {dvA, 1}", "integer gi = 2",
-                     "char gt[20] = 'abc'", "char gb[12]", "integer gm[3][3] = {{1, 2}, {3}}", "persistent integer gp = 1",
+                     "char gt[20] = 'abc'", "char gb[12]", "integer gm[3][3] = {{1, 2}, {3}}", "persistent integer gp = 1", "integer gq[2][2][2][2]",
                      "integer gLevel", "level [dvA, 2] gLevel", "exclusive [dvA, 11..13]", "exclusive [dvB, {2, 5}]",
                      "exclusive [dvRelay, 1..2]", "integer gDepth", "long aTimes[3] = {30, 100, 170}"):
             self.add(line)

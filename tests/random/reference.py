@@ -720,6 +720,8 @@ class Interpreter(Builtins, Values):
             _, captured, local, body, _ = wait
             ended.append((name, wait))
             real = {copy.name: self.globals[copy.name] for copy in captured}
+            for copy in captured:
+                copy.local = True  # never stored in place of the real one
             self.globals.update({copy.name: copy for copy in captured})
             self.run_body(body, {copy.name: copy for copy in local})
             self.globals.update(real)
@@ -855,7 +857,7 @@ class Interpreter(Builtins, Values):
 
     def execute_channels(self, action, items):
         for address, *channels in self.channels_of(items):
-            for channel in channels:
+            for channel in (wrapped(number, 32, True) for number in channels):
                 if address[0] == 5001:
                     if self.switch_in_group(address, action, channel):
                         return
@@ -917,7 +919,7 @@ class Interpreter(Builtins, Values):
                 self.error("Wrong level value expression")
                 return
             for address in self.expanded(pair.members["DEVICE"].address):
-                self.say("level", address, whole(pair.members["LEVEL"].x), wrapped(whole(x), 32, True))
+                self.say("level", address, wrapped(whole(pair.members["LEVEL"].x), 32, True), wrapped(whole(x), 32, True))
             return
         for one in self.devices_of(device):
             for address in self.expanded(one):
