@@ -39,7 +39,8 @@ Operand ExpressionParser::parseDeviceParts(Operand first, bool isAddress)
     result.position = parts.front().position;
     result.type = { DeviceType, 0 };
     if (parts.size() != 3) {
-        error(result.position, QStringLiteral("a device address has three parts: number:port:system"));
+        report(Fault::DeviceAddress, result.position,
+               QStringLiteral("a device address has three parts: number:port:system"));
         return {};
     }
     auto node = std::make_unique<DeviceExpr>();
@@ -73,10 +74,11 @@ void ExpressionParser::checkPart(double part, int index, SourcePosition position
     constexpr int kLeast[] = { 0, 1, 0 };
     constexpr int kMost[] = { kLastDevice, 65535, 65535 };
     if (!isWholeNumber(part) || part < kLeast[index] || part > kMost[index]) {
-        error(position, QStringLiteral("the %1 of a device must be a whole number from %2 to %3")
-                            .arg(QLatin1String(kNames[index]))
-                            .arg(kLeast[index])
-                            .arg(kMost[index]));
+        report(Fault::DeviceAddress, position,
+               QStringLiteral("the %1 of a device must be a whole number from %2 to %3")
+                   .arg(QLatin1String(kNames[index]))
+                   .arg(kLeast[index])
+                   .arg(kMost[index]));
     }
 }
 
@@ -94,7 +96,8 @@ std::unique_ptr<DeviceExpr> ExpressionParser::parseDevice(StaticType &type)
     type = operand.type;
     const bool isAddress = type.code == DeviceType || type.code == DevLev::kTypeCode;
     if (type.isKnown() && !isAddress) {
-        error(operand.position, QStringLiteral("a device expected, found %1").arg(m_work.symbols.typeText(type)));
+        report(Fault::WrongType, operand.position,
+               QStringLiteral("a device expected, found %1").arg(m_work.symbols.typeText(type)));
     }
     if (std::unique_ptr<DeviceExpr> device = nodeAs<DeviceExpr>(std::move(operand.node))) {
         return device;
@@ -103,7 +106,7 @@ std::unique_ptr<DeviceExpr> ExpressionParser::parseDevice(StaticType &type)
     if (operand.isStored) {
         device->variable = std::move(operand.node);
     } else if (!type.isKnown()) {
-        error(operand.position, QStringLiteral("a device expected"));
+        report(Fault::WrongType, operand.position, QStringLiteral("a device expected"));
     }
     return device;
 }
@@ -156,38 +159,44 @@ void ExpressionParser::checkButton(const std::vector<Operand> &operands, ButtonU
 {
     const bool areChannels = use == ButtonUse::Channels;
     if (operands.size() > 2) {
-        error(position, areChannels ? QStringLiteral("a device and its channels expected: [device, channels]")
-                                    : QStringLiteral("a device and its levels expected: [device, levels]"));
+        report(Fault::WrongType, position,
+               areChannels ? QStringLiteral("a device and its channels expected: [device, channels]")
+                           : QStringLiteral("a device and its levels expected: [device, levels]"));
         return;
     }
     const StaticType &first = operands.front().type;
     if (operands.size() == 1) {
         const int wanted = areChannels ? DevChan::kTypeCode : DevLev::kTypeCode;
         if (first.isKnown() && first.code != wanted) {
-            error(operands.front().position,
-                  QStringLiteral("%1 expected, found %2")
-                      .arg(m_work.symbols.typeText({ wanted, 0 }), m_work.symbols.typeText(first)));
+            report(Fault::WrongType, operands.front().position,
+                   QStringLiteral("%1 expected, found %2")
+                       .arg(m_work.symbols.typeText({ wanted, 0 }), m_work.symbols.typeText(first)));
         }
         return;
     }
     if (first.isKnown() && first.code != DeviceType) {
-        error(operands.front().position,
-              QStringLiteral("a device expected, found %1").arg(m_work.symbols.typeText(first)));
+        report(Fault::WrongType, operands.front().position,
+               QStringLiteral("a device expected, found %1").arg(m_work.symbols.typeText(first)));
     }
     const StaticType &second = operands.back().type;
     if (second.isKnown() && !isNumericType(second.code)) {
-        error(operands.back().position,
-              QStringLiteral("a number or numbers expected, found %1").arg(m_work.symbols.typeText(second)));
+        report(Fault::WrongType, operands.back().position,
+               QStringLiteral("a number or numbers expected, found %1").arg(m_work.symbols.typeText(second)));
     }
 }
 
 std::optional<ExpressionParser::DeviceName> ExpressionParser::parseConstantDevice()
 {
+    const int errorsBefore = m_work.sources.errors();
     const Operand operand = parse();
     if (!operand) {
         return std::nullopt;
     }
+    m_work.metFaultyConstant = false;
     const std::optional<Constant> value = constantValue(operand);
+    if (!value && (m_work.metFaultyConstant || m_work.sources.errors() != errorsBefore)) {
+        return std::nullopt;
+    }
     DeviceName device;
     if (value && value->isDevice()) {
         device.address = value->device;
@@ -200,10 +209,10 @@ std::optional<ExpressionParser::DeviceName> ExpressionParser::parseConstantDevic
         value && value->isList() && !value->items.empty() &&
         std::all_of(value->items.begin(), value->items.end(), [](const Constant &item) { return item.isDevice(); });
     if (!isList) {
-        error(operand.position,
-              operand.type.isKnown() && operand.type.code != DeviceType
-                  ? QStringLiteral("a device expected, found %1").arg(m_work.symbols.typeText(operand.type))
-                  : QStringLiteral("a constant device expected"));
+        report(Fault::WrongType, operand.position,
+               operand.type.isKnown() && operand.type.code != DeviceType
+                   ? QStringLiteral("a device expected, found %1").arg(m_work.symbols.typeText(operand.type))
+                   : QStringLiteral("a constant device expected"));
         return std::nullopt;
     }
     device.address = value->items.front().device;

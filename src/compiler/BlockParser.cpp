@@ -57,7 +57,7 @@ void StatementParser::closeScope()
 {
     for (const LocalScope::Local &local : m_work.locals.closeBlock()) {
         if (!local.isUsed && local.kind == LocalScope::Kind::Variable && !m_work.sources.hasErrors()) {
-            warning(local.position, QStringLiteral("the variable '%1' is never used").arg(local.name));
+            report(Fault::Unused, local.position, QStringLiteral("the variable '%1' is never used").arg(local.name));
         }
     }
 }
@@ -93,7 +93,7 @@ void StatementParser::parseStatements(StatementList &list, ListEnd end)
         std::unique_ptr<Statement> statement;
         if (atDefinition()) {
             if (!isHead) {
-                error(position, QStringLiteral("definitions stand first in a block"));
+                report(Fault::Definition, position, QStringLiteral("definitions stand first in a block"));
             }
             statement = parseDefinition(assignments);
         } else {
@@ -102,7 +102,7 @@ void StatementParser::parseStatements(StatementList &list, ListEnd end)
             }
             if (!isReachable) {
                 if (!isWarned) {
-                    warning(position, QStringLiteral("this statement is never reached"));
+                    report(Fault::Unreachable, position, QStringLiteral("this statement is never reached"));
                 }
                 isWarned = true;
             }
@@ -116,9 +116,18 @@ void StatementParser::parseStatements(StatementList &list, ListEnd end)
             expectStatementEnd();
         } else {
             recover(start);
+            skipElse();
         }
     }
     endHead();
+}
+
+/// The branches of an if that could not be read.
+void StatementParser::skipElse()
+{
+    while (cursor().takeName("else")) {
+        recover(cursor().index());
+    }
 }
 
 void StatementParser::expectStatementEnd()
@@ -170,12 +179,13 @@ std::unique_ptr<Statement> StatementParser::parseDefinition(StatementList &assig
         const int placement = placementCodeOfWord(word.text);
         const int storage = storageCodeOfWord(word.text);
         if (word.isName("const")) {
-            error(word.position, QStringLiteral("constants are declared outside all blocks"));
+            report(Fault::Definition, word.position, QStringLiteral("constants are declared outside all blocks"));
         } else if (placement < 0 && storage < 0) {
             break;
         } else if (std::any_of(codes.begin(), codes.end(),
                                [placement](int code) { return (code >= StackVar) == (placement >= 0); })) {
-            error(word.position, QStringLiteral("only one placement and one storage class can be given"));
+            report(Fault::Definition, word.position,
+                   QStringLiteral("only one placement and one storage class can be given"));
         } else {
             codes.push_back(placement >= 0 ? placement : storage);
         }
@@ -183,7 +193,7 @@ std::unique_ptr<Statement> StatementParser::parseDefinition(StatementList &assig
     }
     const bool isStack = std::find(codes.begin(), codes.end(), StackVar) != codes.end();
     if (isStack && codes.size() > 1) {
-        cursor().error(QStringLiteral("a stack_var has no storage class"));
+        cursor().report(Fault::Definition, QStringLiteral("a stack_var has no storage class"));
     }
     const bool hasType =
         cursor().at(TokenKind::Name) && cursor().peek(1).is(TokenKind::Name) && !cursor().peek(1).startsLine;
@@ -222,7 +232,8 @@ bool StatementParser::parseDeclarator(BlockItemDefStatement &definition, const s
             }
             const std::optional<double> known = m_work.constants.number(size.node.get());
             if (known && (!isWholeNumber(*known) || *known < 1)) {
-                error(size.position, QStringLiteral("the size of an array must be a whole number from 1"));
+                report(Fault::ArraySize, size.position,
+                       QStringLiteral("the size of an array must be a whole number from 1"));
             }
             array->index = known ? std::make_unique<ConstExpression>(*known) : std::move(size.node);
         }
@@ -240,7 +251,8 @@ bool StatementParser::parseDeclarator(BlockItemDefStatement &definition, const s
         return true;
     }
     if (codes.empty() || codes.front() != StackVar) {
-        cursor().error(
+        cursor().report(
+            Fault::Definition,
             QStringLiteral("only a stack_var can have an initial value; a local_var keeps its content between runs"));
         return false;
     }
@@ -260,10 +272,11 @@ void StatementParser::declareLocal(const Token &name, const StaticType &type)
 {
     const LocalScope::Local *known = m_work.locals.find(name.text);
     if (const QString problem = nameProblem(name.text, type.isArray()); !problem.isEmpty()) {
-        error(name.position, problem);
+        report(Fault::ReservedWord, name.position, problem);
     } else if (known) {
-        error(name.position, QStringLiteral("'%1' is already defined here (%2)")
-                                 .arg(name.text, m_work.sources.lineReference(known->position, name.position)));
+        report(Fault::DuplicateName, name.position,
+               QStringLiteral("'%1' is already defined here (%2)")
+                   .arg(name.text, m_work.sources.lineReference(known->position, name.position)));
     } else {
         m_work.locals.add({ name.text, type, name.position });
     }

@@ -10,11 +10,12 @@ Operand ExpressionParser::parseCall()
     result.position = name.position;
     const CallableSymbol *callee = m_work.symbols.findFunction(name.text);
     const Builtin *builtin = callee ? nullptr : Library::find(name.text);
-    if (!callee && !builtin) {
-        error(name.position, m_work.symbols.findRoutine(name.text)
-                                 ? QStringLiteral("'%1' is a routine; write: call %1(…)").arg(name.text)
-                                 : QStringLiteral("unknown function '%1'%2")
-                                       .arg(name.text, didYouMean(m_work.symbols.closestFunction(name.text))));
+    if (!callee && !builtin && !reportOtherLanguage(m_work.sources, name)) {
+        reportName(Fault::UnknownFunction, name,
+                   m_work.symbols.findRoutine(name.text)
+                       ? QStringLiteral("'%1' is a routine; write: call %1(…)").arg(name.text)
+                       : QStringLiteral("unknown function '%1'%2")
+                             .arg(name.text, didYouMean(m_work.symbols.closestFunction(name.text))));
     }
     auto node = std::make_unique<FuncCallExpression>();
     node->functionName = name.text;
@@ -29,12 +30,12 @@ Operand ExpressionParser::parseCall()
             : builtin->mostArguments == kAnyNumber
                 ? QStringLiteral("at least %1").arg(builtin->leastArguments)
                 : QStringLiteral("%1 to %2").arg(builtin->leastArguments).arg(builtin->mostArguments);
-        error(name.position,
-              QStringLiteral("'%1' takes %2 argument%3, not %4")
-                  .arg(name.text, wanted,
-                       wanted == QLatin1String("1") || wanted.endsWith(QLatin1String(" 1")) ? QString()
-                                                                                            : QStringLiteral("s"))
-                  .arg(count));
+        report(Fault::ArgumentCount, name.position,
+               QStringLiteral("'%1' takes %2 argument%3, not %4")
+                   .arg(name.text, wanted,
+                        wanted == QLatin1String("1") || wanted.endsWith(QLatin1String(" 1")) ? QString()
+                                                                                             : QStringLiteral("s"))
+                   .arg(count));
     }
     if (callee && callee->result) {
         result.type = *callee->result;
@@ -70,12 +71,13 @@ std::unique_ptr<ExpressionList> ExpressionParser::parseArguments(const CallableS
     if (!cursor().expect(TokenKind::RightParen, "',' or ')'")) {
         return nullptr;
     }
-    if (callee && callee->parameters.size() != list->items.size()) {
-        error(position, QStringLiteral("'%1' takes %2 argument%3, not %4")
-                            .arg(name)
-                            .arg(callee->parameters.size())
-                            .arg(callee->parameters.size() == 1 ? QString() : QStringLiteral("s"))
-                            .arg(list->items.size()));
+    if (callee && !callee->isFaulty && callee->parameters.size() != list->items.size()) {
+        report(Fault::ArgumentCount, position,
+               QStringLiteral("'%1' takes %2 argument%3, not %4")
+                   .arg(name)
+                   .arg(callee->parameters.size())
+                   .arg(callee->parameters.size() == 1 ? QString() : QStringLiteral("s"))
+                   .arg(list->items.size()));
     }
     return list;
 }

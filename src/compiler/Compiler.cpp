@@ -1,6 +1,7 @@
 #include "compiler/Compiler.h"
 
 #include "base/Clock.h"
+#include "compiler/Braces.h"
 #include "compiler/ProgramParser.h"
 #include "events/ObjectFile.h"
 
@@ -8,6 +9,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
+
+#include <algorithm>
 
 namespace {
 /// Nothing is stored while compiling: a place in the resources that does not exist.
@@ -32,7 +35,13 @@ public:
 private:
     void readFile(int file)
     {
-        const std::vector<Token> tokens = tokensOf(m_sources, file);
+        std::vector<Token> tokens = tokensOf(m_sources, file);
+        const bool includes =
+            std::any_of(tokens.begin(), tokens.end(), [](const Token &token) { return token.isName("include"); });
+        if (file == 0 && !includes) { // as it is: a large table should not stand in the memory twice
+            m_tokens = std::move(tokens);
+            return;
+        }
         int depth = 0;
         for (size_t i = 0; i + 1 < tokens.size(); ++i) {
             const Token &token = tokens[i];
@@ -40,6 +49,15 @@ private:
             if (depth == 0 && token.startsLine && token.isName("include") && tokens[i + 1].is(TokenKind::Text)) {
                 include(tokens[i + 1]);
                 ++i;
+                continue;
+            }
+            if (depth == 0 && token.startsLine && token.isName("include")) {
+                m_sources.report(Fault::Syntax, token.position,
+                                 QStringLiteral("the name of a file expected: include 'projector.src'"));
+                m_sources.hideUnknownNames();
+                while (!tokens[i + 1].startsLine) {
+                    ++i;
+                }
                 continue;
             }
             m_tokens.push_back(token);
@@ -62,23 +80,25 @@ private:
             return;
         }
         m_included.insert(canonical);
-        if (!included.exists() || included.isDir()) {
-            m_sources.error(name.position,
-                            included.isDir()
-                                ? QStringLiteral("the include '%1' is a folder; name a file in it").arg(path)
-                                : QStringLiteral("the include '%1' does not exist; it is looked for "
-                                                 "beside the file that names it")
-                                      .arg(path));
+        if (!included.isFile()) { // a pipe or a device might never end
+            m_sources.report(Fault::Include, name.position,
+                             included.isDir()
+                                 ? QStringLiteral("the include '%1' is a folder; name a file in it").arg(path)
+                             : included.exists() ? QStringLiteral("the include '%1' is no plain file").arg(path)
+                                                 : QStringLiteral("the include '%1' does not exist; it is looked for "
+                                                                  "beside the file that names it")
+                                                       .arg(path));
             return;
         }
         const ReadSource source = readSource(path);
         if (!source.problem.isNull()) {
             const QString line = source.line > 0 ? QStringLiteral(" (line %1)").arg(source.line) : QString();
-            m_sources.error(name.position, QStringLiteral("the include '%1': %2%3").arg(path, source.problem, line));
+            m_sources.report(Fault::Include, name.position,
+                             QStringLiteral("the include '%1': %2%3").arg(path, source.problem, line));
             return;
         }
         if (++m_depth > kMostDepth) {
-            m_sources.error(name.position, QStringLiteral("includes are nested too deeply"));
+            m_sources.report(Fault::Include, name.position, QStringLiteral("includes are nested too deeply"));
         } else {
             readFile(m_sources.add(path, source.text));
         }
@@ -99,7 +119,8 @@ void warnOfUnused(Workspace &work)
     }
     for (const auto &[name, symbol] : work.symbols.globals()) {
         if (!symbol.isUsed && !symbol.isConst) {
-            work.sources.warning(symbol.position, QStringLiteral("the variable '%1' is never used").arg(symbol.name));
+            work.sources.report(Fault::Unused, symbol.position,
+                                QStringLiteral("the variable '%1' is never used").arg(symbol.name));
         }
     }
 }
@@ -121,7 +142,8 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
     QObject::connect(&program, &AST::error, &program, [&refusals](const QString &text) { refusals += text; });
     Symbols symbols(program);
     TokenCursor cursor(sources, tokens);
-    const Outline outline = outlineOf(cursor);
+    const std::vector<TokenRange> unbalanced = unbalancedDeclarations(tokens, sources);
+    const Outline outline = outlineOf(cursor, unbalanced);
     HiddenLists hiddenLists(program);
     Globals *globals = nullptr;
     ConstantEvaluator constants(program, [&globals](const QString &name) { return globals->constantValue(name); });
@@ -135,7 +157,7 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
     parser.parse();
     warnOfUnused(work);
     for (const QString &refusal : sources.hasErrors() ? QStringList() : refusals) {
-        sources.error({}, refusal);
+        sources.report(Fault::Refused, {}, refusal);
     }
     CompileResult result;
     if (!sources.hasErrors()) {

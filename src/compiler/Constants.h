@@ -80,6 +80,9 @@ public:
 private:
     void initialiseNumber(Double &target, const Constant &initial);
     void initialiseArray(Array &target, const Constant &initial);
+    static int elementCount(const Constant &initial, bool holdsNumbers);
+    bool fillNumbers(Array &target, const Constant &initial);
+    bool fillObjects(Array &target, const std::vector<Constant> &items);
     void initialiseStruct(StructType &target, const Constant &initial);
     std::unique_ptr<BasicType> makeElement(const Array &target) const;
 

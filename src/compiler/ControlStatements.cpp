@@ -13,8 +13,8 @@ std::unique_ptr<Expression> StatementParser::parseCondition(const char *word)
         return nullptr;
     }
     if (condition.type.isStruct()) {
-        error(condition.position,
-              QStringLiteral("%1 cannot be used as a condition").arg(m_work.symbols.typeText(condition.type)));
+        report(Fault::WrongType, condition.position,
+               QStringLiteral("%1 cannot be used as a condition").arg(m_work.symbols.typeText(condition.type)));
     }
     warnIfConstant(condition, word);
     return std::move(condition.node);
@@ -30,8 +30,9 @@ void StatementParser::warnIfConstant(const Operand &condition, const char *word)
     const bool isUsual =
         holds && (qstrcmp(word, "while") == 0 || qstrcmp(word, "active") == 0 || qstrcmp(word, "for") == 0);
     if (!isUsual) { // a loop without end and a last branch are written so
-        warning(condition.position, QStringLiteral("this condition is always %1")
-                                        .arg(holds ? QStringLiteral("true") : QStringLiteral("false")));
+        report(Fault::ConstantCondition, condition.position,
+               QStringLiteral("this condition is always %1")
+                   .arg(holds ? QStringLiteral("true") : QStringLiteral("false")));
     }
 }
 
@@ -119,7 +120,8 @@ bool StatementParser::parseForHead(ForStatement &loop)
         return false;
     }
     if (cursor().at(TokenKind::Semicolon)) {
-        cursor().error(QStringLiteral("a for needs a condition; without one its body never runs"));
+        cursor().report(Fault::ForCondition,
+                        QStringLiteral("a for needs a condition; without one its body never runs"));
     } else {
         Operand condition = parse();
         if (!condition || !fits(condition)) {
@@ -167,8 +169,8 @@ std::unique_ptr<Statement> StatementParser::parseSwitch()
             return nullptr;
         }
         if (value.type.isStruct()) {
-            error(value.position,
-                  QStringLiteral("a number or a text expected, found %1").arg(m_work.symbols.typeText(value.type)));
+            report(Fault::WrongType, value.position,
+                   QStringLiteral("a number or a text expected, found %1").arg(m_work.symbols.typeText(value.type)));
         }
         statement->value = std::move(value.node);
     }
@@ -206,13 +208,13 @@ bool StatementParser::parseCase(SwitchStatement &statement)
             item.kind = SwitchStatement::TextCase;
             item.text = QString::fromUtf8(label->bytes);
             if (item.text.toUtf8() != label->bytes) {
-                error(labelPosition, QStringLiteral("the label is no UTF-8 text"));
+                report(Fault::WrongType, labelPosition, QStringLiteral("the label is no UTF-8 text"));
             }
         } else if (label->isNumber()) {
             item.kind = SwitchStatement::NumberCase;
             item.number = label->number;
         } else {
-            error(labelPosition, QStringLiteral("a number or a text expected"));
+            report(Fault::WrongType, labelPosition, QStringLiteral("a number or a text expected"));
         }
     } else if (!cursor().takeName("default")) {
         cursor().expected("'case', 'default' or '}'");
@@ -220,7 +222,7 @@ bool StatementParser::parseCase(SwitchStatement &statement)
     }
     for (const SwitchStatement::CaseItem &other : statement.cases) {
         if (other.kind == item.kind && other.text == item.text && other.number == item.number) {
-            error(position, QStringLiteral("this case stands here already"));
+            report(Fault::DuplicateCase, position, QStringLiteral("this case stands here already"));
         }
     }
     if (!cursor().expect(TokenKind::Colon, "':'")) {
@@ -304,7 +306,7 @@ bool StatementParser::parseActive(SelectStatement &statement)
 std::unique_ptr<Statement> StatementParser::parseBreak()
 {
     if (m_in.loops == 0 && m_in.switches == 0) {
-        cursor().error(QStringLiteral("break stands outside a loop"));
+        cursor().report(Fault::JumpOutside, QStringLiteral("break stands outside a loop"));
     }
     cursor().next();
     return std::make_unique<BreakStatement>();
@@ -313,7 +315,7 @@ std::unique_ptr<Statement> StatementParser::parseBreak()
 std::unique_ptr<Statement> StatementParser::parseContinue()
 {
     if (m_in.loops == 0) {
-        cursor().error(QStringLiteral("continue stands outside a loop"));
+        cursor().report(Fault::JumpOutside, QStringLiteral("continue stands outside a loop"));
     }
     cursor().next();
     return std::make_unique<ContinueStatement>();
@@ -331,7 +333,7 @@ std::unique_ptr<Statement> StatementParser::parseReturn()
         return nullptr;
     }
     if (!m_in.hasResult) {
-        warning(value.position, QStringLiteral("only a function has a result; the value is lost"));
+        report(Fault::LostResult, value.position, QStringLiteral("only a function has a result; the value is lost"));
     }
     m_in.returned = true;
     statement->value = std::move(value.node);
@@ -348,10 +350,11 @@ std::unique_ptr<Statement> StatementParser::parseRoutineCall()
     const Token name = cursor().next();
     const CallableSymbol *routine = m_work.symbols.findRoutine(name.text);
     if (!routine) {
-        error(name.position, m_work.symbols.findFunction(name.text)
-                                 ? QStringLiteral("'%1' is a function; it is called without 'call'").arg(name.text)
-                                 : QStringLiteral("unknown routine '%1'%2")
-                                       .arg(name.text, didYouMean(m_work.symbols.closestRoutine(name.text))));
+        reportName(Fault::UnknownRoutine, name,
+                   m_work.symbols.findFunction(name.text)
+                       ? QStringLiteral("'%1' is a function; it is called without 'call'").arg(name.text)
+                       : QStringLiteral("unknown routine '%1'%2")
+                             .arg(name.text, didYouMean(m_work.symbols.closestRoutine(name.text))));
     }
     Operand call;
     call.position = name.position;

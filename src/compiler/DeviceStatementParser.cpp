@@ -11,13 +11,14 @@ std::unique_ptr<Statement> StatementParser::parseWait()
         return nullptr;
     }
     if (time.type.isStruct()) {
-        error(time.position, QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(time.type)));
+        report(Fault::WrongType, time.position,
+               QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(time.type)));
     }
     wait->time = std::move(time.node);
     if (cursor().at(TokenKind::Text)) {
         wait->name = cursor().next().text;
         if (wait->name.isEmpty()) {
-            error(cursor().previous().position, QStringLiteral("the name of a wait is empty"));
+            report(Fault::Syntax, cursor().previous().position, QStringLiteral("the name of a wait is empty"));
         }
     }
     if (cursor().takeName("capture") && !parseCaptured(*wait)) {
@@ -46,12 +47,13 @@ bool StatementParser::parseCaptured(WaitStatement &wait)
         LocalScope::Local *local = m_work.locals.find(name.text);
         if (local) {
             local->isUsed = true;
-            warning(name.position,
-                    QStringLiteral("'%1' is not global; a wait takes its local variables along without capture")
-                        .arg(name.text));
+            report(Fault::CapturedLocal, name.position,
+                   QStringLiteral("'%1' is not global; a wait takes its local variables along without capture")
+                       .arg(name.text));
         } else if (!global) {
-            error(name.position, QStringLiteral("unknown name '%1'%2")
-                                     .arg(name.text, didYouMean(m_work.symbols.closestGlobal(name.text, {}))));
+            reportName(Fault::UnknownName, name,
+                       QStringLiteral("unknown name '%1'%2")
+                           .arg(name.text, didYouMean(m_work.symbols.closestGlobal(name.text, {}))));
         }
         if (global) {
             global->isUsed = true;
@@ -117,8 +119,8 @@ std::unique_ptr<DeviceExpr> StatementParser::parseStatementDevice()
     StaticType type;
     std::unique_ptr<DeviceExpr> device = parseDevice(type);
     if (device && type.isKnown() && type.code != DeviceType) {
-        error(cursor().previous().position,
-              QStringLiteral("a device expected, found %1").arg(m_work.symbols.typeText(type)));
+        report(Fault::WrongType, cursor().previous().position,
+               QStringLiteral("a device expected, found %1").arg(m_work.symbols.typeText(type)));
     }
     return device;
 }
@@ -133,7 +135,8 @@ std::unique_ptr<Expression> StatementParser::parsePayload()
         return nullptr;
     }
     if (payload.type.isStruct() || (payload.type.isArray() && !isNumericType(payload.type.code))) {
-        error(payload.position, QStringLiteral("%1 has no bytes to send").arg(m_work.symbols.typeText(payload.type)));
+        report(Fault::WrongType, payload.position,
+               QStringLiteral("%1 has no bytes to send").arg(m_work.symbols.typeText(payload.type)));
     }
     return std::move(payload.node);
 }
@@ -171,21 +174,22 @@ std::unique_ptr<Statement> StatementParser::parseSendLevel()
             return nullptr;
         }
         if (value.type.isKnown() && !isNumericType(value.type.code)) {
-            error(value.position,
-                  QStringLiteral("a number or numbers expected, found %1").arg(m_work.symbols.typeText(value.type)));
+            report(Fault::WrongType, value.position,
+                   QStringLiteral("a number or numbers expected, found %1").arg(m_work.symbols.typeText(value.type)));
         }
         statement->values.push_back(std::move(value.node));
     }
     const size_t count = statement->values.size();
     if (count == 0 || count > 2) {
-        error(position, QStringLiteral("write: send_level device, level, value, or: send_level devlev, value"));
+        report(Fault::ArgumentCount, position,
+               QStringLiteral("write: send_level device, level, value, or: send_level devlev, value"));
     } else if (type.isKnown()) {
         const StaticType wanted = count == 1 ? StaticType{ DevLev::kTypeCode, 0 } : StaticType{ DeviceType, 0 };
         if (type.code != wanted.code || (count == 1 && type.isArray())) {
-            error(devicePosition,
-                  QStringLiteral("%1 expected, found %2")
-                      .arg(count == 1 ? QStringLiteral("with one value a devlev") : QStringLiteral("a device"),
-                           m_work.symbols.typeText(type)));
+            report(Fault::WrongType, devicePosition,
+                   QStringLiteral("%1 expected, found %2")
+                       .arg(count == 1 ? QStringLiteral("with one value a devlev") : QStringLiteral("a device"),
+                            m_work.symbols.typeText(type)));
         }
     }
     return statement;
@@ -210,14 +214,16 @@ std::unique_ptr<Statement> StatementParser::parseCreateLevel()
     const Token name = cursor().next();
     GlobalSymbol *global = m_work.symbols.findGlobal(name.text);
     if (!global) {
-        error(name.position, m_work.locals.find(name.text)
-                                 ? QStringLiteral("'%1' is not global; a level needs a global variable").arg(name.text)
-                                 : QStringLiteral("unknown name '%1'%2")
-                                       .arg(name.text, didYouMean(m_work.symbols.closestGlobal(name.text, {}))));
+        reportName(Fault::UnknownName, name,
+                   m_work.locals.find(name.text)
+                       ? QStringLiteral("'%1' is not global; a level needs a global variable").arg(name.text)
+                       : QStringLiteral("unknown name '%1'%2")
+                             .arg(name.text, didYouMean(m_work.symbols.closestGlobal(name.text, {}))));
     } else if (global->isConst) {
-        error(name.position, QStringLiteral("'%1' is a constant").arg(name.text));
+        report(Fault::ConstantChanged, name.position, QStringLiteral("'%1' is a constant").arg(name.text));
     } else if (global->type.isKnown() && !global->type.isNumber()) {
-        error(name.position, QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(global->type)));
+        report(Fault::WrongType, name.position,
+               QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(global->type)));
     }
     if (global) {
         global->isUsed = true;
@@ -239,9 +245,9 @@ QString StatementParser::parseBufferName()
     }
     const auto *node = dynamic_cast<const VarExpression *>(variable.node.get());
     if (!node || (variable.type.isKnown() && variable.type != StaticType{ CharType, 1 })) {
-        error(variable.position, QStringLiteral("a variable char[] expected"));
+        report(Fault::WrongType, variable.position, QStringLiteral("a variable char[] expected"));
     } else if (variable.isConstant) {
-        error(variable.position, QStringLiteral("'%1' is a constant").arg(variable.rootName));
+        report(Fault::ConstantChanged, variable.position, QStringLiteral("'%1' is a constant").arg(variable.rootName));
     }
     return normalisedName(variable.rootName);
 }
@@ -254,7 +260,8 @@ std::unique_ptr<Statement> StatementParser::parseCreateBuffer()
         return nullptr;
     }
     if (cursor().at(TokenKind::Name) && m_work.locals.find(cursor().peek().text)) {
-        cursor().error(
+        cursor().report(
+            Fault::GlobalNeeded,
             QStringLiteral("'%1' is not global; a buffer needs a global variable").arg(cursor().peek().text));
     }
     statement->buffer = parseBufferName();

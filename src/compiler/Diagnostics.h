@@ -15,6 +15,7 @@ struct Diagnostic
     QString sourceLine{}; // the line's text, without its end; of a long line the part around the place
     int sourceColumn = 1; // of the first character of sourceLine
     int length = 0;       // of the word, number, text or sign at the place, in characters; on its line
+    QString code = QStringLiteral("unreadable"); // of the message, as docs/language.md explains it
 
     bool isError() const { return severity == Severity::Error; }
 };

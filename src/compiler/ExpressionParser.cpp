@@ -60,7 +60,8 @@ ExpressionParser::Level::Level(Workspace &workspace)
 {
     if (++m_work.recursion > kMostRecursion && !m_work.tooDeep) {
         m_work.tooDeep = true;
-        m_work.cursor.error(QStringLiteral("nested too deeply; no more than %1 levels").arg(kMostRecursion));
+        m_work.cursor.report(Fault::TooDeep,
+                             QStringLiteral("nested too deeply; no more than %1 levels").arg(kMostRecursion));
     }
 }
 
@@ -70,8 +71,9 @@ bool ExpressionParser::fits(const Operand &operand)
         return true;
     }
     constexpr int kShort = 16;
-    error(operand.position, operand.height > kShort ? QStringLiteral("the expression is too long here; split it")
-                                                    : QStringLiteral("nested too deeply here"));
+    report(Fault::TooDeep, operand.position,
+           operand.height > kShort ? QStringLiteral("the expression is too long here; split it")
+                                   : QStringLiteral("nested too deeply here"));
     return false;
 }
 
@@ -87,8 +89,9 @@ Operand ExpressionParser::parseValueFor(const StaticType &target)
     Operand operand = parse();
     m_isStructured = before;
     if (operand && !canAssign(target, operand.type)) {
-        error(operand.position, QStringLiteral("%1 expected, found %2")
-                                    .arg(m_work.symbols.typeText(target), m_work.symbols.typeText(operand.type)));
+        report(Fault::WrongType, operand.position,
+               QStringLiteral("%1 expected, found %2")
+                   .arg(m_work.symbols.typeText(target), m_work.symbols.typeText(operand.type)));
     }
     return operand;
 }
@@ -130,8 +133,8 @@ Operand ExpressionParser::combine(const Token &sign, Operand left, Operand right
     const BinaryOperator *comparison = rowOf(kComparisons, sign.kind);
     for (const Operand *side : { &left, &right }) {
         if (side->type.isStruct() || (side->type.isArray() && !isNumericType(side->type.code))) {
-            error(side->position,
-                  QStringLiteral("%1 cannot be used as a number").arg(m_work.symbols.typeText(side->type)));
+            report(Fault::WrongType, side->position,
+                   QStringLiteral("%1 cannot be used as a number").arg(m_work.symbols.typeText(side->type)));
         }
     }
     if (sign.is(TokenKind::ShiftLeft) || sign.is(TokenKind::ShiftRight)) {
@@ -184,8 +187,8 @@ Operand ExpressionParser::parseUnary()
         return {};
     }
     if (operand.type.isStruct()) {
-        error(operand.position,
-              QStringLiteral("%1 cannot be used as a number").arg(m_work.symbols.typeText(operand.type)));
+        report(Fault::WrongType, operand.position,
+               QStringLiteral("%1 cannot be used as a number").arg(m_work.symbols.typeText(operand.type)));
     }
     Operand result;
     result.type = kNumberType;
@@ -217,13 +220,14 @@ Operand ExpressionParser::parseStep(bool isIncrement)
     }
     std::unique_ptr<VarExpression> variable = nodeAs<VarExpression>(std::move(operand.node));
     if (!variable) {
-        error(operand.position, QStringLiteral("inside an expression only a plain variable can be stepped"));
+        report(Fault::StepTarget, operand.position,
+               QStringLiteral("inside an expression only a plain variable can be stepped"));
         return {};
     }
     if (operand.isConstant) {
-        error(operand.position, QStringLiteral("'%1' is a constant").arg(operand.rootName));
+        report(Fault::ConstantChanged, operand.position, QStringLiteral("'%1' is a constant").arg(operand.rootName));
     } else if (operand.type.isKnown() && !operand.type.isNumber()) {
-        error(operand.position, QStringLiteral("only a number can be stepped"));
+        report(Fault::WrongType, operand.position, QStringLiteral("only a number can be stepped"));
     }
     Operand result;
     std::unique_ptr<StepExpression> node;
@@ -250,11 +254,12 @@ Operand ExpressionParser::parsePostfix()
     const bool isIncrement = cursor().at(TokenKind::PlusPlus);
     auto *variable = dynamic_cast<VarExpression *>(operand.node.get());
     if (!variable) {
-        error(operand.position, QStringLiteral("inside an expression only a plain variable can be stepped"));
+        report(Fault::StepTarget, operand.position,
+               QStringLiteral("inside an expression only a plain variable can be stepped"));
         return {};
     }
     if (operand.isConstant) {
-        error(operand.position, QStringLiteral("'%1' is a constant").arg(operand.rootName));
+        report(Fault::ConstantChanged, operand.position, QStringLiteral("'%1' is a constant").arg(operand.rootName));
     }
     cursor().next();
     std::unique_ptr<StepExpression> node;
@@ -302,7 +307,8 @@ Operand ExpressionParser::parseSuffixes(Operand operand)
 Operand ExpressionParser::parseElement(Operand base)
 {
     if (base.type.isKnown() && !base.type.isArray()) {
-        error(cursor().position(), QStringLiteral("this is %1, not an array").arg(m_work.symbols.typeText(base.type)));
+        report(Fault::WrongType, cursor().position(),
+               QStringLiteral("this is %1, not an array").arg(m_work.symbols.typeText(base.type)));
         base.type = {};
     }
     cursor().next();
@@ -314,8 +320,8 @@ Operand ExpressionParser::parseElement(Operand base)
             return {};
         }
         if (index.type.isStruct()) {
-            error(index.position,
-                  QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(index.type)));
+            report(Fault::WrongType, index.position,
+                   QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(index.type)));
         }
         if (!cursor().expect(TokenKind::RightBracket, "']'")) {
             return {};
@@ -347,11 +353,13 @@ Operand ExpressionParser::parseMember(Operand base)
         if (known) {
             type = *known;
         } else if (base.type.isStruct()) {
-            error(name.position, QStringLiteral("%1 has no member '%2'%3")
-                                     .arg(m_work.symbols.typeText(base.type), name.text,
-                                          didYouMean(m_work.symbols.closestMember(base.type.code, name.text))));
+            report(Fault::UnknownMember, name.position,
+                   QStringLiteral("%1 has no member '%2'%3")
+                       .arg(m_work.symbols.typeText(base.type), name.text,
+                            didYouMean(m_work.symbols.closestMember(base.type.code, name.text))));
         } else {
-            error(name.position, QStringLiteral("%1 has no members").arg(m_work.symbols.typeText(base.type)));
+            report(Fault::UnknownMember, name.position,
+                   QStringLiteral("%1 has no members").arg(m_work.symbols.typeText(base.type)));
         }
     }
     auto node = std::make_unique<StructExpression>();
@@ -432,17 +440,18 @@ Operand ExpressionParser::parseVariable()
         operand.isConstant = global->isConst;
         operand.isLiteral = global->isSystem && (name.isName("true") || name.isName("false"));
     } else if (m_work.symbols.findFunction(name.text) || Library::find(name.text)) {
-        error(name.position, QStringLiteral("'%1' is a function; call it as %1(…)").arg(name.text));
-    } else {
+        report(Fault::WrongCall, name.position, QStringLiteral("'%1' is a function; call it as %1(…)").arg(name.text));
+    } else if (!reportOtherLanguage(m_work.sources, name)) {
         static const QStringList kEventNames{ QStringLiteral("button"), QStringLiteral("data"), QStringLiteral("level"),
                                               QStringLiteral("timeline") };
-        error(name.position,
-              kEventNames.contains(name.text, Qt::CaseInsensitive)
-                  ? QStringLiteral("'%1' is known only inside the handlers of %1 events").arg(name.text.toLower())
-              : isReservedWord(name.text)
-                  ? QStringLiteral("an expression expected, found '%1'").arg(name.text)
-                  : QStringLiteral("unknown name '%1'%2")
-                        .arg(name.text, didYouMean(m_work.symbols.closestGlobal(name.text, m_work.locals.names()))));
+        reportName(
+            Fault::UnknownName, name,
+            kEventNames.contains(name.text, Qt::CaseInsensitive)
+                ? QStringLiteral("'%1' is known only inside the handlers of %1 events").arg(name.text.toLower())
+            : isReservedWord(name.text)
+                ? QStringLiteral("an expression expected, found '%1'").arg(name.text)
+                : QStringLiteral("unknown name '%1'%2")
+                      .arg(name.text, didYouMean(m_work.symbols.closestGlobal(name.text, m_work.locals.names()))));
     }
     return operand;
 }

@@ -58,8 +58,14 @@ public:
 protected:
     Workspace &m_work;
     TokenCursor &cursor() { return m_work.cursor; }
-    void error(SourcePosition position, const QString &message) { m_work.sources.error(position, message); }
-    void warning(SourcePosition position, const QString &message) { m_work.sources.warning(position, message); }
+    void report(Fault code, SourcePosition position, const QString &message)
+    {
+        m_work.sources.report(code, position, message);
+    }
+    void reportName(Fault code, const Token &name, const QString &message)
+    {
+        m_work.sources.reportName(code, name.position, name.text, message);
+    }
 
     /// Counts how deep the parser has called itself; ends everything when that goes too far.
     class Level
@@ -90,7 +96,7 @@ private:
     Operand parseParentheses();
     Operand parseTextList();
     Operand parseList();
-    std::optional<Constant> parseListConstant(std::vector<Operand> &items, bool &isConstant, bool isOutermost);
+    std::optional<Constant> parseListConstant(std::vector<Operand> *items, bool &isConstant);
     Operand parseDeviceParts(Operand first, bool isAddress);
     bool atDevicePart() const;
     void parseButtonItem(ButtonExpression &button, std::vector<Operand> &operands);

@@ -12,8 +12,11 @@ std::optional<int> Globals::typeCodeAt(size_t index)
     if (code >= 0) {
         return code;
     }
-    m_work.sources.error(
-        type.position,
+    if (reportOtherLanguage(m_work.sources, type)) {
+        return std::nullopt;
+    }
+    m_work.sources.report(
+        Fault::UnknownType, type.position,
         QStringLiteral("unknown type '%1'%2").arg(type.text, didYouMean(m_work.symbols.closestType(type.text))));
     return std::nullopt;
 }
@@ -49,10 +52,10 @@ void Globals::declareTypes()
     for (const Outline::Structure &structure : m_outline.structures) {
         const Token &name = token(structure.name);
         if (m_work.symbols.typeCodeOf(name.text) >= 0 || isReservedWord(name.text)) {
-            m_work.sources.error(name.position,
-                                 isReservedWord(name.text)
-                                     ? QStringLiteral("'%1' is a word of the language").arg(name.text)
-                                     : QStringLiteral("the type '%1' is already defined").arg(name.text));
+            m_work.sources.report(Fault::DuplicateName, name.position,
+                                  isReservedWord(name.text)
+                                      ? QStringLiteral("'%1' is a word of the language").arg(name.text)
+                                      : QStringLiteral("the type '%1' is already defined").arg(name.text));
             continue;
         }
         m_work.symbols.nameType(name.text, ++code);
@@ -84,15 +87,21 @@ void Globals::declareTypes()
 
 std::optional<CustomTypeInfo> Globals::readStructure(const Outline::Structure &structure)
 {
+    if (structure.isBroken) {
+        m_work.symbols.hideMembersOf(m_work.symbols.typeCodeOf(token(structure.name).text));
+        return std::nullopt;
+    }
     const TokenCursor::Visit visit(m_work.cursor, structure.members);
     std::vector<TypeDecl> members;
     while (!m_work.cursor.atEnd()) {
         if (!m_work.cursor.take(TokenKind::Semicolon) && !readMember(members)) {
+            m_work.symbols.hideMembersOf(m_work.symbols.typeCodeOf(token(structure.name).text));
             return std::nullopt;
         }
     }
     if (members.empty()) {
-        m_work.sources.error(token(structure.name).position, QStringLiteral("a structure needs at least one member"));
+        m_work.sources.report(Fault::Structure, token(structure.name).position,
+                              QStringLiteral("a structure needs at least one member"));
     }
     return CustomTypeInfo(token(structure.name).text, members);
 }
@@ -116,7 +125,7 @@ bool Globals::readMember(std::vector<TypeDecl> &members)
         while (cursor.at(TokenKind::LeftBracket)) {
             TokenRange range{ cursor.index() + 1, 0 };
             if (!cursor.skipBalanced()) {
-                cursor.error(QStringLiteral("']' is missing"));
+                cursor.report(Fault::UnclosedBracket, QStringLiteral("']' is missing"));
                 return false;
             }
             range.last = cursor.index() - 1;
@@ -124,8 +133,8 @@ bool Globals::readMember(std::vector<TypeDecl> &members)
         }
         for (const TypeDecl &member : members) {
             if (member.name == normalisedName(name.text)) {
-                m_work.sources.error(name.position,
-                                     QStringLiteral("the structure has a member '%1' already").arg(name.text));
+                m_work.sources.report(Fault::DuplicateName, name.position,
+                                      QStringLiteral("the structure has a member '%1' already").arg(name.text));
             }
         }
         const std::optional<std::vector<int>> sizes = sizesOf(ranges);
@@ -140,7 +149,7 @@ void Globals::reportRecursiveTypes()
     for (const auto &[code, position] : m_typePositions) {
         std::set<int> seen;
         if (contains(code, code, seen)) {
-            m_work.sources.error(position, QStringLiteral("the structure contains itself"));
+            m_work.sources.report(Fault::Structure, position, QStringLiteral("the structure contains itself"));
             return;
         }
     }
@@ -173,15 +182,15 @@ void Globals::declareVariables()
 int Globals::storageOf(const Outline::Variables &line)
 {
     if (line.storageWords.size() > 1) {
-        m_work.sources.error(token(line.storageWords[1]).position,
-                             QStringLiteral("only one storage class can be given"));
+        m_work.sources.report(Fault::Definition, token(line.storageWords[1]).position,
+                              QStringLiteral("only one storage class can be given"));
     }
     if (line.storageWords.empty()) {
         return Volatile;
     }
     const Token &word = token(line.storageWords.front());
     if (line.isConst) {
-        m_work.sources.error(word.position, QStringLiteral("a constant has no storage class"));
+        m_work.sources.report(Fault::Definition, word.position, QStringLiteral("a constant has no storage class"));
     }
     return storageCodeOfWord(word.text);
 }
@@ -190,21 +199,25 @@ void Globals::nameVariable(const Outline::Variables &line, const Outline::Declar
 {
     const Token &name = token(declarator.name);
     if (const QString problem = nameProblem(name.text, !declarator.sizes.empty()); !problem.isEmpty()) {
-        m_work.sources.error(name.position, problem);
+        m_work.sources.report(Fault::ReservedWord, name.position, problem);
         return;
     }
     const int type = m_work.symbols.typeCodeOf(token(line.type).text);
     GlobalSymbol symbol{ name.text, name.position, { type, static_cast<int>(declarator.sizes.size()) } };
+    if (declarator.isFaulty) {
+        symbol.type = {};
+    }
     symbol.isConst = line.isConst || (type == DeviceType && line.storageWords.empty());
     const GlobalSymbol *known = m_work.symbols.findGlobal(name.text);
     if (known && !known->isSystem) {
-        m_work.sources.error(name.position,
-                             QStringLiteral("'%1' is already defined (%2)")
-                                 .arg(name.text, m_work.sources.lineReference(known->position, name.position)));
+        m_work.sources.report(Fault::DuplicateName, name.position,
+                              QStringLiteral("'%1' is already defined (%2)")
+                                  .arg(name.text, m_work.sources.lineReference(known->position, name.position)));
         return;
     }
     if (known && !(symbol.isConst && symbol.type.isNumber() && known->type.isNumber())) {
-        m_work.sources.error(name.position, QStringLiteral("'%1' is already defined by the system").arg(name.text));
+        m_work.sources.report(Fault::DuplicateName, name.position,
+                              QStringLiteral("'%1' is already defined by the system").arg(name.text));
         return;
     }
     m_work.symbols.addGlobal(symbol);
@@ -228,25 +241,77 @@ const BasicType *Globals::constantValue(const QString &name)
         make(*found->second);
     }
     const GlobalSymbol *symbol = m_work.symbols.findGlobal(name);
+    m_work.metFaultyConstant = m_work.metFaultyConstant || (symbol && !symbol->value);
     return symbol && symbol->isConst && !isSystemVariable(name) ? symbol->value : nullptr;
 }
 
+/// Makes a value, and before it the constants that it needs: a chain of them may be longer than the stack is deep.
 void Globals::make(Pending &pending)
 {
+    struct Visited
+    {
+        Pending &pending;
+        std::vector<TokenRange> rest; // of its value and sizes: the tokens that have not been looked at
+    };
+    const auto enter = [](Pending &entered) {
+        entered.isBeingMade = true;
+        Visited visited{ entered, entered.declarator->sizes };
+        visited.rest.push_back(entered.declarator->initialValue);
+        return visited;
+    };
     if (pending.isDone) {
         return;
     }
-    const Token &name = token(pending.declarator->name);
     if (pending.isBeingMade) {
-        m_work.sources.error(name.position, QStringLiteral("the value of '%1' depends on itself").arg(name.text));
+        const Token &name = token(pending.declarator->name);
+        m_work.sources.report(Fault::ConstantValue, name.position,
+                              QStringLiteral("the value of '%1' depends on itself").arg(name.text));
+        return;
+    }
+    std::vector<Visited> path{ enter(pending) };
+    while (!path.empty()) {
+        Pending *const needed = nextNeeded(path.back().rest);
+        if (needed) {
+            path.push_back(enter(*needed));
+            continue;
+        }
+        makeOne(path.back().pending);
+        path.pop_back();
+    }
+}
+
+/// The first constant that is named in the ranges and not made yet; what was looked at goes from them.
+Globals::Pending *Globals::nextNeeded(std::vector<TokenRange> &ranges)
+{
+    while (!ranges.empty()) {
+        TokenRange &range = ranges.back();
+        while (!range.isEmpty()) {
+            const Token &word = token(range.first++);
+            const auto found = word.is(TokenKind::Name) ? m_pending.find(normalisedName(word.text)) : m_pending.end();
+            if (found != m_pending.end() && !found->second->isDone && !found->second->isBeingMade &&
+                m_work.symbols.findGlobal(word.text)->isConst) {
+                return found->second.get();
+            }
+        }
+        ranges.pop_back();
+    }
+    return nullptr;
+}
+
+void Globals::makeOne(Pending &pending)
+{
+    const Token &name = token(pending.declarator->name);
+    pending.isDone = true;
+    if (pending.declarator->isFaulty) {
+        pending.isBeingMade = false;
         return;
     }
     if (!m_typesReady && m_work.symbols.typeCodeOf(token(pending.line->type).text) > DevLev::kTypeCode) {
-        m_work.sources.error(m_work.cursor.position(),
-                             QStringLiteral("a structure cannot be used in the size of a member"));
+        m_work.sources.report(Fault::ArraySize, m_work.cursor.position(),
+                              QStringLiteral("a structure cannot be used in the size of a member"));
+        pending.isBeingMade = false;
         return;
     }
-    pending.isBeingMade = true;
     std::unique_ptr<BasicType> value = makeEmpty(pending);
     if (value) {
         value->setName(Name()); // named at the end: a named number would report its changes
@@ -259,7 +324,6 @@ void Globals::make(Pending &pending)
         pending.value = std::move(value);
     }
     pending.isBeingMade = false;
-    pending.isDone = true;
 }
 
 std::unique_ptr<BasicType> Globals::makeEmpty(const Pending &pending)
@@ -287,8 +351,8 @@ void Globals::initialise(const Pending &pending, BasicType &value)
     const Token &name = token(pending.declarator->name);
     if (!pending.declarator->hasInitialValue) {
         if (m_work.symbols.findGlobal(name.text)->isConst) {
-            m_work.sources.error(
-                name.position,
+            m_work.sources.report(
+                Fault::ConstantValue, name.position,
                 value.typeCode() == DeviceType
                     ? QStringLiteral("the device '%1' needs an address: = number:port:system").arg(name.text)
                     : QStringLiteral("the constant '%1' needs a value").arg(name.text));
@@ -320,8 +384,9 @@ void Globals::declare(Pending &pending)
     const Double *system = asDouble(program.findGlobal(Name(name.text)));
     const Double *own = asDouble(pending.value.get());
     if (system && own && !fuzzyEqual(1 + system->value(), 1 + own->value())) {
-        m_work.sources.error(name.position, QStringLiteral("'%1' is already defined by the system, with the value %2")
-                                                .arg(name.text, QString::number(system->value(), 'g', 15)));
+        m_work.sources.report(Fault::DuplicateName, name.position,
+                              QStringLiteral("'%1' is already defined by the system, with the value %2")
+                                  .arg(name.text, QString::number(system->value(), 'g', 15)));
         return;
     }
     program.declareGlobal(std::move(pending.value));

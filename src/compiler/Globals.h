@@ -42,6 +42,8 @@ private:
     void nameVariable(const Outline::Variables &line, const Outline::Declarator &declarator);
     int storageOf(const Outline::Variables &line);
     void make(Pending &pending);
+    Pending *nextNeeded(std::vector<TokenRange> &ranges);
+    void makeOne(Pending &pending);
     std::unique_ptr<BasicType> makeEmpty(const Pending &pending);
     void initialise(const Pending &pending, BasicType &value);
     void declare(Pending &pending);

@@ -1,5 +1,7 @@
 #include "compiler/ProgramParser.h"
 
+#include "compiler/Words.h"
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -40,7 +42,7 @@ void ProgramParser::parseExclusive(TokenRange range)
         return;
     }
     if (!device->more.empty()) {
-        error(position, QStringLiteral("an exclusive group belongs to one device"));
+        report(Fault::WrongType, position, QStringLiteral("an exclusive group belongs to one device"));
     }
     std::unique_ptr<Exclusive> group = parseExclusiveChannels();
     if (!group || !cursor().expect(TokenKind::RightBracket, "']'")) {
@@ -65,7 +67,7 @@ std::unique_ptr<Exclusive> ProgramParser::parseExclusiveChannels()
             return nullptr;
         }
         if (*last < *first) {
-            error(position, QStringLiteral("the range %1..%2 is empty").arg(*first).arg(*last));
+            report(Fault::WrongType, position, QStringLiteral("the range %1..%2 is empty").arg(*first).arg(*last));
         }
         group->first = *first;
         group->last = *last;
@@ -80,7 +82,7 @@ std::unique_ptr<Exclusive> ProgramParser::parseExclusiveChannels()
     flatten(*list, numbers);
     for (const double number : numbers) {
         if (!isWholeNumber(number) || number < 0 || number > kMostChannel) {
-            error(list->position, QStringLiteral("a channel must be a whole number from 0"));
+            report(Fault::WrongType, list->position, QStringLiteral("a channel must be a whole number from 0"));
             return nullptr;
         }
         group->codes.push_back(integerPart32(number));
@@ -110,10 +112,10 @@ void ProgramParser::parseCombination(TokenRange range)
     }
     const auto isVirtual = [](const DeviceAddress &address) { return DeviceCombineManager::isVirtual(address.number); };
     if (std::none_of(group.begin(), group.end(), isVirtual)) {
-        m_work.sources.warning(position,
-                               QStringLiteral("no device of this combination is virtual (%1 to %2); it has no effect")
-                                   .arg(DeviceCombineManager::kFirstVirtual)
-                                   .arg(DeviceCombineManager::kLastVirtual));
+        m_work.sources.report(Fault::NoVirtualDevice, position,
+                              QStringLiteral("no device of this combination is virtual (%1 to %2); it has no effect")
+                                  .arg(DeviceCombineManager::kFirstVirtual)
+                                  .arg(DeviceCombineManager::kLastVirtual));
     }
     std::stable_partition(group.begin(), group.end(), isVirtual);
     program().combinations().addGroup(group);
@@ -125,15 +127,16 @@ void ProgramParser::parseLevel(const Outline::Binding &binding)
     const Token &name = token(binding.variable);
     GlobalSymbol *variable = m_work.symbols.findGlobal(name.text);
     if (!variable) {
-        error(name.position, QStringLiteral("unknown name '%1'%2")
-                                 .arg(name.text, didYouMean(m_work.symbols.closestGlobal(name.text, {}))));
+        reportName(Fault::UnknownName, name,
+                   QStringLiteral("unknown name '%1'%2")
+                       .arg(name.text, didYouMean(m_work.symbols.closestGlobal(name.text, {}))));
     } else {
         variable->isUsed = true;
         if (variable->isConst) {
-            error(name.position, QStringLiteral("'%1' is a constant").arg(name.text));
+            report(Fault::ConstantChanged, name.position, QStringLiteral("'%1' is a constant").arg(name.text));
         } else if (variable->type.isKnown() && !variable->type.isNumber()) {
-            error(name.position,
-                  QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(variable->type)));
+            report(Fault::WrongType, name.position,
+                   QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(variable->type)));
         }
     }
     const TokenCursor::Visit visit(cursor(), binding.level);
@@ -169,8 +172,10 @@ void ProgramParser::parseHandler(const Outline::Handler &outline)
         { "timeline_event", &ProgramParser::parseTimelineHandler },
     };
     for (const Row &row : kRows) {
-        if (token(outline.word).isName(row.word)) {
-            (this->*row.parse)(outline);
+        const bool isMeant = token(outline.word).isName(row.word) ||
+                             closestName(token(outline.word).text, { QString::fromLatin1(row.word) }).size() > 0;
+        if (isMeant && !outline.body.isEmpty()) {
+            return (this->*row.parse)(outline);
         }
     }
 }
@@ -199,7 +204,8 @@ std::vector<std::unique_ptr<ButtonExpression>> ProgramParser::parseTriggers(Toke
 void ProgramParser::warnUnlessDeclared(const DeviceAddress &address, SourcePosition position)
 {
     if (address.number != kControllerDevice && !program().declaresDevice(address.number)) {
-        m_work.sources.warning(position, QStringLiteral("the device %1 is never declared").arg(address.text()));
+        m_work.sources.report(Fault::UndeclaredDevice, position,
+                              QStringLiteral("the device %1 is never declared").arg(address.text()));
     }
 }
 
@@ -281,8 +287,8 @@ void ProgramParser::parseTimelineHandler(const Outline::Handler &outline)
                     break;
                 }
                 if (id.type.isStruct()) {
-                    error(id.position,
-                          QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(id.type)));
+                    report(Fault::WrongType, id.position,
+                           QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(id.type)));
                 }
                 handler->ids.push_back(std::move(id.node));
             } while (cursor().take(TokenKind::Comma));
@@ -327,7 +333,8 @@ bool ProgramParser::parseParts(TokenRange body, bool isData, Handlers &handlers)
         const bool isTwice = std::any_of(handlers.begin(), handlers.end(),
                                          [&part](const auto &other) { return other->typeTag() == part->typeTag(); });
         if (isTwice && !isHold) {
-            m_work.sources.warning(word.position, QStringLiteral("the handler has a part '%1' already").arg(word.text));
+            m_work.sources.report(Fault::DuplicatePart, word.position,
+                                  QStringLiteral("the handler has a part '%1' already").arg(word.text));
         }
         const TokenRange partBody = bodyAtCursor();
         part->body = parseEventBody(partBody, isData ? "data" : "button",

@@ -1,5 +1,8 @@
 #include "compiler/Lexer.h"
 
+#include <QRegularExpression>
+
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -159,8 +162,8 @@ private:
         const int start = m_at;
         const int end = m_text.indexOf(QLatin1String(close), m_at + 2);
         if (end < 0) {
-            m_sources.error({ m_file, start },
-                            QStringLiteral("this comment has no end; '%1' is missing").arg(QLatin1String(close)));
+            m_sources.report(Fault::UnclosedBracket, { m_file, start },
+                             QStringLiteral("this comment has no end; '%1' is missing").arg(QLatin1String(close)));
         }
         m_at = end < 0 ? m_text.size() : end + 2;
         m_lineBefore = m_lineBefore || QStringView(m_text).mid(start, m_at - start).contains(QLatin1Char('\n'));
@@ -209,14 +212,14 @@ private:
                 number = number * 16 + QString(at(m_at)).toInt(nullptr, 16);
             }
             if (m_at == digits) {
-                m_sources.error({ m_file, m_start }, QStringLiteral("hexadecimal digits expected"));
+                m_sources.report(Fault::BadNumber, { m_file, m_start }, QStringLiteral("hexadecimal digits expected"));
             }
         } else {
             skipDecimal();
             number = m_text.mid(m_start, m_at - m_start).toDouble();
         }
         if (!std::isfinite(number)) {
-            m_sources.error({ m_file, m_start }, QStringLiteral("the number is too large"));
+            m_sources.report(Fault::BadNumber, { m_file, m_start }, QStringLiteral("the number is too large"));
             number = 0;
         }
         if (isNamePart(at(m_at))) {
@@ -224,8 +227,8 @@ private:
             while (isNamePart(at(m_at))) {
                 ++m_at;
             }
-            m_sources.error({ m_file, tail },
-                            QStringLiteral("'%1' does not belong to a number").arg(m_text.mid(tail, m_at - tail)));
+            m_sources.report(Fault::BadNumber, { m_file, tail },
+                             QStringLiteral("'%1' does not belong to a number").arg(m_text.mid(tail, m_at - tail)));
         }
         add(TokenKind::Number).number = number;
     }
@@ -268,7 +271,8 @@ private:
             }
             content += at(m_at);
         }
-        m_sources.error({ m_file, m_start }, QStringLiteral("this text has no end on its line; ' is missing"));
+        m_sources.report(Fault::UnclosedBracket, { m_file, m_start },
+                         QStringLiteral("this text has no end on its line; ' is missing"));
         add(TokenKind::Text).text = content;
     }
 
@@ -278,6 +282,10 @@ private:
             if (startsWith(sign.text)) {
                 m_at += static_cast<int>(qstrlen(sign.text));
                 add(sign.kind);
+                if (sign.kind == TokenKind::Quote) {
+                    m_isInQuotes = !m_isInQuotes;
+                    readQuotedText();
+                }
                 return;
             }
         }
@@ -286,16 +294,65 @@ private:
         const QString shown = at(m_at).isPrint() || length == 2
                                   ? QStringLiteral("'%1'").arg(character)
                                   : QStringLiteral("U+%1").arg(at(m_at).unicode(), 4, 16, QLatin1Char('0'));
-        m_sources.error({ m_file, m_at }, QStringLiteral("unexpected character %1").arg(shown));
+        m_sources.report(Fault::BadCharacter, { m_file, m_at }, QStringLiteral("unexpected character %1").arg(shown));
         m_at += length;
+    }
+
+    /// Behind a double quote: words as another language writes a text, "POWER ON\r". They are told, and read as the
+    /// text.
+    void readQuotedText()
+    {
+        static const QRegularExpression kWords(QStringLiteral("(?<![$\\w])([A-Za-z_]\\w*)[ \\t]+([A-Za-z_]\\w*)"));
+        const int close = m_isInQuotes ? endOfQuotes() : -1;
+        if (close < 0) {
+            return;
+        }
+        const QString content = m_text.mid(m_at, close - m_at);
+        const QRegularExpressionMatch words = kWords.match(content);
+        const bool areWords = words.hasMatch() && !isOperator(words.captured(1)) && !isOperator(words.captured(2));
+        if (!areWords && !content.contains(QLatin1Char('\\'))) {
+            return;
+        }
+        QString text = content;
+        QStringList bytes;
+        for (bool isMore = true; isMore;) {
+            isMore = text.endsWith(QLatin1String("\\r")) || text.endsWith(QLatin1String("\\n"));
+            if (isMore) {
+                bytes.prepend(text.endsWith(QLatin1Char('r')) ? QStringLiteral("$0D") : QStringLiteral("$0A"));
+                text.chop(2);
+            }
+        }
+        bytes.prepend(QStringLiteral("'%1'").arg(text));
+        m_sources.report(Fault::QuotedText, { m_file, m_start },
+                         QStringList{ bytes.size() > 1 ? QStringLiteral("\"%1\"").arg(bytes.join(QStringLiteral(", ")))
+                                                       : bytes.first() });
+        m_start = m_at;
+        m_at = close;
+        add(TokenKind::Text).text = content;
+    }
+
+    /// The offset of the next double quote of the line when no text begins before it; -1: there is none.
+    int endOfQuotes() const
+    {
+        int end = m_at;
+        while (end < m_text.size() && !QStringLiteral("\"'\n").contains(m_text.at(end))) {
+            ++end;
+        }
+        return at(end) == QLatin1Char('"') ? end : -1;
+    }
+
+    static bool isOperator(const QString &word)
+    {
+        return std::any_of(std::begin(kOperatorWords), std::end(kOperatorWords), [&word](const Sign &sign) {
+            return word.compare(QLatin1String(sign.text), Qt::CaseInsensitive) == 0;
+        });
     }
 
     Token &add(TokenKind kind)
     {
-        Token token{ kind, { m_file, m_start }, m_at - m_start };
-        token.startsLine = m_lineBefore && (m_tokens.empty() || !goesOn(m_tokens.back().kind));
+        const bool startsLine = m_lineBefore && (m_tokens.empty() || !goesOn(m_tokens.back().kind));
+        m_tokens.push_back({ kind, startsLine, { m_file, m_start }, m_at - m_start });
         m_lineBefore = false;
-        m_tokens.push_back(token);
         return m_tokens.back();
     }
 
@@ -305,6 +362,7 @@ private:
     int m_at = 0;
     int m_start = 0; // of the token being read
     bool m_lineBefore = true;
+    bool m_isInQuotes = false;
     std::vector<Token> m_tokens;
 };
 } // namespace

@@ -1,7 +1,7 @@
 #pragma once
 #include "compiler/Sources.h"
 
-enum class TokenKind {
+enum class TokenKind : quint8 {
     End,
     Name,
     Number,
@@ -49,13 +49,14 @@ enum class TokenKind {
     Not,
 };
 
+/// Kept small: a table of constants has millions.
 struct Token
 {
     TokenKind kind = TokenKind::End;
+    bool startsLine = false; // a line end stands before it, and no operator that would go on over it
     SourcePosition position{};
     int length = 0;
-    bool startsLine = false; // a line end stands before it, and no operator that would go on over it
-    QString text{};          // of a Name as written, of a Text its content
+    QString text{}; // of a Name as written, of a Text its content
     double number = 0;
 
     bool is(TokenKind wanted) const { return kind == wanted; }

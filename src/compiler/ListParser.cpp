@@ -16,12 +16,21 @@ Operand ExpressionParser::parseTextList()
     cursor().next();
     const TokenCursor::Nested nested(cursor());
     while (!cursor().at(TokenKind::Quote)) {
+        const Token &word = cursor().peek();
+        if (word.is(TokenKind::Name) && cursor().peek(1).is(TokenKind::Quote) && node->list->items.empty() &&
+            !m_work.locals.find(word.text) && !m_work.symbols.findGlobal(word.text)) {
+            m_work.sources.report(Fault::QuotedText, result.position,
+                                  QStringList{ QStringLiteral("'%1'").arg(word.text) });
+            cursor().next();
+            break;
+        }
         Operand item = parse();
         if (!item) {
             return {};
         }
         if (item.type.isStruct()) {
-            error(item.position, QStringLiteral("%1 has no bytes").arg(m_work.symbols.typeText(item.type)));
+            report(Fault::WrongType, item.position,
+                   QStringLiteral("%1 has no bytes").arg(m_work.symbols.typeText(item.type)));
         }
         result.height = std::max(result.height, item.height + 1);
         result.isLiteral = result.isLiteral && item.isLiteral;
@@ -49,12 +58,12 @@ Operand ExpressionParser::parseList()
     result.position = cursor().position();
     std::vector<Operand> items;
     bool isConstant = true;
-    const std::optional<Constant> list = parseListConstant(items, isConstant, true);
+    const std::optional<Constant> list = parseListConstant(&items, isConstant);
     if (!list) {
         return {};
     }
     if (m_work.inInitialValue) {
-        error(result.position, QStringLiteral("a list cannot stand inside an expression here"));
+        report(Fault::ListForm, result.position, QStringLiteral("a list cannot stand inside an expression here"));
         return {};
     }
     const bool hasDevices =
@@ -67,23 +76,24 @@ Operand ExpressionParser::parseList()
     if (isConstant) {
         const QString name = m_work.hiddenLists.nameOf(*list, m_isStructured);
         if (name.isEmpty()) {
-            error(result.position,
-                  QStringLiteral("a device cannot stand behind a text or list here; assign the members one by one"));
+            report(Fault::ListForm, result.position,
+                   QStringLiteral("a device cannot stand behind a text or list here; assign the members one by one"));
             return {};
         }
         result.node = std::make_unique<VarExpression>(name);
         return result;
     }
     if (m_isStructured) {
-        error(result.position,
-              QStringLiteral("a list for a structure must be constant; assign the members one by one"));
+        report(Fault::ListForm, result.position,
+               QStringLiteral("a list for a structure must be constant; assign the members one by one"));
         return {};
     }
     auto node = std::make_unique<StringExpression>();
     node->list = std::make_unique<ExpressionList>();
     for (Operand &item : items) {
         if (item.type.isStruct() || (item.type.isArray() && !isNumericType(item.type.code))) {
-            error(item.position, QStringLiteral("a list that is not constant holds only numbers and texts"));
+            report(Fault::ListForm, item.position,
+                   QStringLiteral("a list that is not constant holds only numbers and texts"));
         }
         result.height = std::max(result.height, item.height + 1);
         node->list->items.push_back(std::move(item.node));
@@ -92,9 +102,8 @@ Operand ExpressionParser::parseList()
     return result;
 }
 
-/// Reads a list, outermost or inside another. items: the outermost's operands. nullopt: reported.
-std::optional<Constant> ExpressionParser::parseListConstant(std::vector<Operand> &items, bool &isConstant,
-                                                            bool isOutermost)
+/// Reads a list. items takes its operands; without, all of it must be constant. nullopt: reported.
+std::optional<Constant> ExpressionParser::parseListConstant(std::vector<Operand> *items, bool &isConstant)
 {
     const Level level(m_work);
     if (level.isTooDeep()) {
@@ -108,11 +117,11 @@ std::optional<Constant> ExpressionParser::parseListConstant(std::vector<Operand>
     while (!cursor().at(TokenKind::RightBrace)) {
         const SourcePosition position = cursor().position();
         if (cursor().at(TokenKind::LeftBrace)) {
-            std::optional<Constant> inner = parseListConstant(items, isConstant, false);
+            std::optional<Constant> inner = parseListConstant(nullptr, isConstant);
             if (!inner) {
                 return std::nullopt;
             }
-            list.items.push_back(*inner);
+            list.items.push_back(std::move(*inner));
         } else {
             Operand item = parse();
             if (!item) {
@@ -120,13 +129,15 @@ std::optional<Constant> ExpressionParser::parseListConstant(std::vector<Operand>
             }
             std::optional<Constant> value = constantValue(item);
             if (value) {
-                list.items.push_back(*value);
-            } else if (!isOutermost) {
-                error(position, QStringLiteral("a list inside a list must be constant"));
+                list.items.push_back(std::move(*value));
+            } else if (!items) {
+                report(Fault::ListForm, position, QStringLiteral("a list inside a list must be constant"));
                 return std::nullopt;
             }
             isConstant = isConstant && value.has_value();
-            items.push_back(std::move(item));
+            if (items) {
+                items->push_back(std::move(item));
+            }
         }
         if (!cursor().take(TokenKind::Comma)) {
             break;
@@ -141,18 +152,18 @@ std::optional<Constant> ExpressionParser::parseListConstant(std::vector<Operand>
 std::optional<Constant> ExpressionParser::parseConstant()
 {
     if (cursor().at(TokenKind::LeftBrace)) {
-        std::vector<Operand> items;
         bool isConstant = true;
-        return parseListConstant(items, isConstant, false);
+        return parseListConstant(nullptr, isConstant);
     }
     const int errorsBefore = m_work.sources.errors();
     const Operand operand = parse();
     if (!operand) {
         return std::nullopt;
     }
+    m_work.metFaultyConstant = false;
     std::optional<Constant> value = constantValue(operand);
-    if (!value && m_work.sources.errors() == errorsBefore) {
-        error(operand.position, QStringLiteral("a constant value expected"));
+    if (!value && m_work.sources.errors() == errorsBefore && !m_work.metFaultyConstant) {
+        report(Fault::ConstantValue, operand.position, QStringLiteral("a constant value expected"));
     }
     return value;
 }
@@ -164,9 +175,11 @@ std::optional<double> ExpressionParser::parseConstantNumber(const char *what)
     if (!operand) {
         return std::nullopt;
     }
+    m_work.metFaultyConstant = false;
     const std::optional<double> value = m_work.constants.number(operand.node.get());
-    if (!value && m_work.sources.errors() == errorsBefore) {
-        error(operand.position, QStringLiteral("%1 must be a constant number").arg(QLatin1String(what)));
+    if (!value && m_work.sources.errors() == errorsBefore && !m_work.metFaultyConstant) {
+        report(Fault::ConstantValue, operand.position,
+               QStringLiteral("%1 must be a constant number").arg(QLatin1String(what)));
     }
     return value;
 }
@@ -179,8 +192,8 @@ std::optional<int> ExpressionParser::parseConstantInteger(const char *what, int 
         return std::nullopt;
     }
     if (!isWholeNumber(*value) || *value < least || *value > most) {
-        error(position,
-              QStringLiteral("%1 must be a whole number from %2 to %3").arg(QLatin1String(what)).arg(least).arg(most));
+        report(Fault::ConstantValue, position,
+               QStringLiteral("%1 must be a whole number from %2 to %3").arg(QLatin1String(what)).arg(least).arg(most));
         return std::nullopt;
     }
     return static_cast<int>(integerPart(*value));

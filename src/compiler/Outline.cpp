@@ -1,13 +1,15 @@
 #include "compiler/Outline.h"
 
+#include "compiler/Braces.h"
 #include "compiler/Words.h"
 
 namespace {
 class Outliner
 {
 public:
-    explicit Outliner(const TokenCursor &cursor)
+    Outliner(const TokenCursor &cursor, const std::vector<TokenRange> &broken)
         : m_cursor(cursor)
+        , m_broken(broken)
     {}
 
     Outline run()
@@ -17,7 +19,10 @@ public:
                 continue;
             }
             const size_t start = m_cursor.index();
-            if (!readDeclaration()) {
+            const bool isBroken = m_nextBroken < m_broken.size() && m_broken[m_nextBroken].first == start;
+            if (isBroken) {
+                readBroken(m_broken[m_nextBroken++]);
+            } else if (!readDeclaration()) {
                 recover(start);
             }
         }
@@ -55,11 +60,54 @@ private:
                 return (this->*row.read)();
             }
         }
-        if (isVariableStart()) {
+        for (const Row &row : kRows) { // a slip of the finger: read on as it was meant
+            const bool isVariable = isVariableStart() && m_cursor.peek(2).kind != TokenKind::Name &&
+                                    m_cursor.peek(2).kind != TokenKind::LeftParen;
+            if (m_cursor.at(TokenKind::Name) && m_cursor.peek(1).is(row.follower) && !isVariable &&
+                typeCodeOfWord(m_cursor.peek().text) < 0 && storageCodeOfWord(m_cursor.peek().text) < 0 &&
+                closestName(m_cursor.peek().text, { QString::fromLatin1(row.word) }) == QLatin1String(row.word)) {
+                reportUnknown();
+                return (this->*row.read)();
+            }
+        }
+        if (isVariableStart() && !isUnfinished()) {
             return readVariables();
         }
         reportUnknown();
+        if (m_cursor.at(TokenKind::Name) && typeCodeOfWord(m_cursor.peek(1).text) >= 0) { // cosnt integer n
+            return readVariables();
+        }
         return false;
+    }
+
+    /// A declaration that lacks its bracket: combine dvOne, dvTwo)   exclusive dvPanel, 1..3]. The words may be the
+    /// names of structures, too.
+    bool isUnfinished() const
+    {
+        const Token &word = m_cursor.peek();
+        if (!m_cursor.atName("combine") && !m_cursor.atName("exclusive")) {
+            return typeCodeOfWord(m_cursor.peek(1).text) >= 0 && typeCodeOfWord(word.text) < 0 &&
+                   storageCodeOfWord(word.text) < 0 && !word.isName("const");
+        }
+        for (size_t i = m_cursor.range().first; i + 1 < m_cursor.range().last; ++i) {
+            if (m_cursor.token(i).isName("struct") &&
+                m_cursor.token(i + 1).text.compare(word.text, Qt::CaseInsensitive) == 0) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void readBroken(TokenRange range)
+    {
+        m_isBroken = true;
+        const bool isDeclaration =
+            beginsPart(m_cursor.peek(), m_cursor.peek(1)) || isVariableStart() || m_cursor.atName("struct");
+        const bool isRead = isDeclaration && readDeclaration();
+        m_isBroken = false;
+        if (!isRead || m_cursor.index() < range.last) {
+            m_cursor.moveTo(range.last);
+        }
     }
 
     bool isVariableStart() const
@@ -78,6 +126,9 @@ private:
     void reportUnknown()
     {
         const Token &found = m_cursor.peek();
+        if (found.is(TokenKind::Name) && reportOtherLanguage(m_sources, found)) {
+            return;
+        }
         QString message = QStringLiteral("a declaration expected, found %1").arg(describe(found, m_cursor.sources()));
         if (found.is(TokenKind::Name)) {
             if (statementWords().contains(found.text, Qt::CaseInsensitive)) {
@@ -95,18 +146,26 @@ private:
                 message += QStringLiteral("; did you mean '%1'?").arg(close);
             }
         }
-        m_cursor.error(message);
+        m_cursor.report(Fault::UnknownWord, message);
     }
 
-    /// On to the next line that begins outside all braces; always past start.
+    /// On to the next line outside all braces that begins a declaration; always past start.
     void recover(size_t start)
     {
         if (m_cursor.index() == start && !m_cursor.atEnd()) {
             skipOne();
         }
-        while (!m_cursor.atEnd() && !m_cursor.peek().startsLine && !isAtPart()) {
+        while (!m_cursor.atEnd() && !isAtPart() && !(m_cursor.peek().startsLine && isAtDeclaration())) {
             skipOne();
         }
+    }
+
+    bool isAtDeclaration() const
+    {
+        const Token &token = m_cursor.peek();
+        return (m_nextBroken < m_broken.size() && m_broken[m_nextBroken].first == m_cursor.index()) ||
+               (token.is(TokenKind::Name) && m_sources.indentOf(token.position) == 0 &&
+                (isVariableStart() || declarationWords().contains(token.text, Qt::CaseInsensitive)));
     }
 
     void skipOne()
@@ -117,37 +176,26 @@ private:
     }
 
     /// Whether the cursor stands on what can only begin a part of the program.
-    bool isAtPart() const
-    {
-        const Token &token = m_cursor.peek();
-        return token.is(TokenKind::Name) &&
-               (isProgramWord(token.text) || (token.isName("start") && m_cursor.peek(1).is(TokenKind::LeftBrace)));
-    }
+    bool isAtPart() const { return beginsPart(m_cursor.peek(), m_cursor.peek(1)); }
 
-    /// From an opening brace to behind the one that closes it. A word that can only stand on the top level shows that
-    /// a closing brace is missing before it.
+    /// From an opening brace to behind the one that closes it.
     TokenRange readBraces()
     {
-        const Token opening = m_cursor.peek();
         TokenRange range{ m_cursor.index(), m_cursor.index() };
         int depth = 0;
         do {
-            const Token &token = m_cursor.peek();
-            if (token.is(TokenKind::End) || (token.startsLine && isAtPart())) {
-                m_cursor.sources().error(
-                    opening.position,
-                    QStringLiteral("this '{' is not closed before %1").arg(describe(token, m_cursor.sources())));
-                break;
-            }
-            depth += token.is(TokenKind::LeftBrace) ? 1 : token.is(TokenKind::RightBrace) ? -1 : 0;
+            depth += m_cursor.at(TokenKind::LeftBrace) ? 1 : m_cursor.at(TokenKind::RightBrace) ? -1 : 0;
             m_cursor.next();
-        } while (depth > 0);
+        } while (depth > 0 && !m_cursor.atEnd());
         range.last = m_cursor.index();
         return range;
     }
 
     bool readBody(TokenRange &body)
     {
+        if (m_isBroken) {
+            return true;
+        }
         if (!m_cursor.at(TokenKind::LeftBrace)) {
             m_cursor.expected("'{'");
             return false;
@@ -163,7 +211,8 @@ private:
         const QString text = describe(m_cursor.peek(), m_cursor.sources());
         range.first = m_cursor.index();
         if (!m_cursor.skipBalanced()) {
-            m_cursor.sources().error(opening, QStringLiteral("this %1 is not closed").arg(text));
+            m_cursor.sources().report(Fault::UnclosedBracket, opening,
+                                      QStringLiteral("this %1 is not closed").arg(text));
             m_cursor.moveTo(range.first + 1); // what follows is read as if it were not there
             return false;
         }
@@ -175,9 +224,10 @@ private:
     {
         m_cursor.next();
         if (m_outline.programName != 0) {
-            m_cursor.error(QStringLiteral("the program has a name already (%1)")
-                               .arg(m_cursor.sources().lineReference(m_cursor.token(m_outline.programName).position,
-                                                                     m_cursor.position())));
+            m_cursor.report(Fault::DuplicateName,
+                            QStringLiteral("the program has a name already (%1)")
+                                .arg(m_cursor.sources().lineReference(m_cursor.token(m_outline.programName).position,
+                                                                      m_cursor.position())));
         } else {
             m_outline.programName = m_cursor.index();
         }
@@ -191,6 +241,11 @@ private:
         Outline::Structure structure;
         structure.name = m_cursor.index();
         m_cursor.next();
+        if (m_isBroken) {
+            structure.isBroken = true;
+            m_outline.structures.push_back(structure);
+            return true;
+        }
         TokenRange braces;
         if (!readBody(braces)) {
             return false;
@@ -277,12 +332,13 @@ private:
         }
         callable.name = m_cursor.index();
         m_cursor.next();
-        if (!m_cursor.at(TokenKind::LeftParen)) {
-            m_cursor.expected("'('");
-            return false;
-        }
         TokenRange parentheses;
-        if (!readBalanced(parentheses)) {
+        callable.isFaulty = !m_cursor.at(TokenKind::LeftParen) || !readBalanced(parentheses);
+        if (callable.isFaulty) {
+            if (parentheses.first == 0) {
+                m_cursor.expected("'('");
+            }
+            list.push_back(callable);
             return false;
         }
         callable.parameters = between(parentheses);
@@ -301,7 +357,7 @@ private:
         Outline::Block block;
         block.word = m_cursor.index();
         m_cursor.next();
-        block.body = readBraces();
+        readBody(block.body);
         list.push_back(block);
         return true;
     }
@@ -338,6 +394,8 @@ private:
                 variables.isConst = true;
             } else if (storageCodeOfWord(m_cursor.peek().text) >= 0) {
                 variables.storageWords.push_back(m_cursor.index());
+            } else if (isUnfinished()) { // reported
+                variables.isConst = closestName(m_cursor.peek().text, { QStringLiteral("const") }).size() > 0;
             } else {
                 break;
             }
@@ -350,13 +408,20 @@ private:
         m_cursor.next();
         do {
             Outline::Declarator declarator;
-            if (!readDeclarator(declarator)) {
+            const bool isRead = readDeclarator(declarator);
+            declarator.isFaulty = !isRead || m_isBroken;
+            if (isRead || declarator.name != 0) {
+                variables.declarators.push_back(declarator);
+            }
+            if (!isRead) {
+                m_outline.variables.push_back(variables);
                 return false;
             }
-            variables.declarators.push_back(declarator);
         } while (m_cursor.take(TokenKind::Comma));
+        const bool isEnded = m_isBroken || endOfDeclaration();
+        variables.declarators.back().isFaulty = variables.declarators.back().isFaulty || !isEnded;
         m_outline.variables.push_back(variables);
-        return endOfDeclaration();
+        return isEnded;
     }
 
     bool readDeclarator(Outline::Declarator &declarator)
@@ -373,6 +438,9 @@ private:
             }
         }
         if (!m_cursor.take(TokenKind::Assign)) {
+            return true;
+        }
+        if (m_isBroken) {
             return true;
         }
         declarator.hasInitialValue = true;
@@ -422,11 +490,15 @@ private:
     }
 
     TokenCursor m_cursor;
+    const std::vector<TokenRange> &m_broken;
+    Sources &m_sources = m_cursor.sources();
     Outline m_outline;
+    size_t m_nextBroken = 0;
+    bool m_isBroken = false; // what is being read
 };
 } // namespace
 
-Outline outlineOf(const TokenCursor &cursor)
+Outline outlineOf(const TokenCursor &cursor, const std::vector<TokenRange> &broken)
 {
-    return Outliner(cursor).run();
+    return Outliner(cursor, broken).run();
 }

@@ -13,6 +13,7 @@ struct Outline
         std::vector<TokenRange> sizes; // of an array, outermost first; an empty range is []
         TokenRange initialValue;       // behind the =; empty: there is none
         bool hasInitialValue = false;
+        bool isFaulty = false; // it could not be read to its end; only the name is known
     };
     struct Variables // one declaration line
     {
@@ -24,7 +25,8 @@ struct Outline
     struct Structure
     {
         size_t name = 0;
-        TokenRange members; // between the braces
+        TokenRange members;    // between the braces
+        bool isBroken = false; // its braces do not match; no members are known
     };
     struct Callable // a function or a routine
     {
@@ -32,7 +34,8 @@ struct Outline
         size_t type = 0; // the token of the result's type; 0: none
         std::vector<TokenRange> sizes;
         TokenRange parameters; // between the parentheses
-        TokenRange body;       // from the opening brace on
+        TokenRange body;       // from the opening brace on; empty: its braces do not match
+        bool isFaulty = false; // its parameters could not be read
     };
     struct Block
     {
@@ -65,4 +68,5 @@ struct Outline
 };
 
 /// Reads what stands on the top level; reports what is no declaration, and blocks without an end.
-Outline outlineOf(const TokenCursor &cursor);
+/// \param broken  the declarations whose braces do not match: of them only the names are read
+Outline outlineOf(const TokenCursor &cursor, const std::vector<TokenRange> &broken);

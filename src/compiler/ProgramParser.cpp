@@ -9,21 +9,22 @@ void ProgramParser::nameCallables()
         const Token &name = token(function.name);
         const CallableSymbol symbol = symbolOf(function);
         if (Library::find(name.text)) {
-            error(name.position, QStringLiteral("'%1' is a function of the library").arg(name.text));
+            report(Fault::DuplicateName, name.position,
+                   QStringLiteral("'%1' is a function of the library").arg(name.text));
         } else if (!m_work.symbols.addFunction(symbol)) {
-            error(name.position,
-                  QStringLiteral("the function '%1' is already defined (%2)")
-                      .arg(name.text, m_work.sources.lineReference(m_work.symbols.findFunction(name.text)->position,
-                                                                   name.position)));
+            report(Fault::DuplicateName, name.position,
+                   QStringLiteral("the function '%1' is already defined (%2)")
+                       .arg(name.text, m_work.sources.lineReference(m_work.symbols.findFunction(name.text)->position,
+                                                                    name.position)));
         }
     }
     for (const Outline::Callable &routine : m_outline.routines) {
         const Token &name = token(routine.name);
         if (!m_work.symbols.addRoutine(symbolOf(routine))) {
-            error(name.position,
-                  QStringLiteral("the routine '%1' is already defined (%2)")
-                      .arg(name.text, m_work.sources.lineReference(m_work.symbols.findRoutine(name.text)->position,
-                                                                   name.position)));
+            report(Fault::DuplicateName, name.position,
+                   QStringLiteral("the routine '%1' is already defined (%2)")
+                       .arg(name.text, m_work.sources.lineReference(m_work.symbols.findRoutine(name.text)->position,
+                                                                    name.position)));
         }
     }
 }
@@ -31,9 +32,9 @@ void ProgramParser::nameCallables()
 CallableSymbol ProgramParser::symbolOf(const Outline::Callable &callable)
 {
     const Token &name = token(callable.name);
-    CallableSymbol symbol{ name.text, name.position, {}, std::nullopt };
+    CallableSymbol symbol{ name.text, name.position, {}, std::nullopt, callable.isFaulty };
     if (isReservedWord(name.text)) {
-        error(name.position, QStringLiteral("'%1' is a word of the language").arg(name.text));
+        report(Fault::ReservedWord, name.position, QStringLiteral("'%1' is a word of the language").arg(name.text));
     }
     if (callable.type != 0) {
         const std::optional<int> code = m_globals.typeCodeAt(callable.type);
@@ -43,6 +44,7 @@ CallableSymbol ProgramParser::symbolOf(const Outline::Callable &callable)
     const TokenCursor::Nested nested(cursor());
     while (!cursor().atEnd() && readParameter(symbol.parameters) && cursor().take(TokenKind::Comma)) {
     }
+    symbol.isFaulty = symbol.isFaulty || !cursor().atEnd();
     return symbol;
 }
 
@@ -61,7 +63,7 @@ bool ProgramParser::readParameter(std::vector<Parameter> &parameters)
     cursor().next();
     for (; cursor().at(TokenKind::LeftBracket); ++parameter.type.dimensions) {
         if (!cursor().skipBalanced()) {
-            cursor().error(QStringLiteral("']' is missing"));
+            cursor().report(Fault::UnclosedBracket, QStringLiteral("']' is missing"));
             return false;
         }
     }
@@ -134,15 +136,19 @@ std::unique_ptr<FunctionArgList> ProgramParser::parseParameters(const Outline::C
 std::unique_ptr<CompoundStatement> ProgramParser::parseBody(const Outline::Callable &callable,
                                                             const CallableSymbol &symbol, Result result)
 {
+    if (callable.body.isEmpty() || symbol.isFaulty) {
+        return nullptr;
+    }
     std::vector<LocalScope::Local> locals;
     for (const Parameter &parameter : symbol.parameters) {
         for (const LocalScope::Local &other : locals) {
             if (normalisedName(other.name) == normalisedName(parameter.name)) {
-                error(parameter.position, QStringLiteral("there is a parameter '%1' already").arg(parameter.name));
+                report(Fault::DuplicateName, parameter.position,
+                       QStringLiteral("there is a parameter '%1' already").arg(parameter.name));
             }
         }
         if (const QString problem = nameProblem(parameter.name, parameter.type.isArray()); !problem.isEmpty()) {
-            error(parameter.position, problem);
+            report(Fault::ReservedWord, parameter.position, problem);
         }
         locals.push_back({ parameter.name, parameter.type, parameter.position, LocalScope::Kind::Parameter });
     }
@@ -150,8 +156,8 @@ std::unique_ptr<CompoundStatement> ProgramParser::parseBody(const Outline::Calla
     surroundings.hasResult = result == Result::Possible;
     std::unique_ptr<CompoundStatement> body = m_statements.parseBody(callable.body, locals, surroundings);
     if (symbol.result && !surroundings.returned) {
-        m_work.sources.warning(symbol.position,
-                               QStringLiteral("the function '%1' never returns a value").arg(symbol.name));
+        m_work.sources.report(Fault::NoResult, symbol.position,
+                              QStringLiteral("the function '%1' never returns a value").arg(symbol.name));
     }
     return body;
 }
@@ -186,10 +192,14 @@ std::unique_ptr<StatementList> ProgramParser::parseOnlyBlock(const std::vector<O
     std::unique_ptr<StatementList> list;
     for (const Outline::Block &block : blocks) {
         if (list) {
-            error(token(block.word).position, QStringLiteral("there is a %1 block already (%2)")
-                                                  .arg(token(block.word).text.toLower(),
-                                                       m_work.sources.lineReference(token(blocks.front().word).position,
-                                                                                    token(block.word).position)));
+            report(Fault::DuplicateName, token(block.word).position,
+                   QStringLiteral("there is a %1 block already (%2)")
+                       .arg(token(block.word).text.toLower(),
+                            m_work.sources.lineReference(token(blocks.front().word).position,
+                                                         token(block.word).position)));
+        }
+        if (block.body.isEmpty()) {
+            continue;
         }
         std::unique_ptr<StatementList> body = m_statements.parsePlainBody(block.body);
         if (!list) {

@@ -19,7 +19,14 @@ public:
 private:
     TokenCursor &cursor() { return m_work.cursor; }
     const Token &token(size_t index) const { return m_work.cursor.token(index); }
-    void error(SourcePosition position, const QString &message) { m_work.sources.error(position, message); }
+    void report(Fault code, SourcePosition position, const QString &message)
+    {
+        m_work.sources.report(code, position, message);
+    }
+    void reportName(Fault code, const Token &name, const QString &message)
+    {
+        m_work.sources.reportName(code, name.position, name.text, message);
+    }
     AST &program() { return m_work.symbols.program(); }
 
     CallableSymbol symbolOf(const Outline::Callable &callable);

@@ -3,6 +3,7 @@
 #include "compiler/Lexer.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTextCodec>
 
 #include <algorithm>
@@ -103,37 +104,100 @@ QStringList Sources::names() const
     return names;
 }
 
-void Sources::error(SourcePosition position, const QString &message)
+void Sources::report(Fault code, SourcePosition position, const QString &message)
 {
-    add(Diagnostic::Severity::Error, position, message);
-}
-
-void Sources::warning(SourcePosition position, const QString &message)
-{
-    add(Diagnostic::Severity::Warning, position, message);
-}
-
-void Sources::fileError(const QString &name, const QString &message)
-{
-    ++m_errors;
-    m_remarks.push_back({ { -1, 0 }, { Diagnostic::Severity::Error, name, 0, 0, message } });
-}
-
-void Sources::add(Diagnostic::Severity severity, SourcePosition position, const QString &message)
-{
+    m_found += messageOf(code).severity == Diagnostic::Severity::Error ? 1 : 0;
     if (m_errors >= kMostErrors || !m_known.insert({ { position.file, position.offset }, message }).second) {
         return;
     }
+    const Message &row = messageOf(code);
     const File &source = file(position.file);
     const LineAndColumn place = locate(source, position.offset);
-    Diagnostic diagnostic{ severity, source.name, place.line, place.column, message };
+    if (isSilenced(code, position, place.line)) {
+        return;
+    }
+    Diagnostic diagnostic{ row.severity, source.name, place.line, place.column, message };
+    diagnostic.code = QString::fromLatin1(row.name);
     diagnostic.length = lengthAt(source.text, position.offset);
     diagnostic.sourceLine = lineAround(source.text, position.offset, place, diagnostic.sourceColumn);
     m_remarks.push_back({ position, diagnostic });
-    if (severity == Diagnostic::Severity::Error && ++m_errors == kMostErrors) {
+    if (diagnostic.isError() && ++m_errors == kMostErrors) {
         diagnostic.message = QStringLiteral("too many errors; the rest is not shown");
         m_remarks.push_back({ position, diagnostic });
     }
+}
+
+bool Sources::isSilenced(Fault code, SourcePosition position, int line)
+{
+    if (messageOf(code).severity == Diagnostic::Severity::Warning) {
+        static const QRegularExpression kAccepted(QStringLiteral("//\\s*arkc:\\s*ok\\b[^\n]*$"));
+        const File &source = file(position.file);
+        const int start = source.lineStarts.at(static_cast<size_t>(line) - 1);
+        const int end = source.text.indexOf(QLatin1Char('\n'), start);
+        return kAccepted.match(source.text.mid(start, end < 0 ? -1 : end - start)).hasMatch();
+    }
+    const bool isOfForm = code >= Fault::BadCharacter && code <= Fault::QuotedText;
+    return isOfForm && !m_badLines.insert({ position.file, line }).second;
+}
+
+void Sources::report(Fault code, SourcePosition position, const QStringList &arguments)
+{
+    QString message = QString::fromUtf8(messageOf(code).text);
+    for (int i = 0; i < arguments.size(); ++i) {
+        message.replace(QStringLiteral("%%1").arg(i + 1), arguments.at(i));
+    }
+    report(code, position, message);
+}
+
+void Sources::reportName(Fault code, SourcePosition position, const QString &name, const QString &message)
+{
+    ++m_found;
+    if (m_isIncomplete) {
+        return;
+    }
+    const auto [known, isNew] = m_unknownNames.insert({ { code, name.toUpper() }, m_remarks.size() });
+    if (isNew) {
+        report(code, position, message);
+    } else if (known->second < m_remarks.size()) {
+        ++m_remarks[known->second].moreUses;
+    }
+}
+
+bool Sources::hasBadLine(SourcePosition from, SourcePosition to) const
+{
+    const auto found = m_badLines.lower_bound({ from.file, lineOf(from) });
+    return found != m_badLines.end() && *found <= std::pair(to.file, lineOf(to));
+}
+
+int Sources::lineOf(SourcePosition position) const
+{
+    return locate(file(position.file), position.offset).line;
+}
+
+int Sources::indentOf(SourcePosition position) const
+{
+    constexpr int kTab = 4;
+    const File &source = file(position.file);
+    int indent = 0;
+    for (int i = locate(source, position.offset).lineStart; i < position.offset; ++i) {
+        indent += source.text.at(i) == QLatin1Char('\t') ? kTab - indent % kTab : 1;
+    }
+    return indent;
+}
+
+int Sources::lineIndentOf(SourcePosition position) const
+{
+    const File &source = file(position.file);
+    int first = locate(source, position.offset).lineStart;
+    while (first < position.offset && source.text.at(first).isSpace()) {
+        ++first;
+    }
+    return indentOf({ position.file, first });
+}
+
+bool Sources::isFirstOfLine(SourcePosition position) const
+{
+    return lineIndentOf(position) == indentOf(position);
 }
 
 std::vector<Diagnostic> Sources::takeDiagnostics()
@@ -145,6 +209,11 @@ std::vector<Diagnostic> Sources::takeDiagnostics()
     diagnostics.reserve(m_remarks.size());
     for (const Remark &remark : m_remarks) {
         diagnostics.push_back(remark.diagnostic);
+        if (remark.moreUses > 0) {
+            diagnostics.back().message += QStringLiteral(" (and %1 more use%2)")
+                                              .arg(remark.moreUses)
+                                              .arg(remark.moreUses == 1 ? QString() : QStringLiteral("s"));
+        }
     }
     m_remarks.clear();
     return diagnostics;

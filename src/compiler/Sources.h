@@ -1,9 +1,10 @@
 #pragma once
-#include "compiler/Diagnostics.h"
+#include "compiler/Messages.h"
 
 #include <QFileDevice>
 #include <QStringList>
 
+#include <map>
 #include <set>
 #include <utility>
 #include <vector>
@@ -30,12 +31,22 @@ public:
     QStringList names() const;
     const File &file(int index) const { return m_files[static_cast<size_t>(index)]; }
 
-    /// A remark that repeats another at the same place is dropped. After kMostErrors errors nothing more is kept.
-    void error(SourcePosition position, const QString &message);
-    void warning(SourcePosition position, const QString &message);
-    void fileError(const QString &name, const QString &message);
+    /// Dropped are a remark that repeats another at the same place, what a mistake leads to on its own line, a warning
+    /// on a line that ends with "// arkc: ok", and everything after kMostErrors errors.
+    void report(Fault code, SourcePosition position, const QString &message);
+    /// With the table's text.
+    void report(Fault code, SourcePosition position, const QStringList &arguments);
+    /// Told once for a name; its other uses are counted.
+    void reportName(Fault code, SourcePosition position, const QString &name, const QString &message);
     bool hasErrors() const { return m_errors > 0; }
-    int errors() const { return m_errors; } // so far
+    bool hasBadLine(SourcePosition from, SourcePosition to) const; // one with an error of its form
+    int errors() const { return m_found; }                         // so far, also those that are not shown
+    void hideUnknownNames() { m_isIncomplete = true; }             // a part of the program could not be read
+
+    int lineOf(SourcePosition position) const;
+    int indentOf(SourcePosition position) const;     // the column, from 0; a tab goes to the next fourth
+    int lineIndentOf(SourcePosition position) const; // of the line's first character that is no blank
+    bool isFirstOfLine(SourcePosition position) const;
 
     /// All remarks, in the order of files and places. Leaves none behind.
     std::vector<Diagnostic> takeDiagnostics();
@@ -49,13 +60,18 @@ private:
     {
         SourcePosition position;
         Diagnostic diagnostic;
+        int moreUses = 0; // of an unknown name
     };
-    void add(Diagnostic::Severity severity, SourcePosition position, const QString &message);
+    bool isSilenced(Fault code, SourcePosition position, int line);
 
     std::vector<File> m_files;
     std::vector<Remark> m_remarks;
     std::set<std::pair<std::pair<int, int>, QString>> m_known;
-    int m_errors = 0;
+    std::set<std::pair<int, int>> m_badLines;                   // files and lines with an error of their form
+    std::map<std::pair<Fault, QString>, size_t> m_unknownNames; // the remark on each
+    int m_errors = 0;                                           // shown
+    int m_found = 0;
+    bool m_isIncomplete = false;
 };
 
 /// Reads a source file. On failure text is null and problem says why; an offset into bad bytes is told as a line.

@@ -1,6 +1,7 @@
 #include "compiler/StatementParser.h"
 
 #include "compiler/Words.h"
+#include "library/Library.h"
 
 #include <algorithm>
 
@@ -36,7 +37,7 @@ std::unique_ptr<Statement> StatementParser::parseStatement()
         return nullptr;
     }
     if (m_work.pathHeight > kMostNodes) {
-        error(cursor().position(), QStringLiteral("nested too deeply"));
+        report(Fault::TooDeep, cursor().position(), QStringLiteral("nested too deeply"));
         m_work.tooDeep = true;
         return nullptr;
     }
@@ -62,7 +63,7 @@ std::unique_ptr<Statement> StatementParser::parseNested()
 {
     const Path path(m_work, 1);
     if (atDefinition()) {
-        error(cursor().position(), QStringLiteral("a definition needs a block: { … }"));
+        report(Fault::Definition, cursor().position(), QStringLiteral("a definition needs a block: { … }"));
         return nullptr;
     }
     if (atListEnd() || cursor().at(TokenKind::Semicolon)) {
@@ -75,12 +76,58 @@ std::unique_ptr<Statement> StatementParser::parseNested()
 void StatementParser::reportUnknownStatement(const Token &name)
 {
     const QString close = closestName(name.text, statementWords());
-    error(name.position, QStringLiteral("a statement expected, found '%1'%2").arg(name.text, didYouMean(close)));
+    report(Fault::UnknownWord, name.position,
+           QStringLiteral("a statement expected, found '%1'%2").arg(name.text, didYouMean(close)));
+}
+
+bool StatementParser::isKnown(const QString &name)
+{
+    return m_work.locals.find(name) || m_work.symbols.findGlobal(name) || m_work.symbols.findFunction(name) ||
+           m_work.symbols.findRoutine(name) || Library::find(name) || isReservedWord(name);
+}
+
+/// The statement that a misspelt word begins, by what follows it; nullptr: none.
+const StatementParser::Row *StatementParser::meantRow(const Token &word)
+{
+    const QString close = closestName(word.text, statementWords());
+    const auto *const row = std::find_if(std::begin(kRows), std::end(kRows),
+                                         [&close](const Row &entry) { return close == QLatin1String(entry.word); });
+    if (row == std::end(kRows)) {
+        return nullptr;
+    }
+    static const QStringList kWithParentheses{ QStringLiteral("if"), QStringLiteral("while"), QStringLiteral("for"),
+                                               QStringLiteral("switch") };
+    const TokenKind follower = cursor().peek(1).kind;
+    if (kWithParentheses.contains(close)) {
+        return follower == TokenKind::LeftParen ? row : nullptr;
+    }
+    if (isSwitchingWord(close)) {
+        return follower == TokenKind::LeftBracket ? row : nullptr;
+    }
+    const bool isValue = follower == TokenKind::Name || follower == TokenKind::Number || follower == TokenKind::Text;
+    return isValue && !cursor().peek(1).startsLine ? row : nullptr;
 }
 
 std::unique_ptr<Statement> StatementParser::parseSimple()
 {
     const Token first = cursor().peek();
+    if (first.is(TokenKind::Name) && !isKnown(first.text)) {
+        if (reportOtherLanguage(m_work.sources, first)) {
+            return nullptr;
+        }
+        const bool isBranch = cursor().peek(1).is(TokenKind::LeftBrace) || cursor().peek(1).isName("if");
+        if (isBranch && closestName(first.text, { QStringLiteral("else") }).size() > 0) {
+            cursor().next();
+            report(Fault::UnknownWord, first.position,
+                   QStringLiteral("a statement expected, found '%1'%2")
+                       .arg(first.text, didYouMean(QStringLiteral("else"))));
+            return parseNested();
+        }
+        if (const Row *row = meantRow(first)) { // read on as it was meant
+            reportUnknownStatement(first);
+            return (this->*row->read)();
+        }
+    }
     if (first.is(TokenKind::PlusPlus) || first.is(TokenKind::MinusMinus)) {
         cursor().next();
         return makeStep(parseStored(), first.is(TokenKind::PlusPlus));
@@ -159,8 +206,8 @@ std::unique_ptr<Statement> StatementParser::finishAssignment(Operand target, siz
         statement->value = std::move(value.node);
     } else {
         if (target.type.isKnown() && !target.type.isNumber()) {
-            error(target.position,
-                  QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(target.type)));
+            report(Fault::WrongType, target.position,
+                   QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(target.type)));
         }
         const size_t signIndex = cursor().index();
         cursor().moveTo(start);
@@ -190,7 +237,7 @@ std::unique_ptr<Statement> StatementParser::finishAssignment(Operand target, siz
 void StatementParser::checkTarget(const Operand &target)
 {
     if (target.isConstant) {
-        error(target.position, QStringLiteral("'%1' is a constant").arg(target.rootName));
+        report(Fault::ConstantChanged, target.position, QStringLiteral("'%1' is a constant").arg(target.rootName));
     }
 }
 
@@ -201,8 +248,8 @@ std::unique_ptr<Statement> StatementParser::makeStep(Operand operand, bool isInc
     }
     checkTarget(operand);
     if (operand.type.isKnown() && !operand.type.isNumber()) {
-        error(operand.position,
-              QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(operand.type)));
+        report(Fault::WrongType, operand.position,
+               QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(operand.type)));
     }
     std::unique_ptr<StepStatement> step;
     if (isIncrement) {
@@ -226,8 +273,8 @@ std::unique_ptr<Statement> StatementParser::parseChannelAssignment()
         return nullptr;
     }
     if (value.type.isKnown() && !isNumericType(value.type.code)) {
-        error(value.position,
-              QStringLiteral("a number or numbers expected, found %1").arg(m_work.symbols.typeText(value.type)));
+        report(Fault::WrongType, value.position,
+               QStringLiteral("a number or numbers expected, found %1").arg(m_work.symbols.typeText(value.type)));
     }
     statement->value = std::move(value.node);
     return statement;

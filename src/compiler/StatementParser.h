@@ -61,6 +61,9 @@ private:
     std::unique_ptr<Statement> makeStep(Operand operand, bool isIncrement);
     void checkTarget(const Operand &target);
     void reportUnknownStatement(const Token &name);
+    bool isKnown(const QString &name);
+    const Row *meantRow(const Token &word);
+    void skipElse();
 
     // ControlStatements.cpp
     std::unique_ptr<Expression> parseCondition(const char *word);

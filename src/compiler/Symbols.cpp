@@ -192,26 +192,37 @@ std::optional<StaticType> Symbols::memberType(int code, const QString &name) con
             return member.type;
         }
     }
-    return std::nullopt;
+    return m_faultyTypes.count(code) != 0 ? std::optional<StaticType>(StaticType{}) : std::nullopt;
+}
+
+/// Of a program with very many names only the first faulty ones get a suggestion, so that the message does not take
+/// longer than the mistake is worth.
+QString Symbols::closest(const QString &name, const QStringList &candidates) const
+{
+    m_candidatesLeft -= candidates.size();
+    return closestName(name, candidates);
 }
 
 QString Symbols::closestGlobal(const QString &name, const QStringList &locals) const
 {
-    return closestName(name, locals + namesIn(m_globals));
+    return m_candidatesLeft < 0 ? QString() : closest(name, locals + namesIn(m_globals));
 }
 
 QString Symbols::closestFunction(const QString &name) const
 {
+    if (m_candidatesLeft < 0) {
+        return {};
+    }
     QStringList names = namesIn(m_functions);
     for (const Builtin &builtin : Library::table()) {
         names += QString::fromLatin1(builtin.name).toLower();
     }
-    return closestName(name, names);
+    return closest(name, names);
 }
 
 QString Symbols::closestRoutine(const QString &name) const
 {
-    return closestName(name, namesIn(m_routines));
+    return m_candidatesLeft < 0 ? QString() : closest(name, namesIn(m_routines));
 }
 
 QString Symbols::closestType(const QString &name) const
@@ -226,7 +237,7 @@ QString Symbols::closestType(const QString &name) const
     for (const auto &[typeName, code] : m_typeCodes) {
         names += typeName;
     }
-    return closestName(name, names);
+    return closest(name, names);
 }
 
 QString Symbols::closestMember(int code, const QString &name) const
@@ -235,5 +246,5 @@ QString Symbols::closestMember(int code, const QString &name) const
     for (const Parameter &member : membersOf(code)) {
         names += member.name.toLower();
     }
-    return closestName(name, names);
+    return closest(name, names);
 }

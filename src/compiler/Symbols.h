@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 
 /// What the compiler knows of the type of a name or an expression.
 struct StaticType
@@ -50,6 +51,7 @@ struct CallableSymbol
     SourcePosition position{};
     std::vector<Parameter> parameters;
     std::optional<StaticType> result; // nullopt: none declared, or a routine
+    bool isFaulty = false;            // its parameters could not be read
 };
 
 /// The names of a program.
@@ -75,6 +77,7 @@ public:
 
     /// The members of a structure type with their types, in the order of a list of initial values.
     std::vector<Parameter> membersOf(int code) const;
+    void hideMembersOf(int code) { m_faultyTypes.insert(code); } // its declaration is faulty: any member may be right
     std::optional<StaticType> memberType(int code, const QString &name) const;
 
     QString closestGlobal(const QString &name, const QStringList &locals) const;
@@ -84,11 +87,15 @@ public:
     QString closestMember(int code, const QString &name) const;
 
 private:
+    QString closest(const QString &name, const QStringList &candidates) const;
+
     AST &m_program;
+    mutable int m_candidatesLeft = 1000000;    // to be compared with misspelt names
     std::map<QString, GlobalSymbol> m_globals; // by normalised name
     std::map<QString, CallableSymbol> m_functions;
     std::map<QString, CallableSymbol> m_routines;
     std::map<QString, int> m_typeCodes;
+    std::set<int> m_faultyTypes;
 };
 
 StaticType typeOf(const BasicType &value);

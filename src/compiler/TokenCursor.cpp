@@ -1,6 +1,19 @@
 #include "compiler/TokenCursor.h"
 
+#include "compiler/Words.h"
+
 #include <algorithm>
+
+bool reportOtherLanguage(Sources &sources, const Token &name)
+{
+    const QString advice = otherLanguageAdvice(name.text);
+    if (advice.isEmpty()) {
+        return false;
+    }
+    sources.reportName(Fault::OtherLanguage, name.position, name.text,
+                       QString::fromUtf8(messageOf(Fault::OtherLanguage).text).arg(name.text, advice));
+    return true;
+}
 
 TokenCursor::TokenCursor(Sources &sources, const std::vector<Token> &tokens)
     : m_sources(sources)
@@ -59,7 +72,8 @@ bool TokenCursor::expect(TokenKind kind, const char *what)
 void TokenCursor::expected(const char *what)
 {
     const Token &found = m_index < m_range.last ? peek() : m_tokens[std::min(m_range.last, m_tokens.size() - 1)];
-    error(QStringLiteral("%1 expected, found %2").arg(QString::fromLatin1(what), describe(found, m_sources)));
+    report(Fault::Syntax,
+           QStringLiteral("%1 expected, found %2").arg(QString::fromLatin1(what), describe(found, m_sources)));
 }
 
 void TokenCursor::setRange(TokenRange range)

@@ -9,6 +9,9 @@ struct TokenRange
     bool isEmpty() const { return first >= last; }
 };
 
+/// For an unknown name that is a word of another language: says so, and what to write. False: it is none.
+bool reportOtherLanguage(Sources &sources, const Token &name);
+
 /// Walks over the tokens of a program; sees no further than the range it is set to, where it meets an End.
 class TokenCursor
 {
@@ -43,7 +46,7 @@ public:
     bool skipBalanced();
 
     Sources &sources() { return m_sources; }
-    void error(const QString &message) { m_sources.error(position(), message); }
+    void report(Fault code, const QString &message) { m_sources.report(code, position(), message); }
 
     /// Stands around the reading of something inside brackets.
     class Nested

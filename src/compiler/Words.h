@@ -30,5 +30,8 @@ QString nameProblem(const QString &name, bool isArray);
 bool isPlainName(const QString &text);
 bool isMemberName(const QString &text);
 
+/// What to write in place of a word of other languages; empty for any other.
+QString otherLanguageAdvice(const QString &word);
+
 /// The candidate that a mistyped name most likely means; empty when none is close.
 QString closestName(const QString &written, const QStringList &candidates);

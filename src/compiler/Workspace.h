@@ -63,8 +63,9 @@ struct Workspace
     ConstantEvaluator &constants;
     HiddenLists &hiddenLists;
     LocalScope locals{};
-    int pathHeight = 0;          // of the nodes around what is being read, in the object file
-    int recursion = 0;           // of the parser itself
-    bool inInitialValue = false; // of a global: no hidden lists are made there
-    bool tooDeep = false;        // said once; nothing more is read then
+    int pathHeight = 0;             // of the nodes around what is being read, in the object file
+    int recursion = 0;              // of the parser itself
+    bool inInitialValue = false;    // of a global: no hidden lists are made there
+    bool metFaultyConstant = false; // the value of one was asked for that has none; that was reported
+    bool tooDeep = false;           // said once; nothing more is read then
 };

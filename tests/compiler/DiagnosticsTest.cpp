@@ -1,9 +1,13 @@
 #include "compiler/Compiler.h"
+#include "compiler/Sources.h"
 #include "support/Table.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <sys/stat.h>
 
 namespace {
 using Remarks = std::initializer_list<const char *>;
@@ -45,6 +49,8 @@ private Q_SLOTS:
     void acceptsWhatIsRight_data();
     void acceptsWhatIsRight();
     void goesOnAfterErrors();
+    void tellsOneMistakeOnce();
+    void chainsConstants();
     void showsThePlace();
     void limitsNesting_data();
     void limitsNesting();
@@ -107,6 +113,11 @@ void DiagnosticsTest::tellsWhatIsWrong_data()
         { "1:51: error: 'a' is already defined here (line 1)" });
     row("start twice", "start { }\nstart { }", { "2:1: error: there is a start block already (line 1)" });
     row("word of the language", "integer while", { "1:9: error: 'while' is a word of the language" });
+    row("told once", "start {\nx = 1\nX = y\nx++\ny = 2\n}",
+        { "2:1: error: unknown name 'x' (and 2 more uses)", "3:5: error: unknown name 'y' (and 1 more use)" });
+    row("what follows from a faulty constant",
+        "const integer A = 1 / 0\nconst integer B = A\ninteger c[B]\nstart { c[1] = B }",
+        { "1:19: error: a constant value expected" });
     row("array with the name of a statement", "char on[3]",
         { "1:6: error: an array cannot be called 'on': on [ begins a statement" });
 
@@ -191,6 +202,44 @@ void DiagnosticsTest::tellsWhatIsWrong_data()
         { "1:22: warning: only a function has a result; the value is lost" });
     row("no result", "function integer f() { }", { "1:18: warning: the function 'f' never returns a value" });
 
+    // Braces and slips: the place where the indentation shows it, and nothing that follows from it
+    row("brace missing in an indented body",
+        "start {\n    if (true = day[1]) {\n        on [5001:9:0, 1]\n    on [x, 2]\n}\n"
+        "mainline { y = 1 }",
+        { "4:5: error: '}' expected before this: the '{' of line 2 is not closed", "6:12: error: unknown name 'y'" });
+    row("brace missing at the end", "routine r()\n{\n    x = 1\n\nstart { call r() }",
+        { "5:1: error: '}' expected before this: the '{' of line 2 is not closed" });
+    row("opening brace missing",
+        "start {\n    while (true = day[1])\n        x = 1\n        x = 2\n    }\n    x = 3\n}",
+        { "3:9: error: '{' expected before this: the '}' of line 5 closes nothing" });
+    row("brace too many", "start { } }\nmainline { }", { "1:11: error: this '}' closes nothing" });
+    row("misspelt words",
+        "cosnt integer A = 1\nfuction integer F(integer n) { retrun n }\nbuton_event [5001:18:0, A] "
+        "{ push: { wile (F(1)) { brake } } }",
+        { "1:1: error: a declaration expected, found 'cosnt'; did you mean 'const'?",
+          "2:1: error: a declaration expected, found 'fuction'; did you mean 'function'?",
+          "2:32: error: a statement expected, found 'retrun'; did you mean 'return'?",
+          "3:1: error: a declaration expected, found 'buton_event'; did you mean 'button_event'?",
+          "3:38: error: a statement expected, found 'wile'; did you mean 'while'?",
+          "3:52: error: a statement expected, found 'brake'; did you mean 'break'?" });
+
+    // Words of other languages
+    row("elif", "integer a\nstart {\nif (a) { a = 1 }\nelif (a = 2) { a = 3 }\n}",
+        { "4:1: error: 'elif' is no word of this language; write else if (…) { … }" });
+    row("a type", "string s\nint n = 5\nstart { n = 1 }",
+        { "1:1: error: 'string' is no word of this language; write char name[100]",
+          "2:1: error: 'int' is no word of this language; write integer (unsigned) or sinteger" });
+    statement(
+        "a function", "sleep(5)\nprint('x')",
+        { "6:1: error: 'sleep' is no word of this language; write wait 10 { … }: the block runs 1 s later",
+          "7:1: error: 'print' is no word of this language; write send_string device, text; arkctl monitor shows it" });
+    statement(
+        "double quotes", R"(sText = "POWER ON\r")",
+        { "6:9: error: a text stands in single quotes, and double quotes hold a list of bytes; write \"'POWER ON', "
+          "$0D\"" });
+    statement("double quotes around a word", R"(sText = "POWER")",
+              { "6:9: error: a text stands in single quotes, and double quotes hold a list of bytes; write 'POWER'" });
+
     // Form
     statement("two statements on a line", "nVolume = 1 nVolume = 2",
               { "6:13: error: the end of the statement expected, found 'nVolume'" });
@@ -227,6 +276,7 @@ void DiagnosticsTest::acceptsWhatIsRight_data()
     row("an expression over lines", "integer a\nstart {\na = 1 +\n2 * (\n3\n+ a)\n}");
     row("a channel on the next line is no index", "device d = 1:1:0\ninteger a\nstart {\na = 1\n[d, 1] = a\n}");
     row("else on the next line", "integer a\nstart {\nif (a)\na = 1\nelse\na = 2\n}");
+    row("operators between words in double quotes", "integer a\nchar s[9]\nstart { s = \"a mod a, not a, 'a b', a\" }");
     row("names used before their declaration",
         "const integer B = A + 1\nstart { f(B) }\nfunction f(integer n) { n = A }\nconst integer A = 1");
     row("a system constant again", "const integer FILE_RW_NEW = 2");
@@ -264,7 +314,75 @@ void DiagnosticsTest::goesOnAfterErrors()
     for (const QString &remark : remarks) {
         places += remark.section(QLatin1Char(':'), 0, 0);
     }
-    QCOMPARE(places.join(QLatin1Char(' ')), QStringLiteral("2 4 5 5 7 9 10 11 11 12"));
+    QCOMPARE(places.join(QLatin1Char(' ')), QStringLiteral("2 4 5 7 9 10 11 11 12"));
+}
+
+namespace {
+/// A line broken in one way; null where the way does not apply.
+QString brokenLine(const QString &line, int way)
+{
+    static const QString kSigns = QStringLiteral("()[]{};'\"");
+    static const QRegularExpression kWord(
+        QStringLiteral("^\\s*(const|device|integer|struct|routine|function|button_event|"
+                       "if|while|wait|case|send_\\w+|push|release|start)\\b"));
+    QString broken = line;
+    if (way < 2 * kSigns.size()) {
+        const QChar sign = kSigns.at(way / 2);
+        const int at = way % 2 == 0 ? line.indexOf(sign) : line.lastIndexOf(sign);
+        return at < 0 ? QString() : broken.remove(at, 1);
+    }
+    const QRegularExpressionMatch word = kWord.match(line);
+    return word.hasMatch() ? broken.remove(word.capturedEnd(1) - 2, 1) : QString();
+}
+} // namespace
+
+/// A real program, each line of it broken in one of the ways in turn: few messages, the first where the fault is.
+void DiagnosticsTest::tellsOneMistakeOnce()
+{
+    constexpr int kWays = 19;
+    const QString path = QStringLiteral(EXAMPLES "/boardroom/boardroom.src");
+    const QStringList lines = QString::fromUtf8(readSource(path).text.toUtf8()).split(QLatin1Char('\n'));
+    int way = 0;
+    int wrong = 0;
+    for (int at = 0; at < lines.size(); ++at) {
+        const auto hasCode = [&lines](int line) {
+            return !lines.at(line).section(QStringLiteral("//"), 0, 0).trimmed().isEmpty();
+        };
+        QString broken;
+        for (int tried = 0; tried < kWays && broken.isNull() && hasCode(at); ++tried) {
+            broken = brokenLine(lines.at(at), way++ % kWays);
+        }
+        if (broken.isNull()) {
+            continue;
+        }
+        int next = at + 1;
+        while (next < lines.size() - 1 && !hasCode(next)) {
+            ++next;
+        }
+        QStringList program = lines;
+        program[at] = broken;
+        const CompileResult result = compileSource(program.join(QLatin1Char('\n')), path);
+        if (result.isGood()) {
+            continue;
+        }
+        ++wrong;
+        const int first = result.diagnostics.front().line - 1;
+        QVERIFY2(errorCount(result.diagnostics) <= 3 && first >= at && first <= next,
+                 qPrintable(QStringLiteral("line %1: %2\n%3").arg(at + 1).arg(broken, result.text())));
+    }
+    QVERIFY(wrong > 150);
+}
+
+/// A chain of constants may be longer than the stack is deep; an array of them takes no room for each.
+void DiagnosticsTest::chainsConstants()
+{
+    QString source = QStringLiteral("start { on [5001:9:0, A0 - 8000] }\n");
+    for (int i = 0; i < 8000; ++i) {
+        source += QStringLiteral("const integer A%1 = A%2 + 1\n").arg(i).arg(i + 1);
+    }
+    QCOMPARE(compileSource(source + QStringLiteral("const integer A8000 = 1\n")).text(), QString());
+    QCOMPARE(remarksOn(source + QStringLiteral("const integer A8000 = A0\n")),
+             QStringList{ QStringLiteral("2:15: error: the value of 'A0' depends on itself") });
 }
 
 void DiagnosticsTest::showsThePlace()
@@ -321,6 +439,12 @@ void DiagnosticsTest::readsIncludes()
 
     write(directory.filePath(QStringLiteral("lib/b.src")),
           "const integer TWO = 2\ninclude 'none.src'\ninteger x = y\n");
+    QVERIFY(mkfifo(QFile::encodeName(directory.filePath(QStringLiteral("pipe.src"))).constData(), 0600) == 0);
+    write(directory.filePath(QStringLiteral("pipes.src")), "include 'pipe.src'\ninclude '/dev/zero'\n");
+    const CompileResult pipes = compileFile(directory.filePath(QStringLiteral("pipes.src")));
+    QVERIFY2(pipes.diagnostics.size() == 2 && pipes.text().count(QStringLiteral("' is no plain file")) == 2,
+             qPrintable(pipes.text()));
+
     const CompileResult result = compileFile(main);
     QStringList headlines;
     for (const Diagnostic &diagnostic : result.diagnostics) {

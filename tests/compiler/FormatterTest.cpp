@@ -20,6 +20,7 @@ private Q_SLOTS:
     void refuses();
     void keepsPrograms_data();
     void keepsPrograms();
+    void keepsStraySemicolons();
     void keepsBytesAroundLines();
     void repositoryIsFormatted();
 };
@@ -220,6 +221,31 @@ void FormatterTest::keepsPrograms()
         QCOMPARE(compileSource(formatSource(flattened, path).text, path).objectFile, before.objectFile);
     }
     QVERIFY(formatted > 0 || path.endsWith(QLatin1String(".md")));
+}
+
+/// A semicolon too many behind any token: what was wrong stays wrong, what was right stays right.
+void FormatterTest::keepsStraySemicolons()
+{
+    const QString source = QStringLiteral(
+        "program 'P'\nstruct S { integer a char b[2] }\nconst S s = {1, 'x'}\nconst integer A = 1\nvolatile integer n\n"
+        "device d = 5001:9:0\nexclusive [d, 1..2]\nlevel [10001:1:0, 1] n\n"
+        "routine R(integer k) { stack_var integer i; i = k; i++; ++i; if (i) n = 1 else { n = s.a } return }\n"
+        "start { call R(A); on [d, 1]; wait 5 'w' { n++ } switch (n) { case 1: { n = 2 } default: { } }\n"
+        "select { active (n): { n = 1 } } while (n) { break } send_string d, \"'x', 13\" }\n"
+        "button_event [d, 1], [d, 2] { push: { n = 1 } release: { n = 2 } }\n");
+    QVERIFY2(compileSource(source).isGood(), qPrintable(compileSource(source).text()));
+    static const QRegularExpression token(QStringLiteral("'[^']*'|\\w+|\\S"));
+    for (auto match = token.globalMatch(source); match.hasNext();) {
+        for (const char *const stray : { ";", ";;" }) {
+            QString changed = source;
+            changed.insert(match.peekNext().capturedEnd(), QLatin1String(stray));
+            const FormattedBytes formatted = formatBytes(changed.toUtf8(), QStringLiteral("p"));
+            QVERIFY2(!formatted.isGood() ||
+                         compileSource(changed).isGood() == compileSource(QString::fromUtf8(formatted.bytes)).isGood(),
+                     formatted.bytes.constData());
+        }
+        match.next();
+    }
 }
 
 void FormatterTest::keepsBytesAroundLines()

@@ -96,7 +96,7 @@ private:
 
     bool refuse(const FormatToken &token, const QString &message)
     {
-        m_sources.error(token.position, message);
+        m_sources.report(Fault::UnclosedBracket, token.position, message);
         return false;
     }
 
@@ -302,9 +302,11 @@ private:
     void readSemicolon()
     {
         FormatToken &token = current();
-        const bool isEmptyStatement = frame().next == Next::Statement && !token.startsLine && previous() != nullptr;
+        const bool mayBeFirstOfTwo = !previousIs(TokenKind::Semicolon) || !leadsToElse();
+        const bool isEmptyStatement =
+            frame().next == Next::Statement && !token.startsLine && previous() != nullptr && mayBeFirstOfTwo;
         const bool endsStatement = frame().next == Next::Goes && frame().head >= 0 && previous() != nullptr &&
-                                   canEndStatement(*previous()) && !token.startsLine &&
+                                   canEndStatement(*previous()) && !token.startsLine && !isHalf() &&
                                    !isBlockHead(at(frame().head)) && !at(frame().head).isWord("include");
         token.isDropped = isEmptyStatement || endsStatement;
         if (!token.isDropped) {
@@ -312,6 +314,31 @@ private:
         }
         frame().next = Next::Statement;
         frame().head = -1;
+    }
+
+    /// Whether else follows, at most behind more semicolons: one may stand before it, not two.
+    bool leadsToElse()
+    {
+        int next = m_index + 1;
+        while (at(next).is(TokenKind::Semicolon)) {
+            ++next;
+        }
+        return at(next).isWord("else");
+    }
+
+    /// Whether the statement lacks something that could stand on the next line: integer; x   call; Show()   ++; x
+    bool isHalf()
+    {
+        const FormatToken &last = *previous();
+        const bool isAlone = frame().head == m_index - 1;
+        if (last.is(TokenKind::PlusPlus) || last.is(TokenKind::MinusMinus)) {
+            return isAlone;
+        }
+        const bool isTypeOfConstant =
+            frame().kind == Kind::TopLevel && last.is(TokenKind::Name) && frame().head == m_index - 2 &&
+            (at(frame().head).isWord("const") || storageCodeOfWord(at(frame().head).text) >= 0);
+        return isTypeOfConstant ||
+               (last.isKeyword && !isAnyOf(last, { "break", "continue", "return", "cancel_all_wait" }));
     }
 
     void readBrace()

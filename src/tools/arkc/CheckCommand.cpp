@@ -46,17 +46,18 @@ Command checkCommand(CLI::App &app)
                      "The file that standard input stands for: in messages, and for what it includes")
         ->type_name("FILE");
     addFormatOption(*word, arguments->format);
-    CommandLine::explain(*word,
-                         { "With --format json, standard output gets an object with the list \"diagnostics\". Each has "
-                           "file, line, column, endLine, endColumn (from 1, the end is behind the last character; "
-                           "0: the file as a whole), severity (error or warning) and message.",
-                           { { "arkc check room.src lobby.src", "two programs" },
-                             { "arkc check room.src --format json", "for an editor" },
-                             { "arkc check - --stdin-name room.src < text", "one that is not saved yet" } },
-                           {},
-                           { { "0", "there is no error" },
-                             { "1", "there are errors, or a file cannot be read" },
-                             { "2", "called wrongly" } } });
+    CommandLine::explain(
+        *word, { "With --format json, standard output gets an object with the list \"diagnostics\". Each has "
+                 "file, line, column, endLine, endColumn (from 1, the end is behind the last character; "
+                 "0: the file as a whole), severity (error or warning), code (docs/language.md explains each) and "
+                 "message.",
+                 { { "arkc check room.src lobby.src", "two programs" },
+                   { "arkc check room.src --format json", "for an editor" },
+                   { "arkc check - --stdin-name room.src < text", "one that is not saved yet" } },
+                 {},
+                 { { "0", "there is no error" },
+                   { "1", "there are errors, or a file cannot be read" },
+                   { "2", "called wrongly" } } });
     return { word, [arguments] { return check(*arguments); } };
 }
 } // namespace arkc

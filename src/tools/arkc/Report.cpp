@@ -28,6 +28,7 @@ nlohmann::ordered_json jsonOf(const Diagnostic &diagnostic)
              { "endLine", diagnostic.line },
              { "endColumn", diagnostic.column + diagnostic.length },
              { "severity", diagnostic.isError() ? "error" : "warning" },
+             { "code", diagnostic.code.toStdString() },
              { "message", diagnostic.message.toStdString() } };
 }
 } // namespace
