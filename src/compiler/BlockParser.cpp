@@ -219,33 +219,36 @@ bool StatementParser::parseDeclarator(BlockItemDefStatement &definition, const s
     }
     const Token name = cursor().next();
     StaticType type;
+    int size = -1;
     std::unique_ptr<Expression> declarator = std::make_unique<VarExpression>(normalisedName(name.text));
     while (cursor().at(TokenKind::LeftBracket) && !cursor().startsLine()) {
         cursor().next();
         const TokenCursor::Nested nested(cursor());
+        int knownSize = 0;
         auto array = std::make_unique<ArrayExpression>();
         array->base = std::move(declarator);
         if (!cursor().at(TokenKind::RightBracket)) {
-            Operand size = parse();
-            if (!size || !fits(size)) {
+            Operand length = parse();
+            if (!length || !fits(length)) {
                 return false;
             }
-            const std::optional<double> known = m_work.constants.number(size.node.get());
+            const std::optional<double> known = m_work.constants.number(length.node.get());
             if (known && (!isWholeNumber(*known) || *known < 1)) {
-                report(Fault::ArraySize, size.position,
+                report(Fault::ArraySize, length.position,
                        QStringLiteral("the size of an array must be a whole number from 1"));
             }
-            array->index = known ? std::make_unique<ConstExpression>(*known) : std::move(size.node);
+            knownSize = known ? integerPart32(*known) : -1;
+            array->index = known ? std::make_unique<ConstExpression>(*known) : std::move(length.node);
         }
         if (!cursor().expect(TokenKind::RightBracket, "']'")) {
             return false;
         }
         declarator = std::move(array);
-        ++type.dimensions;
+        size = ++type.dimensions == 1 ? knownSize : size;
     }
     const bool hasType = !codes.empty() && (codes.back() < Volatile || codes.back() > LocalVar);
     type.code = hasType ? codes.back() : type.isArray() ? CharType : IntegerType;
-    declareLocal(name, type);
+    declareLocal(name, type, size);
     definition.items.push_back({ codes, std::move(declarator) });
     if (!cursor().at(TokenKind::Assign)) {
         return true;
@@ -268,7 +271,7 @@ bool StatementParser::parseDeclarator(BlockItemDefStatement &definition, const s
     return true;
 }
 
-void StatementParser::declareLocal(const Token &name, const StaticType &type)
+void StatementParser::declareLocal(const Token &name, const StaticType &type, int size)
 {
     const LocalScope::Local *known = m_work.locals.find(name.text);
     if (const QString problem = nameProblem(name.text, type.isArray()); !problem.isEmpty()) {
@@ -278,6 +281,6 @@ void StatementParser::declareLocal(const Token &name, const StaticType &type)
                QStringLiteral("'%1' is already defined here (%2)")
                    .arg(name.text, m_work.sources.lineReference(known->position, name.position)));
     } else {
-        m_work.locals.add({ name.text, type, name.position });
+        m_work.locals.add({ name.text, type, name.position, LocalScope::Kind::Variable, size });
     }
 }

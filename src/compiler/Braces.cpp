@@ -50,7 +50,10 @@ private:
     }
     int indentOf(size_t i) const { return m_sources.indentOf(m_tokens[i].position); }
     int lineOf(size_t i) const { return m_sources.lineOf(m_tokens[i].position); }
-    bool isFirstOfLine(size_t i) const { return m_sources.isFirstOfLine(m_tokens[i].position); }
+    bool isFirstOfLine(size_t i) const
+    {
+        return m_sources.firstOfLine(m_tokens[i].position).offset == m_tokens[i].position.offset;
+    }
 
     bool endsLine(size_t i) const { return isEnd(i) || lineOf(i + 1) != lineOf(i); }
 
@@ -133,7 +136,7 @@ private:
                 const bool isList =
                     i > range.first && (m_tokens[i - 1].is(TokenKind::Assign) || m_tokens[i - 1].is(TokenKind::Comma) ||
                                         (!open.empty() && open.back().isList));
-                open.push_back({ i, m_sources.lineIndentOf(token.position), -1, isList });
+                open.push_back({ i, m_sources.indentOf(m_sources.firstOfLine(token.position)), -1, isList });
             }
         }
         const size_t end = std::min(range.last, m_tokens.size() - 1);

@@ -1,4 +1,6 @@
 #include "compiler/ExpressionParser.h"
+#include "compiler/checks/Builtins.h"
+#include "compiler/checks/Checks.h"
 #include "library/Library.h"
 
 #include <algorithm>
@@ -16,6 +18,13 @@ Operand ExpressionParser::parseCall()
                        ? QStringLiteral("'%1' is a routine; write: call %1(…)").arg(name.text)
                        : QStringLiteral("unknown function '%1'%2")
                              .arg(name.text, didYouMean(m_work.symbols.closestFunction(name.text))));
+    }
+    using Kind = ExpressionChecks::Mark::Kind;
+    if (callee) {
+        m_work.checks->usage.called(name.text);
+        m_work.checks->expressions.mark(Kind::Call, name.text, name.position);
+    } else if (builtin && hasEffects(name.text)) {
+        m_work.checks->expressions.mark(Kind::BuiltinCall, name.text, name.position);
     }
     auto node = std::make_unique<FuncCallExpression>();
     node->functionName = name.text;
@@ -53,17 +62,17 @@ std::unique_ptr<ExpressionList> ExpressionParser::parseArguments(const CallableS
     if (!cursor().expect(TokenKind::LeftParen, "'('")) {
         return nullptr;
     }
-    auto list = std::make_unique<ExpressionList>();
+    std::vector<Operand> arguments;
     const TokenCursor::Nested nested(cursor());
     while (!cursor().at(TokenKind::RightParen)) {
-        const size_t index = list->items.size();
+        const size_t index = arguments.size();
         const bool isKnown = callee && index < callee->parameters.size();
         Operand argument = isKnown ? parseValueFor(callee->parameters[index].type) : parseValueFor({});
         if (!argument) {
             return nullptr;
         }
         height = std::max(height, argument.height + 1);
-        list->items.push_back(std::move(argument.node));
+        arguments.push_back(std::move(argument));
         if (!cursor().take(TokenKind::Comma)) {
             break;
         }
@@ -71,13 +80,20 @@ std::unique_ptr<ExpressionList> ExpressionParser::parseArguments(const CallableS
     if (!cursor().expect(TokenKind::RightParen, "',' or ')'")) {
         return nullptr;
     }
-    if (callee && !callee->isFaulty && callee->parameters.size() != list->items.size()) {
+    if (callee && !callee->isFaulty && callee->parameters.size() != arguments.size()) {
         report(Fault::ArgumentCount, position,
                QStringLiteral("'%1' takes %2 argument%3, not %4")
                    .arg(name)
                    .arg(callee->parameters.size())
                    .arg(callee->parameters.size() == 1 ? QString() : QStringLiteral("s"))
-                   .arg(list->items.size()));
+                   .arg(arguments.size()));
+    }
+    if (!callee) {
+        m_work.checks->usage.builtinCall(name, arguments);
+    }
+    auto list = std::make_unique<ExpressionList>();
+    for (Operand &argument : arguments) {
+        list->items.push_back(std::move(argument.node));
     }
     return list;
 }

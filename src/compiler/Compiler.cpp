@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "compiler/Braces.h"
 #include "compiler/ProgramParser.h"
+#include "compiler/checks/Checks.h"
 #include "events/ObjectFile.h"
 
 #include <QDataStream>
@@ -148,6 +149,7 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
     Globals *globals = nullptr;
     ConstantEvaluator constants(program, [&globals](const QString &name) { return globals->constantValue(name); });
     Workspace work{ sources, cursor, symbols, constants, hiddenLists };
+    Checks checks(work);
     Globals declared(work, outline);
     globals = &declared;
     declared.declareTypes();
@@ -156,6 +158,11 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
     declared.declareVariables();
     parser.parse();
     warnOfUnused(work);
+    if (!sources.hasErrors()) {
+        const bool isLibrary =
+            outline.startBlocks.empty() && outline.mainlineBlocks.empty() && outline.handlers.empty();
+        checks.usage.tell(checks.expressions.guardedCalls(), isLibrary);
+    }
     for (const QString &refusal : sources.hasErrors() ? QStringList() : refusals) {
         sources.report(Fault::Refused, {}, refusal);
     }

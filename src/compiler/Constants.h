@@ -53,6 +53,7 @@ public:
 
     std::optional<Constant> evaluate(const Expression *node, SourcePosition position) const;
     std::optional<double> number(const Expression *node) const;
+    const BasicType *valueOf(const QString &constant) const { return m_lookup(constant); }
 
 private:
     const BasicType *stored(const Expression *node) const; // what a name, an element or a member denotes

@@ -1,5 +1,7 @@
 #include "compiler/StatementParser.h"
 
+#include "compiler/checks/Checks.h"
+
 // IF, loops, SWITCH, SELECT, and what leaves them.
 
 std::unique_ptr<Expression> StatementParser::parseCondition(const char *word)
@@ -228,6 +230,9 @@ bool StatementParser::parseCase(SwitchStatement &statement)
     if (!cursor().expect(TokenKind::Colon, "':'")) {
         return false;
     }
+    if (atCase()) {
+        m_work.sources.report(Fault::EmptyCase, position, QStringList());
+    }
     item.body = parseCaseBody();
     statement.cases.push_back(std::move(item));
     return true;
@@ -349,6 +354,7 @@ std::unique_ptr<Statement> StatementParser::parseRoutineCall()
     }
     const Token name = cursor().next();
     const CallableSymbol *routine = m_work.symbols.findRoutine(name.text);
+    m_work.checks->usage.called(name.text);
     if (!routine) {
         reportName(Fault::UnknownRoutine, name,
                    m_work.symbols.findFunction(name.text)

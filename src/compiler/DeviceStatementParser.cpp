@@ -1,5 +1,7 @@
 #include "compiler/StatementParser.h"
 
+#include "compiler/checks/Checks.h"
+
 // Waits, and the statements that act on devices.
 
 std::unique_ptr<Statement> StatementParser::parseWait()
@@ -17,6 +19,7 @@ std::unique_ptr<Statement> StatementParser::parseWait()
     wait->time = std::move(time.node);
     if (cursor().at(TokenKind::Text)) {
         wait->name = cursor().next().text;
+        m_work.checks->usage.waitNamed(wait->name);
         if (wait->name.isEmpty()) {
             report(Fault::Syntax, cursor().previous().position, QStringLiteral("the name of a wait is empty"));
         }
@@ -74,6 +77,7 @@ std::unique_ptr<Statement> StatementParser::parseCancelWait()
         return nullptr;
     }
     auto statement = std::make_unique<CancelWaitStatement>();
+    m_work.checks->usage.waitCancelled(cursor().peek().text, cursor().position());
     statement->name = cursor().next().text;
     return statement;
 }
@@ -109,7 +113,11 @@ std::unique_ptr<Statement> StatementParser::parseSwitching(OnOffStatement::Actio
     cursor().next();
     auto statement = std::make_unique<OnOffStatement>();
     statement->action = action;
+    const SourcePosition position = cursor().position();
     statement->channels = parseButton(ButtonUse::Channels);
+    if (statement->channels) {
+        m_work.checks->devices.switching(*statement->channels, position);
+    }
     return statement->channels ? std::move(statement) : nullptr;
 }
 
@@ -144,7 +152,11 @@ std::unique_ptr<Expression> StatementParser::parsePayload()
 std::unique_ptr<Statement> StatementParser::parseSendString()
 {
     auto statement = std::make_unique<SendStringStatement>();
+    const SourcePosition position = cursor().peek(1).position;
     statement->device = parseStatementDevice();
+    if (statement->device) {
+        m_work.checks->devices.sending(*statement->device, position);
+    }
     statement->payload = statement->device ? parsePayload() : nullptr;
     return statement->payload ? std::move(statement) : nullptr;
 }
@@ -243,6 +255,7 @@ QString StatementParser::parseBufferName()
     if (!variable) {
         return {};
     }
+    m_work.checks->usage.filled(variable);
     const auto *node = dynamic_cast<const VarExpression *>(variable.node.get());
     if (!node || (variable.type.isKnown() && variable.type != StaticType{ CharType, 1 })) {
         report(Fault::WrongType, variable.position, QStringLiteral("a variable char[] expected"));

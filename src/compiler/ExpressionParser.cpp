@@ -1,6 +1,7 @@
 #include "compiler/ExpressionParser.h"
 
 #include "compiler/Words.h"
+#include "compiler/checks/Checks.h"
 #include "library/Library.h"
 
 #include <algorithm>
@@ -55,6 +56,12 @@ int bindingOf(TokenKind sign) // 0: no binary operator
 
 } // namespace
 
+int Operand::size() const
+{
+    const Array *array = asArray(shape);
+    return !array ? localSize : isConstant ? array->capacity() : array->maxLength();
+}
+
 ExpressionParser::Level::Level(Workspace &workspace)
     : m_work(workspace)
 {
@@ -102,6 +109,8 @@ Operand ExpressionParser::parseBinary(int leastBinding)
     if (level.isTooDeep()) {
         return {};
     }
+    ExpressionChecks &checks = m_work.checks->expressions;
+    const size_t leftMarks = checks.marks();
     Operand left = parseUnary();
     while (left) {
         const Token sign = cursor().peek();
@@ -110,10 +119,12 @@ Operand ExpressionParser::parseBinary(int leastBinding)
             break;
         }
         cursor().next();
+        const size_t rightMarks = checks.marks();
         Operand right = parseBinary(binding + 1);
         if (!right) {
             return {};
         }
+        checks.combining(sign, left, right, leftMarks, rightMarks);
         left = combine(sign, std::move(left), std::move(right));
         if (m_work.pathHeight + left.height > kMostNodes) {
             fits(left);
@@ -130,6 +141,7 @@ Operand ExpressionParser::combine(const Token &sign, Operand left, Operand right
     result.height = std::max(left.height, right.height) + 1;
     result.position = left.position;
     result.isLiteral = left.isLiteral && right.isLiteral;
+    result.sign = sign.kind;
     const BinaryOperator *comparison = rowOf(kComparisons, sign.kind);
     for (const Operand *side : { &left, &right }) {
         if (side->type.isStruct() || (side->type.isArray() && !isNumericType(side->type.code))) {
@@ -218,6 +230,7 @@ Operand ExpressionParser::parseStep(bool isIncrement)
     if (!operand) {
         return {};
     }
+    m_work.checks->usage.stored(operand);
     std::unique_ptr<VarExpression> variable = nodeAs<VarExpression>(std::move(operand.node));
     if (!variable) {
         report(Fault::StepTarget, operand.position,
@@ -251,6 +264,7 @@ Operand ExpressionParser::parsePostfix()
     if (!operand || !isStep || cursor().startsLine()) {
         return operand;
     }
+    m_work.checks->usage.stored(operand);
     const bool isIncrement = cursor().at(TokenKind::PlusPlus);
     auto *variable = dynamic_cast<VarExpression *>(operand.node.get());
     if (!variable) {
@@ -327,6 +341,12 @@ Operand ExpressionParser::parseElement(Operand base)
             return {};
         }
     }
+    if (base.type.isArray()) {
+        m_work.checks->expressions.element(base, index);
+    }
+    const Array *array = asArray(base.shape);
+    base.shape = array ? array->object(1) : nullptr;
+    base.localSize = -1;
     auto node = std::make_unique<ArrayExpression>();
     node->base = std::move(base.node);
     node->index = std::move(index.node);
@@ -362,6 +382,9 @@ Operand ExpressionParser::parseMember(Operand base)
                    QStringLiteral("%1 has no members").arg(m_work.symbols.typeText(base.type)));
         }
     }
+    const StructType *structure = asStruct(base.shape);
+    base.shape = structure ? structure->member(Name(name.text)) : nullptr;
+    base.localSize = -1;
     auto node = std::make_unique<StructExpression>();
     node->base = std::move(base.node);
     node->memberName = normalisedName(name.text);
@@ -382,6 +405,7 @@ Operand ExpressionParser::parsePrimary()
     case TokenKind::Text: {
         auto node = std::make_unique<StringExpression>();
         node->text = token.text;
+        m_work.checks->expressions.text(token);
         Operand operand;
         operand.node = std::move(node);
         operand.type = kTextType;
@@ -400,7 +424,11 @@ Operand ExpressionParser::parsePrimary()
         Operand operand;
         operand.position = token.position;
         operand.type = kNumberType;
-        operand.node = parseButton(ButtonUse::Channels, &operand.height);
+        std::unique_ptr<ButtonExpression> button = parseButton(ButtonUse::Channels, &operand.height);
+        if (button && m_work.checks->devices.isPanelState(*button)) {
+            m_work.checks->expressions.mark(ExpressionChecks::Mark::Kind::State, {}, operand.position);
+        }
+        operand.node = std::move(button);
         return operand;
     }
     case TokenKind::Name:
@@ -431,12 +459,15 @@ Operand ExpressionParser::parseVariable()
     operand.isStored = true;
     operand.rootName = name.text;
     operand.node = std::make_unique<VarExpression>(normalisedName(name.text));
+    m_work.checks->expressions.mark(ExpressionChecks::Mark::Kind::Variable, normalisedName(name.text), name.position);
     if (LocalScope::Local *local = m_work.locals.find(name.text)) {
         local->isUsed = true;
         operand.type = local->type;
+        operand.localSize = local->size;
     } else if (GlobalSymbol *global = m_work.symbols.findGlobal(name.text)) {
         global->isUsed = true;
         operand.type = global->type;
+        operand.shape = global->value;
         operand.isConstant = global->isConst;
         operand.isLiteral = global->isSystem && (name.isName("true") || name.isName("false"));
     } else if (m_work.symbols.findFunction(name.text) || Library::find(name.text)) {
@@ -473,5 +504,6 @@ Operand ExpressionParser::parseParentheses()
         return parseDeviceParts(std::move(operand), false);
     }
     operand.isStored = false; // (x)[1] and (x).y are no places
+    operand.sign = TokenKind::End;
     return operand;
 }

@@ -9,10 +9,15 @@ struct Operand
     StaticType type{};
     int height = 1; // of the node's tree
     SourcePosition position{};
-    bool isLiteral = false;  // made of nothing but literals, true and false
-    bool isStored = false;   // names a variable, an element or a member
-    bool isConstant = false; // and that of a constant
-    QString rootName{};      // of the variable
+    bool isLiteral = false;           // made of nothing but literals, true and false
+    bool isStored = false;            // names a variable, an element or a member
+    bool isConstant = false;          // and that of a constant
+    QString rootName{};               // of the variable
+    TokenKind sign = TokenKind::End;  // of the operation that it is, outside parentheses
+    const BasicType *shape = nullptr; // of a stored one: a value with its sizes, where one is known
+    int localSize = -1;               // the same of a local variable
+
+    int size() const; // of an array, as declared; 0: not bounded, -1: unknown
 
     explicit operator bool() const { return node != nullptr; }
 };

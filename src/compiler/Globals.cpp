@@ -207,6 +207,7 @@ void Globals::nameVariable(const Outline::Variables &line, const Outline::Declar
     if (declarator.isFaulty) {
         symbol.type = {};
     }
+    symbol.isInitialised = declarator.hasInitialValue;
     symbol.isConst = line.isConst || (type == DeviceType && line.storageWords.empty());
     const GlobalSymbol *known = m_work.symbols.findGlobal(name.text);
     if (known && !known->isSystem) {
@@ -315,12 +316,14 @@ void Globals::makeOne(Pending &pending)
     std::unique_ptr<BasicType> value = makeEmpty(pending);
     if (value) {
         value->setName(Name()); // named at the end: a named number would report its changes
+        const int errorsBefore = m_work.sources.errors();
         initialise(pending, *value);
+        const bool isGood = m_work.sources.errors() == errorsBefore;
         keepTemplates(*value);
         value->setName(Name(name.text));
         GlobalSymbol &symbol = *m_work.symbols.findGlobal(name.text);
         value->setConst(symbol.isConst);
-        symbol.value = value.get();
+        symbol.value = isGood ? value.get() : nullptr;
         pending.value = std::move(value);
     }
     pending.isBeingMade = false;

@@ -1,6 +1,7 @@
 #include "compiler/ProgramParser.h"
 
 #include "compiler/Words.h"
+#include "compiler/checks/Checks.h"
 
 #include <algorithm>
 #include <array>
@@ -47,6 +48,11 @@ void ProgramParser::parseExclusive(TokenRange range)
     std::unique_ptr<Exclusive> group = parseExclusiveChannels();
     if (!group || !cursor().expect(TokenKind::RightBracket, "']'")) {
         return;
+    }
+    if (const auto *channels = dynamic_cast<const ButtonsExclusive *>(group.get())) {
+        m_work.checks->devices.exclusive(device->address, channels->codes, position);
+    } else if (const auto *channelRange = dynamic_cast<const RangeExclusive *>(group.get())) {
+        m_work.checks->devices.exclusive(device->address, channelRange->first, channelRange->last, position);
     }
     group->device = referenceTo(device->address, device->name);
     program().addExclusive(std::move(group));
@@ -213,7 +219,10 @@ void ProgramParser::parseButtonHandler(const Outline::Handler &outline)
 {
     auto handler = std::make_unique<ButtonEventHandler>();
     handler->buttons = parseTriggers(outline.triggers, ExpressionParser::ButtonUse::Channels);
-    if (parseParts(outline.body, false, handler->handlers)) {
+    const PartSeen seen = [&](const QString &part, SourcePosition position) {
+        m_work.checks->devices.buttonPart(handler->buttons, part, position);
+    };
+    if (parseParts(outline.body, false, handler->handlers, seen)) {
         program().addEventHandler(std::move(handler));
     }
 }
@@ -221,6 +230,7 @@ void ProgramParser::parseButtonHandler(const Outline::Handler &outline)
 void ProgramParser::parseDataHandler(const Outline::Handler &outline)
 {
     auto handler = std::make_unique<DataEventHandler>();
+    std::vector<DeviceAddress> addresses;
     {
         const TokenCursor::Visit visit(cursor(), outline.triggers);
         const TokenCursor::Nested nested(cursor());
@@ -232,6 +242,7 @@ void ProgramParser::parseDataHandler(const Outline::Handler &outline)
                 break;
             }
             appendReference(handler->devices, device->address, device->name);
+            addresses.push_back(device->address);
             for (const DeviceAddress &address : device->more) {
                 appendReference(handler->devices, address, {});
             }
@@ -240,7 +251,12 @@ void ProgramParser::parseDataHandler(const Outline::Handler &outline)
             }
         } while (cursor().take(TokenKind::Comma));
     }
-    if (parseParts(outline.body, true, handler->handlers)) {
+    const PartSeen seen = [&](const QString &part, SourcePosition position) {
+        for (const DeviceAddress &address : addresses) {
+            m_work.checks->devices.dataPart(address, part, position);
+        }
+    };
+    if (parseParts(outline.body, true, handler->handlers, seen)) {
         program().addEventHandler(std::move(handler));
     }
 }
@@ -290,6 +306,7 @@ void ProgramParser::parseTimelineHandler(const Outline::Handler &outline)
                     report(Fault::WrongType, id.position,
                            QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(id.type)));
                 }
+                m_work.checks->usage.timelineEvent(id);
                 handler->ids.push_back(std::move(id.node));
             } while (cursor().take(TokenKind::Comma));
             cursor().expect(TokenKind::RightBracket, "']'");
@@ -307,7 +324,7 @@ std::unique_ptr<Statement> ProgramParser::parseEventBody(TokenRange body, const 
 }
 
 /// The parts of a button or data handler. False: the handler cannot be used; reported.
-bool ProgramParser::parseParts(TokenRange body, bool isData, Handlers &handlers)
+bool ProgramParser::parseParts(TokenRange body, bool isData, Handlers &handlers, const PartSeen &seen)
 {
     const TokenCursor::Visit visit(cursor(), body);
     cursor().next();
@@ -329,6 +346,8 @@ bool ProgramParser::parseParts(TokenRange body, bool isData, Handlers &handlers)
             }
             continue;
         }
+        const auto *hold = dynamic_cast<const HoldSubEventHandler *>(part.get());
+        seen(hold ? QStringLiteral("hold %1").arg(hold->holdTenths) : word.text.toLower(), word.position);
         const bool isHold = part->typeTag() == HoldSubEventHandler().typeTag();
         const bool isTwice = std::any_of(handlers.begin(), handlers.end(),
                                          [&part](const auto &other) { return other->typeTag() == part->typeTag(); });

@@ -56,6 +56,7 @@ enum class Fault : quint8 {
     ValueRange,
     TooLong,
     IndexRange,
+    ArgumentNumber,
     ZeroDivisor,
     UnguardedOperand,
     ChainedAssignment,

@@ -1,6 +1,7 @@
 #include "compiler/ProgramParser.h"
 
 #include "compiler/Words.h"
+#include "compiler/checks/Checks.h"
 #include "library/Library.h"
 
 void ProgramParser::nameCallables()
@@ -154,10 +155,14 @@ std::unique_ptr<CompoundStatement> ProgramParser::parseBody(const Outline::Calla
     }
     StatementParser::Surroundings surroundings;
     surroundings.hasResult = result == Result::Possible;
+    m_work.checks->usage.enterCallable(symbol.name);
     std::unique_ptr<CompoundStatement> body = m_statements.parseBody(callable.body, locals, surroundings);
+    m_work.checks->usage.leaveCallable();
     if (symbol.result && !surroundings.returned) {
         m_work.sources.report(Fault::NoResult, symbol.position,
                               QStringLiteral("the function '%1' never returns a value").arg(symbol.name));
+    } else if (symbol.result && body) {
+        m_work.checks->usage.body(symbol, body.get());
     }
     return body;
 }

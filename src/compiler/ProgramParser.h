@@ -2,6 +2,8 @@
 #include "compiler/StatementParser.h"
 #include "events/EventHandlers.h"
 
+#include <functional>
+
 /// Reads the parts of a program behind its variables into the program object, in the order of the object file.
 class ProgramParser
 {
@@ -50,7 +52,8 @@ private:
     void parseLevelHandler(const Outline::Handler &outline);
     void parseTimelineHandler(const Outline::Handler &outline);
     using Handlers = std::vector<std::unique_ptr<SubEventHandler>>;
-    bool parseParts(TokenRange body, bool isData, Handlers &handlers);
+    using PartSeen = std::function<void(const QString &part, SourcePosition position)>;
+    bool parseParts(TokenRange body, bool isData, Handlers &handlers, const PartSeen &seen);
     std::unique_ptr<SubEventHandler> parsePartHead(bool isData);
     std::unique_ptr<SubEventHandler> parseHold();
     std::unique_ptr<Statement> parseEventBody(TokenRange body, const char *dataName, int dataType);

@@ -185,19 +185,14 @@ int Sources::indentOf(SourcePosition position) const
     return indent;
 }
 
-int Sources::lineIndentOf(SourcePosition position) const
+SourcePosition Sources::firstOfLine(SourcePosition position) const
 {
     const File &source = file(position.file);
     int first = locate(source, position.offset).lineStart;
     while (first < position.offset && source.text.at(first).isSpace()) {
         ++first;
     }
-    return indentOf({ position.file, first });
-}
-
-bool Sources::isFirstOfLine(SourcePosition position) const
-{
-    return lineIndentOf(position) == indentOf(position);
+    return { position.file, first };
 }
 
 std::vector<Diagnostic> Sources::takeDiagnostics()

@@ -44,9 +44,8 @@ public:
     void hideUnknownNames() { m_isIncomplete = true; }             // a part of the program could not be read
 
     int lineOf(SourcePosition position) const;
-    int indentOf(SourcePosition position) const;     // the column, from 0; a tab goes to the next fourth
-    int lineIndentOf(SourcePosition position) const; // of the line's first character that is no blank
-    bool isFirstOfLine(SourcePosition position) const;
+    int indentOf(SourcePosition position) const;               // the column, from 0; a tab goes to the next fourth
+    SourcePosition firstOfLine(SourcePosition position) const; // the first character that is no blank, or the position
 
     /// All remarks, in the order of files and places. Leaves none behind.
     std::vector<Diagnostic> takeDiagnostics();

@@ -1,33 +1,34 @@
 #include "compiler/StatementParser.h"
 
 #include "compiler/Words.h"
+#include "compiler/checks/Checks.h"
 #include "library/Library.h"
 
 #include <algorithm>
 
 const StatementParser::Row StatementParser::kRows[] = {
-    { "if", &StatementParser::parseIf },
-    { "while", &StatementParser::parseWhile },
-    { "for", &StatementParser::parseFor },
-    { "switch", &StatementParser::parseSwitch },
-    { "select", &StatementParser::parseSelect },
-    { "break", &StatementParser::parseBreak },
-    { "continue", &StatementParser::parseContinue },
-    { "return", &StatementParser::parseReturn },
-    { "call", &StatementParser::parseRoutineCall },
-    { "wait", &StatementParser::parseWait },
-    { "cancel_wait", &StatementParser::parseCancelWait },
-    { "cancel_all_wait", &StatementParser::parseCancelAllWait },
-    { "on", &StatementParser::parseOn },
-    { "off", &StatementParser::parseOff },
-    { "to", &StatementParser::parseTo },
-    { "pulse", &StatementParser::parsePulse },
-    { "send_string", &StatementParser::parseSendString },
-    { "send_command", &StatementParser::parseSendCommand },
-    { "send_level", &StatementParser::parseSendLevel },
-    { "create_level", &StatementParser::parseCreateLevel },
-    { "create_buffer", &StatementParser::parseCreateBuffer },
-    { "clear_buffer", &StatementParser::parseClearBuffer },
+    { "if", false, &StatementParser::parseIf },
+    { "while", false, &StatementParser::parseWhile },
+    { "for", false, &StatementParser::parseFor },
+    { "switch", false, &StatementParser::parseSwitch },
+    { "select", false, &StatementParser::parseSelect },
+    { "break", false, &StatementParser::parseBreak },
+    { "continue", false, &StatementParser::parseContinue },
+    { "return", false, &StatementParser::parseReturn },
+    { "call", true, &StatementParser::parseRoutineCall },
+    { "wait", true, &StatementParser::parseWait },
+    { "cancel_wait", true, &StatementParser::parseCancelWait },
+    { "cancel_all_wait", true, &StatementParser::parseCancelAllWait },
+    { "on", true, &StatementParser::parseOn },
+    { "off", true, &StatementParser::parseOff },
+    { "to", true, &StatementParser::parseTo },
+    { "pulse", true, &StatementParser::parsePulse },
+    { "send_string", true, &StatementParser::parseSendString },
+    { "send_command", true, &StatementParser::parseSendCommand },
+    { "send_level", true, &StatementParser::parseSendLevel },
+    { "create_level", true, &StatementParser::parseCreateLevel },
+    { "create_buffer", true, &StatementParser::parseCreateBuffer },
+    { "clear_buffer", true, &StatementParser::parseClearBuffer },
 };
 
 std::unique_ptr<Statement> StatementParser::parseStatement()
@@ -47,12 +48,16 @@ std::unique_ptr<Statement> StatementParser::parseStatement()
     if (cursor().at(TokenKind::LeftBracket)) {
         return parseChannelAssignment();
     }
+    m_work.checks->expressions.startStatement();
     const Token &first = cursor().peek();
     const bool isVariable = first.is(TokenKind::Name) && isSwitchingWord(first.text) &&
                             !cursor().peek(1).is(TokenKind::LeftBracket) &&
                             (m_work.locals.find(first.text) || m_work.symbols.findGlobal(first.text));
     for (const Row &row : kRows) {
         if (cursor().atName(row.word) && !isVariable) {
+            if (row.hasEffect) {
+                m_work.checks->usage.effect();
+            }
             return (this->*row.read)();
         }
     }
@@ -196,6 +201,7 @@ std::unique_ptr<Statement> StatementParser::finishAssignment(Operand target, siz
         return nullptr;
     }
     checkTarget(target);
+    m_work.checks->usage.stored(target);
     auto statement = std::make_unique<AssignStatement>();
     if (!isCompound) {
         cursor().next();
@@ -203,6 +209,8 @@ std::unique_ptr<Statement> StatementParser::finishAssignment(Operand target, siz
         if (!value || !fits(value)) {
             return nullptr;
         }
+        m_work.checks->expressions.assigning(target, value);
+        m_work.checks->usage.copied(value);
         statement->value = std::move(value.node);
     } else {
         if (target.type.isKnown() && !target.type.isNumber()) {
@@ -247,6 +255,7 @@ std::unique_ptr<Statement> StatementParser::makeStep(Operand operand, bool isInc
         return nullptr;
     }
     checkTarget(operand);
+    m_work.checks->usage.stored(operand);
     if (operand.type.isKnown() && !operand.type.isNumber()) {
         report(Fault::WrongType, operand.position,
                QStringLiteral("a number expected, found %1").arg(m_work.symbols.typeText(operand.type)));
@@ -263,6 +272,7 @@ std::unique_ptr<Statement> StatementParser::makeStep(Operand operand, bool isInc
 
 std::unique_ptr<Statement> StatementParser::parseChannelAssignment()
 {
+    m_work.checks->usage.effect();
     auto statement = std::make_unique<AssignStatement>();
     statement->target = parseButton(ButtonUse::Channels);
     if (!statement->target || !cursor().expect(TokenKind::Assign, "'='")) {

@@ -36,6 +36,7 @@ private:
     struct Row
     {
         const char *word;
+        bool hasEffect; // on what is outside the function
         Reader read;
     };
     static const Row kRows[];
@@ -52,7 +53,7 @@ private:
     bool atDefinition();
     std::unique_ptr<Statement> parseDefinition(StatementList &assignments);
     bool parseDeclarator(BlockItemDefStatement &definition, const std::vector<int> &codes, StatementList &assignments);
-    void declareLocal(const Token &name, const StaticType &type);
+    void declareLocal(const Token &name, const StaticType &type, int size);
     void closeScope();
     std::unique_ptr<Statement> parseSimple(); // an assignment, a step or a call
     std::unique_ptr<Statement> parseAssignment();

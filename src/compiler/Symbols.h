@@ -35,6 +35,7 @@ struct GlobalSymbol
     bool isConst = false;
     bool isSystem = false;
     bool isUsed = false;
+    bool isInitialised = false;       // it has an initial value
     const BasicType *value = nullptr; // as the program starts with it; nullptr while it is not made yet
 };
 
@@ -68,6 +69,8 @@ public:
 
     const CallableSymbol *findFunction(const QString &name) const;
     const CallableSymbol *findRoutine(const QString &name) const;
+    const std::map<QString, CallableSymbol> &functions() const { return m_functions; }
+    const std::map<QString, CallableSymbol> &routines() const { return m_routines; }
     bool addFunction(const CallableSymbol &symbol); // false: the name is taken
     bool addRoutine(const CallableSymbol &symbol);
 

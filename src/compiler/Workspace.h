@@ -16,6 +16,7 @@ public:
         StaticType type{};
         SourcePosition position{};
         Kind kind = Kind::Variable;
+        int size = -1; // of the outermost dimension; 0: not bounded, -1: none or unknown
         bool isUsed = false;
     };
 
@@ -54,6 +55,8 @@ private:
     std::map<QByteArray, QString> m_names; // by the array's record
 };
 
+struct Checks;
+
 /// What the parsers of one compilation share.
 struct Workspace
 {
@@ -62,6 +65,7 @@ struct Workspace
     Symbols &symbols;
     ConstantEvaluator &constants;
     HiddenLists &hiddenLists;
+    Checks *checks = nullptr; // set before anything is parsed
     LocalScope locals{};
     int pathHeight = 0;             // of the nodes around what is being read, in the object file
     int recursion = 0;              // of the parser itself

@@ -337,7 +337,7 @@ private:
         const bool isTypeOfConstant =
             frame().kind == Kind::TopLevel && last.is(TokenKind::Name) && frame().head == m_index - 2 &&
             (at(frame().head).isWord("const") || storageCodeOfWord(at(frame().head).text) >= 0);
-        return isTypeOfConstant ||
+        return isTypeOfConstant || (isAlone && frame().kind == Kind::TopLevel) ||
                (last.isKeyword && !isAnyOf(last, { "break", "continue", "return", "cancel_all_wait" }));
     }
 
