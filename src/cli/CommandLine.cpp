@@ -3,6 +3,7 @@
 #include "cli/CommandText.h"
 #include "cli/HelpText.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -10,9 +11,24 @@
 #include <iostream>
 #include <new>
 #include <sstream>
+#include <string_view>
 
 namespace CommandLine {
 namespace {
+/// Whether a word is another with two letters swapped, or one left out, added or changed.
+bool isSlip(const std::string &written, const std::string &word)
+{
+    const auto [ours, theirs] = std::mismatch(written.begin(), written.end(), word.begin(), word.end());
+    const std::string_view restOfOurs(written.data() + (ours - written.begin()),
+                                      static_cast<size_t>(written.end() - ours));
+    const std::string_view rest(word.data() + (theirs - word.begin()), static_cast<size_t>(word.end() - theirs));
+    if (restOfOurs.size() > 1 && rest.size() > 1 && restOfOurs[0] == rest[1] && restOfOurs[1] == rest[0]) {
+        return restOfOurs.substr(2) == rest.substr(2);
+    }
+    const auto from = [](std::string_view text, size_t first) { return text.substr(std::min(first, text.size())); };
+    return from(restOfOurs, 1) == rest || restOfOurs == from(rest, 1) || from(restOfOurs, 1) == from(rest, 1);
+}
+
 constexpr char kFilesMark[] = "files";
 constexpr char kFolderMark[] = "folder";
 
@@ -93,7 +109,14 @@ std::string plainly(const CLI::App &app, const CLI::ParseError &error)
     }
     const bool isExtra = dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr;
     const std::string what = path.empty() ? "there is no such command or option: " : path + " does not know this: ";
-    return isExtra ? what + joined(app.remaining(true), " ") : error.what();
+    if (!isExtra) {
+        return error.what();
+    }
+    const std::vector<std::string> extra = app.remaining(true);
+    const auto meant = std::find_if(words.begin(), words.end(), [&extra](const std::string &known) {
+        return !extra.empty() && isSlip(extra.front(), known);
+    });
+    return what + joined(extra, " ") + (meant != words.end() ? "; did you mean '" + *meant + "'?" : "");
 }
 } // namespace
 

@@ -317,8 +317,9 @@ void Globals::makeOne(Pending &pending)
     if (value) {
         value->setName(Name()); // named at the end: a named number would report its changes
         const int errorsBefore = m_work.sources.errors();
+        m_work.metFaultyConstant = false;
         initialise(pending, *value);
-        const bool isGood = m_work.sources.errors() == errorsBefore;
+        const bool isGood = m_work.sources.errors() == errorsBefore && !m_work.metFaultyConstant;
         keepTemplates(*value);
         value->setName(Name(name.text));
         GlobalSymbol &symbol = *m_work.symbols.findGlobal(name.text);

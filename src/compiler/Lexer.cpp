@@ -328,7 +328,7 @@ private:
                                                        : bytes.first() });
         m_start = m_at;
         m_at = close;
-        add(TokenKind::Text).text = content;
+        add(TokenKind::Text).text = text;
     }
 
     /// The offset of the next double quote of the line when no text begins before it; -1: there is none.
@@ -343,7 +343,7 @@ private:
 
     static bool isOperator(const QString &word)
     {
-        return std::any_of(std::begin(kOperatorWords), std::end(kOperatorWords), [&word](const Sign &sign) {
+        return std::any_of(std::begin(kWordSigns), std::end(kWordSigns), [&word](const Sign &sign) {
             return word.compare(QLatin1String(sign.text), Qt::CaseInsensitive) == 0;
         });
     }

@@ -44,7 +44,6 @@ enum class Fault : quint8 {
     ForCondition,
     TimelineLength,
     Refused,
-    // from here on warnings
     Unused,
     UnusedFunction,
     Unreachable,

@@ -26,6 +26,13 @@ int widthOf(const QString &text, int start, int end)
     return width;
 }
 
+/// Without the column, which takes as long as the line.
+LineAndColumn locateLine(const Sources::File &file, int offset)
+{
+    const auto next = std::upper_bound(file.lineStarts.begin(), file.lineStarts.end(), offset);
+    return { static_cast<int>(next - file.lineStarts.begin()), 1, *std::prev(next) };
+}
+
 LineAndColumn locate(const Sources::File &file, int offset)
 {
     const int end = std::min(offset, file.text.size());
@@ -171,7 +178,7 @@ bool Sources::hasBadLine(SourcePosition from, SourcePosition to) const
 
 int Sources::lineOf(SourcePosition position) const
 {
-    return locate(file(position.file), position.offset).line;
+    return locateLine(file(position.file), position.offset).line;
 }
 
 int Sources::indentOf(SourcePosition position) const
@@ -179,7 +186,7 @@ int Sources::indentOf(SourcePosition position) const
     constexpr int kTab = 4;
     const File &source = file(position.file);
     int indent = 0;
-    for (int i = locate(source, position.offset).lineStart; i < position.offset; ++i) {
+    for (int i = locateLine(source, position.offset).lineStart; i < position.offset; ++i) {
         indent += source.text.at(i) == QLatin1Char('\t') ? kTab - indent % kTab : 1;
     }
     return indent;
@@ -188,7 +195,7 @@ int Sources::indentOf(SourcePosition position) const
 SourcePosition Sources::firstOfLine(SourcePosition position) const
 {
     const File &source = file(position.file);
-    int first = locate(source, position.offset).lineStart;
+    int first = locateLine(source, position.offset).lineStart;
     while (first < position.offset && source.text.at(first).isSpace()) {
         ++first;
     }

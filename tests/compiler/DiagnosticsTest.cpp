@@ -44,6 +44,8 @@ class DiagnosticsTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void tellsWhatIsHardlyMeant_data();
+    void tellsWhatIsHardlyMeant();
     void tellsWhatIsWrong_data();
     void tellsWhatIsWrong();
     void acceptsWhatIsRight_data();
@@ -57,6 +59,117 @@ private Q_SLOTS:
     void readsIncludes();
     void refusesUnreadableFiles();
 };
+
+void DiagnosticsTest::tellsWhatIsHardlyMeant_data()
+{
+    const Table<QString, QString> row("code", "source");
+    const auto statement = [&row](const char *name, const char *code, const char *text) {
+        row(name, code,
+            QStringLiteral(
+                "device dvPanel = 10001:1:0\ndevice dvRelay = 5001:9:0\ndevice dvSerial = 5001:1:0\n"
+                "integer n = 1\ninteger m\nchar s[5]\nchar t[]\ninteger list[4]\nsinteger sn\nchar c\n"
+                "const integer UP[] = {1, 2, 3}\nconst integer DOWN[] = {3, 2}\nconst integer ZERO = 0\n"
+                "struct Pair { integer a  integer b[2] }\nPair pair\n"
+                "function integer Change(integer k) { m = k; return m }\n"
+                "function integer Calls(integer k) { return Change(k) }\n"
+                "function integer Pure(integer k) { stack_var integer i; i = k + 1; return i }\n"
+                "timeline_event [1] { n = 1 }\n"
+                "start {\nn = Change(1) + Calls(1) + Pure(1) + m + list[1] + sn + c + pair.a\nlist[1] = UP[1] + "
+                "DOWN[1]\ns = t\non [dvPanel, 1]; send_string dvSerial, ''\non [dvRelay, 1 + ZERO]\nwait 5 'lamp' "
+                "{ n = 1 }\ntimeline_create(1, UP, 3, timeline_absolute, timeline_once)\n%1\n}")
+                .arg(QString::fromUtf8(text)));
+    };
+    statement("a call right of and", "unguarded-operand", "if (n and Change(1)) { n = 1 }");
+    statement("a call of a call", "unguarded-operand", "if (n or not Calls(1)) { n = 1 }");
+    statement("a built-in that acts", "unguarded-operand", "if (n and timeline_kill(1)) { n = 1 }");
+    statement("a pure call", "", "if (n and Pure(1) and find_string(s, 'x')) { n = 1 }");
+    statement("a guarded division", "unguarded-operand", "if (m <> 0 and n / m > 2) { n = 1 }");
+    statement("another divisor", "", "if (n <> 0 and n / m > 2) { n = 1 }");
+    statement("a panel's state", "unguarded-operand", "if (n and [dvPanel, 1]) { n = 1 }");
+    statement("a relay's state", "", "if (n and [dvRelay, 1]) { n = 1 }");
+    statement("two assignments", "chained-assignment", "n = m = 5");
+    statement("a comparison", "", "n = (m = 5)");
+    statement("or 2", "literal-operand", "if (n = 1 or 2) { n = 1 }");
+    statement("or true", "", "if (n = 1 or true) { n = 1 }");
+    statement("text and number", "text-number", "if (s = 5) { n = 1 }");
+    statement("number and text", "text-number", "if (n <> '12') { n = 1 }");
+    statement("a character", "", "if (c = 'a' or s[1] = '1') { n = 1 }");
+    statement("a sum of texts", "text-sum", "s = 'VOL ' + itoa(5)");
+    statement("a sum of strings", "text-sum", "s = s + t");
+    statement("a sum with a byte", "", "c = 'A' + 1");
+    statement("a list to push", "push-list", "do_push({dvPanel, 3})");
+    statement("a return in a text", "escape-in-text", R"(send_string dvSerial, 'ON\r\n')");
+    statement("a byte in a text", "escape-in-text", "send_string dvSerial, 'ON$0D'");
+    statement("a path", "", R"(send_command dvPanel, 'C:\room\new.png')");
+    statement("at least 0", "constant-condition", "while (n >= 0) { n-- }");
+    statement("of a signed one", "", "while (sn >= 0) { sn-- }");
+    statement("one of two", "constant-condition", "if (n <> 1 or n <> 2) { n = 1 }");
+    statement("none of two", "", "if (n <> 1 and n <> 2) { n = 1 }");
+    statement("behind an array", "index-range", "list[5] = 1");
+    statement("before an array", "index-range", "n = UP[0]");
+    statement("behind a member", "index-range", "pair.b[3] = 1");
+    statement("behind a local one", "index-range", "{ stack_var integer i[2]; i[3] = 1 }");
+    statement("the last", "", "list[4] = 1; list[n] = pair.b[2] + t[900]");
+    statement("by 0", "zero-divisor", "n = n % ZERO");
+    statement("a long text", "too-long", "s = 'POWER ON'");
+    statement("a long list", "too-long", "list = {1, 2, 3, 4, 5}");
+    statement("any text", "", "t = 'POWER ON'");
+    statement("a number for a text", "argument-number", "n = length_string(n)");
+    statement("a device for a number", "argument-kind", "s = itoa(dvPanel)");
+    statement("a string to a relay", "port-use", "send_string dvRelay, 'x'");
+    statement("on of a serial port", "port-use", "on [dvSerial, 1]");
+    statement("relay 9", "port-use", "on [dvRelay, {1, 9}]");
+    statement("port 30", "port-use", "off [5001:30:0, 1]");
+    statement("IO 6", "", "off [5001:18:0, 6]");
+    statement("a case before another", "empty-case", "switch (n) { case 1: case 2: { n = 1 } }");
+    statement("a case that does nothing", "", "switch (n) { case 1: { } case 2: { n = 1 } }");
+    statement("a name of no wait", "unknown-wait", "cancel_wait 'lmap'");
+    statement("that of a wait", "", "cancel_wait 'lamp'");
+    statement("too many times", "timeline-length", "timeline_create(1, UP, 4, timeline_absolute, timeline_once)");
+    statement("descending times", "timeline-order", "timeline_create(1, DOWN, 2, timeline_absolute, timeline_once)");
+    statement("intervals", "", "timeline_create(1, DOWN, 2, timeline_relative, timeline_once)");
+    statement("nobody hears", "timeline-unheard", "timeline_create(2, UP, 3, timeline_absolute, timeline_once)");
+    statement("silenced", "", "n = m = 5 // arkc: ok, for it is meant");
+    row("nobody makes", "timeline-unmade", "integer n\ntimeline_event [1] { n = 1 }");
+    row("any may make it", "",
+        "integer n\nlong t[] = {1}\nstart { timeline_create(n, t, 1, 0, 0) }\ntimeline_event [1] { n = 1 }");
+    row("never called", "unused-function", "integer n\nroutine R() { n = 1 }\nstart { n = 2 }");
+    row("a library", "", "integer n\nroutine R() { n = 1 }");
+    row("a path without return", "missing-return",
+        "function integer F(integer k) { if (k) { return 1 } }\nstart { F(1) }");
+    row("all paths return", "",
+        "function integer F(integer k)\n{\nwhile (1) { if (k) { switch (k) { case 1: { return 1 } default: { return 2 "
+        "} } } "
+        "else { select { active (k): { return 3 } active (1): { return 4 } } } }\n}\nstart { F(1) }");
+    row("a break leaves", "missing-return",
+        "function integer F(integer k) { while (1) { if (k) { break } return 1 } }\n"
+        "start { F(1) }");
+    row("one button twice", "duplicate-button",
+        "button_event [5001:18:0, 1] { push: { } }\nbutton_event [5001:18:0, {2, 1}] { push: { } }");
+    row("its other part", "",
+        "button_event [5001:18:0, 1] { push: { } }\nbutton_event [5001:18:0, 1] { release: { } }");
+    row("groups that overlap", "exclusive-overlap", "exclusive [5001:9:0, 1..3]\nexclusive [5001:9:0, {3, 4}]");
+    row("groups of two ports", "", "exclusive [5001:9:0, 1..3]\nexclusive [5001:18:0, {3, 4}]");
+    row("strings of a relay", "port-use", "data_event [5001:9:0] { string: { } }");
+    row("a copy of nothing", "empty-copy", "integer a[3]\ninteger b[3]\nstart { a[1] = 5; b = a }");
+    row("a copy of what was set", "", "integer a[3]\ninteger b[3]\nstart { a[1] = 5; set_length_array(a, 1); b = a }");
+    row("elements that are lost", "not-stored", "persistent integer a[3]\nstart { a[1] = 5 }");
+    row("a member that is lost", "not-stored", "struct S { integer a }\npersistent S s\nstart { s.a = 5 }");
+    row("elements that are kept", "", "persistent integer a[3] = {0}\nstart { a[1] = 5 }");
+}
+
+/// The one code that a program gives, or none.
+void DiagnosticsTest::tellsWhatIsHardlyMeant()
+{
+    QFETCH(QString, code);
+    QFETCH(QString, source);
+    const CompileResult result = compileSource(source, QStringLiteral("p"));
+    QStringList codes;
+    for (const Diagnostic &diagnostic : result.diagnostics) {
+        codes << diagnostic.code;
+    }
+    QVERIFY2(codes == (code.isEmpty() ? QStringList() : QStringList{ code }), qPrintable(result.text()));
+}
 
 void DiagnosticsTest::tellsWhatIsWrong_data()
 {
@@ -215,13 +328,13 @@ void DiagnosticsTest::tellsWhatIsWrong_data()
     row("brace too many", "start { } }\nmainline { }", { "1:11: error: this '}' closes nothing" });
     row("misspelt words",
         "cosnt integer A = 1\nfuction integer F(integer n)\n{\nretrun n\n}\nbuton_event [5001:18:0, A]\n{\npush: {\n"
-        "wile (F(1)) {\nbrake\n}\n}\n}",
+        "wile (F(1)) {\nbraek\n}\n}\n}",
         { "1:1: error: a declaration expected, found 'cosnt'; did you mean 'const'?",
           "2:1: error: a declaration expected, found 'fuction'; did you mean 'function'?",
           "4:1: error: a statement expected, found 'retrun'; did you mean 'return'?",
           "6:1: error: a declaration expected, found 'buton_event'; did you mean 'button_event'?",
           "9:1: error: a statement expected, found 'wile'; did you mean 'while'?",
-          "10:1: error: a statement expected, found 'brake'; did you mean 'break'?" });
+          "10:1: error: a statement expected, found 'braek'; did you mean 'break'?" });
 
     // Words of other languages
     row("elif", "integer a\nstart {\nif (a) { a = 1 }\nelif (a = 2) { a = 3 }\n}",
@@ -280,7 +393,7 @@ void DiagnosticsTest::acceptsWhatIsRight_data()
         "const integer B = A + 1\nstart { f(B) }\nfunction f(integer n) { n = A }\nconst integer A = 1");
     row("a system constant again", "const integer FILE_RW_NEW = 2");
     row("words of statements as names", "integer on\ninteger pulse\nroutine r(integer to) { on = to; pulse++ }");
-    row("a local hides a global", "integer a\nroutine r(char a[]) { a = 'x' }\nstart { a = 1 }");
+    row("a local hides a global", "integer a\nroutine r(char a[]) { a = 'x' }\nstart { a = 1; call r('y') }");
     row("while (1), active (1)", "integer a\nstart { while (1) { select { active (1): { a = 1; break } } } }");
     row("doubled quote, comment signs in a text", "const char A[] = 'it''s // no /* comment'");
     row("a wait's body sees locals", "start { stack_var char a; a = 1; wait 5 { a = 2 } }");

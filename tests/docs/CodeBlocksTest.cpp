@@ -1,4 +1,5 @@
 #include "compiler/Compiler.h"
+#include "compiler/Messages.h"
 #include "library/ControlProgram.h"
 #include "support/MarkdownPage.h"
 #include "support/ScriptedProgram.h"
@@ -21,6 +22,7 @@ private Q_SLOTS:
     void hold();
     void noticesWhatIsWrong_data();
     void noticesWhatIsWrong();
+    void explainsEveryMessage();
 };
 
 namespace {
@@ -325,6 +327,28 @@ void CodeBlocksTest::noticesWhatIsWrong()
     QFETCH(QString, plays);
     const CodeBlock block{ {}, kind, 1, { code }, plays.isEmpty() ? QStringList() : QStringList(plays) };
     QVERIFY(!Example(block, { QStringLiteral("double x") }).check().isEmpty());
+}
+
+/// The compiler's messages and the table of the page are the same, in the same order.
+void CodeBlocksTest::explainsEveryMessage()
+{
+    QFile page(QStringLiteral(SOURCE_ROOT "/docs/language.md"));
+    QVERIFY(page.open(QIODevice::ReadOnly));
+    static const QRegularExpression row(QStringLiteral("^\\| `([a-z-]+)` \\| (error|warning) \\| .+ \\|$"));
+    QStringList explained;
+    for (const QString &line : QString::fromUtf8(page.readAll()).split(QLatin1Char('\n'))) {
+        const QRegularExpressionMatch match = row.match(line);
+        if (match.hasMatch()) {
+            explained << match.captured(1) + QLatin1Char(' ') + match.captured(2);
+        }
+    }
+    QStringList known;
+    for (const Message &message : messages()) {
+        known << QString::fromLatin1(message.name) + (message.severity == Diagnostic::Severity::Error
+                                                          ? QStringLiteral(" error")
+                                                          : QStringLiteral(" warning"));
+    }
+    QCOMPARE(explained, known);
 }
 
 QTEST_GUILESS_MAIN(CodeBlocksTest)

@@ -308,7 +308,7 @@ private:
         const bool endsStatement = frame().next == Next::Goes && frame().head >= 0 && previous() != nullptr &&
                                    canEndStatement(*previous()) && !token.startsLine && !isHalf() &&
                                    !isBlockHead(at(frame().head)) && !at(frame().head).isWord("include");
-        token.isDropped = isEmptyStatement || endsStatement;
+        token.isDropped = (isEmptyStatement || endsStatement) && !leadsOn();
         if (!token.isDropped) {
             token.startsStatement = token.startsLine;
         }
@@ -324,6 +324,20 @@ private:
             ++next;
         }
         return at(next).isWord("else");
+    }
+
+    /// Whether what follows can only go on with what stands before: integer n; = 5
+    bool leadsOn()
+    {
+        int next = m_index + 1;
+        while (at(next).is(TokenKind::Semicolon)) {
+            ++next;
+        }
+        const FormatToken &token = at(next);
+        const bool isInside = frame().kind != Kind::TopLevel;
+        return !token.is(TokenKind::Name) && !token.is(TokenKind::End) && !token.is(TokenKind::RightBrace) &&
+               !(isInside && (token.is(TokenKind::LeftBracket) || token.is(TokenKind::LeftBrace) ||
+                              token.is(TokenKind::PlusPlus) || token.is(TokenKind::MinusMinus)));
     }
 
     /// Whether the statement lacks something that could stand on the next line: integer; x   call; Show()   ++; x
