@@ -351,7 +351,7 @@ private:
         const bool isTypeOfConstant =
             frame().kind == Kind::TopLevel && last.is(TokenKind::Name) && frame().head == m_index - 2 &&
             (at(frame().head).isWord("const") || storageCodeOfWord(at(frame().head).text) >= 0);
-        return isTypeOfConstant || (isAlone && frame().kind == Kind::TopLevel) ||
+        return isTypeOfConstant || (isAlone && (frame().kind == Kind::TopLevel || isSwitchingWord(last.text))) ||
                (last.isKeyword && !isAnyOf(last, { "break", "continue", "return", "cancel_all_wait" }));
     }
 
