@@ -1,4 +1,5 @@
 #include "admin/ConsoleCommand.h"
+#include "base/SystemNumber.h"
 #include <QStringList>
 
 namespace {
@@ -25,7 +26,7 @@ Parsed parseSetSystemNumber(const QByteArray &rest)
 {
     bool isNumber = false;
     const int number = rest.trimmed().toInt(&isNumber);
-    return isNumber ? Parsed(SetSystemNumber{ number }) : std::nullopt;
+    return isNumber && isSystemNumber(number) ? Parsed(SetSystemNumber{ number }) : std::nullopt;
 }
 
 struct Row

@@ -21,6 +21,7 @@ SerialPortWorker::SerialPortWorker(const QString &deviceFile, const SettingManag
     , m_settings(settings)
     , m_actions(std::move(actions))
     , m_transfers(files, times, TransferVia::Console)
+    , m_parser(kMaxPayload)
 {}
 
 SerialPortWorker::~SerialPortWorker() = default;
@@ -32,7 +33,7 @@ void SerialPortWorker::start()
     connect(m_line, &SerialLine::failed, this, &SerialPortWorker::complain);
     connect(m_line, &SerialLine::lost, this, [this] {
         m_transfers.cancel();
-        m_parser = FrameParser();
+        m_parser = FrameParser(kMaxPayload);
     });
     m_timer = new QTimer(this);
     connect(m_timer, &QTimer::timeout, this, &SerialPortWorker::tick);
@@ -54,6 +55,7 @@ void SerialPortWorker::readAvailable()
 {
     const qint64 nowMs = linkClockMs();
     const QByteArray bytes = m_line->readAll();
+    m_heardMs = nowMs;
     std::vector<Frame> frames;
     m_parser.feed(bytes.constData(), bytes.size(), frames);
     for (const Frame &frame : frames) {
@@ -78,8 +80,12 @@ void SerialPortWorker::takeFrame(const Frame &frame, qint64 nowMs)
 
 void SerialPortWorker::tick()
 {
+    const qint64 nowMs = linkClockMs();
+    if (m_parser.isWithinFrame() && nowMs - m_heardMs >= kStalledMs) { // its length was damaged on the way
+        m_parser = FrameParser(kMaxPayload);
+    }
     QByteArray out;
-    m_transfers.tick(linkClockMs(), out);
+    m_transfers.tick(nowMs, out);
     write(out);
 }
 

@@ -20,6 +20,8 @@ class SerialPortWorker : public QObject
     Q_OBJECT
 public:
     static constexpr int kTickMs = 200;
+    static constexpr qint64 kStalledMs = 1000; // a frame that gets no further for so long is dropped
+    static constexpr int kMaxPayload = 5 + 4096; // a block of a file in one piece; no command is longer
 
     /// What the settings' changes set off: called on this object's thread, as the link's tools do. Of a change that
     /// failed they say why.
@@ -57,4 +59,5 @@ private:
     SerialLine *m_line = nullptr; // Qt child
     QTimer *m_timer = nullptr;    // Qt child
     FrameParser m_parser;
+    qint64 m_heardMs = 0; // when the last byte came
 };

@@ -169,7 +169,7 @@ SettingManager::Problem SettingManager::setMac(const QString &mac)
 SettingManager::Problem SettingManager::setSystemNumber(int number)
 {
     const std::lock_guard lock(m_mutex);
-    m_values.systemNumber = std::max(number, 1);
+    m_values.systemNumber = std::clamp(number, 1, kLastSystemNumber);
     setLocalSystemNumber(m_values.systemNumber);
     return save();
 }
@@ -191,7 +191,7 @@ void SettingManager::load()
     m_values.network.nameServer = settings.value(QStringLiteral("dns"), QStringLiteral("192.168.1.1")).toString();
     m_values.isNetworkSet = settings.value(QStringLiteral("networkSet"), !m_values.network.isDhcp).toBool();
     m_values.interfaceName = settings.value(QStringLiteral("interface")).toString();
-    m_values.systemNumber = std::max(settings.value(QStringLiteral("systemNum"), 1).toInt(), 1);
+    m_values.systemNumber = std::clamp(settings.value(QStringLiteral("systemNum"), 1).toInt(), 1, kLastSystemNumber);
     m_values.language = settings.value(QStringLiteral("language")).toString();
     m_values.listenAddresses = settings.value(QStringLiteral("listen")).toStringList();
     m_values.mac = QString::fromUtf8(m_macFile.read().bytes).trimmed();

@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -28,9 +29,37 @@ QString resolved(const QString &folder)
     return info.exists() ? info.canonicalFilePath() : info.absoluteFilePath();
 }
 
+/// Nothing can take the place of a folder that another file system is mounted on; what is in it can be replaced.
+bool isMountPoint(const QString &folder)
+{
+    struct statx status
+    {};
+    return ::statx(AT_FDCWD, QFile::encodeName(folder).constData(), 0, STATX_BASIC_STATS, &status) == 0 &&
+           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
+constexpr char kNewInside[] = ".new"; // within a mount point
+
 QString newFolder(const QString &folder)
 {
-    return folder + QStringLiteral(".new");
+    return isMountPoint(folder) ? folder + QLatin1Char('/') + QLatin1String(kNewInside)
+                                : folder + QStringLiteral(".new");
+}
+
+/// The new folder belongs to whom the old one belongs to, and new files in it may inherit the group.
+void takeOverOwner(const QString &folder, const QString &fresh, mode_t moreRights)
+{
+    struct stat status
+    {};
+    const QByteArray place = QFile::encodeName(fresh);
+    if (isMountPoint(folder) || ::stat(QFile::encodeName(folder).constData(), &status) != 0) {
+        return;
+    }
+    if (::chown(place.constData(), status.st_uid, status.st_gid) != 0) { // not ours to give away
+        [[maybe_unused]] const int kept = ::chown(place.constData(), static_cast<uid_t>(-1), status.st_gid);
+    }
+    constexpr mode_t kRights = 07777;
+    ::chmod(place.constData(), (status.st_mode & kRights) | moreRights);
 }
 
 QString oldFolder(const QString &folder)
@@ -53,6 +82,9 @@ bool addMissing(const fs::path &old, const fs::path &fresh, std::error_code &err
     for (fs::directory_iterator entry(old, error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
         const fs::path target = fresh / entry->path().filename();
+        if (entry->path() == fresh) {
+            continue;
+        }
         std::error_code ignored; // a target that is missing is no error
         const fs::file_type there = fs::symlink_status(target, ignored).type();
         const fs::file_type type = entry->symlink_status(ignored).type();
@@ -84,8 +116,24 @@ void syncDisk(const QString &folder)
     }
 }
 
+/// Exchanges what is in the folder, one entry after the other.
+bool putEntriesInPlace(const QString &folder)
+{
+    const QDir fresh(newFolder(folder));
+    const QStringList names = fresh.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    return std::all_of(names.begin(), names.end(), [&](const QString &name) {
+        const QByteArray from = QFile::encodeName(fresh.filePath(name));
+        const QByteArray to = QFile::encodeName(folder + QLatin1Char('/') + name);
+        return ::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_EXCHANGE) == 0 ||
+               std::rename(from.constData(), to.constData()) == 0;
+    });
+}
+
 bool putInPlace(const QString &folder)
 {
+    if (isMountPoint(folder)) {
+        return putEntriesInPlace(folder);
+    }
     const QByteArray place = QFile::encodeName(folder);
     const QByteArray fresh = QFile::encodeName(newFolder(folder));
     const QByteArray old = QFile::encodeName(oldFolder(folder));
@@ -147,6 +195,7 @@ std::optional<QString> WebUnpacker::unpackNow(const QString &archive, int &files
     if (!QDir().mkpath(fresh)) {
         return cannotWrite(fresh);
     }
+    takeOverOwner(folder, fresh, S_IRWXU);
     std::optional<QString> problem;
     std::error_code error;
     const qint64 free = QStorageInfo(fresh).bytesAvailable();
@@ -160,6 +209,7 @@ std::optional<QString> WebUnpacker::unpackNow(const QString &archive, int &files
         problem = cannotWrite(QString::fromStdString(error.message()));
     }
     if (!problem) {
+        takeOverOwner(folder, fresh, 0);
         syncDisk(fresh);
         if (!putInPlace(folder)) {
             problem = cannotWrite(folder);

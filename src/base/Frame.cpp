@@ -61,6 +61,11 @@ FrameParser::FrameParser(int maxPayload)
     : m_maxPayload(static_cast<quint32>(maxPayload))
 {}
 
+void FrameParser::setMaxPayload(int maxPayload)
+{
+    m_maxPayload = static_cast<quint32>(maxPayload);
+}
+
 std::vector<Frame> FrameParser::feed(const QByteArray &bytes)
 {
     std::vector<Frame> frames;

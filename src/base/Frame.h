@@ -33,6 +33,9 @@ class FrameParser
 public:
     /// \param maxPayload  longest code and body accepted, in bytes; a frame that announces more is skipped
     explicit FrameParser(int maxPayload = kMaxStreamPayload);
+    void setMaxPayload(int maxPayload); // of the frames that begin from now on
+    int heldBytes() const { return m_frame.body.size(); } // of a frame that is not whole yet
+    bool isWithinFrame() const { return m_state != State::Magic1 && m_state != State::Magic2; }
 
     /// Takes the next bytes, in pieces of any size; returns the frames they complete, oldest first.
     /// Bytes outside a frame are skipped; a frame with a wrong end mark is dropped. A frame with a wrong checksum is

@@ -1,6 +1,14 @@
 #pragma once
 #include <atomic>
 
+constexpr int kLastSystemNumber = 65535; // what a device's SYSTEM can hold
+
+/// Whether a controller may have this number: 0 stands for "here".
+constexpr bool isSystemNumber(int number)
+{
+    return number >= 1 && number <= kLastSystemNumber;
+}
+
 /// This controller's system number, the last part of a device address, for the whole process.
 /// The settings store sets it at start-up and whenever it changes; every floor may ask, from any thread.
 namespace detail {

@@ -97,6 +97,7 @@ private Q_SLOTS:
     void answers();
     void ignores_data();
     void ignores();
+    void damagedLengthIsForgotten();
     void receivesAFile();
     void cancelsAtTheToolsWish();
     void sendsAFile();
@@ -229,6 +230,9 @@ void SerialPortWorkerTest::ignores_data()
     row("four fields", textFrame("setnetwork10.0.0.9\n255.255.0.0\n10.0.0.8\n10.0.0.7"));
     row("six fields", textFrame("setnetwork\n\n\n\n\n0"));
     row("no number", textFrame("setsysnum1x"));
+    row("number 0", textFrame("setsysnum0"));
+    row("number too large", textFrame("setsysnum65536"));
+    row("length of a megabyte", QByteArray::fromHex("5651 00100000"));
     row("unknown", textFrame("reboot"));
     row("other code", frameBytes(LinkCode::kPush, "10001:1:0"));
     row("noise", QByteArray(5000, 'V') + QByteArray("\0\xff\xac", 3));
@@ -241,6 +245,19 @@ void SerialPortWorkerTest::ignores()
     m_line->send(bytes + textFrame("querysysnum"));
     QCOMPARE(m_line->reply(), QByteArray("sysnum:4")); // the first thing that comes
     QCOMPARE(told(), QStringList());
+}
+
+void SerialPortWorkerTest::damagedLengthIsForgotten()
+{
+    QByteArray damaged = textFrame("querysysnum");
+    damaged[4] = static_cast<char>(damaged.at(4) ^ 8); // two kilobytes more: a block could be so long
+    m_line->send(damaged);
+    QByteArray answer;
+    while (answer.isEmpty()) { // a tool asks again when it gets no answer
+        m_line->send(textFrame("querysysnum"));
+        answer = m_line->reply();
+    }
+    QCOMPARE(answer, QByteArray("sysnum:4"));
 }
 
 void SerialPortWorkerTest::receivesAFile()

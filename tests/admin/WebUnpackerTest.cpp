@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
 #include <zlib.h>
 
 namespace {
@@ -104,6 +105,7 @@ private Q_SLOTS:
     void archiveIsMergedIn();
     void firstArchiveMakesTheFolder();
     void linkedFolderStaysALink();
+    void folderKeepsItsMode();
     void refusedArchivesChangeNothing_data();
     void refusedArchivesChangeNothing();
     void interruptedOneIsUndone();
@@ -183,6 +185,19 @@ void WebUnpackerTest::linkedFolderStaysALink()
     QCOMPARE(unpack(archiveOf({ { "new", "2" } })), QString());
     QVERIFY(QFileInfo(path("web")).isSymLink());
     QCOMPARE(picture(path("elsewhere")), QStringLiteral("pages/new=2 pages/old=1"));
+}
+
+void WebUnpackerTest::folderKeepsItsMode()
+{
+    QVERIFY(writeFile(path("web/old"), "1"));
+    constexpr mode_t kMode =
+        S_ISGID | S_IRWXU | S_IRGRP | S_IXGRP; // readers by their group, as an administrator likes it
+    QCOMPARE(::chmod(QFile::encodeName(path("web")).constData(), kMode), 0);
+    QCOMPARE(unpack(archiveOf({ { "new", "2" } })), QString());
+    struct stat status
+    {};
+    QCOMPARE(::stat(QFile::encodeName(path("web")).constData(), &status), 0);
+    QCOMPARE(status.st_mode & 07777U, kMode);
 }
 
 void WebUnpackerTest::refusedArchivesChangeNothing_data()

@@ -1,4 +1,5 @@
 #include "net/controllers/ControllerText.h"
+#include "base/SystemNumber.h"
 #include "program/DeviceActions.h"
 
 #include <algorithm>
@@ -28,7 +29,7 @@ std::optional<int> natural(const QByteArray &text)
 std::optional<int> systemNumber(const QByteArray &text)
 {
     const std::optional<int> number = natural(text);
-    return number && *number >= 1 ? number : std::nullopt;
+    return number && isSystemNumber(*number) ? number : std::nullopt;
 }
 
 /// The text between ":", with the last field whole; as many as the count at most.

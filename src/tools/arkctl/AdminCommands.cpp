@@ -1,4 +1,5 @@
 #include "tools/arkctl/AdminCommands.h"
+#include "base/SystemNumber.h"
 #include "net/HostNetwork.h"
 #include "net/LinkCodes.h"
 #include "tools/arkctl/Command.h"
@@ -181,7 +182,7 @@ Command systemNumberCommand(CLI::App &app)
                                   "other controllers that are connected connect again.",
                                   { { "arkctl --host 192.168.1.2 sysnum 2", "" } } });
     const auto number = std::make_shared<int>(0);
-    word->add_option("NUMBER", *number, "From 1")->required()->check(CommandLine::between(1, 65535));
+    word->add_option("NUMBER", *number, "From 1")->required()->check(CommandLine::between(1, kLastSystemNumber));
     return { word, [number](const RunOptions &options) { return SystemNumberCommand(options, *number).run(); } };
 }
 
