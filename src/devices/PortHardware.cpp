@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Messages.h"
+#include "base/Monitor.h"
 #include "devices/PortFrames.h"
 #include "devices/SerialLine.h"
 
@@ -16,7 +17,10 @@ void SimulatedPortHardware::write(const QByteArray &frame)
 
 SerialPortHardware::SerialPortHardware(const QString &deviceFile)
     : m_line(std::make_unique<SerialLine>(deviceFile))
-{}
+{
+    QObject::connect(m_line.get(), &SerialLine::readyRead, m_line.get(),
+                     [line = m_line.get()] { line->readAll(); }); // the board has nothing to tell
+}
 
 SerialPortHardware::~SerialPortHardware() = default;
 
@@ -35,7 +39,16 @@ bool SerialPortHardware::isOpen() const
 
 void SerialPortHardware::write(const QByteArray &frame)
 {
-    m_line->write(PortFrames::onPortLink(frame));
+    constexpr qint64 kMostWaiting = 64 * 1024; // five seconds of the line
+    const bool hasRoom = m_line->bytesToWrite() <= kMostWaiting;
+    if (hasRoom) {
+        m_line->write(PortFrames::onPortLink(frame));
+    } else if (!m_isStuck) {
+        monitorLog(MonitorMessageType::Error,
+                   translated(QT_TRANSLATE_NOOP("messages", "Error:The port link %1 takes nothing: frames are lost"))
+                       .arg(m_line->deviceFile()));
+    }
+    m_isStuck = !hasRoom;
 }
 
 void SerialPortHardware::finishWriting(int timeoutMs)

@@ -42,7 +42,7 @@ private:
 };
 
 /// Port hardware on a serial line; frames as PortFrames::onPortLink. A frame for a line that is away is lost.
-/// Owns: the line. Thread: the main thread. Ends: with its port manager.
+/// What the line says is thrown away. Owns: the line. Thread: the main thread. Ends: with its port manager.
 class SerialPortHardware : public PortHardware
 {
 public:
@@ -56,4 +56,5 @@ public:
 
 private:
     std::unique_ptr<SerialLine> m_line;
+    bool m_isStuck = false;
 };

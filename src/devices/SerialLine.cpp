@@ -9,6 +9,7 @@ SerialLine::SerialLine(const QString &deviceFile, QObject *parent)
     , m_again(new QTimer(this))
 {
     m_port->setBaudRate(QSerialPort::Baud115200);
+    m_port->setReadBufferSize(kReadBytes); // more waits in the system
     m_again->setInterval(kOpenAgainMs);
     connect(m_again, &QTimer::timeout, this, &SerialLine::openAgain);
     connect(m_port, &QSerialPort::readyRead, this, &SerialLine::readyRead);

@@ -16,6 +16,7 @@ class SerialLine : public QObject
     Q_OBJECT
 public:
     static constexpr int kOpenAgainMs = 5000;
+    static constexpr int kReadBytes = 64 * 1024;
 
     explicit SerialLine(const QString &deviceFile, QObject *parent = nullptr);
 
