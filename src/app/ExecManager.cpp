@@ -179,6 +179,7 @@ void ExecManager::connectReports()
 void ExecManager::makeSockets()
 {
     m_sockets = std::make_unique<ProgramSockets>(m_program->tree(), m_program->dispatcher());
+    m_sockets->setWebSocketOrigins(m_webSocketOrigins);
     m_devices.setSocketOutputs(m_sockets.get());
     m_ipMonitor = std::make_unique<IpMonitor>(m_ownAddress);
     connect(m_ipMonitor.get(), &IpMonitor::changed, this, [this] { m_sockets->restartAll(); });

@@ -34,6 +34,7 @@ public:
     bool stopRequested() const;                                 // the loaded program's
 
     void setObjectFilePath(const QString &path) { m_objectFilePath = path; }
+    void setWebSocketOrigins(const QStringList &origins) { m_webSocketOrigins = origins; } // before loadProgram()
 
     /// Asks for this machine's own address: when it changes, the program's sockets connect and listen anew.
     void setOwnAddress(std::function<QString()> address) { m_ownAddress = std::move(address); }
@@ -61,6 +62,7 @@ private:
     DeviceManager &m_devices;
     QString m_objectFilePath;
     std::function<QString()> m_ownAddress = [] { return QString(); };
+    QStringList m_webSocketOrigins;
     std::unique_ptr<ControlProgram> m_program;
     std::unique_ptr<ProgramSockets> m_sockets; // the program's
     std::unique_ptr<IpMonitor> m_ipMonitor;    // for them

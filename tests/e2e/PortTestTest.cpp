@@ -99,12 +99,12 @@ void PortTestTest::clientTalks()
     QTcpServer peer;
     QVERIFY(peer.listen(kHere));
     m_tool->ask(number(51) + kHereText + number(peer.serverPort()) + number(1));
+    m_tool->ask(number(53) + sized("PWR ON\r")); // it is still on its way
     QTRY_VERIFY(peer.hasPendingConnections());
     const std::unique_ptr<QTcpSocket> socket(peer.nextPendingConnection());
     REPORTS(number(51) + number(1));
     m_tool->reports.clear();
 
-    m_tool->ask(number(53) + sized("PWR ON\r"));
     QTRY_COMPARE(socket->bytesAvailable(), 7);
     const QByteArrayList oneBlock{ number(53) + sized("OK\r") };
     for (int attempt = 0; m_tool->reports != oneBlock && attempt < 20; ++attempt) {
@@ -202,9 +202,9 @@ void PortTestTest::datagrams()
     QUdpSocket peer;
     QVERIFY(peer.bind(kHere));
     m_tool->ask(number(71) + kHereText + number(peer.localPort()) + number(1));
+    m_tool->ask(number(73) + sized("ping"));
     REPORTS(number(71) + number(1));
     m_tool->reports.clear();
-    m_tool->ask(number(73) + sized("ping"));
     QTRY_VERIFY(peer.hasPendingDatagrams());
     const QNetworkDatagram ping = peer.receiveDatagram();
     QCOMPARE(ping.data(), QByteArray("ping"));

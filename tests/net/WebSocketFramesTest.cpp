@@ -157,6 +157,15 @@ void WebSocketFramesTest::answersRequests_data()
     row("no key", "dGhlIHNhbXBsZSBub25jZQ==", "", "HTTP/1.1 400");
     row("short key", "dGhlIHNhbXBsZSBub25jZQ==", "dGhl", "HTTP/1.1 400");
     row("another version", ": 13", ": 8", "HTTP/1.1 426");
+    row("page of this host", "Host: h\r\n", "Host: room:8000\r\nOrigin: http://ROOM\r\n", "HTTP/1.1 101");
+    row("page of this host, IPv6", "Host: h\r\n", "Host: [::1]:80\r\nOrigin: http://[::1]:8080\r\n", "HTTP/1.1 101");
+    row("page of another host", "Host: h\r\n", "Host: h\r\nOrigin: http://h.example\r\n", "HTTP/1.1 403");
+    row("page of nowhere", "Host: h\r\n", "Host: h\r\nOrigin: null\r\n", "HTTP/1.1 403");
+    row("two origins", "Host: h\r\n", "Host: h\r\nOrigin: http://h\r\nOrigin: http://x\r\n", "HTTP/1.1 403");
+    row("no host", "Host: h\r\n", "Origin: http://x\r\n", "HTTP/1.1 403");
+    row("listed page", "Host: h\r\n", "Host: h\r\nOrigin: https://pages.example:8443\r\n", "HTTP/1.1 101");
+    row("listed, at another port", "Host: h\r\n", "Host: h\r\nOrigin: https://pages.example\r\n", "HTTP/1.1 403");
+    row("page of a listed host", "Host: h\r\n", "Host: h\r\nOrigin: http://tv:81\r\n", "HTTP/1.1 101");
     row("nonsense", "GET", QByteArray(3000, '\xFF').constData(), "HTTP/1.1 400");
 }
 
@@ -164,7 +173,9 @@ void WebSocketFramesTest::answersRequests()
 {
     QFETCH(QByteArray, request);
     QFETCH(QByteArray, answer);
-    const auto given = WebSocketHandshake::answerTo(request, QStringLiteral("my\r\nroom"));
+    const auto given = WebSocketHandshake::answerTo(
+        request,
+        { QStringLiteral("my\r\nroom"), { QStringLiteral("https://pages.example:8443"), QStringLiteral("tv") } });
     QCOMPARE(given.bytes.left(answer.size()), answer);
     QCOMPARE(given.isAccepted, answer.startsWith("HTTP/1.1 101"));
 }

@@ -60,7 +60,11 @@ void PortTestEndpoint::collect(const QByteArray &bytes)
 
 void PortTestEndpoint::write(QTcpSocket &socket, const QByteArray &data)
 {
-    if (socket.state() == QAbstractSocket::ConnectedState && socket.bytesToWrite() + data.size() <= kMaxWaitingBytes) {
+    // On its way to the peer it keeps what is written until it is there.
+    const bool isUsable = socket.state() == QAbstractSocket::ConnectedState ||
+                          socket.state() == QAbstractSocket::ConnectingState ||
+                          socket.state() == QAbstractSocket::HostLookupState;
+    if (isUsable && socket.bytesToWrite() + data.size() <= kMaxWaitingBytes) {
         socket.write(data);
     }
 }
@@ -139,6 +143,7 @@ void PortTestUdpClient::start(const QString &host, quint16 port)
                 [this] { readDatagrams(*m_socket, [this](const QByteArray &data) { collect(data); }); });
     }
     m_target.clear();
+    m_early.clear();
     m_port = port;
     if (m_lookup >= 0) {
         QHostInfo::abortHostLookup(m_lookup);
@@ -149,6 +154,9 @@ void PortTestUdpClient::start(const QString &host, quint16 port)
         m_socket->abort();
         Q_EMIT stateChanged(!m_target.isNull() &&
                             m_socket->bind(QHostAddress(isIpv6 ? QHostAddress::AnyIPv6 : QHostAddress::AnyIPv4), 0));
+        for (const QByteArray &datagram : std::exchange(m_early, {})) {
+            send(datagram);
+        }
     });
 }
 
@@ -156,6 +164,8 @@ void PortTestUdpClient::send(const QByteArray &data)
 {
     if (m_socket && !m_target.isNull()) {
         m_socket->writeDatagram(data, m_target, m_port);
+    } else if (m_early.size() < kMostEarly) {
+        m_early << data;
     }
 }
 

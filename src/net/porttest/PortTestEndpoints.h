@@ -73,6 +73,8 @@ class PortTestUdpClient : public PortTestEndpoint
 {
     Q_OBJECT
 public:
+    static constexpr int kMostEarly = 16; // datagrams
+
     void start(const QString &host, quint16 port) override;
     void send(const QByteArray &data) override; // one datagram
 
@@ -80,7 +82,8 @@ private:
     QUdpSocket *m_socket = nullptr;
     QHostAddress m_target;
     quint16 m_port = 0;
-    int m_lookup = -1; // of the name that was given last
+    int m_lookup = -1;     // of the name that was given last
+    QByteArrayList m_early; // to be sent when it is known
 };
 
 class PortTestUdpServer : public PortTestEndpoint

@@ -18,12 +18,13 @@ public:
     };
 
     enum class Close {
-        Flush, // what was written still goes out, for a bounded time
-        Reset, // at once
+        Flush,  // what was written still goes out, for a bounded time
+        Forget, // at once; the peer sees an end in order
+        Reset,  // at once; the peer sees that something is missing
     };
 
     /// What waits for a slow peer. When it would become more, new data is refused.
-    static constexpr int kMostWaitingBytes = 1024 * 1024;
+    static constexpr int kMostWaitingBytes = 16 * 1024 * 1024;
 
     virtual ~ByteStream() = default;
 
@@ -31,6 +32,7 @@ public:
     virtual const SocketPeer &peer() const = 0;
 
     /// Writes all of it, at once or as the peer takes it, or nothing: false. Data of any size is taken when none waits.
+    /// When it was refused the connection is to be closed: what comes later would go on behind a hole.
     virtual bool write(const QByteArray &bytes) = 0;
     virtual void close(Close how) = 0; // the owner is not called any more
 

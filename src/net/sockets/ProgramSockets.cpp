@@ -93,7 +93,8 @@ void ProgramSockets::closeServer(int localPort)
 
 int ProgramSockets::openWebSocketServer(int localPort, quint16 port, const QString &name)
 {
-    return openListening(Kind::WebSocketServer, std::make_shared<WebSocketServer>(m_context, localPort, port, name));
+    const WebSocketHandshake::Server server{ name, m_origins };
+    return openListening(Kind::WebSocketServer, std::make_shared<WebSocketServer>(m_context, localPort, port, server));
 }
 
 void ProgramSockets::closeWebSocketServer(int localPort)

@@ -24,6 +24,9 @@ public:
     bool write(int port, const QByteArray &data) override;
     void restartAll(); // this controller has got another address
 
+    /// Pages that may use the program's WebSocket servers, besides those of this host; see WebSocketHandshake::Server.
+    void setWebSocketOrigins(const QStringList &origins) { m_origins = origins; }
+
     int openClient(int localPort, const QString &address, quint16 port, Protocol protocol, int boundPort) override;
     void closeClient(int localPort) override;
     void refuseAddress(int localPort) override;
@@ -53,4 +56,5 @@ private:
     AST &m_program;
     SocketContext m_context;
     Sockets m_sockets;
+    QStringList m_origins;
 };

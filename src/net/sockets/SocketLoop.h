@@ -23,6 +23,12 @@ public:
 
     void stop();
 
+    /// What waits for slow peers of all the program's TCP connections. When it would become more, a connection that
+    /// has more than its share is refused new data.
+    static constexpr qint64 kMostWaitingTogether = 64LL * 1024 * 1024;
+    static constexpr int kShare = 1024 * 1024;
+    qint64 &waitingBytes() { return m_waitingBytes; }
+
     IoLoop &io() { return m_io; }
     bool add(std::shared_ptr<IoHandler> handler, quint32 epollEvents);
     void later(std::function<void()> job); // from the event loop; not if this has ended before
@@ -42,4 +48,5 @@ private:
     bool m_isHeld = false; // the notifier is off because work is nested too deep
     bool m_isStopped = false;
     int m_tickTicket = 0;
+    qint64 m_waitingBytes = 0;
 };

@@ -1,18 +1,59 @@
 #include "net/sockets/TcpClient.h"
 
+#include "base/Clock.h"
+
+namespace {
+constexpr int kLookAgainMs = 10;
+constexpr qint64 kDeliverMs = 1000;
+} // namespace
+
 void TcpClient::send(const QByteArray &data)
 {
     if (!m_stream || !m_stream->isConnected()) {
         events().error(localPort(), QAbstractSocket::SocketAccessError);
     } else if (!m_stream->write(data)) {
+        drop(ByteStream::Close::Reset);
         events().error(localPort(), QAbstractSocket::SocketResourceError);
+        if (!m_isClosed) { // by a handler of the error
+            events().offline(localPort());
+        }
     }
 }
 
 void TcpClient::restart()
 {
-    // A bound port can be used for the next connection only when nothing is left of this one.
-    drop(boundPort() != 0 ? ByteStream::Close::Reset : ByteStream::Close::Flush);
+    const bool isSamePeer = boundPort() != 0 && m_stream && m_stream->isConnected() && m_stream->goesTo(address());
+    if (!isSamePeer) {
+        drop(ByteStream::Close::Flush);
+        connectNow();
+        return;
+    }
+    // A connection between the same two ports as before needs a system that has forgotten that one: what was sent is
+    // delivered first, then it ends at once.
+    const std::shared_ptr<TcpStream> leaving = std::exchange(m_stream, nullptr);
+    drop(ByteStream::Close::Flush);
+    leaving->release();
+    m_leaving = leaving;
+    m_giveUpMs = Clock::instance().monotonicMs() + kDeliverMs;
+    connectWhenDelivered();
+}
+
+void TcpClient::connectWhenDelivered()
+{
+    if (!m_leaving->isDelivered() && Clock::instance().monotonicMs() < m_giveUpMs) {
+        Clock::instance().after(kLookAgainMs, [this, weak = weak_from_this(), attempt = m_attempt] {
+            if (const std::shared_ptr<ProgramSocket> self = weak.lock(); self && attempt == m_attempt) {
+                connectWhenDelivered();
+            }
+        });
+        return;
+    }
+    std::exchange(m_leaving, nullptr)->close(ByteStream::Close::Forget);
+    connectNow();
+}
+
+void TcpClient::connectNow()
+{
     TcpStream::Result result = TcpStream::connectTo(loop(), address(), boundPort(), { shared_from_this(), this });
     m_stream = std::move(result.stream);
     if (!m_stream) {
@@ -35,6 +76,9 @@ void TcpClient::drop(ByteStream::Close how)
     ++m_attempt;
     if (const std::shared_ptr<TcpStream> stream = std::exchange(m_stream, nullptr)) {
         stream->close(how);
+    }
+    if (const std::shared_ptr<TcpStream> leaving = std::exchange(m_leaving, nullptr)) {
+        leaving->close(ByteStream::Close::Flush);
     }
 }
 

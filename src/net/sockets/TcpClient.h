@@ -20,8 +20,12 @@ private:
     void received(ByteStream &stream, const QByteArray &bytes) override;
     void ended(ByteStream &stream, int error) override;
     void drop(ByteStream::Close how);
+    void connectNow();
+    void connectWhenDelivered();
 
-    std::shared_ptr<TcpStream> m_stream; // null: not connected, nor on the way
+    std::shared_ptr<TcpStream> m_stream;  // null: not connected, nor on the way
+    std::shared_ptr<TcpStream> m_leaving; // the one before, until it has delivered what was sent
     int m_attempt = 0;
+    qint64 m_giveUpMs = 0;
     bool m_isClosed = false;
 };

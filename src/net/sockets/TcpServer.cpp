@@ -2,12 +2,14 @@
 
 void TcpServer::send(const QByteArray &data)
 {
-    bool isTaken = true;
-    for (const std::shared_ptr<TcpStream> &stream : m_streams) {
-        isTaken = stream->write(data) && isTaken;
-    }
-    if (!isTaken) {
-        events().error(localPort(), QAbstractSocket::SocketResourceError);
+    const std::vector<std::shared_ptr<TcpStream>> streams = m_streams; // a handler may change the list
+    for (const std::shared_ptr<TcpStream> &stream : streams) {
+        if (!stream->write(data) && forget(*stream)) {
+            const SocketPeer peer = stream->peer();
+            stream->close(ByteStream::Close::Reset);
+            events().error(localPort(), QAbstractSocket::SocketResourceError);
+            events().offline(localPort(), peer);
+        }
     }
 }
 
@@ -35,7 +37,15 @@ void TcpServer::received(ByteStream &stream, const QByteArray &bytes)
 void TcpServer::ended(ByteStream &stream, int)
 {
     const SocketPeer peer = stream.peer();
-    std::erase_if(m_streams, [&stream](const auto &each) { return each.get() == &stream; });
-    release();
+    forget(stream);
     events().offline(localPort(), peer);
+}
+
+bool TcpServer::forget(const ByteStream &stream)
+{
+    const bool wasThere = std::erase_if(m_streams, [&stream](const auto &each) { return each.get() == &stream; }) > 0;
+    if (wasThere) {
+        release();
+    }
+    return wasThere;
 }

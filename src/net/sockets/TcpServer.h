@@ -17,5 +17,7 @@ private:
     void received(ByteStream &stream, const QByteArray &bytes) override;
     void ended(ByteStream &stream, int error) override;
 
+    bool forget(const ByteStream &stream);
+
     std::vector<std::shared_ptr<TcpStream>> m_streams;
 };

@@ -6,9 +6,11 @@
 #include <cerrno>
 #include <vector>
 
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -117,11 +119,15 @@ bool TcpStream::write(const QByteArray &bytes)
     if (m_state != State::Open || bytes.isEmpty()) {
         return m_state == State::Open;
     }
-    if (!m_out.isEmpty() && m_out.size() + bytes.size() > kMostWaitingBytes) {
-        return false;
+    if (!hasRoom(bytes.size())) {
+        flush(); // the peer may have read meanwhile
+        if (!hasRoom(bytes.size())) {
+            return false;
+        }
     }
     const bool isFirst = m_out.isEmpty();
     m_out.append(bytes);
+    noteWaiting();
     if (isFirst) {
         flush();
         watch();
@@ -142,11 +148,32 @@ void TcpStream::close(Close how)
         return;
     }
     if (m_state != State::Closed) {
+        if (m_state == State::Open && how == Close::Forget) {
+            ::shutdown(m_socket, SHUT_WR); // leaves ahead of the reset
+        }
         m_state = State::Closed;
         const linger dropUnsent{ 1, 0 }; // and its own port is free at once
         ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &dropUnsent, sizeof dropUnsent);
         m_loop.io().remove(*this);
     }
+}
+
+void TcpStream::release()
+{
+    m_owner.reset();
+    setHolding(false);
+}
+
+bool TcpStream::isDelivered() const
+{
+    int unconfirmed = 0;
+    return m_state != State::Open ||
+           (m_out.isEmpty() && (::ioctl(m_socket, SIOCOUTQ, &unconfirmed) != 0 || unconfirmed == 0));
+}
+
+bool TcpStream::goesTo(const SocketAddress &address) const
+{
+    return m_peer.port == address.port() && m_peer.address == address.host().toString().toLatin1();
 }
 
 void TcpStream::setHolding(bool isHolding)
@@ -198,6 +225,8 @@ void TcpStream::removed()
         ::close(m_socket);
         m_socket = -1;
     }
+    m_out.clear();
+    noteWaiting();
     m_state = State::Closed;
     m_owner.reset();
 }
@@ -260,6 +289,20 @@ bool TcpStream::fail(int error)
     return false;
 }
 
+bool TcpStream::hasRoom(int bytes) const
+{
+    const int waiting = m_out.size();
+    return waiting == 0 || (waiting + bytes <= kMostWaitingBytes &&
+                            (waiting + bytes <= SocketLoop::kShare ||
+                             m_loop.waitingBytes() + bytes <= SocketLoop::kMostWaitingTogether));
+}
+
+void TcpStream::noteWaiting()
+{
+    m_loop.waitingBytes() += m_out.size() - m_noted;
+    m_noted = m_out.size();
+}
+
 void TcpStream::flush()
 {
     while (!m_out.isEmpty()) {
@@ -267,11 +310,13 @@ void TcpStream::flush()
         if (count >= 0) {
             m_out.consume(static_cast<int>(count));
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+            noteWaiting();
             return;
         } else if (errno != EINTR) {
             m_out.clear(); // the end of the stream is there to be read
         }
     }
+    noteWaiting();
     if (m_state == State::Closing && !m_isShutDown) {
         m_isShutDown = true;
         ::shutdown(m_socket, SHUT_WR);

@@ -36,6 +36,9 @@ public:
     const SocketPeer &peer() const override { return m_peer; }
     bool write(const QByteArray &bytes) override;
     void close(Close how) override;
+    void release();           // the owner is not called any more; what was written still goes out, until close()
+    bool isDelivered() const; // all that was written has reached the peer's system
+    bool goesTo(const SocketAddress &address) const;
     void setHolding(bool isHolding) override;
 
     int descriptor() const override { return m_socket; }
@@ -53,7 +56,9 @@ private:
     bool readOnce();
     bool discard();
     bool fail(int error);
+    bool hasRoom(int bytes) const;
     void flush();
+    void noteWaiting();
     void watch();
     void unmute();
 
@@ -63,6 +68,7 @@ private:
     State m_state;
     SocketPeer m_peer;
     OutBuffer m_out;
+    int m_noted = 0;         // of m_out, in the loop's count
     qint64 m_deadlineMs = 0; // on the program's clock, while connecting and closing
     quint32 m_watched = 0;
     bool m_isTelling = false; // the owner is being called

@@ -15,8 +15,9 @@ void WebSocketClient::send(const QByteArray &data)
 {
     if (!m_link || !m_link->isOpen()) {
         events().error(localPort(), QAbstractSocket::SocketAccessError);
-    } else if (!m_link->send(data)) {
-        events().error(localPort(), QAbstractSocket::SocketResourceError);
+    } else {
+        const std::shared_ptr<WebSocketLink> link = m_link; // it may end
+        link->send(data);
     }
 }
 

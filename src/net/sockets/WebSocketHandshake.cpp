@@ -59,6 +59,18 @@ QByteArray hostOf(const QUrl &url)
     return url.port() > 0 ? bracketed + ':' + QByteArray::number(url.port()) : bracketed;
 }
 
+/// Any page that anybody opens in a browser may try: the browser says where the page is from.
+bool mayUse(const QByteArray &origin, const QByteArray &host, const QStringList &allowed)
+{
+    const QString page = QUrl(QString::fromLatin1(origin)).host();
+    const bool isOwn = !page.isEmpty() && page == QUrl(QStringLiteral("ws://") + QString::fromLatin1(host)).host();
+    return origin.isEmpty() || isOwn || std::any_of(allowed.begin(), allowed.end(), [&](const QString &each) {
+               const QString entry = each.trimmed();
+               return entry == QLatin1String("*") || entry.compare(QLatin1String(origin), Qt::CaseInsensitive) == 0 ||
+                      (!page.isEmpty() && entry.compare(page, Qt::CaseInsensitive) == 0);
+           });
+}
+
 QByteArray credentialsOf(const QUrl &url)
 {
     if (url.userName().isEmpty()) {
@@ -109,7 +121,7 @@ bool WebSocketHandshake::isAccepted(const QByteArray &answer, const QByteArray &
            head.value("sec-websocket-accept") == acceptOf(key);
 }
 
-WebSocketHandshake::Answer WebSocketHandshake::answerTo(const QByteArray &request, const QString &serverName)
+WebSocketHandshake::Answer WebSocketHandshake::answerTo(const QByteArray &request, const Server &owner)
 {
     const Head head(request);
     const QList<QByteArray> line = head.firstLine();
@@ -118,11 +130,14 @@ WebSocketHandshake::Answer WebSocketHandshake::answerTo(const QByteArray &reques
         QByteArray::fromBase64(key).size() != kKeyBytes) {
         return { false, "HTTP/1.1 400 Bad Request\r\nConnection: close\r\nContent-Length: 0\r\n\r\n" };
     }
+    if (const QByteArray origin = head.value("origin"); !mayUse(origin, head.value("host"), owner.origins)) {
+        return { false, "HTTP/1.1 403 Forbidden\r\nConnection: close\r\nContent-Length: 0\r\n\r\n", origin };
+    }
     if (!head.lists("sec-websocket-version", "13")) {
         return { false, "HTTP/1.1 426 Upgrade Required\r\nSec-WebSocket-Version: 13\r\nConnection: close\r\n"
                         "Content-Length: 0\r\n\r\n" };
     }
-    const QByteArray name = serverName.simplified().toUtf8(); // on one line, whatever it holds
+    const QByteArray name = owner.name.simplified().toUtf8(); // on one line, whatever it holds
     const QByteArray server = name.isEmpty() ? QByteArray() : "Server: " + name + "\r\n";
     return { true, "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n" + server +
                        "Sec-WebSocket-Accept: " + acceptOf(key) + "\r\n\r\n" };

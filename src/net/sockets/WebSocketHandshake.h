@@ -1,6 +1,7 @@
 #pragma once
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 class QUrl;
 
@@ -21,11 +22,20 @@ QByteArray request(const QUrl &url, const QByteArray &key);
 /// Whether an answer accepts the request with this key.
 bool isAccepted(const QByteArray &answer, const QByteArray &key);
 
+/// A server, as far as its answers go.
+struct Server
+{
+    QString name{}; // for the header "Server"; may be empty
+    /// Besides pages of its own host and clients that are no browsers: pages with these origins, such as
+    /// "https://panels.example:8443", or of these hosts. "*": all pages.
+    QStringList origins{};
+};
+
 struct Answer
 {
     bool isAccepted = false;
-    QByteArray bytes{}; // to send in either case
+    QByteArray bytes{};         // to send in either case
+    QByteArray strangeOrigin{}; // why it is not accepted; empty: for another reason
 };
-/// \param serverName  for the header "Server"; may be empty
-Answer answerTo(const QByteArray &request, const QString &serverName);
+Answer answerTo(const QByteArray &request, const Server &server);
 } // namespace WebSocketHandshake

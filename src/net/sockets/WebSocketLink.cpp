@@ -1,17 +1,18 @@
 #include "net/sockets/WebSocketLink.h"
 
 #include "base/Clock.h"
-#include "net/sockets/WebSocketHandshake.h"
+#include "base/Messages.h"
+#include "base/Monitor.h"
 
 namespace {
 constexpr int kMessagesPerTurn = 8; // each runs the program's handlers
 }
 
-std::shared_ptr<WebSocketLink> WebSocketLink::asServer(SocketLoop &loop, const QString &serverName,
+std::shared_ptr<WebSocketLink> WebSocketLink::asServer(SocketLoop &loop, const WebSocketHandshake::Server &server,
                                                        std::shared_ptr<Owner> owner)
 {
     std::shared_ptr<WebSocketLink> link(new WebSocketLink(loop, WebSocketRole::Server, std::move(owner)));
-    link->m_serverName = serverName;
+    link->m_server = server;
     return link;
 }
 
@@ -35,9 +36,11 @@ WebSocketLink::~WebSocketLink()
     Clock::instance().cancel(m_handshakeTicket);
 }
 
-bool WebSocketLink::send(const QByteArray &data)
+void WebSocketLink::send(const QByteArray &data)
 {
-    return m_stream->write(webSocketFrame(WebSocketOpcode::kBinary, data, m_role));
+    if (!m_stream->write(webSocketFrame(WebSocketOpcode::kBinary, data, m_role))) {
+        end(QAbstractSocket::SocketResourceError, {});
+    }
 }
 
 void WebSocketLink::close()
@@ -107,9 +110,16 @@ bool WebSocketLink::acceptPeer(const QByteArray &head)
         }
         return true;
     }
-    const WebSocketHandshake::Answer answer = WebSocketHandshake::answerTo(head, m_serverName);
+    const WebSocketHandshake::Answer answer = WebSocketHandshake::answerTo(head, m_server);
     if (!answer.isAccepted) {
-        end(QAbstractSocket::NetworkError, answer.bytes);
+        if (answer.strangeOrigin.isEmpty()) {
+            end(QAbstractSocket::NetworkError, answer.bytes);
+            return false;
+        }
+        monitorLog(MonitorMessageType::Warning,
+                   translated(QT_TRANSLATE_NOOP("messages", "Warning:A page of %1 may not use the WebSocket server"))
+                       .arg(printableOrHex(answer.strangeOrigin)));
+        end(kNoSocketError, answer.bytes); // nothing that the program could do about it
         return false;
     }
     return m_stream->write(answer.bytes);

@@ -3,6 +3,7 @@
 #include "net/sockets/SocketErrors.h"
 #include "net/sockets/SocketLoop.h"
 #include "net/sockets/WebSocketFrames.h"
+#include "net/sockets/WebSocketHandshake.h"
 
 #include <QUrl>
 
@@ -28,7 +29,7 @@ public:
     static constexpr qint64 kServerHandshakeMs = 10000;
     static constexpr qint64 kClientHandshakeMs = 30000;
 
-    static std::shared_ptr<WebSocketLink> asServer(SocketLoop &loop, const QString &serverName,
+    static std::shared_ptr<WebSocketLink> asServer(SocketLoop &loop, const WebSocketHandshake::Server &server,
                                                    std::shared_ptr<Owner> owner);
     static std::shared_ptr<WebSocketLink> asClient(SocketLoop &loop, const QUrl &url, std::shared_ptr<Owner> owner);
     ~WebSocketLink() override;
@@ -38,7 +39,7 @@ public:
     bool wasOpen() const { return m_wasOpen; }
     const SocketPeer &peer() const { return m_stream->peer(); }
 
-    bool send(const QByteArray &data); // a binary message; false: too much is waiting
+    void send(const QByteArray &data); // a binary message; when too much is waiting already the link ends
     void close();                      // with the normal close code; the owner is not called any more
 
     void connected(ByteStream &stream) override;
@@ -60,7 +61,7 @@ private:
     const WebSocketRole m_role;
     std::shared_ptr<Owner> m_owner;
     std::shared_ptr<ByteStream> m_stream;
-    QString m_serverName; // of a server
+    WebSocketHandshake::Server m_server; // a server's
     QUrl m_url;           // of a client
     QByteArray m_key;     // of a client
     QByteArray m_head;    // of the handshake, as far as it has come

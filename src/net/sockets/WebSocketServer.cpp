@@ -2,19 +2,17 @@
 
 void WebSocketServer::send(const QByteArray &data)
 {
-    bool isTaken = true;
-    for (const std::weak_ptr<WebSocketLink> &each : m_links) {
-        const std::shared_ptr<WebSocketLink> link = each.lock();
-        isTaken = (!link || !link->isOpen() || link->send(data)) && isTaken;
-    }
-    if (!isTaken) {
-        events().error(localPort(), QAbstractSocket::SocketResourceError);
+    const std::vector<std::weak_ptr<WebSocketLink>> links = m_links; // one that ends leaves the list
+    for (const std::weak_ptr<WebSocketLink> &each : links) {
+        if (const std::shared_ptr<WebSocketLink> link = each.lock(); link && link->isOpen()) {
+            link->send(data);
+        }
     }
 }
 
 void WebSocketServer::take(int socket)
 {
-    const std::shared_ptr<WebSocketLink> link = WebSocketLink::asServer(loop(), m_name, { shared_from_this(), this });
+    const std::shared_ptr<WebSocketLink> link = WebSocketLink::asServer(loop(), m_server, { shared_from_this(), this });
     const std::shared_ptr<TcpStream> stream = TcpStream::accepted(loop(), socket, link);
     if (!stream) {
         release();

@@ -8,9 +8,9 @@
 class WebSocketServer final : public AcceptingSocket, private WebSocketLink::Owner
 {
 public:
-    WebSocketServer(SocketContext context, int localPort, quint16 port, QString name)
+    WebSocketServer(SocketContext context, int localPort, quint16 port, WebSocketHandshake::Server server)
         : AcceptingSocket(std::move(context), localPort, port)
-        , m_name(std::move(name))
+        , m_server(std::move(server))
     {}
 
     void send(const QByteArray &data) override;
@@ -21,6 +21,6 @@ private:
     void message(WebSocketLink &link, const QByteArray &bytes) override;
     void ended(WebSocketLink &link, int error) override;
 
-    const QString m_name;                              // for the handshake
+    const WebSocketHandshake::Server m_server;
     std::vector<std::weak_ptr<WebSocketLink>> m_links; // their streams hold them, and they this server
 };
