@@ -35,17 +35,16 @@ bool listsTag(std::string_view list, std::string_view tag)
            HttpText::listHas(list, "W/" + quoted);
 }
 
-/// The client has this very file. Files of one size share a tag, so when both are told the times must be equal too.
+/// The client has this very file. The tag is not enough: files of one size share it. Nor is a later time: an archive
+/// brings files with times of their own, which may be older than those of the files that they replace.
 bool isKnownToClient(const HttpRequest &request, const WebFile &file)
 {
-    if (!request.hasHeader("if-none-match") && !request.hasHeader("if-modified-since")) {
+    if (!request.hasHeader("if-modified-since")) {
         return false; // nearly always
     }
     const auto since = HttpText::parseDate(request.header("if-modified-since"));
-    if (!request.hasHeader("if-none-match")) {
-        return since && file.modified() <= *since;
-    }
-    return listsTag(request.header("if-none-match"), view(file.etag)) && (!since || *since == file.modified());
+    return since && *since == file.modified() &&
+           (!request.hasHeader("if-none-match") || listsTag(request.header("if-none-match"), view(file.etag)));
 }
 
 /// A client that goes on with an old download says what it has the beginning of.

@@ -13,19 +13,19 @@ constexpr int kMaxTrailer = 4096; // headers behind the last chunk, which nobody
 
 void HttpBody::begin(qint64 length, Keep keep)
 {
-    start(keep);
+    start(keep, length);
     m_remaining = length;
     m_state = length > 0 ? State::Sized : State::Done;
 }
 
 void HttpBody::beginChunked(qint64 most, Keep keep)
 {
-    start(keep);
+    start(keep, 0);
     m_room = most;
     m_state = State::ChunkSize;
 }
 
-void HttpBody::start(Keep keep)
+void HttpBody::start(Keep keep, qint64 expected)
 {
     m_refusal = HttpRefusal::None;
     m_trailerBytes = 0;
@@ -33,9 +33,11 @@ void HttpBody::start(Keep keep)
     m_bytes.clear();
     m_file.reset();
     if (keep == Keep::OnDisk) {
-        m_file = HttpTemporaryFile::make();
+        HttpTemporaryFile::Result result = HttpTemporaryFile::make(expected);
+        m_file = std::move(result.file);
         if (!m_file) {
-            refuse(HttpRefusal::TooLarge, "HttpRequest: Error writing temp file for multipart body");
+            refuse(result.made == HttpTemporaryFile::Made::NoRoom ? HttpRefusal::NoRoom : HttpRefusal::TooLarge,
+                   "HttpRequest: Error writing temp file for multipart body");
         }
     }
 }

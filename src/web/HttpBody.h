@@ -20,7 +20,7 @@ public:
 
 private:
     enum class State { Sized, ChunkSize, Chunk, ChunkEnd, Trailer, Done };
-    void start(Keep keep);
+    void start(Keep keep, qint64 expected);
     int takeData(const char *bytes, int count);
     int takeLine(const char *bytes, int count);
     void readLine();

@@ -76,9 +76,11 @@ bool HttpSocket::lingerOn()
     return count > 0 || (count < 0 && wouldBlock());
 }
 
-HttpConnectionHandler::HttpConnectionHandler(int socket, IoThread &thread, const HttpSettings &settings,
-                                             HttpRequestHandler &handler, HttpConnectionHandlerPool &pool)
-    : m_socket(socket)
+HttpConnectionHandler::HttpConnectionHandler(const HttpConnectionHandlerPool::Newcomer &client, IoThread &thread,
+                                             const HttpSettings &settings, HttpRequestHandler &handler,
+                                             HttpConnectionHandlerPool &pool)
+    : HttpPlace(client.address, linkClockMs())
+    , m_socket(client.socket)
     , m_thread(thread)
     , m_pool(pool)
     , m_conversation(settings, handler, linkClockMs())
@@ -95,9 +97,13 @@ bool HttpConnectionHandler::ready(quint32 epollEvents, qint64 nowMs)
         return false;
     }
     if (m_conversation.isOver()) {
+        m_pool.remove(*this); // it does not need the place any more
+        if (m_hasEnded || !m_pool.beginLingering()) {
+            return false;
+        }
         m_socket.beginLingering(nowMs);
         watch(false);
-        return !m_hasEnded;
+        return true;
     }
     watch(!m_conversation.output().isEmpty());
     return true;
@@ -119,6 +125,9 @@ bool HttpConnectionHandler::tick(qint64 nowMs)
 void HttpConnectionHandler::removed()
 {
     m_pool.remove(*this);
+    if (m_socket.isLingering()) {
+        m_pool.endLingering();
+    }
 }
 
 void HttpConnectionHandler::giveUp()
@@ -140,6 +149,7 @@ bool HttpConnectionHandler::read(qint64 nowMs)
         m_hasEnded = true;
         m_conversation.endOfInput();
     } else {
+        m_activeMs = nowMs;
         m_conversation.receive(scratch().data(), static_cast<int>(count), nowMs);
     }
     return true;
@@ -151,6 +161,7 @@ bool HttpConnectionHandler::write(qint64 nowMs)
     for (int pieces = 0; pieces < kPiecesPerTurn && !output.isEmpty(); ++pieces) {
         switch (m_socket.send(output)) {
         case HttpSocket::Progress::Some:
+            m_activeMs = nowMs;
             m_conversation.sent(nowMs);
             break;
         case HttpSocket::Progress::Blocked:

@@ -40,7 +40,7 @@ class HttpConnectionHandler final : public IoHandler, public HttpPlace
 {
 public:
     /// Takes over a connected non-blocking socket. All the others outlive it.
-    HttpConnectionHandler(int socket, IoThread &thread, const HttpSettings &settings, HttpRequestHandler &handler,
+    HttpConnectionHandler(const HttpConnectionHandlerPool::Newcomer &client, IoThread &thread, const HttpSettings &settings, HttpRequestHandler &handler,
                           HttpConnectionHandlerPool &pool);
 
     int descriptor() const override { return m_socket.descriptor(); }

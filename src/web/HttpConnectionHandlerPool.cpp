@@ -1,8 +1,21 @@
 #include "web/HttpConnectionHandlerPool.h"
 
-HttpConnectionHandlerPool::HttpConnectionHandlerPool(int maxHandlers)
+#include <QHash>
+
+#include <algorithm>
+#include <utility>
+
+#include <unistd.h>
+
+HttpConnectionHandlerPool::HttpConnectionHandlerPool(int maxHandlers, Serve serve)
     : m_maxHandlers(static_cast<size_t>(maxHandlers))
+    , m_serve(std::move(serve))
 {}
+
+HttpConnectionHandlerPool::~HttpConnectionHandlerPool()
+{
+    stop();
+}
 
 int HttpConnectionHandlerPool::size() const
 {
@@ -10,41 +23,124 @@ int HttpConnectionHandlerPool::size() const
     return static_cast<int>(m_places.size());
 }
 
-bool HttpConnectionHandlerPool::makeRoom()
+bool HttpConnectionHandlerPool::take(const Newcomer &newcomer)
 {
     std::shared_ptr<HttpPlace> loser;
     {
         const std::lock_guard lock(m_mutex);
-        if (m_places.size() < m_maxHandlers) {
-            return true;
+        if (!makeRoom(newcomer.address, loser)) {
+            const bool mayWait = m_waiting.size() < m_maxHandlers && !m_isStopped;
+            if (mayWait) {
+                m_waiting.push_back(newcomer);
+            }
+            return mayWait;
         }
-        loser = takeStalling();
+        ++m_promised;
     }
     if (loser) {
         loser->giveUp();
     }
-    return loser != nullptr;
+    m_serve(newcomer);
+    return true;
 }
 
 void HttpConnectionHandlerPool::add(const std::shared_ptr<HttpPlace> &place)
 {
     const std::lock_guard lock(m_mutex);
     m_places.emplace(place.get(), place);
+    --m_promised;
 }
 
 void HttpConnectionHandlerPool::remove(const HttpPlace &place)
 {
-    const std::lock_guard lock(m_mutex);
-    m_places.erase(&place);
+    Newcomer next;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_places.erase(&place) == 0 || m_waiting.empty()) {
+            return;
+        }
+        next = m_waiting.front();
+        m_waiting.pop_front();
+        ++m_promised;
+    }
+    m_serve(next);
 }
 
-std::shared_ptr<HttpPlace> HttpConnectionHandlerPool::takeStalling()
+void HttpConnectionHandlerPool::stop()
 {
-    for (auto at = m_places.begin(); at != m_places.end(); ++at) {
-        if (auto place = at->second.lock(); place && place->isStalling()) {
-            m_places.erase(at);
-            return place;
+    const std::lock_guard lock(m_mutex);
+    m_isStopped = true;
+    for (const Newcomer &newcomer : std::exchange(m_waiting, {})) {
+        ::close(newcomer.socket);
+    }
+}
+
+bool HttpConnectionHandlerPool::beginLingering()
+{
+    if (m_lingering++ < m_maxHandlers) {
+        return true;
+    }
+    --m_lingering;
+    return false;
+}
+
+std::vector<int> HttpConnectionHandlerPool::tick(qint64 nowMs)
+{
+    std::vector<int> sockets;
+    std::unique_lock lock(m_mutex);
+    for (std::shared_ptr<HttpPlace> loser; !m_waiting.empty() && makeRoom(m_waiting.front().address, loser);) {
+        const Newcomer next = m_waiting.front(); // somebody stalls by now
+        m_waiting.pop_front();
+        ++m_promised;
+        lock.unlock();
+        if (loser) {
+            loser->giveUp();
+            loser.reset();
+        }
+        m_serve(next);
+        lock.lock();
+    }
+    while (!m_waiting.empty() && nowMs - m_waiting.front().sinceMs >= kWaitMs) {
+        sockets.push_back(m_waiting.front().socket);
+        m_waiting.pop_front();
+    }
+    return sockets;
+}
+
+bool HttpConnectionHandlerPool::makeRoom(const QString &address, std::shared_ptr<HttpPlace> &loser)
+{
+    if (m_places.size() + m_promised < m_maxHandlers) {
+        return true;
+    }
+    QHash<QString, int> held;
+    for (const auto &[key, each] : m_places) {
+        const std::shared_ptr<HttpPlace> place = each.lock();
+        if (!place) {
+            continue;
+        }
+        ++held[place->address()];
+        if (place->isStalling()) {
+            loser = place;
         }
     }
-    return nullptr;
+    if (!loser) {
+        const auto largest = std::max_element(held.begin(), held.end());
+        loser = largest != held.end() && *largest > held.value(address) + 1 ? idlestOf(largest.key()) : nullptr;
+    }
+    if (loser) {
+        m_places.erase(loser.get());
+    }
+    return loser != nullptr;
+}
+
+std::shared_ptr<HttpPlace> HttpConnectionHandlerPool::idlestOf(const QString &address)
+{
+    std::shared_ptr<HttpPlace> idlest;
+    for (const auto &[key, each] : m_places) {
+        const std::shared_ptr<HttpPlace> place = each.lock();
+        if (place && place->address() == address && (!idlest || place->activeMs() < idlest->activeMs())) {
+            idlest = place;
+        }
+    }
+    return idlest;
 }

@@ -142,6 +142,11 @@ void HttpConversation::refuse()
         status = QByteArrayLiteral("413 entity too large");
         text = QByteArrayLiteral("413 Entity too large");
         break;
+    case HttpRefusal::FieldTooLarge:
+        status = QByteArrayLiteral("413 entity too large");
+        text = "413 The fields of the form, without its files, are larger than " +
+               QByteArray::number(m_settings.maxRequestSize) + " bytes";
+        break;
     case HttpRefusal::BadRequest:
         status = text = QByteArrayLiteral("400 Bad Request");
         break;
@@ -150,6 +155,9 @@ void HttpConversation::refuse()
         break;
     case HttpRefusal::VersionNotSupported:
         status = text = QByteArrayLiteral("505 HTTP Version Not Supported");
+        break;
+    case HttpRefusal::NoRoom:
+        status = text = QByteArrayLiteral("507 Insufficient Storage");
         break;
     }
     m_output.append("HTTP/1.1 " + status + "\r\nConnection: close\r\n\r\n" + text + "\r\n");

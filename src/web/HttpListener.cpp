@@ -12,10 +12,32 @@ namespace {
 constexpr int kMostTurnedAway = 100; // at once; more are closed without a word
 }
 
+/// Looks after those that wait for a place, on the thread that accepts.
+/// Owns: nothing. Ends: with the thread.
+class HttpListener::Waiting final : public IoHandler
+{
+public:
+    explicit Waiting(HttpListener &listener)
+        : m_listener(listener)
+    {}
+    int descriptor() const override { return -1; }
+    bool ready(quint32, qint64) override { return true; }
+    bool tick(qint64 nowMs) override
+    {
+        for (const int socket : m_listener.m_pool.tick(nowMs)) {
+            m_listener.turnAway(socket);
+        }
+        return true;
+    }
+
+private:
+    HttpListener &m_listener;
+};
+
 HttpListener::HttpListener(const HttpSettings &settings, HttpRequestHandler &handler, int threads)
     : m_settings(settings)
     , m_handler(handler)
-    , m_pool(settings.maxThreads)
+    , m_pool(settings.maxThreads, [this](const HttpConnectionHandlerPool::Newcomer &newcomer) { serve(newcomer); })
 {
     const int count = threads > 0 ? threads : usableCores();
     const quint16 port = settings.port.value_or(0);
@@ -34,6 +56,7 @@ HttpListener::HttpListener(const HttpSettings &settings, HttpRequestHandler &han
 
 HttpListener::~HttpListener()
 {
+    m_pool.stop();
     for (const std::unique_ptr<IoThread> &thread : m_threads) {
         thread->stop();
     }
@@ -62,34 +85,39 @@ void HttpListener::listen(int threads)
         }
     }
     IoThread &first = *m_threads.front();
-    ListenSocket::Result listening = ListenSocket::open(m_settings.host, *m_settings.port, first.loop(),
-                                                        [this](int socket, const QString &) { accept(socket); });
+    ListenSocket::Result listening =
+        ListenSocket::open(m_settings.host, *m_settings.port, first.loop(), [this](int socket, const QString &address) {
+            if (!m_pool.take({ socket, address, linkClockMs() })) {
+                turnAway(socket);
+            }
+        });
     m_error = listening.error;
     if (listening.socket) {
         m_port = listening.socket->port();
         first.add(std::move(listening.socket));
+        first.add(std::make_shared<Waiting>(*this));
     }
 }
 
-void HttpListener::accept(int socket)
+void HttpListener::serve(const HttpConnectionHandlerPool::Newcomer &newcomer)
 {
-    if (!m_pool.makeRoom()) {
-        qDebug("HttpListener: Too many incoming connections");
-        turnAway(socket);
-    } else if (m_tls) {
-        m_tls->accept(socket);
-    } else {
-        IoThread &thread = *m_threads[m_nextThread++ % m_threads.size()];
-        const auto connection = std::make_shared<HttpConnectionHandler>(socket, thread, m_settings, m_handler, m_pool);
-        m_pool.add(connection);
-        thread.add(connection);
+    if (m_tls) {
+        m_tls->accept(newcomer);
+        return;
     }
+    IoThread &thread = *m_threads[m_nextThread++ % m_threads.size()];
+    const auto connection = std::make_shared<HttpConnectionHandler>(newcomer, thread, m_settings, m_handler, m_pool);
+    m_pool.add(connection);
+    thread.add(connection);
 }
 
 void HttpListener::turnAway(int socket)
 {
+    qDebug("HttpListener: Too many incoming connections");
     if (m_turnedAway >= kMostTurnedAway) {
         ::close(socket);
+    } else if (m_tls) {
+        m_tls->turnAway(socket, m_turnedAway);
     } else {
         m_threads.front()->add(std::make_shared<HttpTurnedAway>(socket, linkClockMs(), m_turnedAway));
     }

@@ -34,8 +34,9 @@ public:
 private:
     void startTls(int threads);
     void listen(int threads);
-    void accept(int socket);
-    void turnAway(int socket);
+    void serve(const HttpConnectionHandlerPool::Newcomer &newcomer); // any thread
+    void turnAway(int socket);                                       // on the thread that accepts
+    class Waiting;
 
     const HttpSettings m_settings;
     HttpRequestHandler &m_handler;
@@ -46,5 +47,5 @@ private:
     QString m_warning;
     std::unique_ptr<HttpTlsThreads> m_tls; // null: connections are plain
     std::vector<std::unique_ptr<IoThread>> m_threads;
-    size_t m_nextThread = 0;
+    std::atomic<size_t> m_nextThread{ 0 };
 };

@@ -11,6 +11,8 @@ enum class HttpRefusal {
     TooLarge = 413,
     NotImplemented = 501,
     VersionNotSupported = 505,
+    NoRoom = 507,
+    FieldTooLarge, // of a form; 413 too
 };
 
 /// A file that came in a form: a piece of the body that is kept on disk.

@@ -219,6 +219,10 @@ void HttpRequestParser::beginBody()
         readParameters();
         m_state = State::Complete;
     }
+    if (m_state == State::Body && m_body.refusal() != HttpRefusal::None) { // said before the client sends it
+        m_refusal = m_body.refusal();
+        m_state = State::Aborted;
+    }
 }
 
 std::optional<QByteArray> HttpRequestParser::multipartBoundary() const
@@ -238,7 +242,7 @@ void HttpRequestParser::endOfBody()
     if (const auto file = m_body.takeFile()) {
         HttpMultipart form = HttpMultipart::parse(file, *multipartBoundary(), m_limits.maxRequestSize);
         if (form.isTooLarge) {
-            abort(HttpRefusal::TooLarge, "HttpRequest: received too many multipart bytes");
+            abort(HttpRefusal::FieldTooLarge, "HttpRequest: received too many multipart bytes");
             return;
         }
         m_request.m_parameters += form.parameters;

@@ -2,27 +2,48 @@
 
 #include <QDir>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/mman.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace {
 std::atomic<long long> bytesTogether{ 0 };
-}
 
-std::shared_ptr<HttpTemporaryFile> HttpTemporaryFile::make()
+/// Whether the file system takes so many bytes more and still has some for others.
+bool hasRoom(int descriptor, long long bytes)
+{
+    constexpr long long kKeptFree = 16LL * 1024 * 1024;
+    constexpr long long kKeptShare = 16;
+    struct statvfs system
+    {};
+    if (::fstatvfs(descriptor, &system) != 0) {
+        return true; // it does not say
+    }
+    const auto unit = static_cast<long long>(system.f_frsize);
+    const long long kept = std::min(kKeptFree, static_cast<long long>(system.f_blocks) * unit / kKeptShare);
+    return static_cast<long long>(system.f_bavail) * unit - kept >= bytes;
+}
+} // namespace
+
+HttpTemporaryFile::Result HttpTemporaryFile::make(long long expected)
 {
     QByteArray name = QFile::encodeName(QDir::tempPath() + QStringLiteral("/arkivon-body-XXXXXX"));
     const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
     if (descriptor < 0) {
-        return nullptr;
+        return { errno == ENOSPC ? Made::NoRoom : Made::Refused, nullptr };
     }
     ::unlink(name.constData());
-    return std::shared_ptr<HttpTemporaryFile>(new HttpTemporaryFile(descriptor));
+    std::shared_ptr<HttpTemporaryFile> file(new HttpTemporaryFile(descriptor));
+    if (!hasRoom(descriptor, expected)) {
+        return { Made::NoRoom, nullptr };
+    }
+    return { Made::Yes, std::move(file) };
 }
 
 HttpTemporaryFile::HttpTemporaryFile(int descriptor)
@@ -40,7 +61,7 @@ HttpTemporaryFile::~HttpTemporaryFile()
 
 bool HttpTemporaryFile::append(const char *bytes, int count)
 {
-    if (bytesTogether.fetch_add(count) + count > kMaxBytesTogether) {
+    if (bytesTogether.fetch_add(count) + count > kMaxBytesTogether || !hasRoom(m_descriptor, count)) {
         bytesTogether -= count;
         return false;
     }

@@ -10,13 +10,20 @@ class HttpTemporaryFile
 public:
     static constexpr long long kMaxBytesTogether = 100LL * 1024 * 1024;
 
-    static std::shared_ptr<HttpTemporaryFile> make(); // null when the system refuses
+    enum class Made { Yes, NoRoom, Refused };
+    struct Result
+    {
+        Made made = Made::Refused;
+        std::shared_ptr<HttpTemporaryFile> file; // null unless it was made
+    };
+    /// \param expected  bytes that are to come, as far as it is known
+    static Result make(long long expected);
     ~HttpTemporaryFile();
     HttpTemporaryFile(const HttpTemporaryFile &) = delete;
     HttpTemporaryFile &operator=(const HttpTemporaryFile &) = delete;
 
     long long size() const { return m_size; }
-    bool append(const char *bytes, int count); // false: no room
+    bool append(const char *bytes, int count); // false: too many together, or the disk is full
     std::string_view content();                // all of it, mapped; append nothing from now on. Empty when it fails.
 
 private:

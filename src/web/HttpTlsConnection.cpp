@@ -7,14 +7,34 @@
 #include <QSslCertificate>
 #include <QSslKey>
 #include <QSslSocket>
+#include <QTcpServer>
 #include <QThread>
 #include <QTimer>
 
 #include <algorithm>
 
+#include <unistd.h>
+
 namespace {
 constexpr int kTlsPiece = 16 * 1024;
 constexpr qint64 kLingerMs = 2000;
+
+class NoPlace final : public HttpRequestHandler
+{
+public:
+    void service(const HttpRequest &, HttpResponse &response) override
+    {
+        response.setStatus(503, QByteArrayLiteral("too many connections"));
+        response.setHeader(QByteArrayLiteral("Connection"), QByteArrayLiteral("close"));
+        response.write(QByteArrayLiteral("Too many connections\r\n"), HttpResponse::Part::Last);
+    }
+};
+
+HttpSettings briefly(HttpSettings settings)
+{
+    settings.readTimeoutMs = settings.stallAfterMs;
+    return settings;
+}
 
 QByteArray contentOf(const QString &path, QString &problem)
 {
@@ -27,12 +47,35 @@ QByteArray contentOf(const QString &path, QString &problem)
 
 QSslKey readKey(const QByteArray &pem)
 {
-    for (const QSsl::KeyAlgorithm algorithm : { QSsl::Rsa, QSsl::Ec, QSsl::Dsa }) {
+    for (const QSsl::KeyAlgorithm algorithm : { QSsl::Rsa, QSsl::Ec }) {
         if (QSslKey key(pem, algorithm); !key.isNull()) {
             return key;
         }
     }
     return {};
+}
+/// What the TLS library says against a configuration; empty: nothing. It tells only when a connection begins, so one
+/// with ourselves does.
+QString faultOf(const QSslConfiguration &configuration)
+{
+    constexpr int kWaitMs = 1000;
+    QTcpServer server;
+    QTcpSocket client;
+    if (!server.listen(QHostAddress::LocalHost)) {
+        return {};
+    }
+    client.connectToHost(server.serverAddress(), server.serverPort());
+    if (!client.waitForConnected(kWaitMs) || !server.waitForNewConnection(kWaitMs)) {
+        return {};
+    }
+    const std::unique_ptr<QTcpSocket> accepted(server.nextPendingConnection());
+    QSslSocket socket;
+    socket.setSocketDescriptor(::dup(static_cast<int>(accepted->socketDescriptor())));
+    socket.setSslConfiguration(configuration);
+    socket.startServerEncryption();
+    const bool isRefused =
+        socket.error() == QAbstractSocket::SslInternalError || socket.error() == QAbstractSocket::SslInvalidUserDataError;
+    return isRefused ? socket.errorString() : QString();
 }
 } // namespace
 
@@ -86,8 +129,12 @@ void HttpTlsConnection::move()
             m_conversation.receive(bytes.constData(), bytes.size(), linkClockMs());
             isMoving = true;
         }
+        if (isMoving) {
+            m_place->setActive(linkClockMs());
+        }
     }
     if (m_conversation.isOver()) {
+        m_service.pool.remove(*m_place); // it is another's already
         m_lingersUntilMs = linkClockMs() + kLingerMs;
         m_socket->disconnectFromHost(); // when all is written
     }
@@ -138,6 +185,8 @@ void HttpTlsConnection::tick()
 HttpTlsThreads::HttpTlsThreads(const QSslConfiguration &configuration, const HttpService &service, int threads)
     : m_configuration(configuration)
     , m_service(service)
+    , m_briefly(briefly(service.settings))
+    , m_noPlace(std::make_unique<NoPlace>())
 {
     for (int count = 0; count < threads; ++count) {
         Lane lane{ std::make_unique<QThread>(), new QObject };
@@ -156,31 +205,62 @@ HttpTlsThreads::~HttpTlsThreads()
     }
 }
 
-void HttpTlsThreads::accept(int socket)
+template <class Make>
+void HttpTlsThreads::onSomeLane(Make make)
 {
     QObject *const connections = m_lanes[m_next++ % m_lanes.size()].connections;
-    auto place = std::make_shared<HttpTlsConnection::Place>();
+    QMetaObject::invokeMethod(
+        connections, [make, connections] { make(connections); }, Qt::QueuedConnection);
+}
+
+void HttpTlsThreads::accept(const HttpConnectionHandlerPool::Newcomer &client)
+{
+    auto place = std::make_shared<HttpTlsConnection::Place>(client.address, linkClockMs());
     m_service.pool.add(place);
-    QMetaObject::invokeMethod(connections, [this, socket, place, connections] {
+    onSomeLane([this, socket = client.socket, place](QObject *connections) {
         new HttpTlsConnection(socket, m_configuration, m_service, place, connections);
+    });
+}
+
+void HttpTlsThreads::turnAway(int socket, std::atomic<int> &count)
+{
+    ++count;
+    onSomeLane([this, socket, &count](QObject *connections) {
+        const HttpService service{ m_briefly, *m_noPlace, m_service.pool };
+        auto place = std::make_shared<HttpTlsConnection::Place>(QString(), linkClockMs()); // of none in the pool
+        auto *const connection = new HttpTlsConnection(socket, m_configuration, service, place, connections);
+        QObject::connect(connection, &QObject::destroyed, connections, [&count] { --count; });
     });
 }
 
 std::optional<QSslConfiguration> HttpTlsThreads::configure(const HttpSettings &settings, QString &problem)
 {
-    const QByteArray keyPem = contentOf(settings.sslKeyFile, problem);
-    const QByteArray certificatePem = contentOf(settings.sslCertFile, problem);
+    const auto refuse = [&](const QString &why) {
+        problem = translated(QT_TRANSLATE_NOOP("messages", "The web server is not encrypted: cannot use %1 and %2: %3"))
+                      .arg(settings.sslKeyFile, settings.sslCertFile, why);
+        return std::nullopt;
+    };
+    QString unreadable;
+    const QByteArray keyPem = contentOf(settings.sslKeyFile, unreadable);
+    const QByteArray certificatePem = contentOf(settings.sslCertFile, unreadable);
+    if (!unreadable.isEmpty()) {
+        return refuse(unreadable);
+    }
     const QSslKey key = readKey(keyPem);
     const QList<QSslCertificate> certificates = QSslCertificate::fromData(certificatePem, QSsl::Pem);
-    if (key.isNull() || certificates.isEmpty() || !QSslSocket::supportsSsl()) {
-        problem = translated(QT_TRANSLATE_NOOP("messages", "The web server is not encrypted: cannot use %1 and %2"))
-                      .arg(settings.sslKeyFile, settings.sslCertFile);
-        return std::nullopt;
+    if (key.isNull()) {
+        return refuse(translated(QT_TRANSLATE_NOOP("messages", "the key is none of RSA or EC without a password")));
+    }
+    if (certificates.isEmpty() || !QSslSocket::supportsSsl()) {
+        return refuse(translated(QT_TRANSLATE_NOOP("messages", "there is no certificate")));
     }
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setPrivateKey(key);
     configuration.setLocalCertificateChain(certificates);
     configuration.setPeerVerifyMode(QSslSocket::VerifyNone); // clients have no certificates
     configuration.setProtocol(QSsl::TlsV1_2OrLater);
+    if (const QString fault = faultOf(configuration); !fault.isEmpty()) {
+        return refuse(fault);
+    }
     return configuration;
 }

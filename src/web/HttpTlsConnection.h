@@ -26,8 +26,10 @@ public:
     class Place : public HttpPlace
     {
     public:
+        using HttpPlace::HttpPlace;
         void giveUp() override { isGivenUp = true; }
         void setStalling(bool isStalling) { m_isStalling = isStalling; }
+        void setActive(qint64 nowMs) { m_activeMs = nowMs; }
         std::atomic<bool> isGivenUp{ false };
     };
 
@@ -59,7 +61,10 @@ public:
     HttpTlsThreads(const HttpTlsThreads &) = delete;
     HttpTlsThreads &operator=(const HttpTlsThreads &) = delete;
 
-    void accept(int socket); // a connected one, which it takes over
+    void accept(const HttpConnectionHandlerPool::Newcomer &client); // its socket is taken over
+    /// Tells the client that there is no place, as soon as it has asked for something. The counter outlives this: of
+    /// those that there are.
+    void turnAway(int socket, std::atomic<int> &count);
 
     /// A server's configuration with the key and the certificates of two PEM files; why there is none.
     static std::optional<QSslConfiguration> configure(const HttpSettings &settings, QString &problem);
@@ -70,8 +75,13 @@ private:
         std::unique_ptr<QThread> thread;
         QObject *connections = nullptr; // their parent; lives on the thread and is deleted at its end
     };
+    template <class Make>
+    void onSomeLane(Make make);
+
     const QSslConfiguration m_configuration;
     const HttpService m_service;
+    const HttpSettings m_briefly; // for those that are turned away
+    const std::unique_ptr<HttpRequestHandler> m_noPlace;
     std::vector<Lane> m_lanes;
-    size_t m_next = 0;
+    std::atomic<size_t> m_next{ 0 };
 };

@@ -92,7 +92,7 @@ WebDirectory::Opened WebDirectory::open(const QByteArray &name)
     struct stat status
     {};
     if (::stat(fullPath.constData(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return {};
+        return { S_ISDIR(status.st_mode) ? Access::Unreadable : Access::Missing, nullptr, nullptr };
     }
     // The same file as the one that was found inside before: wherever the path leads by now, it leads to that one.
     if (const auto file = kept(name); file && file->identity == identityOf(status)) {

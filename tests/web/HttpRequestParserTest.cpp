@@ -262,7 +262,7 @@ void HttpRequestParserTest::multipartParameterThatIsTooLarge()
     feed(parser,
          multipartRequest("--b b\r\nContent-Disposition: form-data; name=a\r\n\r\n" + times("x", 200) + "\r\n--b b--"),
          13);
-    QCOMPARE(parser.refusal(), HttpRefusal::TooLarge);
+    QCOMPARE(parser.refusal(), HttpRefusal::FieldTooLarge);
 }
 
 QTEST_GUILESS_MAIN(HttpRequestParserTest)
