@@ -592,6 +592,22 @@
         <translation>已关闭与 %1 的连接：对方不接收数据</translation>
     </message>
     <message>
+        <source>Closed the connection with %1: peers take too much memory</source>
+        <translation>已关闭与 %1 的连接：对端占用内存过多</translation>
+    </message>
+    <message>
+        <source>Refused a connection of %1: there are too many</source>
+        <translation>已拒绝来自 %1 的连接：连接过多</translation>
+    </message>
+    <message>
+        <source>Warning:A page of %1 may not use the WebSocket server</source>
+        <translation>警告：%1 的网页不得使用 WebSocket 服务器</translation>
+    </message>
+    <message>
+        <source>Error:The port link %1 takes nothing: frames are lost</source>
+        <translation>错误：端口线路 %1 不接收数据，帧已丢失</translation>
+    </message>
+    <message>
         <source>Disconnected from %1</source>
         <translation>与 %1 的连接已断开</translation>
     </message>
@@ -760,8 +776,16 @@
         <translation>传输已取消</translation>
     </message>
     <message>
-        <source>The web server is not encrypted: cannot use %1 and %2</source>
-        <translation>网页服务器未加密：无法使用 %1 和 %2</translation>
+        <source>The web server is not encrypted: cannot use %1 and %2: %3</source>
+        <translation>网页服务器未加密：无法使用 %1 和 %2：%3</translation>
+    </message>
+    <message>
+        <source>the key is none of RSA or EC without a password</source>
+        <translation>密钥不是无密码的 RSA 或 EC 密钥</translation>
+    </message>
+    <message>
+        <source>there is no certificate</source>
+        <translation>没有证书</translation>
     </message>
     <message>
         <source>The web settings name no port</source>

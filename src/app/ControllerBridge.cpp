@@ -47,26 +47,17 @@ void ControllerBridge::setProgram(ControlProgram *program)
     }
 }
 
-void ControllerBridge::takeRequest(SocketClient &peer, const QByteArray &body)
+std::function<void()> ControllerBridge::takeRequest(SocketClient &peer, const QByteArray &body)
 {
     std::optional<ControllerText::Request> request = ControllerText::parseFromListener(body);
     if (!request) {
-        return;
+        return nullptr;
     }
     if (request->kind == ListenerRequest::Number) { // also while the program keeps the main thread busy
         peer.sendMessage(LinkCode::kController, ControllerText::number(localSystemNumber()));
-        return;
+        return nullptr;
     }
-    if (!m_requests.add(peer.shared_from_this(), request->rest.size())) {
-        return;
-    }
-    QMetaObject::invokeMethod(
-        this,
-        [this, taken = std::move(*request)] {
-            m_requests.done(taken.rest.size());
-            perform(taken);
-        },
-        Qt::QueuedConnection);
+    return [this, taken = std::move(*request)] { perform(taken); };
 }
 
 void ControllerBridge::take(const TargetMessage &message)

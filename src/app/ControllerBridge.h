@@ -1,9 +1,10 @@
 #pragma once
 #include "devices/DeviceLinks.h"
-#include "net/Backlog.h"
 #include "net/controllers/ControllerText.h"
 
 #include <QObject>
+
+#include <functional>
 
 class ControlProgram;
 class ControllerLinks;
@@ -28,7 +29,8 @@ public:
     void setLinks(ControllerLinks *links);    // and listens to it
     void setProgram(ControlProgram *program); // nullptr before the program goes away
 
-    void takeRequest(SocketClient &peer, const QByteArray &body); // of a listener; I/O thread
+    /// A listener's request, on its I/O thread. What is to be done on the main thread; empty: nothing.
+    std::function<void()> takeRequest(SocketClient &peer, const QByteArray &body);
     void take(const TargetMessage &message);
 
     void setupPort(const DeviceAddress &device, int channel, int action) override;
@@ -51,7 +53,6 @@ private:
     NetworkManager *m_network = nullptr;
     ControllerLinks *m_links = nullptr;
     ControlProgram *m_program = nullptr;
-    Backlog m_requests;            // of all listeners together
     bool m_holdsElsewhere = false; // this program has held an output of another controller since the last cancel
     bool m_isListenersWish = false;
 };

@@ -72,12 +72,12 @@ void reportUnlessWritable(const QString &directory)
     }
 }
 
-/// A setting that names the device file of a serial line; empty: there is none.
-/// "portLink": the line to the port hardware, which is simulated without it. "consolePort": a tool's.
-QString deviceSetting(const SettingManager::Location &location, const char *name)
+/// A setting that only an editor makes. "portLink": the device file of the line to the port hardware, which is
+/// simulated without it. "consolePort": of a tool's line. "webSocketOrigins": pages of other hosts that may come.
+QVariant setting(const SettingManager::Location &location, const char *name)
 {
     const QString key = QString::fromLatin1(name);
-    return QSettings(location.settingsFile, QSettings::IniFormat).value(key).toString();
+    return QSettings(location.settingsFile, QSettings::IniFormat).value(key);
 }
 
 /// The web settings that are built in, and over them those of the file "web.ini" in the data directory.
@@ -235,7 +235,7 @@ std::optional<int> MainApplication::startParts(const Options &options)
     parts.networkSetup.start(); // first of all: what follows wants its address, and the program the network
 
     std::unique_ptr<PortHardware> hardware;
-    if (const QString device = deviceSetting(parts.location, "portLink"); !device.isEmpty()) {
+    if (const QString device = setting(parts.location, "portLink").toString(); !device.isEmpty()) {
         hardware = std::make_unique<SerialPortHardware>(device);
     } else {
         auto simulated = std::make_unique<SimulatedPortHardware>();
@@ -310,6 +310,7 @@ void MainApplication::loadProgram(const Options &options)
     if (!options.objectFilePath.isEmpty()) {
         exec.setObjectFilePath(options.objectFilePath);
     }
+    exec.setWebSocketOrigins(setting(m_parts->location, "webSocketOrigins").toStringList());
     reportUnlessWritable(m_parts->location.dataDirectory);
     QString problem;
     switch (exec.loadProgram()) {
@@ -354,7 +355,7 @@ std::optional<int> MainApplication::startNetwork(const Options &options)
     parts.controllers->setNetwork(&network);
     network.setControllerMessageHook(
         [controllers = parts.controllers.get()](SocketClient &peer, const QByteArray &body) {
-            controllers->takeRequest(peer, body);
+            return controllers->takeRequest(peer, body);
         });
     LinkOptions link;
     link.bindAddress = options.bindAddress;
@@ -450,7 +451,7 @@ void MainApplication::serveUploads()
 void MainApplication::serveConsolePort()
 {
     Parts &parts = *m_parts;
-    const QString device = deviceSetting(parts.location, "consolePort");
+    const QString device = setting(parts.location, "consolePort").toString();
     if (device.isEmpty()) {
         return;
     }

@@ -1,31 +1,115 @@
 #include "net/Backlog.h"
 
-bool Backlog::add(const std::shared_ptr<PausableReader> &from, int textBytes)
+#include <QSocketNotifier>
+
+#include <algorithm>
+#include <chrono>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace {
+constexpr int kMostNested = 8;
+constexpr std::chrono::milliseconds kTurn(1);
+} // namespace
+
+Backlog::Backlog()
+    : m_event(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+    , m_notifier(std::make_unique<QSocketNotifier>(m_event, QSocketNotifier::Read))
 {
-    const std::lock_guard lock(m_mutex);
-    const bool fits = m_bytes < kMaxBytes;
-    if (fits) {
-        m_bytes += textBytes + kBytesPerMessage;
-    }
-    if (m_bytes >= kPauseBytes && m_paused.count(from) == 0) {
-        std::erase_if(m_paused, [](const Reader &reader) { return reader.expired(); });
-        m_paused.insert(from);
-        from->setReading(false);
-    }
-    return fits;
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &Backlog::serve);
 }
 
-void Backlog::done(int textBytes)
+Backlog::~Backlog()
+{
+    m_notifier.reset();
+    ::close(m_event);
+}
+
+bool Backlog::post(const std::shared_ptr<PausableReader> &from, int textBytes, Kind kind, Job job)
 {
     const std::lock_guard lock(m_mutex);
-    m_bytes -= textBytes + kBytesPerMessage;
-    if (m_bytes > kPauseBytes / 2) {
-        return;
+    if (m_bytes >= kMaxBytes && kind != Kind::NeverRefuse) {
+        return false;
     }
-    for (const Reader &paused : m_paused) {
-        if (const auto reader = paused.lock()) {
-            reader->setReading(true);
-        }
+    m_jobs.push_back({ from, textBytes + kBytesPerJob, kind, std::move(job) });
+    m_bytes += textBytes + kBytesPerJob;
+    if (from && (++from->m_waitingJobs >= kMostOfOne || m_bytes >= kPauseBytes) && m_paused.insert(from).second) {
+        from->setReading(false);
     }
-    m_paused.clear();
+    wake();
+    return true;
+}
+
+bool Backlog::isFull() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_bytes >= kPauseBytes;
+}
+
+void Backlog::serve()
+{
+    using std::chrono::steady_clock;
+    quint64 calls = 0;
+    [[maybe_unused]] const ssize_t count = ::read(m_event, &calls, sizeof calls);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isAwake = false;
+    }
+    ++m_depth;
+    const steady_clock::time_point until = steady_clock::now() + kTurn;
+    bool hasTime = true;
+    for (Entry entry; hasTime && take(entry);) {
+        entry.job();
+        hasTime = m_depth > kMostNested || steady_clock::now() < until; // answers are quick
+    }
+    --m_depth;
+    resume();
+}
+
+bool Backlog::take(Entry &entry)
+{
+    const std::lock_guard lock(m_mutex);
+    auto next = m_jobs.begin();
+    if (m_depth > kMostNested) {
+        next = std::find_if(next, m_jobs.end(), [](const Entry &each) { return each.kind == Kind::Answer; });
+    }
+    if (next == m_jobs.end()) {
+        return false;
+    }
+    entry = std::move(*next);
+    m_jobs.erase(next);
+    m_bytes -= entry.bytes;
+    if (const auto from = entry.from.lock()) {
+        --from->m_waitingJobs;
+    }
+    return true;
+}
+
+void Backlog::resume()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_bytes <= kPauseBytes / 2) {
+        std::erase_if(m_paused, [](const Reader &paused) {
+            const auto reader = paused.lock();
+            if (reader && reader->m_waitingJobs > kMostOfOne / 2) {
+                return false;
+            }
+            if (reader) {
+                reader->setReading(true);
+            }
+            return true;
+        });
+    }
+    if (!m_jobs.empty() && m_depth < kMostNested) {
+        wake();
+    }
+}
+
+void Backlog::wake()
+{
+    if (!std::exchange(m_isAwake, true)) {
+        const quint64 one = 1;
+        [[maybe_unused]] const ssize_t written = ::write(m_event, &one, sizeof one);
+    }
 }

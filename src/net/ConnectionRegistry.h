@@ -2,7 +2,10 @@
 #include "net/LinkCodes.h"
 #include "net/SocketClient.h"
 
+#include <QHash>
+
 #include <algorithm>
+#include <map>
 #include <mutex>
 #include <unordered_map>
 #include <vector>
@@ -25,7 +28,13 @@ public:
         return m_all.size();
     }
 
-    void add(SocketClient &client);
+    /// \param most          connections at once; 0: any number
+    /// \param mostOfOne     of one address
+    void setLimits(int most, int mostOfOne);
+
+    /// Adds a connection. When all places are taken, the address that holds the most of them gives one up: of those
+    /// that have not introduced themselves the oldest, else the oldest of all. False: that is the newcomer's address.
+    bool add(SocketClient &client);
     void introduce(SocketClient &client, int type, int deviceNumber); // again, when it calls itself something else
     void remove(SocketClient &client);                                // one that was never added: nothing
 
@@ -61,12 +70,22 @@ private:
     {
         int type = PeerType::kUnknown;
         int deviceNumber = -1;
+        quint64 place = 0; // 0: it has none, or no longer
     };
+    using Places = std::map<quint64, SocketClient *>; // oldest first
     using Index = std::unordered_map<int, std::vector<SocketClient *>>;
     void unindex(SocketClient &client, const Peer &peer);
+    void takePlace(SocketClient &client, Peer &peer);
+    void leavePlace(SocketClient &client, Peer &peer);
+    bool makeRoom(size_t ofNewcomer);
 
     mutable std::mutex m_mutex;
     std::unordered_map<SocketClient *, Peer> m_all;
     Index m_byNumber;
     Index m_byType; // tools and controllers; panels are found by number only
+    QHash<QString, Places> m_places; // by address
+    quint64 m_lastPlace = 0;
+    size_t m_taken = 0; // of the places
+    size_t m_most = 0;
+    size_t m_mostOfOne = 0;
 };

@@ -23,9 +23,9 @@ const QHostAddress &groupAddress()
     return address;
 }
 
-int openDatagramSocket(bool isShared)
+int openDatagramSocket(const QHostAddress &address, bool isShared)
 {
-    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    const int socket = ::socket(SocketAddress(address, 0).family(), SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     const int on = 1;
     ::setsockopt(socket, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
     if (isShared) {
@@ -59,10 +59,14 @@ bool hasAddress(const QNetworkInterface &card, const QHostAddress &address)
                        [&](const QNetworkAddressEntry &entry) { return entry.ip() == address; });
 }
 
-/// The interfaces on which the group is joined: all fit ones, or the one that has the address we are bound to.
+/// The interfaces on which the group is joined: all fit ones, or the one that has the address we are bound to. The
+/// group is one of IPv4: on an IPv6 address only who asks that address is answered.
 QList<QNetworkInterface> groupInterfaces(const QHostAddress &bindAddress, bool isAnyAddress)
 {
     QList<QNetworkInterface> fit;
+    if (bindAddress.protocol() == QAbstractSocket::IPv6Protocol) {
+        return fit;
+    }
     const QList<QNetworkInterface> all = QNetworkInterface::allInterfaces();
     std::copy_if(all.begin(), all.end(), std::back_inserter(fit), [&](const QNetworkInterface &card) {
         constexpr QNetworkInterface::InterfaceFlags kNeeded =
@@ -72,6 +76,16 @@ QList<QNetworkInterface> groupInterfaces(const QHostAddress &bindAddress, bool i
                (isAnyAddress || hasAddress(card, bindAddress));
     });
     return fit;
+}
+
+/// Null: there is no broadcast.
+QHostAddress broadcastAddressFor(const QHostAddress &bindAddress)
+{
+    if (bindAddress.protocol() == QAbstractSocket::IPv6Protocol) {
+        return QHostAddress();
+    }
+    return QHostAddress(bindAddress.isLoopback() ? QStringLiteral("127.255.255.255")
+                                                 : QStringLiteral("255.255.255.255"));
 }
 
 void tellProblem(const QHostAddress &address, quint16 port)
@@ -200,8 +214,7 @@ Discovery::Discovery(IoThread &thread, LinkServices &services, const QHostAddres
     : m_thread(thread)
     , m_services(services)
     , m_bindAddress(bindAddress)
-    , m_broadcastAddress(bindAddress.isLoopback() ? QStringLiteral("127.255.255.255")
-                                                  : QStringLiteral("255.255.255.255"))
+    , m_broadcastAddress(broadcastAddressFor(bindAddress))
     , m_ports(ports)
 {}
 
@@ -213,7 +226,7 @@ bool Discovery::isAnyAddress() const
 Discovery::Sockets Discovery::openDirectSockets()
 {
     const auto open = [this](const QHostAddress &address, quint16 port, bool isShared, DiscoverySocket::Role role) {
-        const int socket = openDatagramSocket(isShared);
+        const int socket = openDatagramSocket(address, isShared);
         if (!bindTo(socket, address, port)) {
             tellProblem(address, port); // it still sends
         }
@@ -240,7 +253,7 @@ Discovery::Sockets Discovery::openGroupSockets()
             continue;
         }
         const QHostAddress where = isAnyAddress() ? QHostAddress(QHostAddress::AnyIPv4) : groupAddress();
-        const int socket = openDatagramSocket(true);
+        const int socket = openDatagramSocket(where, true);
         if (!bindTo(socket, where, m_ports.group) || !joinGroup(socket, card.index())) {
             tellProblem(where, m_ports.group);
         }
@@ -264,22 +277,47 @@ void Discovery::followInterfaces()
     }
 }
 
+/// Whether a datagram holds a request, or completes one that the sender's last datagram began.
+bool Discovery::isRequest(const char *bytes, int count, const SocketAddress &sender)
+{
+    constexpr size_t kMostUnfinished = 32;
+    const auto found = std::find_if(m_unfinished.begin(), m_unfinished.end(), [&](const Unfinished &each) {
+        return each.port == sender.port() && each.address == sender.host();
+    });
+    FrameParser parser(kMaxDatagramPayload);
+    std::vector<Frame> frames;
+    if (found != m_unfinished.end()) {
+        found->parser.feed(bytes, count, frames);
+        m_unfinished.erase(found);
+    }
+    parser.feed(bytes, count, frames); // a whole one counts also behind half a one
+    if (frames.empty() && parser.isWithinFrame()) {
+        m_unfinished.push_back({ sender.host(), sender.port(), std::move(parser) });
+        if (m_unfinished.size() > kMostUnfinished) {
+            m_unfinished.pop_front();
+        }
+    }
+    return std::any_of(frames.begin(), frames.end(), [](const Frame &frame) {
+        return frame.code == LinkCode::kInformationRequest && frame.checksumOk;
+    });
+}
+
+/// One answer a datagram, whatever it holds: the sender's address may be somebody else's.
 void Discovery::takeDatagram(const char *bytes, int count, const SocketAddress &sender)
 {
-    std::vector<Frame> frames;
-    m_parser.feed(bytes, count, frames);
-    for (const Frame &frame : frames) {
-        if (frame.code == LinkCode::kInformationRequest && frame.checksumOk) {
-            const QByteArray answer = informationFrame();
-            for (const DiscoverySocket *socket : m_sockets) {
-                socket->sendTo(sender, answer);
-            }
+    if (isRequest(bytes, count, sender)) {
+        const QByteArray answer = informationFrame();
+        for (const DiscoverySocket *socket : m_sockets) {
+            socket->sendTo(sender, answer);
         }
     }
 }
 
 void Discovery::broadcast(const DiscoverySocket &socket)
 {
+    if (m_broadcastAddress.isNull()) {
+        return;
+    }
     const QByteArray frame = informationFrame();
     if (socket.sendTo(SocketAddress(m_broadcastAddress, m_ports.broadcast), frame) || errno != ENETUNREACH) {
         return;

@@ -4,6 +4,7 @@
 #include "net/LinkHooks.h"
 #include <QHostAddress>
 
+#include <deque>
 #include <memory>
 #include <vector>
 
@@ -18,7 +19,8 @@ class DiscoverySocket;
 struct SocketAddress;
 
 /// Answers "who is there" on the local network with the controller's information string, and broadcasts it.
-/// On a loopback address it keeps to that address: nothing leaves the machine.
+/// On a loopback address it keeps to that address: nothing leaves the machine. On an IPv6 address it answers who asks
+/// that address, and broadcasts nothing.
 /// Owns: its sockets, together with their I/O thread. Thread: made on the main thread, then served by one I/O thread,
 ///       so it answers also while a program keeps the main thread busy.
 /// Ends: with its last socket.
@@ -41,6 +43,7 @@ private:
     Sockets openDirectSockets();
     Sockets openGroupSockets(); // of the interfaces that have none yet
     void followInterfaces();    // joins the group on new ones, leaves those that have gone
+    bool isRequest(const char *bytes, int count, const SocketAddress &sender);
     void takeDatagram(const char *bytes, int count, const SocketAddress &sender);
     void broadcast(const DiscoverySocket &socket);
     QByteArray informationFrame() const;
@@ -50,6 +53,13 @@ private:
     const QHostAddress m_bindAddress;
     const QHostAddress m_broadcastAddress;
     const DiscoveryPorts m_ports;
-    FrameParser m_parser{ kMaxDatagramPayload }; // one for all sockets
-    std::vector<DiscoverySocket *> m_sockets;    // the answers go out through every one
+    /// A frame in the middle of which a sender's last datagram ended. Bounded: who talks nonsense harms nobody else.
+    struct Unfinished
+    {
+        QHostAddress address;
+        quint16 port = 0;
+        FrameParser parser;
+    };
+    std::deque<Unfinished> m_unfinished;      // oldest first
+    std::vector<DiscoverySocket *> m_sockets; // the answers go out through every one
 };

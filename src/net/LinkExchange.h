@@ -19,14 +19,17 @@ inline qint64 nextMoment(qint64 ranOutMs, qint64 periodMs, qint64 nowMs)
 class LinkExchange
 {
 public:
-    explicit LinkExchange(quint32 lastMessageId = 0)
-        : m_lastMessageId(lastMessageId)
+    explicit LinkExchange(quint32 lastMessageId = 0, int maxPayload = kMaxStreamPayload)
+        : m_parser(maxPayload)
+        , m_lastMessageId(lastMessageId)
     {}
 
     OutBuffer &output() { return m_output; }
     const OutBuffer &output() const { return m_output; }
     int pendingMessages() const { return m_pending.pending(); }
     qint64 pendingBytes() const { return m_pending.bytes(); }
+    qint64 heldBytes() const { return m_output.size() + m_pending.bytes() + m_parser.heldBytes(); } // for the peer
+    void setMaxPayload(int maxPayload) { m_parser.setMaxPayload(maxPayload); } // of the peer's frames
 
     /// The frames that the bytes complete, also those with a wrong checksum; good until the next call.
     std::vector<Frame> &cut(const char *bytes, int count);

@@ -9,7 +9,7 @@ const QByteArray &identifyFrame()
 } // namespace
 
 LinkSession::LinkSession(qint64 nowMs, quint32 lastMessageId)
-    : m_exchange(lastMessageId)
+    : m_exchange(lastMessageId, kMaxStrangersPayload)
     , m_identifyAtMs(nowMs + kIdentifyMs)
     , m_watchdogAtMs(nowMs + kWatchdogMs)
 {
@@ -18,12 +18,16 @@ LinkSession::LinkSession(qint64 nowMs, quint32 lastMessageId)
 
 void LinkSession::receive(const char *bytes, int count, qint64 nowMs, std::vector<LinkEvent> &events)
 {
-    for (Frame &frame : m_exchange.cut(bytes, count)) {
-        if (m_isTransferring && LinkCode::isTransfer(frame.code)) {
-            events.emplace_back(OtherFrame{ std::move(frame) });
-        } else if (!m_isTransferring && frame.checksumOk) {
-            takeFrame(frame, nowMs, events);
+    for (int used = 0; used < count;) {
+        const int piece = isStranger() ? 1 : count - used; // what follows an introduction has other limits
+        for (Frame &frame : m_exchange.cut(bytes + used, piece)) {
+            if (m_isTransferring && LinkCode::isTransfer(frame.code)) {
+                events.emplace_back(OtherFrame{ std::move(frame) });
+            } else if (!m_isTransferring && frame.checksumOk) {
+                takeFrame(frame, nowMs, events);
+            }
         }
+        used += piece;
     }
 }
 
@@ -44,6 +48,9 @@ bool LinkSession::tick(qint64 nowMs, bool isReading)
 
 void LinkSession::takeFrame(const Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events)
 {
+    if (!mayTake(frame.code)) {
+        return;
+    }
     switch (frame.code) {
     case LinkCode::kHeartbeat:
         m_missedHeartbeats = 0;
@@ -66,6 +73,22 @@ void LinkSession::takeFrame(const Frame &frame, qint64 nowMs, std::vector<LinkEv
     }
 }
 
+/// Who has not introduced itself can do so, and ask what a tool asks: tools need not say who they are. A panel or a
+/// controller has to; what it says before is not confirmed, so it says it again.
+bool LinkSession::mayTake(quint8 code) const
+{
+    switch (code) {
+    case LinkCode::kHeartbeat:
+    case LinkCode::kAcknowledgement:
+    case LinkCode::kHandshake:
+    case LinkCode::kInformationRequest:
+    case LinkCode::kTextCommand:
+        return true;
+    default:
+        return !isStranger() || LinkCode::isTransfer(code);
+    }
+}
+
 void LinkSession::addEvent(quint8 code, const QByteArray &body, std::vector<LinkEvent> &events)
 {
     std::optional<LinkEvent> event = parseLinkEvent(code, body);
@@ -75,6 +98,7 @@ void LinkSession::addEvent(quint8 code, const QByteArray &body, std::vector<Link
     if (auto *introduced = std::get_if<PeerIntroduced>(&*event)) {
         introduced->formerNumber = m_deviceNumber;
         m_peerType = introduced->type;
+        m_exchange.setMaxPayload(kMaxStreamPayload);
         m_deviceNumber = introduced->deviceNumber;
     }
     events.push_back(std::move(*event));

@@ -14,12 +14,15 @@ public:
     static constexpr qint64 kIdentifyMs = 1000;
     static constexpr qint64 kWatchdogMs = 1000;
     static constexpr int kMissedHeartbeats = 10;
+    static constexpr int kMaxStrangersPayload = 8 * 1024; // a block of a file with room to spare
 
     /// Begins with an identify request in output().
     explicit LinkSession(qint64 nowMs, quint32 lastMessageId = 0);
 
     int peerType() const { return m_peerType; }         // PeerType::kUnknown until the handshake
     int deviceNumber() const { return m_deviceNumber; } // -1 until the handshake
+    bool isStranger() const { return m_peerType == PeerType::kUnknown; }
+    void setDeviceNumber(int number) { m_deviceNumber = number; } // the peer's last introduction has not been taken
     int pendingMessages() const { return m_exchange.pendingMessages(); }
     OutBuffer &output() { return m_exchange.output(); }
     const OutBuffer &output() const { return m_exchange.output(); }
@@ -48,6 +51,7 @@ public:
 
 private:
     void takeFrame(const Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events);
+    bool mayTake(quint8 code) const;
     void addEvent(quint8 code, const QByteArray &body, std::vector<LinkEvent> &events);
 
     LinkExchange m_exchange;

@@ -1,11 +1,17 @@
 #include "net/LinkSocket.h"
 #include "net/LinkExchange.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+namespace {
+std::atomic<qint64> heldTogether{ 0 };
+}
 
 LinkSocket::LinkSocket(int socket, IoThread &thread, IoHandler &handler)
     : m_socket(socket)
@@ -15,6 +21,7 @@ LinkSocket::LinkSocket(int socket, IoThread &thread, IoHandler &handler)
 
 LinkSocket::~LinkSocket()
 {
+    heldTogether -= m_held;
     ::close(m_socket);
 }
 
@@ -33,7 +40,7 @@ void LinkSocket::noteRoom()
 void LinkSocket::flush(LinkExchange &exchange)
 {
     OutBuffer &output = exchange.output();
-    while (m_isOpen && !m_waitsForRoom && !output.isEmpty()) {
+    while (isOpen() && !m_waitsForRoom && !output.isEmpty()) {
         const ssize_t count = ::send(m_socket, output.data(), static_cast<size_t>(output.size()), MSG_NOSIGNAL);
         if (count >= 0) {
             output.consume(static_cast<int>(count));
@@ -44,21 +51,38 @@ void LinkSocket::flush(LinkExchange &exchange)
             hangUp(exchange);
         }
     }
-    if (output.size() > kMaxWaitingBytes || exchange.pendingBytes() > kMaxPendingBytes) {
-        m_isTooSlow = true;
-        const linger dropUnsent{ 1, 0 }; // what the system still holds for it goes too
-        ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &dropUnsent, sizeof dropUnsent);
-        hangUp(exchange);
+    if (output.size() > m_maxWaiting || exchange.pendingBytes() > kMaxPendingBytes) {
+        cutOff(exchange, End::DoesNotRead);
+    } else if (!mayKeep(exchange)) {
+        cutOff(exchange, End::TakesTooMuch);
     }
 }
 
-void LinkSocket::hangUp(LinkExchange &exchange)
+void LinkSocket::hangUp(LinkExchange &exchange, End why)
 {
-    if (m_isOpen) {
-        m_isOpen = false;
+    if (isOpen()) {
+        m_end = why;
         exchange.output().clear();
         ::shutdown(m_socket, SHUT_RDWR);
     }
+}
+
+bool LinkSocket::mayKeep(const LinkExchange &exchange)
+{
+    const qint64 more = std::max<qint64>(exchange.heldBytes() - kLeastBytes, 0) - m_held;
+    if (more == 0) { // nearly always
+        return true;
+    }
+    m_held += more;
+    const qint64 together = heldTogether.fetch_add(more) + more;
+    return more < 0 || together <= kMaxTogetherBytes;
+}
+
+void LinkSocket::cutOff(LinkExchange &exchange, End why)
+{
+    const linger dropUnsent{ 1, 0 }; // what the system still holds for it goes too
+    ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &dropUnsent, sizeof dropUnsent);
+    hangUp(exchange, why);
 }
 
 void LinkSocket::watch()

@@ -14,6 +14,13 @@ public:
     static constexpr int kMaxWaitingBytes = 1024 * 1024;
     /// Bytes of messages that a peer may leave unconfirmed; likewise.
     static constexpr int kMaxPendingBytes = 8 * 1024 * 1024;
+    /// Bytes that may wait for a peer that has not introduced itself.
+    static constexpr int kMaxStrangersBytes = 64 * 1024;
+    /// Bytes kept for all peers together, their unfinished frames too, beside a few for each. Who would have more is
+    /// cut off.
+    static constexpr qint64 kMaxTogetherBytes = 64LL * 1024 * 1024;
+    static constexpr int kLeastBytes = 4 * 1024;
+    enum class End { None, Plain, DoesNotRead, TakesTooMuch };
 
     /// Takes over a non-blocking socket, which the handler serves on the thread.
     LinkSocket(int socket, IoThread &thread, IoHandler &handler);
@@ -22,23 +29,27 @@ public:
     LinkSocket &operator=(const LinkSocket &) = delete;
 
     int descriptor() const { return m_socket; }
-    bool isOpen() const { return m_isOpen; }
-    bool isTooSlow() const { return m_isTooSlow; } // closed because it does not read or confirm
+    bool isOpen() const { return m_end == End::None; }
+    End end() const { return m_end; } // why it is not open
     bool isReading() const { return m_isReading; }
 
     void setReading(bool isReading); // false: what comes stays in the system until the peer can send no more
     void noteRoom();                 // the system says that it takes bytes again
-    void flush(LinkExchange &exchange);
-    void hangUp(LinkExchange &exchange); // the I/O thread sees the end of the stream and removes the handler
+    void trust() { m_maxWaiting = kMaxWaitingBytes; } // the peer has introduced itself
+    void flush(LinkExchange &exchange); // and looks at what is kept for the peer
+    void hangUp(LinkExchange &exchange, End why = End::Plain); // the I/O thread sees the end of the stream and removes the handler
 
 private:
     void watch();
+    bool mayKeep(const LinkExchange &exchange);
+    void cutOff(LinkExchange &exchange, End why);
 
     const int m_socket;
     IoThread &m_thread;
     IoHandler &m_handler;
-    bool m_isOpen = true;
-    bool m_isTooSlow = false;
+    End m_end = End::None;
+    int m_maxWaiting = kMaxStrangersBytes;
+    qint64 m_held = 0; // of the bytes kept for all
     bool m_isReading = true;
     bool m_waitsForRoom = false; // the I/O thread watches for room in the socket
 };

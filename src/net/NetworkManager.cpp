@@ -3,12 +3,14 @@
 #include "base/Monitor.h"
 #include "base/MonitorHistory.h"
 #include "base/Overloaded.h"
+#include "base/SystemNumber.h"
 #include "net/LinkCodes.h"
 #include "net/ListenSocket.h"
 #include "net/MonitorPast.h"
 #include <QDateTime>
 
 #include <algorithm>
+#include <limits>
 
 #include <sys/resource.h>
 
@@ -19,13 +21,18 @@ constexpr int kFirstPanelNumber = 9001;
 constexpr int kLastPanelNumber = 32767;
 
 /// As many descriptors as the system lets us have: each panel takes one, and the usual 1024 is soon used up.
-void allowManyDescriptors()
+/// Returns how many of them connections may take: without one left the program's values could not be stored.
+int allowManyDescriptors()
 {
     rlimit limit{};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return std::numeric_limits<int>::max();
+    }
+    if (limit.rlim_cur < limit.rlim_max) {
         limit.rlim_cur = limit.rlim_max;
         ::setrlimit(RLIMIT_NOFILE, &limit);
     }
+    return static_cast<int>(std::min<rlim_t>(limit.rlim_cur, std::numeric_limits<int>::max()) / 4 * 3);
 }
 
 void sayFailed(SocketClient &client, const LinkServices::Problem &problem)
@@ -114,7 +121,7 @@ std::optional<QString> NetworkManager::start(const LinkOptions &options)
 {
     Q_ASSERT(m_threads.empty());
     m_isStopping = false;
-    allowManyDescriptors();
+    m_registry.setLimits(std::min(options.mostConnections, allowManyDescriptors()), options.mostOfOneAddress);
     m_portTests = std::make_unique<PortTests>();
     const int threadCount = options.ioThreads > 0 ? options.ioThreads : usableCores();
     for (int count = 0; count < threadCount; ++count) {
@@ -259,7 +266,7 @@ void NetworkManager::containerCall(int deviceId, const QVector<qint64> &channelC
 
 LinkServices::Problem NetworkManager::changeSystemNumber(int number)
 {
-    if (number < 1) {
+    if (!isSystemNumber(number)) {
         return std::nullopt;
     }
     const LinkServices::Problem problem = m_hooks.services.setSystemNumber(number);
@@ -327,13 +334,16 @@ void NetworkManager::clientClosed(SocketClient &client)
     if (m_isStopping) {
         return;
     }
-    if (client.isTooSlow()) {
+    if (client.end() == LinkSocket::End::DoesNotRead) {
         notify(translated(QT_TRANSLATE_NOOP("messages", "Closed the connection with %1: it does not read"))
+                   .arg(client.peerAddress()));
+    } else if (client.end() == LinkSocket::End::TakesTooMuch) {
+        notify(translated(QT_TRANSLATE_NOOP("messages", "Closed the connection with %1: peers take too much memory"))
                    .arg(client.peerAddress()));
     }
     notify(translated(QT_TRANSLATE_NOOP("messages", "Disconnected from %1")).arg(client.peerAddress()));
     if (const int number = client.deviceNumber(); number >= 0) {
-        onMainThread([this, number] { m_hooks.presence.peerOffline(number); });
+        onMainThread(client, Backlog::Kind::NeverRefuse, 0, [this, number] { m_hooks.presence.peerOffline(number); });
     }
 }
 
@@ -342,8 +352,16 @@ void NetworkManager::accept(int socket, const QString &peerAddress)
     IoThread &thread = nextThread();
     const auto client =
         std::make_shared<SocketClient>(socket, peerAddress, thread, static_cast<LinkEventSink &>(*this));
+    if (!m_registry.add(*client)) {
+        constexpr qint64 kTellAgainMs = 1000;
+        if (const qint64 nowMs = linkClockMs(); nowMs - m_refusedAtMs >= kTellAgainMs) {
+            m_refusedAtMs = nowMs;
+            notify(translated(QT_TRANSLATE_NOOP("messages", "Refused a connection of %1: there are too many"))
+                       .arg(peerAddress));
+        }
+        return;
+    }
     notify(translated(QT_TRANSLATE_NOOP("messages", "connected with %1")).arg(peerAddress));
-    m_registry.add(*client);
     client->begin();
     thread.add(client);
 }
@@ -354,9 +372,13 @@ void NetworkManager::take(SocketClient &client, const PeerIntroduced &peer)
     if (peer.deviceNumber == kNoHandlersNumber) {
         return;
     }
+    if (!onMainThread(client, Backlog::Kind::Request, 0,
+                      [this, weak = client.weak_from_this(), number = peer.deviceNumber] { welcome(weak, number); })) {
+        client.turnAway(peer.formerNumber); // the program has been busy for long: the panel comes back
+        return;
+    }
     notify(translated(QT_TRANSLATE_NOOP("messages", "Connected with device: %1, version %2, id %3"))
                .arg(QString::fromUtf8(peer.name), QString::fromUtf8(peer.version), QString::number(peer.deviceNumber)));
-    onMainThread([this, weak = client.weak_from_this(), number = peer.deviceNumber] { welcome(weak, number); });
 }
 
 void NetworkManager::take(SocketClient &client, const ButtonReport &report)
@@ -399,21 +421,24 @@ void NetworkManager::pauseWhenFull(SocketClient &client) const
     }
 }
 
-void NetworkManager::take(SocketClient &, const StatusReply &reply)
+void NetworkManager::take(SocketClient &client, const StatusReply &reply)
 {
-    onMainThread([this, reply] { m_hooks.replies.gotButtonStatus(reply.device, reply.channel, reply.status); });
+    onMainThread(client, Backlog::Kind::Answer, 0,
+                 [this, reply] { m_hooks.replies.gotButtonStatus(reply.device, reply.channel, reply.status); });
 }
 
 void NetworkManager::take(SocketClient &client, const ButtonTextReply &reply)
 {
-    onMainThread([this, reply, number = client.deviceNumber()] {
+    const int bytes = reply.text.size();
+    onMainThread(client, Backlog::Kind::Answer, bytes, [this, reply, number = client.deviceNumber()] {
         m_hooks.replies.gotButtonText(number, reply.channel, reply.stateIndex, reply.text);
     });
 }
 
 void NetworkManager::take(SocketClient &client, const PropertyReply &reply)
 {
-    onMainThread([this, reply, number = client.deviceNumber()] {
+    const int bytes = reply.page.size() + reply.value.toByteArray().size();
+    onMainThread(client, Backlog::Kind::Answer, bytes, [this, reply, number = client.deviceNumber()] {
         PanelReplies &replies = m_hooks.replies;
         if (reply.kind == PropertyKind::Page) {
             replies.gotPageProperty(number, reply.page, reply.name, reply.value);
@@ -439,8 +464,8 @@ void NetworkManager::take(SocketClient &client, const TextCommand &command)
 
 void NetworkManager::take(SocketClient &client, const ControllerMessage &message)
 {
-    if (m_controllerMessage) {
-        m_controllerMessage(client, message.body);
+    if (std::function<void()> job = m_controllerMessage ? m_controllerMessage(client, message.body) : nullptr) {
+        onMainThread(client, Backlog::Kind::Request, message.body.size(), std::move(job));
     }
 }
 
@@ -462,6 +487,9 @@ void NetworkManager::perform(SocketClient &client, const Management::Command &co
         return isTried ? LinkServices::Trial::Wanted : LinkServices::Trial::Never;
     };
     const auto replyWhenFailed = [&client](const LinkServices::Problem &problem) { sayFailed(client, problem); };
+    const auto request = [this, &client](int textBytes, auto job) {
+        onMainThread(client, Backlog::Kind::Request, textBytes, std::move(job));
+    };
     const Overloaded performers{
         [&](const SetSystemNumber &set) {
             notify(translated(QT_TRANSLATE_NOOP("messages", "Set system number")));
@@ -485,17 +513,15 @@ void NetworkManager::perform(SocketClient &client, const Management::Command &co
             reply("datetime:" + now.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).toLatin1());
         },
         [&](const SetDateTime &set) {
-            onMainThread([this, text = set.text] { m_hooks.services.setDateTime(text); });
+            request(set.text.size(), [this, text = set.text] { m_hooks.services.setDateTime(text); });
             reply("datetimeSet");
         },
-        [&](const AskIrCode &ask) {
-            onMainThread([this, number = ask.number] { m_hooks.replies.queryIRCode(number); });
-        },
+        [&](const AskIrCode &ask) { request(0, [this, number = ask.number] { m_hooks.replies.queryIRCode(number); }); },
         [&](const AskListenAddresses &) {
             reply("listening:" + m_hooks.services.listenAddresses().join(QLatin1Char('\n')).toUtf8());
         },
         [&](const AskListenStatus &ask) {
-            onMainThread([this, weak = client.weak_from_this(), text = ask.text] {
+            request(ask.text.size(), [this, weak = client.weak_from_this(), text = ask.text] {
                 const LinkServices::Problem problem =
                     text.trimmed().isEmpty() ? std::nullopt
                                              : m_hooks.services.setListenAddresses(text.split(QLatin1Char('\n')));
@@ -563,9 +589,9 @@ LinkServices::Problem NetworkManager::rebootUnless(const Problem &problem)
 }
 
 template <class Job>
-void NetworkManager::onMainThread(Job job)
+bool NetworkManager::onMainThread(SocketClient &client, Backlog::Kind kind, int textBytes, Job job)
 {
-    QMetaObject::invokeMethod(this, std::move(job), Qt::QueuedConnection);
+    return m_backlog.post(client.shared_from_this(), textBytes, kind, std::move(job));
 }
 
 void NetworkManager::sendPlain(int deviceId, quint8 code, const QByteArray &body)

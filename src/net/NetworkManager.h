@@ -24,6 +24,8 @@ struct LinkOptions
     bool discovery = true;
     DiscoveryPorts discoveryPorts;
     int ioThreads = 0; // 0: as many as cores this process may use
+    int mostConnections = 20000;
+    int mostOfOneAddress = 12000; // a network behind a router that translates addresses, a box with many panels
 };
 
 /// The link to touch panels, management tools and other controllers: listens, keeps the connections, carries what the
@@ -36,7 +38,8 @@ class NetworkManager : public QObject, private LinkEventSink
 {
     Q_OBJECT
 public:
-    using ControllerMessageHook = std::function<void(SocketClient &peer, const QByteArray &body)>;
+    /// Returns what is to be done on the main thread; may be empty.
+    using ControllerMessageHook = std::function<std::function<void()>(SocketClient &peer, const QByteArray &body)>;
 
     explicit NetworkManager(const LinkHooks &hooks, QObject *parent = nullptr);
     ~NetworkManager() override;
@@ -77,7 +80,7 @@ public:
 
     /// \name Requests of management tools, by link or by the console port. What went wrong, if anything. Any thread.
     using Problem = LinkServices::Problem;
-    Problem changeSystemNumber(int number); // below 1: ignored; other controllers reconnect and learn the new one
+    Problem changeSystemNumber(int number); // none: ignored; other controllers reconnect and learn the new one
     void makeStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
                       const QString &mac);
     void makeDHCP(const QString &mac);
@@ -128,7 +131,7 @@ private:
                        const std::weak_ptr<SocketClient> &asker = {}); // any thread; tells the asker what is wrong
 
     template <class Job>
-    void onMainThread(Job job);
+    bool onMainThread(SocketClient &client, Backlog::Kind kind, int textBytes, Job job);
     void sendPlain(int deviceId, quint8 code, const QByteArray &body);
     void sendMessage(int deviceId, quint8 code, const QByteArray &body);
     bool isSendable(const QByteArray &body, const char *errorText); // else reports the error
@@ -138,9 +141,11 @@ private:
     FileTransfers *m_transfers = nullptr; // borrowed
     MonitorHistory *m_history = nullptr;  // borrowed; nullptr: none is kept
     ConnectionRegistry m_registry;
+    Backlog m_backlog; // of what all peers want of the main thread, but for pushes
     std::unique_ptr<PortTests> m_portTests; // outlives the I/O threads, which use it
     std::vector<std::unique_ptr<IoThread>> m_threads;
     std::atomic<unsigned> m_servedCount{ 0 }; // deals the connections out to the threads
     std::atomic<bool> m_isStopping{ false };
+    std::atomic<qint64> m_refusedAtMs{ 0 }; // told then; I/O threads
     quint16 m_port = 0;
 };

@@ -25,10 +25,17 @@ SocketClient::SocketClient(int socket, const QString &peerAddress, IoThread &thr
 
 SocketClient::~SocketClient() = default;
 
-bool SocketClient::isTooSlow() const
+LinkSocket::End SocketClient::end() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_socket.isTooSlow();
+    return m_socket.end();
+}
+
+void SocketClient::turnAway(int formerNumber)
+{
+    const std::lock_guard lock(m_mutex);
+    m_session.setDeviceNumber(formerNumber); // nobody has heard of the other one
+    m_socket.hangUp(m_session.exchange());
 }
 
 bool SocketClient::isBackedUp() const
@@ -159,6 +166,9 @@ bool SocketClient::readAvailable(qint64 nowMs)
             return false;
         }
         m_session.receive(buffer.data(), static_cast<int>(count), nowMs, m_events);
+        if (!m_session.isStranger()) {
+            m_socket.trust();
+        }
         if (std::none_of(m_events.begin(), m_events.end(), isForProgram)) {
             flush();
         } else if (!m_isDueAsked) {

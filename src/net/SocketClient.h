@@ -37,10 +37,11 @@ public:
     ~SocketClient() override;
 
     QString peerAddress() const { return m_peerAddress; }
-    bool isTooSlow() const;                                       // closed because it does not read
+    LinkSocket::End end() const;                                  // why it was closed
     bool isBackedUp() const;                                      // half of what may wait for it does
     int peerType() const { return m_session.peerType(); }         // I/O thread only
     int deviceNumber() const { return m_session.deviceNumber(); } // I/O thread only
+    void turnAway(int formerNumber); // closes: its introduction cannot be taken. I/O thread only
 
     void begin(); // writes the identify request
     void sendPlain(quint8 code, const QByteArray &body);

@@ -101,7 +101,7 @@ void ControllerBridgeTest::init()
     m_network = std::make_unique<NetworkManager>(LinkHooks{ *m_panels, *m_panels, *m_panels, *m_services });
     m_bridge->setNetwork(m_network.get());
     m_network->setControllerMessageHook(
-        [this](SocketClient &peer, const QByteArray &body) { m_bridge->takeRequest(peer, body); });
+        [this](SocketClient &peer, const QByteArray &body) { return m_bridge->takeRequest(peer, body); });
     LinkOptions link;
     link.bindAddress = QHostAddress(QStringLiteral("127.0.0.1"));
     link.port = 0;
@@ -229,6 +229,7 @@ void ControllerBridgeTest::numberIsToldWhileTheProgramIsBusy()
     QTcpSocket socket; // read without an event loop, which stands for a program that never comes to an end
     socket.connectToHost(QStringLiteral("127.0.0.1"), m_network->port());
     QVERIFY(socket.waitForConnected());
+    socket.write(frameBytes(LinkCode::kHandshake, "3:100:m:1"));
     socket.write(messageFrameBytes(LinkCode::kController, 1, "sys:1"));
     QByteArray answer;
     while (!answer.contains("sys:7") && socket.waitForReadyRead(5000)) {
@@ -242,6 +243,7 @@ void ControllerBridgeTest::floodOfRequestsWaitsInTheSystem()
     QTcpSocket socket;
     socket.connectToHost(QStringLiteral("127.0.0.1"), m_network->port());
     QVERIFY(socket.waitForConnected());
+    socket.write(frameBytes(LinkCode::kHandshake, "3:100:m:1"));
     int sent = 0;
     while (sent < 100000) { // until nothing is taken for half a second; this thread, the program's, handles nothing
         for (int count = 0; count < 100; ++count) {

@@ -78,6 +78,7 @@ private Q_SLOTS:
     void readsBodies_data();
     void readsBodies();
     void acknowledgesBeforeItTells();
+    void strangersMayDoLittle();
     void damagedFramesDoNothing();
     void anythingMayArrive();
     void asksForTheHandshake();
@@ -139,6 +140,10 @@ void LinkSessionTest::readsBodies()
     QFETCH(QString, event);
     const bool isAcknowledged = (code >= 0x2A && code <= 0x2C) || code == 0x3F;
     Peer peer;
+    if (code != LinkCode::kHandshake) {
+        peer.receive(kHandshake);
+        peer.events.clear();
+    }
     const QByteArray id = isAcknowledged ? QByteArray::fromHex("00000007") : QByteArray();
     const QByteArray answer = peer.receive(frameBytes(static_cast<quint8>(code), id + body));
     QCOMPARE(answer, isAcknowledged ? kAck7 : QByteArray()); // also when the body is useless
@@ -161,6 +166,22 @@ void LinkSessionTest::acknowledgesBeforeItTells()
     QCOMPARE(shown(peer.events.back()), QStringLiteral("peer 1 10002 Lobby 2.0 was 10001"));
 }
 
+void LinkSessionTest::strangersMayDoLittle()
+{
+    Peer stranger;
+    QCOMPARE(stranger.receive(kPush7 + messageFrameBytes(0x3F, 8, "sys:1") + frameBytes(0x33, "text:5:1:Go")),
+             QByteArray()); // not confirmed either: a panel says it again
+    QVERIFY(stranger.events.empty());
+    QCOMPARE(stranger.receive(kBeat + frameBytes(0x18, "datetime?") + frameBytes(0x12, QByteArray())), kBeatAnswer);
+    QCOMPARE(stranger.events.size(), size_t(2));
+    const QByteArray large = frameBytes(0x77, QByteArray(9000, 'x'));
+    stranger.events.clear();
+    stranger.receive(large + large);
+    QVERIFY(stranger.events.empty());
+    stranger.receive(kHandshake + large + kPush7); // in one piece
+    QCOMPARE(stranger.events.size(), size_t(3));
+}
+
 void LinkSessionTest::damagedFramesDoNothing()
 {
     QByteArray wrongSum = kPush7;
@@ -168,6 +189,8 @@ void LinkSessionTest::damagedFramesDoNothing()
     const QByteArray shortId = frameBytes(0x2A, QByteArray::fromHex("000000"));
     const QByteArray giant = QByteArray::fromHex("5651 7fffffff");
     Peer peer;
+    peer.receive(kHandshake);
+    peer.events.clear();
     QCOMPARE(peer.receive("noise VQ" + wrongSum + shortId + giant), QByteArray());
     QVERIFY(peer.events.empty());
     QCOMPARE(peer.receive(kPush7), kAck7); // and the stream is still in step
@@ -180,6 +203,7 @@ void LinkSessionTest::anythingMayArrive()
     quint32 seed = 12345;
     const auto random = [&seed] { return (seed = seed * 1664525 + 1013904223) >> 16; };
     Peer peer;
+    peer.receive(kHandshake);
     for (int round = 0; round < 3000; ++round) {
         QByteArray bytes;
         const int count = static_cast<int>(random() % 40);

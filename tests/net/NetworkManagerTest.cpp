@@ -181,6 +181,7 @@ private Q_SLOTS:
     void garbageLeavesOthersAlone();
     void readerThatStopsIsClosed();
     void waitsWhileTheProgramIsFull();
+    void fullHouse();
     void twoHundredPanels();
     void discoveryAnswersOnLoopback();
 
@@ -538,6 +539,42 @@ void NetworkManagerTest::waitsWhileTheProgramIsFull()
     QTRY_COMPARE(panel.client.pendingMessages(), 0);
 }
 
+void NetworkManagerTest::fullHouse()
+{
+    m_network->stop();
+    LinkOptions options;
+    options.bindAddress = kHere;
+    options.port = 0;
+    options.discovery = false;
+    options.mostConnections = 4;
+    options.mostOfOneAddress = 5;
+    QCOMPARE(m_network->start(options).value_or(QString()), QString());
+    const auto come = [this](const char *address) {
+        auto socket = std::make_unique<QTcpSocket>();
+        socket->bind(QHostAddress(QString::fromLatin1(address)));
+        socket->connectToHost(kHere, m_network->port());
+        return socket;
+    };
+    const auto isKept = [](QTcpSocket &socket) { return socket.state() == QAbstractSocket::ConnectedState; };
+    Peer panel(1, kPanel);
+    online(panel);
+    std::vector<std::unique_ptr<QTcpSocket>> strangers;
+    for (int count = 0; count < 3; ++count) {
+        strangers.push_back(come("127.0.0.1"));
+        QTRY_VERIFY(strangers.back()->bytesAvailable() > 0); // it is asked who it is
+    }
+    const auto oneMore = come("127.0.0.1"); // of those that hold the most
+    QTRY_COMPARE(oneMore->state(), QAbstractSocket::UnconnectedState);
+    const auto other = come("127.0.0.2");
+    QTRY_VERIFY(other->bytesAvailable() > 0);
+    QTRY_COMPARE(strangers.front()->state(), QAbstractSocket::UnconnectedState); // the oldest, but not the panel
+    QVERIFY(isKept(*strangers.at(1)) && isKept(*strangers.at(2)) && m_network->hasPeer(kPanel));
+    strangers.clear();
+    const auto late = come("127.0.0.1");
+    QTRY_VERIFY(late->bytesAvailable() > 0 || late->state() == QAbstractSocket::UnconnectedState);
+    QVERIFY(isKept(*other));
+}
+
 void NetworkManagerTest::twoHundredPanels()
 {
     constexpr int kCount = 200;
@@ -604,11 +641,15 @@ void NetworkManagerTest::discoveryAnswersOnLoopback()
     };
     QByteArray damaged = request;
     damaged[damaged.size() - 2] = 0;
+    QUdpSocket mad;
+    QVERIFY(mad.bind(kHere));
     for (const quint16 port : { ports.direct, ports.group }) {
+        mad.writeDatagram(request.left(7), kHere, port);                         // half a frame
+        mad.writeDatagram(QByteArray::fromHex("5651 00000050 12"), kHere, port); // one that is to go on
         asker.writeDatagram(damaged, kHere, port);
         asker.writeDatagram(QByteArray(2000, 'V'), kHere, port);
         asker.writeDatagram(frameBytes(0x15, QByteArray()), kHere, port);
-        asker.writeDatagram(request, kHere, port);
+        asker.writeDatagram(request.repeated(11), kHere, port); // one answer all the same
         QByteArrayList got;
         QTRY_VERIFY((got += answers()).size() >= 2); // once from each of the two sockets
         QCOMPARE(got, (QByteArrayList{ answer, answer }));

@@ -105,7 +105,9 @@ void ArkctlTest::endpoints_data()
     row("room.example:7000", "room.example:7000");
     row("[::1]", "[::1]:6139");
     row("[::1]:7000", "[::1]:7000");
-    row("::1", "none");
+    row("::1", "[::1]:6139");
+    row("fe80::1%eth0", "[fe80::1%eth0]:6139");
+    row("1::2::3", "none");
     row("127.0.0.2:0", "none");
     row("127.0.0.2:65536", "none");
     row("127.0.0.2:port", "none");

@@ -34,7 +34,6 @@ ControllerLinks::ControllerLinks(const ListenerOptions &options, NextThread next
     : QObject(parent)
     , m_options(options)
     , m_nextThread(std::move(nextThread))
-    , m_backlog(std::make_shared<Backlog>())
 {}
 
 ControllerLinks::~ControllerLinks()
@@ -94,14 +93,11 @@ void ControllerLinks::send(const QByteArray &body)
 std::shared_ptr<DeviceListener> ControllerLinks::makeListener(const QHostAddress &target)
 {
     IoThread &thread = m_nextThread();
-    const auto queue = [this](TargetMessage &message) {
-        QMetaObject::invokeMethod(
-            this,
-            [this, message = std::move(message)] {
-                m_backlog->done(textBytes(message));
-                Q_EMIT told(message);
-            },
-            Qt::QueuedConnection);
+    const auto queue = [this](const std::shared_ptr<PausableReader> &from, TargetMessage &message) {
+        const auto *data = std::get_if<TargetPortData>(&message);
+        const bool isAnswer = std::holds_alternative<TargetPortStatus>(message);
+        m_backlog.post(from, data ? data->data.size() : 0, isAnswer ? Backlog::Kind::Answer : Backlog::Kind::Request,
+                       [this, message = std::move(message)] { Q_EMIT told(message); });
     };
     auto listener = std::make_shared<DeviceListener>(target, m_options, thread, m_backlog, queue);
     thread.add(listener);

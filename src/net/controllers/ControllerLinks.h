@@ -36,6 +36,6 @@ private:
 
     const ListenerOptions m_options;
     const NextThread m_nextThread;
-    const std::shared_ptr<Backlog> m_backlog;                 // of all targets together
+    Backlog m_backlog;                                        // of all targets together
     std::vector<std::shared_ptr<DeviceListener>> m_listeners; // in the order of the list
 };

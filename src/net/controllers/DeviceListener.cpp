@@ -1,11 +1,11 @@
 #include "net/controllers/DeviceListener.h"
 
 DeviceListener::DeviceListener(const QHostAddress &target, const ListenerOptions &options, IoThread &thread,
-                               std::shared_ptr<Backlog> backlog, Told told)
+                               const Backlog &backlog, Told told)
     : m_target(target)
     , m_options(options)
     , m_thread(thread)
-    , m_backlog(std::move(backlog))
+    , m_backlog(backlog)
     , m_told(std::move(told))
 {}
 
@@ -43,20 +43,16 @@ bool DeviceListener::tick(qint64 nowMs)
         m_connectAtMs = nowMs + kReconnectMs;
     }
     m_wasConnected = isConnected;
-    if (!isConnected && nowMs >= m_connectAtMs && !m_backlog->isFull()) {
+    const std::lock_guard lock(m_mutex);
+    if (!m_isClosed && !isConnected && nowMs >= m_connectAtMs && !m_backlog.isFull()) {
         connectTarget(nowMs);
     }
-    const std::lock_guard lock(m_mutex);
     return !m_isClosed;
 }
 
 void DeviceListener::connectTarget(qint64 nowMs)
 {
     m_connectAtMs = nowMs + kReconnectMs;
-    const std::lock_guard lock(m_mutex);
-    if (m_isClosed) {
-        return;
-    }
     if (m_connection) {
         m_connection->close(); // an attempt without an answer makes room for the next
     }
@@ -71,8 +67,8 @@ void DeviceListener::connectTarget(qint64 nowMs)
 void DeviceListener::take(ListenerConnection &from, TargetMessage &message)
 {
     const std::lock_guard lock(m_mutex);
-    if (!m_isClosed && m_backlog->add(from.shared_from_this(), textBytes(message))) {
-        m_told(message);
+    if (!m_isClosed) {
+        m_told(from.shared_from_this(), message);
     }
 }
 
@@ -80,10 +76,4 @@ std::shared_ptr<ListenerConnection> DeviceListener::connection() const
 {
     const std::lock_guard lock(m_mutex);
     return m_connection;
-}
-
-int textBytes(const TargetMessage &message)
-{
-    const auto *data = std::get_if<TargetPortData>(&message);
-    return data ? data->data.size() : 0;
 }

@@ -10,12 +10,13 @@ class DeviceListener final : public IoHandler, public std::enable_shared_from_th
 public:
     static constexpr qint64 kReconnectMs = 800;
     enum class Status : qint32 { Unconnected = 0, Connected = 1, NumberKnown = 2 };
-    using Told = std::function<void(TargetMessage &message)>; // on the I/O thread; never after close()
+    /// On the I/O thread; never after close().
+    using Told = std::function<void(const std::shared_ptr<PausableReader> &from, TargetMessage &message)>;
 
-    /// \param backlog  what the main thread has not handled yet; while it is full no new connection is made
-    /// The thread outlives the listener.
-    DeviceListener(const QHostAddress &target, const ListenerOptions &options, IoThread &thread,
-                   std::shared_ptr<Backlog> backlog, Told told);
+    /// \param backlog  what the main thread has not handled yet; while it is full no new connection is made.
+    ///                 Not used after close(). The thread outlives the listener.
+    DeviceListener(const QHostAddress &target, const ListenerOptions &options, IoThread &thread, const Backlog &backlog,
+                   Told told);
 
     QHostAddress target() const { return m_target; }
     Status status() const;
@@ -28,14 +29,14 @@ public:
     bool tick(qint64 nowMs) override;
 
 private:
-    void connectTarget(qint64 nowMs);
+    void connectTarget(qint64 nowMs); // the mutex is held
     void take(ListenerConnection &connection, TargetMessage &message);
     std::shared_ptr<ListenerConnection> connection() const;
 
     const QHostAddress m_target;
     const ListenerOptions m_options;
     IoThread &m_thread;
-    const std::shared_ptr<Backlog> m_backlog;
+    const Backlog &m_backlog;
     const Told m_told;
     qint64 m_connectAtMs = 0;    // I/O thread only, like the next
     bool m_wasConnected = false; // when it looked last
@@ -43,6 +44,3 @@ private:
     bool m_isClosed = false;
     std::shared_ptr<ListenerConnection> m_connection; // null: there is none
 };
-
-/// What a message costs in the backlog.
-int textBytes(const TargetMessage &message);

@@ -56,7 +56,9 @@ ListenerConnection::ListenerConnection(int socket, const QHostAddress &target, c
     , m_told(std::move(told))
     , m_socket(socket, thread, *this)
     , m_session(handshake, linkClockMs())
-{}
+{
+    m_socket.trust(); // it is of our own list
+}
 
 ListenerConnection::State ListenerConnection::state() const
 {
@@ -127,7 +129,7 @@ bool ListenerConnection::tick(qint64 nowMs)
 void ListenerConnection::removed()
 {
     close();
-    if (m_socket.isTooSlow()) {
+    if (m_socket.end() == LinkSocket::End::DoesNotRead) {
         monitorLog(MonitorMessageType::Connection,
                    translated(QT_TRANSLATE_NOOP("messages", "Closed the connection with %1: it does not read"))
                        .arg(m_target.toString()));

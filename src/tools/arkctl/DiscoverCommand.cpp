@@ -40,7 +40,8 @@ DiscoverCommand::DiscoverCommand(const std::optional<QHostAddress> &target, int 
 Outcome DiscoverCommand::run()
 {
     if (m_target) {
-        open(QHostAddress(QHostAddress::AnyIPv4));
+        const bool isIpv6 = m_target->protocol() == QAbstractSocket::IPv6Protocol;
+        open(QHostAddress(isIpv6 ? QHostAddress::AnyIPv6 : QHostAddress::AnyIPv4));
     } else {
         openEverywhere();
     }
@@ -85,10 +86,10 @@ void DiscoverCommand::read(QUdpSocket &socket)
         const bool isAnswer =
             frames.size() == 1 && frames.front().checksumOk && frames.front().code == LinkCode::kInformation;
         const auto info = isAnswer ? parseControllerInfo(frames.front().body) : std::nullopt;
-        if (!info || !m_found.insert(datagram.senderAddress().toIPv4Address()).second) {
+        const QString address = datagram.senderAddress().toString();
+        if (!info || !m_found.insert(address).second) {
             continue;
         }
-        const QString address = QHostAddress(datagram.senderAddress().toIPv4Address()).toString();
         if (m_form == Rendering::Form::Json) {
             m_console->print(shownInfo(m_form, *info, address));
             continue;
@@ -159,8 +160,8 @@ Command discoverCommand(CLI::App &app)
         std::optional<QHostAddress> target;
         if (!arguments->address.empty()) {
             target = QHostAddress(QString::fromStdString(arguments->address));
-            if (target->protocol() != QAbstractSocket::IPv4Protocol) {
-                return wrongUse("not an IPv4 address: " + arguments->address);
+            if (target->isNull()) {
+                return wrongUse("not an address: " + arguments->address);
             }
         }
         return DiscoverCommand(target, static_cast<int>(arguments->seconds * 1000), formOf(arguments->wantsJson)).run();

@@ -33,5 +33,5 @@ private:
     Outcome m_outcome = Outcome::Done;
     Console *m_console = nullptr; // Qt child
     std::vector<QUdpSocket *> m_sockets;
-    std::set<quint32> m_found; // IPv4 addresses
+    std::set<QString> m_found; // addresses
 };

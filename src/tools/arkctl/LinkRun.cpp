@@ -2,6 +2,7 @@
 #include "net/LinkCodes.h"
 #include "tools/arkctl/Rendering.h"
 #include <QCoreApplication>
+#include <QHostAddress>
 #include <QRegularExpression>
 #include <QTimer>
 
@@ -14,6 +15,9 @@ std::string Endpoint::text() const
 
 std::optional<Endpoint> parseEndpoint(const QString &text)
 {
+    if (QHostAddress(text).protocol() == QAbstractSocket::IPv6Protocol) {
+        return Endpoint{ text }; // without a port its brackets may be left out
+    }
     static const QRegularExpression form(
         QStringLiteral("\\A(?:\\[([0-9A-Fa-f:.]+)\\]|([^\\s:\\[\\]]+))(?::([0-9]{1,5}))?\\z"));
     const QRegularExpressionMatch match = form.match(text);
