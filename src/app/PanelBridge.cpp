@@ -5,7 +5,17 @@
 #include "library/ControlProgram.h"
 #include "net/NetworkManager.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
+
+PanelBridge::PanelBridge(DeviceManager &devices)
+    : m_devices(devices)
+{
+    QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &m_late, [this] {
+        const std::lock_guard lock(m_dispatcherMutex);
+        m_postedAtOnce = 0;
+    });
+}
 
 void PanelBridge::setProgram(ControlProgram *program)
 {
@@ -185,12 +195,31 @@ void PanelBridge::containerCall(int deviceNumber, const Channels &channels, cons
 
 void PanelBridge::post(int kind, quint16 device, int code, int value, UntilHandled untilHandled)
 {
+    constexpr int kMostAtOnce = 256;
     const std::lock_guard lock(m_dispatcherMutex);
-    if (m_dispatcher) {
-        QCoreApplication::postEvent(
-            m_dispatcher,
-            new PanelEvent(static_cast<PanelEvent::Kind>(kind), device, code, value, std::move(untilHandled)),
-            kPanelEventPriority);
+    if (!m_dispatcher) {
+        return;
+    }
+    auto event =
+        std::make_unique<PanelEvent>(static_cast<PanelEvent::Kind>(kind), device, code, value, std::move(untilHandled));
+    if (m_lateEvents == 0 && m_postedAtOnce < kMostAtOnce) {
+        ++m_postedAtOnce;
+        QCoreApplication::postEvent(m_dispatcher, event.release(), kPanelEventPriority);
+    } else {
+        ++m_lateEvents;
+        m_late.post(nullptr, 0, Backlog::Kind::NeverRefuse,
+                    [this, late = std::shared_ptr<PanelEvent>(std::move(event))] { deliverLate(late); });
+    }
+}
+
+void PanelBridge::deliverLate(const std::shared_ptr<PanelEvent> &event)
+{
+    {
+        const std::lock_guard lock(m_dispatcherMutex);
+        --m_lateEvents;
+    }
+    if (m_program) {
+        QCoreApplication::sendEvent(&m_program->dispatcher(), event.get());
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 #include "devices/DeviceLinks.h"
+#include "net/Backlog.h"
 #include "net/LinkHooks.h"
 
 #include <mutex>
@@ -8,6 +9,7 @@ class ControlProgram;
 class DeviceManager;
 class Dispatcher;
 class NetworkManager;
+class PanelEvent;
 
 /// Ties panels to the program: what they report becomes events, what they answer reaches the device manager, and what
 /// the device manager says reaches them.
@@ -16,9 +18,7 @@ class NetworkManager;
 class PanelBridge : public PanelEvents, public PanelReplies, public PanelPresence, public PanelLink
 {
 public:
-    explicit PanelBridge(DeviceManager &devices)
-        : m_devices(devices)
-    {}
+    explicit PanelBridge(DeviceManager &devices);
 
     void setNetwork(NetworkManager *network) { m_network = network; }
     void setProgram(ControlProgram *program); // nullptr before the program goes away
@@ -66,12 +66,17 @@ public:
 
 private:
     void post(int kind, quint16 device, int code, int value, UntilHandled untilHandled); // a PanelEvent of that kind
+    void deliverLate(const std::shared_ptr<PanelEvent> &event);
     template <class Send>
     void toNetwork(Send send);
 
     DeviceManager &m_devices;
     NetworkManager *m_network = nullptr;
     ControlProgram *m_program = nullptr;
-    std::mutex m_dispatcherMutex; // an I/O thread posts only while the dispatcher is sure to exist
+    std::mutex m_dispatcherMutex; // an I/O thread posts only while the dispatcher is sure to exist; guards what follows
     Dispatcher *m_dispatcher = nullptr;
+    int m_postedAtOnce = 0; // since the event loop has last been through
+    int m_lateEvents = 0;
+    Backlog
+        m_late; // what comes beyond that, a turn at a time: posted events alone would keep ticks and sockets waiting
 };

@@ -1,5 +1,8 @@
 #include "net/LinkSession.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace {
 const QByteArray &identifyFrame()
 {
@@ -24,7 +27,16 @@ void LinkSession::receive(const char *bytes, int count, qint64 nowMs, std::vecto
             if (m_isTransferring && LinkCode::isTransfer(frame.code)) {
                 events.emplace_back(OtherFrame{ std::move(frame) });
             } else if (!m_isTransferring && frame.checksumOk) {
+                if (!mayTake(frame.code)) {
+                    keep(std::move(frame));
+                    continue;
+                }
                 takeFrame(frame, nowMs, events);
+                if (!isStranger()) {
+                    for (const Frame &early : std::exchange(m_early, {})) {
+                        takeFrame(early, nowMs, events);
+                    }
+                }
             }
         }
         used += piece;
@@ -48,9 +60,6 @@ bool LinkSession::tick(qint64 nowMs, bool isReading)
 
 void LinkSession::takeFrame(const Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events)
 {
-    if (!mayTake(frame.code)) {
-        return;
-    }
     switch (frame.code) {
     case LinkCode::kHeartbeat:
         m_missedHeartbeats = 0;
@@ -74,7 +83,7 @@ void LinkSession::takeFrame(const Frame &frame, qint64 nowMs, std::vector<LinkEv
 }
 
 /// Who has not introduced itself can do so, and ask what a tool asks: tools need not say who they are. A panel or a
-/// controller has to; what it says before is not confirmed, so it says it again.
+/// controller has to; what it says before waits for that, unconfirmed, and keeps its order.
 bool LinkSession::mayTake(quint8 code) const
 {
     switch (code) {
@@ -86,6 +95,19 @@ bool LinkSession::mayTake(quint8 code) const
         return true;
     default:
         return !isStranger() || LinkCode::isTransfer(code);
+    }
+}
+
+void LinkSession::keep(Frame &&frame)
+{
+    const bool isMessage =
+        frame.code == LinkCode::kController || (frame.code >= LinkCode::kPush && frame.code <= LinkCode::kLevelReport);
+    const bool isNew =
+        std::none_of(m_early.begin(), m_early.end(), [&frame](const Frame &each) { return each.body == frame.body; });
+    const int bytes = frame.body.size() + static_cast<int>(sizeof(Frame));
+    if (isMessage && isNew && m_earlyBytes + bytes <= kMaxEarlyBytes) { // else the peer says it again
+        m_earlyBytes += bytes;
+        m_early.push_back(std::move(frame));
     }
 }
 

@@ -15,6 +15,7 @@ public:
     static constexpr qint64 kWatchdogMs = 1000;
     static constexpr int kMissedHeartbeats = 10;
     static constexpr int kMaxStrangersPayload = 8 * 1024; // a block of a file with room to spare
+    static constexpr int kMaxEarlyBytes = 4 * 1024;       // of what a stranger says ahead of its introduction
 
     /// Begins with an identify request in output().
     explicit LinkSession(qint64 nowMs, quint32 lastMessageId = 0);
@@ -52,12 +53,15 @@ public:
 private:
     void takeFrame(const Frame &frame, qint64 nowMs, std::vector<LinkEvent> &events);
     bool mayTake(quint8 code) const;
+    void keep(Frame &&frame);
     void addEvent(quint8 code, const QByteArray &body, std::vector<LinkEvent> &events);
 
     LinkExchange m_exchange;
     int m_peerType = PeerType::kUnknown;
     int m_deviceNumber = -1;
     int m_missedHeartbeats = 0;
+    std::vector<Frame> m_early; // wait for the introduction
+    int m_earlyBytes = 0;
     bool m_isTransferring = false;
     qint64 m_identifyAtMs;
     qint64 m_watchdogAtMs;

@@ -96,6 +96,7 @@ void TransferLinkTest::onlyTheTransferIsHeard()
     QByteArray heard;
     connect(&tool, &QTcpSocket::readyRead, &tool, [&] { heard += tool.readAll(); });
     tool.connectToHost(kHere, controller.network.port());
+    tool.write(frameBytes(0x1F, "2:100:tool:1"));
     tool.write(frameBytes(0x22, QByteArray::fromHex("00 00000001") + "a.src"));
     QTRY_VERIFY(heard.contains(frameBytes(0x25, {})));
     tool.write(push + frameBytes(0x15, {}) + frameBytes(0x23, QByteArray(4, '\0') + "x") + frameBytes(0x24, {}));
