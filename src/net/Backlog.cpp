@@ -10,6 +10,7 @@
 
 namespace {
 constexpr int kMostNested = 8;
+constexpr int kFewOfOne = 4;
 constexpr std::chrono::milliseconds kTurn(1);
 } // namespace
 
@@ -34,7 +35,10 @@ bool Backlog::post(const std::shared_ptr<PausableReader> &from, int textBytes, K
     }
     m_jobs.push_back({ from, textBytes + kBytesPerJob, kind, std::move(job) });
     m_bytes += textBytes + kBytesPerJob;
-    if (from && (++from->m_waitingJobs >= kMostOfOne || m_bytes >= kPauseBytes) && m_paused.insert(from).second) {
+    // Who has brought only a few is not made to wait because another brings many.
+    const int own = from ? ++from->m_waitingJobs : 0;
+    const bool isTooMuch = own >= kMostOfOne || (own >= kFewOfOne && m_bytes >= kPauseBytes);
+    if (isTooMuch && m_paused.insert(from).second) {
         from->setReading(false);
     }
     wake();
