@@ -20,7 +20,7 @@ class SerialPortWorker : public QObject
     Q_OBJECT
 public:
     static constexpr int kTickMs = 200;
-    static constexpr qint64 kStalledMs = 1000; // a frame that gets no further for so long is dropped
+    static constexpr qint64 kStalledMs = 1000;   // a frame that gets no further for so long is dropped
     static constexpr int kMaxPayload = 5 + 4096; // a block of a file in one piece; no command is longer
 
     /// What the settings' changes set off: called on this object's thread, as the link's tools do. Of a change that

@@ -33,7 +33,7 @@ class FrameParser
 public:
     /// \param maxPayload  longest code and body accepted, in bytes; a frame that announces more is skipped
     explicit FrameParser(int maxPayload = kMaxStreamPayload);
-    void setMaxPayload(int maxPayload); // of the frames that begin from now on
+    void setMaxPayload(int maxPayload);                   // of the frames that begin from now on
     int heldBytes() const { return m_frame.body.size(); } // of a frame that is not whole yet
     bool isWithinFrame() const { return m_state != State::Magic1 && m_state != State::Magic2; }
 

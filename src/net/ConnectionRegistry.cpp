@@ -101,9 +101,8 @@ bool ConnectionRegistry::makeRoom(size_t ofNewcomer)
     if (largest == m_places.end() || largest->size() <= ofNewcomer + 1) {
         return false;
     }
-    auto loser = std::find_if(largest->begin(), largest->end(), [this](const auto &each) {
-        return m_all.at(each.second).type == PeerType::kUnknown;
-    });
+    auto loser = std::find_if(largest->begin(), largest->end(),
+                              [this](const auto &each) { return m_all.at(each.second).type == PeerType::kUnknown; });
     loser = loser != largest->end() ? loser : largest->begin();
     SocketClient &client = *loser->second;
     leavePlace(client, m_all.at(&client));

@@ -82,7 +82,7 @@ private:
     mutable std::mutex m_mutex;
     std::unordered_map<SocketClient *, Peer> m_all;
     Index m_byNumber;
-    Index m_byType; // tools and controllers; panels are found by number only
+    Index m_byType;                  // tools and controllers; panels are found by number only
     QHash<QString, Places> m_places; // by address
     quint64 m_lastPlace = 0;
     size_t m_taken = 0; // of the places

@@ -36,8 +36,9 @@ public:
     void setReading(bool isReading); // false: what comes stays in the system until the peer can send no more
     void noteRoom();                 // the system says that it takes bytes again
     void trust() { m_maxWaiting = kMaxWaitingBytes; } // the peer has introduced itself
-    void flush(LinkExchange &exchange); // and looks at what is kept for the peer
-    void hangUp(LinkExchange &exchange, End why = End::Plain); // the I/O thread sees the end of the stream and removes the handler
+    void flush(LinkExchange &exchange);               // and looks at what is kept for the peer
+    void hangUp(LinkExchange &exchange,
+                End why = End::Plain); // the I/O thread sees the end of the stream and removes the handler
 
 private:
     void watch();

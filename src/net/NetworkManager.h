@@ -141,7 +141,7 @@ private:
     FileTransfers *m_transfers = nullptr; // borrowed
     MonitorHistory *m_history = nullptr;  // borrowed; nullptr: none is kept
     ConnectionRegistry m_registry;
-    Backlog m_backlog; // of what all peers want of the main thread, but for pushes
+    Backlog m_backlog;                      // of what all peers want of the main thread, but for pushes
     std::unique_ptr<PortTests> m_portTests; // outlives the I/O threads, which use it
     std::vector<std::unique_ptr<IoThread>> m_threads;
     std::atomic<unsigned> m_servedCount{ 0 }; // deals the connections out to the threads

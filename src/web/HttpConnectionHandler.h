@@ -40,8 +40,8 @@ class HttpConnectionHandler final : public IoHandler, public HttpPlace
 {
 public:
     /// Takes over a connected non-blocking socket. All the others outlive it.
-    HttpConnectionHandler(const HttpConnectionHandlerPool::Newcomer &client, IoThread &thread, const HttpSettings &settings, HttpRequestHandler &handler,
-                          HttpConnectionHandlerPool &pool);
+    HttpConnectionHandler(const HttpConnectionHandlerPool::Newcomer &client, IoThread &thread,
+                          const HttpSettings &settings, HttpRequestHandler &handler, HttpConnectionHandlerPool &pool);
 
     int descriptor() const override { return m_socket.descriptor(); }
     bool ready(quint32 epollEvents, qint64 nowMs) override;

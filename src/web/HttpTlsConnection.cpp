@@ -73,8 +73,8 @@ QString faultOf(const QSslConfiguration &configuration)
     socket.setSocketDescriptor(::dup(static_cast<int>(accepted->socketDescriptor())));
     socket.setSslConfiguration(configuration);
     socket.startServerEncryption();
-    const bool isRefused =
-        socket.error() == QAbstractSocket::SslInternalError || socket.error() == QAbstractSocket::SslInvalidUserDataError;
+    const bool isRefused = socket.error() == QAbstractSocket::SslInternalError ||
+                           socket.error() == QAbstractSocket::SslInvalidUserDataError;
     return isRefused ? socket.errorString() : QString();
 }
 } // namespace

@@ -82,7 +82,7 @@ private:
     QUdpSocket *m_socket = nullptr;
     QHostAddress m_target;
     quint16 m_port = 0;
-    int m_lookup = -1;     // of the name that was given last
+    int m_lookup = -1;      // of the name that was given last
     QByteArrayList m_early; // to be sent when it is known
 };
 

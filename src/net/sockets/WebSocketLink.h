@@ -62,9 +62,9 @@ private:
     std::shared_ptr<Owner> m_owner;
     std::shared_ptr<ByteStream> m_stream;
     WebSocketHandshake::Server m_server; // a server's
-    QUrl m_url;           // of a client
-    QByteArray m_key;     // of a client
-    QByteArray m_head;    // of the handshake, as far as it has come
+    QUrl m_url;                          // of a client
+    QByteArray m_key;                    // of a client
+    QByteArray m_head;                   // of the handshake, as far as it has come
     WebSocketParser m_parser;
     State m_state = State::Handshake;
     bool m_wasOpen = false;
