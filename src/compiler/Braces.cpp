@@ -38,7 +38,7 @@ private:
     struct Open
     {
         size_t token;
-        int indent;       // of its line
+        int indent;       // of the line that its statement begins on
         int content = -1; // the indentation of the first line in it
         bool isList = false;
     };
@@ -108,9 +108,17 @@ private:
     void locate(TokenRange range)
     {
         std::vector<Open> open;
+        size_t statement = range.first; // the first token of the line that the current statement begins on
+        int parentheses = 0;
         for (size_t i = range.first; i < range.last; ++i) {
             const Token &token = m_tokens[i];
             const bool isFirst = isFirstOfLine(i);
+            if (isFirst && token.startsLine && parentheses == 0) {
+                statement = i;
+            }
+            const bool opens = token.is(TokenKind::LeftParen) || token.is(TokenKind::LeftBracket);
+            const bool closes = token.is(TokenKind::RightParen) || token.is(TokenKind::RightBracket);
+            parentheses += opens ? 1 : closes && parentheses > 0 ? -1 : 0;
             if (token.is(TokenKind::RightBrace)) {
                 if (open.empty() || (isFirst && !open.back().isList && indentOf(i) != open.back().indent)) {
                     return open.empty() || indentOf(i) > open.back().indent ? tellSuperfluous(range.first, i)
@@ -136,7 +144,8 @@ private:
                 const bool isList =
                     i > range.first && (m_tokens[i - 1].is(TokenKind::Assign) || m_tokens[i - 1].is(TokenKind::Comma) ||
                                         (!open.empty() && open.back().isList));
-                open.push_back({ i, m_sources.indentOf(m_sources.firstOfLine(token.position)), -1, isList });
+                open.push_back({ i, indentOf(statement), -1, isList });
+                parentheses = 0;
             }
         }
         const size_t end = std::min(range.last, m_tokens.size() - 1);
