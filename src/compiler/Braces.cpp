@@ -63,9 +63,11 @@ private:
     bool beginsVariables(size_t i) const
     {
         const Token &token = m_tokens[i];
+        const bool isOfStructure = !isEnd(i) && m_tokens[i + 1].is(TokenKind::Name) && !m_tokens[i + 1].startsLine &&
+                                   !isReservedWord(token.text);
         return token.startsLine && token.is(TokenKind::Name) &&
                (typeCodeOfWord(token.text) >= 0 || storageCodeOfWord(token.text) >= 0 || token.isName("const") ||
-                token.isName("struct"));
+                token.isName("struct") || isOfStructure);
     }
 
     size_t nextPart(size_t i) const
@@ -80,7 +82,7 @@ private:
     size_t endOf(TokenRange range) const
     {
         const int column = indentOf(range.first);
-        bool isIndented = beginsVariables(range.first) && !m_tokens[range.first].isName("struct");
+        bool isIndented = beginsVariables(range.first);
         for (size_t i = range.first + 1; i < range.last; ++i) {
             if (!m_tokens[i].startsLine) {
                 continue;

@@ -149,6 +149,9 @@ void Initialiser::initialiseStruct(StructType &target, const Constant &initial)
                          QStringLiteral("a list {…} with the members' values expected"));
         return;
     }
+    if (info->members().empty()) { // its declaration is faulty; that is reported
+        return;
+    }
     if (initial.items.size() > info->members().size()) {
         m_sources.report(Fault::InitialValue, initial.position,
                          QStringLiteral("the list has %1 items, the structure %2 members")
