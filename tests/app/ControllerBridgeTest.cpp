@@ -3,7 +3,8 @@
 #include "../support/FakeTarget.h"
 #include "admin/SettingManager.h"
 #include "app/ExecManager.h"
-#include "app/PanelBridge.h"
+#include "app/NetworkSetup.h"
+#include "app/NetworkSetup.h"
 #include "app/ServiceBridge.h"
 #include "app/SystemScripts.h"
 #include "base/SystemNumber.h"
@@ -50,6 +51,7 @@ private:
     std::unique_ptr<PanelBridge> m_panels;
     std::unique_ptr<ControllerBridge> m_bridge;
     SystemScripts m_scripts{ SystemScripts::Permission::Never };
+    std::unique_ptr<NetworkSetup> m_networkSetup;
     std::unique_ptr<ServiceBridge> m_services;
     std::unique_ptr<ExecManager> m_exec;
     std::unique_ptr<NetworkManager> m_network;
@@ -91,7 +93,8 @@ void ControllerBridgeTest::init()
     m_panels = std::make_unique<PanelBridge>(*m_devices);
     m_bridge = std::make_unique<ControllerBridge>(*m_devices);
     m_devices->setControllerLink(m_bridge.get());
-    m_services = std::make_unique<ServiceBridge>(*m_settings, m_scripts, [] {});
+    m_networkSetup = std::make_unique<NetworkSetup>(*m_settings, m_scripts);
+    m_services = std::make_unique<ServiceBridge>(*m_settings, m_scripts, *m_networkSetup, [] {});
     m_exec = std::make_unique<ExecManager>(m_directory->path(), *m_devices);
     const CompileResult result = compileSource(QString::fromUtf8(kProgram));
     QVERIFY2(result.isGood(), qPrintable(result.text()));
@@ -124,6 +127,7 @@ void ControllerBridgeTest::cleanup()
     m_network.reset();
     m_exec.reset();
     m_services.reset();
+    m_networkSetup.reset();
     m_bridge.reset();
     m_panels.reset();
     m_devices.reset();

@@ -114,7 +114,7 @@ void SocketFunctionsTest::showsItsAddresses()
         const auto *function =
             static_cast<BuiltinFunction *>(bench.program.findFunction(Name(QString::fromLatin1(name))));
         QByteArrayList found;
-        const Array *all = function->result().seen.array();
+        const Array *all = asArray(function->resultObject().get());
         for (int index = 1; all && index <= all->length(); ++index) {
             found << asArray(all->object(index))->toBytes();
         }

@@ -63,43 +63,43 @@ QString question(const LinkMessage &message)
 
 QString told(const LinkMessage &message)
 {
-    using Kind = LinkMessage::Kind;
+    using Message = LinkMessage::Kind;
     const QString channels = text(message.field("channels"));
     switch (message.kind) {
-    case Kind::Information:
-    case Kind::MonitorLine:
-    case Kind::TextReply:
+    case Message::Information:
+    case Message::MonitorLine:
+    case Message::TextReply:
         return text(message.field("text"));
-    case Kind::StatusQuery:
-    case Kind::TextQuery:
-    case Kind::PropertyQuery:
-    case Kind::StatePropertyQuery:
-    case Kind::PagePropertyQuery:
+    case Message::StatusQuery:
+    case Message::TextQuery:
+    case Message::PropertyQuery:
+    case Message::StatePropertyQuery:
+    case Message::PagePropertyQuery:
         return question(message);
-    case Kind::RangeStatus:
+    case Message::RangeStatus:
         return rangeStatus(message);
-    case Kind::ChannelStatuses:
+    case Message::ChannelStatuses:
         return QStringLiteral("buttons ") + pairs(message, false);
-    case Kind::ListStatus:
+    case Message::ListStatus:
         return QStringLiteral("button %1 (group %2)").arg(single(message), channels);
-    case Kind::Levels:
+    case Message::Levels:
         return QStringLiteral("level ") + pairs(message, true);
-    case Kind::Command:
+    case Message::Command:
         return QStringLiteral("command ") + text(message.field("text"));
-    case Kind::SetProperty:
+    case Message::SetProperty:
         return QStringLiteral("button %1: %2").arg(channels, assigned(message));
-    case Kind::SetStateProperty:
+    case Message::SetStateProperty:
         return QStringLiteral("button %1, state %2: %3").arg(channels, text(message.field("state")), assigned(message));
-    case Kind::SetPageProperty:
+    case Message::SetPageProperty:
         return QStringLiteral("page %1: %2").arg(text(message.field("page")), assigned(message));
-    case Kind::SetContainerProperty:
+    case Message::SetContainerProperty:
         return QStringLiteral("container %1: %2").arg(channels, assigned(message));
-    case Kind::ContainerCall:
+    case Message::ContainerCall:
         return QStringLiteral("container %1: %2 (%3)")
             .arg(channels, text(message.field("method")), text(message.field("value")));
-    case Kind::Snapshot:
+    case Message::Snapshot:
         return QStringLiteral("%1 saved states").arg(decodeSnapshot(message.body).size());
-    case Kind::Other:
+    case Message::Other:
         return QStringLiteral("message 0x%1, %2 bytes").arg(message.code, 2, 16).arg(message.body.size());
     }
     Q_UNREACHABLE();
