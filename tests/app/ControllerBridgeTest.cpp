@@ -4,7 +4,7 @@
 #include "admin/SettingManager.h"
 #include "app/ExecManager.h"
 #include "app/NetworkSetup.h"
-#include "app/NetworkSetup.h"
+#include "app/PanelBridge.h"
 #include "app/ServiceBridge.h"
 #include "app/SystemScripts.h"
 #include "base/SystemNumber.h"
