@@ -47,7 +47,7 @@ bool HttpConnectionHandlerPool::take(const Newcomer &newcomer)
 void HttpConnectionHandlerPool::add(const std::shared_ptr<HttpPlace> &place)
 {
     const std::lock_guard lock(m_mutex);
-    m_places.emplace(place.get(), place);
+    m_places.emplace(place.get(), Taken{ ++m_lastTurn, place });
     --m_promised;
 }
 
@@ -114,7 +114,7 @@ bool HttpConnectionHandlerPool::makeRoom(const QString &address, std::shared_ptr
     }
     QHash<QString, int> held;
     for (const auto &[key, each] : m_places) {
-        const std::shared_ptr<HttpPlace> place = each.lock();
+        const std::shared_ptr<HttpPlace> place = each.place.lock();
         if (!place) {
             continue;
         }
@@ -136,10 +136,16 @@ bool HttpConnectionHandlerPool::makeRoom(const QString &address, std::shared_ptr
 std::shared_ptr<HttpPlace> HttpConnectionHandlerPool::idlestOf(const QString &address)
 {
     std::shared_ptr<HttpPlace> idlest;
+    std::pair<qint64, quint64> since; // of those that fell idle in one millisecond, who came first
     for (const auto &[key, each] : m_places) {
-        const std::shared_ptr<HttpPlace> place = each.lock();
-        if (place && place->address() == address && (!idlest || place->activeMs() < idlest->activeMs())) {
+        const std::shared_ptr<HttpPlace> place = each.place.lock();
+        if (!place || place->address() != address) {
+            continue;
+        }
+        const std::pair itsSince(place->activeMs(), each.turn);
+        if (!idlest || itsSince < since) {
             idlest = place;
+            since = itsSince;
         }
     }
     return idlest;

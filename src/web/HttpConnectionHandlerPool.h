@@ -70,7 +70,13 @@ private:
     const Serve m_serve;
     std::atomic<size_t> m_lingering{ 0 };
     mutable std::mutex m_mutex; // guards what follows
-    std::unordered_map<const HttpPlace *, std::weak_ptr<HttpPlace>> m_places;
+    struct Taken
+    {
+        quint64 turn = 0; // in which the places were taken
+        std::weak_ptr<HttpPlace> place{};
+    };
+    std::unordered_map<const HttpPlace *, Taken> m_places;
+    quint64 m_lastTurn = 0;
     size_t m_promised = 0; // places of those that are about to be added
     std::deque<Newcomer> m_waiting;
     bool m_isStopped = false;
