@@ -18,7 +18,11 @@ void ServiceBridge::setLinks(ControllerLinks *links)
 {
     m_links = links;
     if (links) {
-        links->setAddresses(m_settings.listenAddresses());
+        const QStringList stored = m_settings.listenAddresses();
+        const QStringList usable = links->setAddresses(stored);
+        if (usable != stored) {
+            m_settings.setListenAddresses(usable);
+        }
     }
 }
 
