@@ -57,8 +57,10 @@ private Q_SLOTS:
         channel->setDevice({ 10001, 1, 0 });
         list.setElement(1, std::move(channel));
         list.setLength(1);
-        Array read;
-        readRecord(read, recordOf(list));
+        Array read(DevChan::kTypeCode);
+        QVERIFY(readRecord(read, recordOf(list)));
+        Array numbers;
+        QVERIFY(!readRecord(numbers, recordOf(list)));
         const BasicType *element = read.object(1);
         QVERIFY(element);
         QCOMPARE(element->valueClass(), ValueClass::Struct);
