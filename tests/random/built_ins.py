@@ -481,10 +481,13 @@ class Builtins:
             self.stores.setdefault("KEYS", {})[key] = self.record_of(value)
 
     def builtin_load_var(self, key, variable):
-        record = self.stores.get("KEYS", {}).get(self.bytes_of(key))
+        name = self.bytes_of(key)
+        record = self.stores.get("KEYS", {}).get(name)
         target = self.place(variable) if variable[0] in ("variable", "element", "member") else None
-        if record is None or target is None or isinstance(record, Array) != isinstance(target, Array) \
-                or isinstance(record, Number) != isinstance(target, Number):
+        if record is None or target is None:
+            return
+        if isinstance(record, Array) != isinstance(target, Array) or isinstance(record, Number) != isinstance(target, Number):
+            self.warning(f"The stored value of {name.decode('latin-1')} is of another kind and is not read")
             return
         if isinstance(target, Number):
             self.set_number(target, record.x)
