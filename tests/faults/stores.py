@@ -137,10 +137,13 @@ class Panel:
         """The level that answers a push; None when none comes."""
         before, self.level = self.level, None
         self.connection.socket.settimeout(0.2)
-        self.push()
         end = time.monotonic() + patience
+        is_pushed = False
         while self.level is None and time.monotonic() < end:
             try:
+                if not is_pushed:
+                    is_pushed = True
+                    self.push()
                 self.connection.read()
             except TimeoutError:
                 self.connection.tend()
