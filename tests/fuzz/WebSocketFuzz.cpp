@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             std::abort();
         }
     }
-    WebSocketHandshake::answerTo(bytes, QString());
+    WebSocketHandshake::answerTo(bytes, WebSocketHandshake::Server{ QString(), { QStringLiteral("panels.example") } });
     WebSocketHandshake::isAccepted(bytes, "key");
     return 0;
 }
