@@ -5,23 +5,32 @@
 #include "library/ControlProgram.h"
 #include "net/NetworkManager.h"
 
-#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
+
+#include <chrono>
+#include <utility>
 
 PanelBridge::PanelBridge(DeviceManager &devices)
     : m_devices(devices)
-{
-    QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &m_late, [this] {
-        const std::lock_guard lock(m_dispatcherMutex);
-        m_postedAtOnce = 0;
-    });
-}
+    , m_bell([this] { deliver(Turn::Millisecond); })
+{}
+
+PanelBridge::~PanelBridge() = default;
 
 void PanelBridge::setProgram(ControlProgram *program)
 {
+    if (m_program) {
+        m_program->dispatcher().beforeStatement = nullptr;
+    }
     m_program = program;
-    const std::lock_guard lock(m_dispatcherMutex);
-    m_dispatcher = program ? &program->dispatcher() : nullptr;
+    std::deque<std::unique_ptr<PanelEvent>> dropped; // outside the lock: connections hear of it
+    m_next.clear();
+    if (program) {
+        program->dispatcher().beforeStatement = [this] { deliver(Turn::AllThatCame); };
+    }
+    const std::lock_guard lock(m_waitingMutex);
+    m_isTaken = program != nullptr;
+    dropped.swap(m_waiting);
 }
 
 void PanelBridge::buttonPressed(quint16 device, int channel, UntilHandled untilHandled)
@@ -195,32 +204,42 @@ void PanelBridge::containerCall(int deviceNumber, const Channels &channels, cons
 
 void PanelBridge::post(int kind, quint16 device, int code, int value, UntilHandled untilHandled)
 {
-    constexpr int kMostAtOnce = 256;
-    const std::lock_guard lock(m_dispatcherMutex);
-    if (!m_dispatcher) {
-        return;
-    }
-    auto event =
-        std::make_unique<PanelEvent>(static_cast<PanelEvent::Kind>(kind), device, code, value, std::move(untilHandled));
-    if (m_lateEvents == 0 && m_postedAtOnce < kMostAtOnce) {
-        ++m_postedAtOnce;
-        QCoreApplication::postEvent(m_dispatcher, event.release(), kPanelEventPriority);
-    } else {
-        ++m_lateEvents;
-        m_late.post(nullptr, 0, Backlog::Kind::NeverRefuse,
-                    [this, late = std::shared_ptr<PanelEvent>(std::move(event))] { deliverLate(late); });
+    const std::lock_guard lock(m_waitingMutex);
+    if (m_isTaken) {
+        m_waiting.push_back(std::make_unique<PanelEvent>(static_cast<PanelEvent::Kind>(kind), device, code, value,
+                                                         std::move(untilHandled)));
+        if (!std::exchange(m_isRinging, true)) {
+            m_bell.ring();
+        }
     }
 }
 
-void PanelBridge::deliverLate(const std::shared_ptr<PanelEvent> &event)
+void PanelBridge::deliver(Turn turn)
 {
-    {
-        const std::lock_guard lock(m_dispatcherMutex);
-        --m_lateEvents;
-    }
-    if (m_program) {
+    using std::chrono::steady_clock;
+    const steady_clock::time_point until = steady_clock::now() + std::chrono::milliseconds(1);
+    while (const std::unique_ptr<PanelEvent> event = takeNext()) {
         QCoreApplication::sendEvent(&m_program->dispatcher(), event.get());
+        if (turn == Turn::Millisecond && steady_clock::now() >= until) {
+            return;
+        }
     }
+}
+
+std::unique_ptr<PanelEvent> PanelBridge::takeNext()
+{
+    if (m_next.empty()) {
+        const std::lock_guard lock(m_waitingMutex);
+        m_next.swap(m_waiting);
+        if (m_next.empty()) {
+            m_isRinging = false;
+            m_bell.hush();
+            return nullptr;
+        }
+    }
+    std::unique_ptr<PanelEvent> event = std::move(m_next.front());
+    m_next.pop_front();
+    return event;
 }
 
 template <class Send>

@@ -1,8 +1,10 @@
 #pragma once
 #include "devices/DeviceLinks.h"
-#include "net/Backlog.h"
+#include "net/Bell.h"
 #include "net/LinkHooks.h"
 
+#include <deque>
+#include <memory>
 #include <mutex>
 
 class ControlProgram;
@@ -19,6 +21,7 @@ class PanelBridge : public PanelEvents, public PanelReplies, public PanelPresenc
 {
 public:
     explicit PanelBridge(DeviceManager &devices);
+    ~PanelBridge();
 
     void setNetwork(NetworkManager *network) { m_network = network; }
     void setProgram(ControlProgram *program); // nullptr before the program goes away
@@ -66,17 +69,20 @@ public:
 
 private:
     void post(int kind, quint16 device, int code, int value, UntilHandled untilHandled); // a PanelEvent of that kind
-    void deliverLate(const std::shared_ptr<PanelEvent> &event);
+    enum class Turn { Millisecond, AllThatCame };
+    void deliver(Turn turn);
+    std::unique_ptr<PanelEvent> takeNext();
     template <class Send>
     void toNetwork(Send send);
 
     DeviceManager &m_devices;
     NetworkManager *m_network = nullptr;
     ControlProgram *m_program = nullptr;
-    std::mutex m_dispatcherMutex; // an I/O thread posts only while the dispatcher is sure to exist; guards what follows
-    Dispatcher *m_dispatcher = nullptr;
-    int m_postedAtOnce = 0; // since the event loop has last been through
-    int m_lateEvents = 0;
-    Backlog
-        m_late; // what comes beyond that, a turn at a time: posted events alone would keep ticks and sockets waiting
+    std::deque<std::unique_ptr<PanelEvent>> m_next; // taken out of m_waiting, to be handled before what is in it
+
+    std::mutex m_waitingMutex; // guards what follows
+    std::deque<std::unique_ptr<PanelEvent>> m_waiting;
+    bool m_isTaken = false; // there is a program
+    bool m_isRinging = false;
+    Bell m_bell; // events posted to Qt's queue instead would keep ticks and sockets out for as long as more come
 };

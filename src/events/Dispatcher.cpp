@@ -166,9 +166,6 @@ void Dispatcher::runMainlinePass()
     if (m_pendingStatements > 0 || m_program.stopRequested()) {
         return;
     }
-    for (const int type : { int(PanelEvent::LevelChanged), int(PanelEvent::Pressed), int(PanelEvent::Released) }) {
-        QCoreApplication::sendPostedEvents(this, type);
-    }
     for (const Body &statement : m_mainline) {
         ++m_pendingStatements;
         QCoreApplication::postEvent(this, new ExecStatementEvent(&statement), kMainlinePriority);
@@ -222,6 +219,9 @@ void Dispatcher::customEvent(QEvent *event)
         break;
     }
     case kExecStatementEvent:
+        if (beforeStatement) {
+            beforeStatement();
+        }
         if (!m_interpreter.execute(*static_cast<ExecStatementEvent *>(event)->body, nullptr)) {
             m_interpreter.reportTooDeep(QStringLiteral("mainline"));
         }

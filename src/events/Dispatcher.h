@@ -55,6 +55,8 @@ public:
         return m_lastEvent;
     } // the one being handled, or handled last
 
+    /// Called before each statement of the mainline: lets in what came meanwhile.
+    std::function<void()> beforeStatement;
     /// Sees every event before the handlers do: the controller link forwards some.
     std::function<void(const CustomEvent &)> observer;
 

@@ -1,12 +1,8 @@
 #include "net/Backlog.h"
 
-#include <QSocketNotifier>
-
 #include <algorithm>
 #include <chrono>
-
-#include <sys/eventfd.h>
-#include <unistd.h>
+#include <utility>
 
 namespace {
 constexpr int kMostNested = 8;
@@ -15,17 +11,8 @@ constexpr std::chrono::milliseconds kTurn(1);
 } // namespace
 
 Backlog::Backlog()
-    : m_event(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
-    , m_notifier(std::make_unique<QSocketNotifier>(m_event, QSocketNotifier::Read))
-{
-    connect(m_notifier.get(), &QSocketNotifier::activated, this, &Backlog::serve);
-}
-
-Backlog::~Backlog()
-{
-    m_notifier.reset();
-    ::close(m_event);
-}
+    : m_bell([this] { serve(); })
+{}
 
 bool Backlog::post(const std::shared_ptr<PausableReader> &from, int textBytes, Kind kind, Job job)
 {
@@ -54,11 +41,10 @@ bool Backlog::isFull() const
 void Backlog::serve()
 {
     using std::chrono::steady_clock;
-    quint64 calls = 0;
-    [[maybe_unused]] const ssize_t count = ::read(m_event, &calls, sizeof calls);
     {
         const std::lock_guard lock(m_mutex);
         m_isAwake = false;
+        m_bell.hush();
     }
     ++m_depth;
     const steady_clock::time_point until = steady_clock::now() + kTurn;
@@ -113,7 +99,6 @@ void Backlog::resume()
 void Backlog::wake()
 {
     if (!std::exchange(m_isAwake, true)) {
-        const quint64 one = 1;
-        [[maybe_unused]] const ssize_t written = ::write(m_event, &one, sizeof one);
+        m_bell.ring();
     }
 }

@@ -1,13 +1,11 @@
 #pragma once
-#include <QObject>
+#include "net/Bell.h"
 
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <set>
-
-class QSocketNotifier;
 
 /// A connection that can be told not to read for a while.
 class PausableReader
@@ -27,9 +25,8 @@ private:
 /// Owns: the jobs. Thread: post() and isFull() on any; the rest on the main thread, where the jobs run. A job may let
 ///       events in (a handler that asks a panel does); others then run within it.
 /// Ends: with its owner; jobs that have not begun are dropped.
-class Backlog : public QObject
+class Backlog
 {
-    Q_OBJECT
 public:
     using Job = std::function<void()>;
     enum class Kind {
@@ -44,7 +41,6 @@ public:
     static constexpr int kMostOfOne = 64;             // jobs of one connection, so that the others' are not behind many
 
     Backlog();
-    ~Backlog() override;
 
     /// False: there is no room for one more job with a text of so many bytes, and it is dropped.
     bool post(const std::shared_ptr<PausableReader> &from, int textBytes, Kind kind, Job job);
@@ -64,8 +60,7 @@ private:
     void resume();
     void wake(); // the mutex is held
 
-    const int m_event;
-    std::unique_ptr<QSocketNotifier> m_notifier;
+    Bell m_bell;
     int m_depth = 0;            // of jobs within jobs
     mutable std::mutex m_mutex; // guards what follows
     std::deque<Entry> m_jobs;

@@ -1,5 +1,6 @@
 #include "app/ExecManager.h"
 #include "../devices/MonitorLines.h"
+#include "app/PanelBridge.h"
 #include "base/Clock.h"
 #include "compiler/Compiler.h"
 #include "devices/DeviceManager.h"
@@ -171,14 +172,15 @@ void ExecManagerTest::mainlinePasses()
     drain();
     QCOMPARE(said(), QStringList{ QStringLiteral("pass 2") });
 
-    // Panels that have reported already are heard before the pass: levels first, then pushes.
-    Dispatcher *dispatcher = &m_exec->program()->dispatcher();
-    QCoreApplication::postEvent(dispatcher, new PanelEvent(PanelEvent::Pressed, 10001, 5), kPanelEventPriority);
-    QCoreApplication::postEvent(dispatcher, new PanelEvent(PanelEvent::LevelChanged, 10001, 2, 7), kPanelEventPriority);
+    // Panels that have reported already are heard before the next statement.
+    PanelBridge panels(*m_devices);
+    panels.setProgram(m_exec->program());
     m_clock->advance(100);
-    QCOMPARE(said(), (QStringList{ QStringLiteral("level"), QStringLiteral("push") }));
+    panels.buttonPressed(10001, 5, nullptr);
+    panels.levelChanged(10001, 2, 7, nullptr);
     drain();
-    QCOMPARE(said(), QStringList{ QStringLiteral("pass 3") });
+    QCOMPARE(said(), (QStringList{ QStringLiteral("push"), QStringLiteral("level"), QStringLiteral("pass 3") }));
+    panels.setProgram(nullptr);
 }
 
 void ExecManagerTest::aWaitingMainlineStretchesThePass()
