@@ -4,7 +4,6 @@
 #include "base/Clock.h"
 #include "compiler/Compiler.h"
 #include "devices/DeviceManager.h"
-#include "events/Events.h"
 #include "library/ControlProgram.h"
 #include "support/Files.h"
 #include "support/Table.h"
