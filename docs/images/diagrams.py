@@ -24,7 +24,7 @@ FLOORS = [
     ([("web", "the web server"), ("admin", "settings, files, console port")], ""),
     ([("net", "panels, controllers, sockets"), ("compiler", "source to object file and back")], "LinkHooks, FileTransfers"),
     ([("devices", "device manager, ports, infrared files")], "ControllerLink"),
-    ([("library", "built-in functions; one loaded program with all that runs it")], ""),
+    ([("library", "built-ins; one loaded program"), ("io", "threads, descriptors, buffers")], ""),
     ([("events", "object file, handlers, dispatcher, button status")], ""),
     ([("interp", "expressions, statements, waits, timelines")], "EventRaiser"),
     ([("program", "the program object: symbols, types, groups")], "DeviceActions, SocketActions"),

@@ -4,8 +4,8 @@
 #include "base/Monitor.h"
 #include "base/Overloaded.h"
 #include "devices/SerialLine.h"
-#include "net/IoLoop.h"
-#include "net/LinkCodes.h"
+#include "io/IoLoop.h"
+#include "net/link/LinkCodes.h"
 #include <QDateTime>
 #include <QDebug>
 #include <QTimer>

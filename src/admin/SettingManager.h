@@ -2,7 +2,7 @@
 #include "admin/ConfigManager.h"
 #include "admin/SystemNetwork.h"
 #include "base/KeptFile.h"
-#include "net/HostNetwork.h"
+#include "io/HostNetwork.h"
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>

@@ -1,5 +1,5 @@
 #include "admin/TransferService.h"
-#include "net/IoThread.h"
+#include "io/IoThread.h"
 
 namespace {
 constexpr int kDeliverBytes = 256; // a few confirmations of blocks

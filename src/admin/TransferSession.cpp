@@ -1,7 +1,7 @@
 #include "admin/TransferSession.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
-#include "net/LinkCodes.h"
+#include "net/link/LinkCodes.h"
 #include <QDebug>
 #include <QFileInfo>
 

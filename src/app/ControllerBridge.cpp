@@ -7,8 +7,8 @@
 #include "devices/DeviceManager.h"
 #include "devices/SwitchNotice.h"
 #include "library/ControlProgram.h"
-#include "net/NetworkManager.h"
 #include "net/controllers/ControllerLinks.h"
+#include "net/link/NetworkManager.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "app/InterfaceWatch.h"
 
-#include "net/InterfaceEvents.h"
+#include "io/InterfaceEvents.h"
 
 #include <QSocketNotifier>
 

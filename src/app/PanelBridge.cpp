@@ -3,7 +3,7 @@
 #include "devices/DeviceManager.h"
 #include "events/Events.h"
 #include "library/ControlProgram.h"
-#include "net/NetworkManager.h"
+#include "net/link/NetworkManager.h"
 
 #include <QCoreApplication>
 

@@ -1,7 +1,7 @@
 #pragma once
 #include "devices/DeviceLinks.h"
-#include "net/Bell.h"
-#include "net/LinkHooks.h"
+#include "io/Bell.h"
+#include "net/link/LinkHooks.h"
 
 #include <deque>
 #include <memory>

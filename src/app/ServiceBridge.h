@@ -1,5 +1,5 @@
 #pragma once
-#include "net/LinkHooks.h"
+#include "net/link/LinkHooks.h"
 
 #include <functional>
 

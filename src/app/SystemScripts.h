@@ -1,5 +1,5 @@
 #pragma once
-#include "net/HostNetwork.h"
+#include "io/HostNetwork.h"
 
 #include <QObject>
 #include <QString>

@@ -1,5 +1,5 @@
 #pragma once
-#include "net/IoThread.h"
+#include "io/IoThread.h"
 #include "web/HttpConnectionHandlerPool.h"
 #include "web/HttpConversation.h"
 

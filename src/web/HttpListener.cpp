@@ -1,6 +1,6 @@
 #include "web/HttpListener.h"
 #include "base/Messages.h"
-#include "net/ListenSocket.h"
+#include "io/ListenSocket.h"
 #include "web/HttpConnectionHandler.h"
 #include "web/HttpTlsConnection.h"
 

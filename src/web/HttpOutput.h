@@ -1,5 +1,5 @@
 #pragma once
-#include "net/OutBuffer.h"
+#include "io/OutBuffer.h"
 
 #include <memory>
 

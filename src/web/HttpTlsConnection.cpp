@@ -1,6 +1,6 @@
 #include "web/HttpTlsConnection.h"
 #include "base/Messages.h"
-#include "net/IoThread.h"
+#include "io/IoThread.h"
 
 #include <QDebug>
 #include <QFile>

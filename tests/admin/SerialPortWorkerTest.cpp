@@ -1,8 +1,8 @@
 #include "admin/SerialPortWorker.h"
 #include "admin/SettingManager.h"
-#include "net/IoLoop.h"
-#include "net/LinkCodes.h"
-#include "net/transfer/ToolTransfers.h"
+#include "io/IoLoop.h"
+#include "net/client/ToolTransfers.h"
+#include "net/link/LinkCodes.h"
 #include "support/Files.h"
 #include "support/Table.h"
 #include <QBuffer>

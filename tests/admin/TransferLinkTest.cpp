@@ -1,5 +1,5 @@
 #include "admin/TransferService.h"
-#include "net/NetworkManager.h"
+#include "net/link/NetworkManager.h"
 #include "support/Files.h"
 #include <QCryptographicHash>
 #include <QLoggingCategory>

@@ -1,7 +1,7 @@
 #include "admin/TransferSession.h"
 #include "TransferWire.h"
 #include "devices/MonitorLines.h"
-#include "net/transfer/ToolTransfers.h"
+#include "net/client/ToolTransfers.h"
 #include "support/Files.h"
 #include "support/Table.h"
 #include <QBuffer>

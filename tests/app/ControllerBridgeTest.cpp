@@ -11,10 +11,10 @@
 #include "compiler/Compiler.h"
 #include "devices/DeviceManager.h"
 #include "library/ControlProgram.h"
-#include "net/LinkClient.h"
-#include "net/LinkCodes.h"
-#include "net/NetworkManager.h"
+#include "net/client/LinkClient.h"
 #include "net/controllers/ControllerLinks.h"
+#include "net/link/LinkCodes.h"
+#include "net/link/NetworkManager.h"
 #include "support/Files.h"
 #include "support/Table.h"
 

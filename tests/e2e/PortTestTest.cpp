@@ -1,6 +1,6 @@
 #include "ControllerProcess.h"
-#include "net/LinkClient.h"
-#include "net/LinkCodes.h"
+#include "net/client/LinkClient.h"
+#include "net/link/LinkCodes.h"
 #include <QNetworkDatagram>
 #include <QTcpServer>
 #include <QTcpSocket>

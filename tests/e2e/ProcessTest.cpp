@@ -1,6 +1,6 @@
 #include "ControllerProcess.h"
 #include "base/Frame.h"
-#include "net/LinkClient.h"
+#include "net/client/LinkClient.h"
 #include "support/Files.h"
 #include "support/Table.h"
 

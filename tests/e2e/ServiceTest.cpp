@@ -1,5 +1,5 @@
 #include "ControllerProcess.h"
-#include "net/LinkClient.h"
+#include "net/client/LinkClient.h"
 
 #include <QtTest>
 

@@ -1,6 +1,6 @@
 #pragma once
 #include "../e2e/ControllerProcess.h"
-#include "net/LinkClient.h"
+#include "net/client/LinkClient.h"
 
 #include <QMap>
 #include <QSet>

@@ -1,7 +1,7 @@
-#include "net/LinkMessage.h"
-#include "net/LinkSession.h"
-#include "net/ManagementCommand.h"
+#include "net/client/LinkMessage.h"
 #include "net/controllers/ListenerSession.h"
+#include "net/link/LinkSession.h"
+#include "net/link/ManagementCommand.h"
 
 #include <algorithm>
 #include <cstdlib>

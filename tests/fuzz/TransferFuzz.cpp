@@ -1,5 +1,5 @@
 #include "admin/TransferSession.h"
-#include "net/transfer/ToolTransfers.h"
+#include "net/client/ToolTransfers.h"
 #include <QBuffer>
 #include <QLoggingCategory>
 #include <QTemporaryDir>

@@ -1,5 +1,5 @@
-#include "net/LinkCodes.h"
 #include "net/controllers/ListenerSession.h"
+#include "net/link/LinkCodes.h"
 #include "support/Spoken.h"
 #include "support/Table.h"
 #include <QtTest>

@@ -1,4 +1,4 @@
-#include "net/LinkMessage.h"
+#include "net/client/LinkMessage.h"
 #include "support/Table.h"
 #include <QtTest>
 

@@ -1,4 +1,4 @@
-#include "net/LinkSession.h"
+#include "net/link/LinkSession.h"
 #include "support/Spoken.h"
 #include "support/Table.h"
 #include <QtTest>

@@ -1,5 +1,5 @@
-#include "net/ManagementCommand.h"
-#include "net/HostNetwork.h"
+#include "net/link/ManagementCommand.h"
+#include "io/HostNetwork.h"
 #include "support/Table.h"
 #include <QtTest>
 

@@ -1,7 +1,7 @@
-#include "net/NetworkManager.h"
+#include "net/link/NetworkManager.h"
 #include "base/Frame.h"
 #include "base/Monitor.h"
-#include "net/LinkClient.h"
+#include "net/client/LinkClient.h"
 #include "support/Spoken.h"
 #include "support/Table.h"
 #include <QNetworkDatagram>

@@ -1,5 +1,5 @@
-#include "net/DuplicateFilter.h"
-#include "net/ResendTable.h"
+#include "net/link/DuplicateFilter.h"
+#include "net/link/ResendTable.h"
 #include "support/Table.h"
 #include <QtTest>
 

@@ -1,5 +1,5 @@
-#include "net/sockets/WebSocketFrames.h"
-#include "net/sockets/WebSocketHandshake.h"
+#include "net/sockets/websocket/WebSocketFrames.h"
+#include "net/sockets/websocket/WebSocketHandshake.h"
 #include "support/Table.h"
 
 #include <QUrl>

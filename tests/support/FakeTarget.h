@@ -1,6 +1,6 @@
 #pragma once
 #include "base/Frame.h"
-#include "net/LinkCodes.h"
+#include "net/link/LinkCodes.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>

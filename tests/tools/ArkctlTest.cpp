@@ -1,4 +1,4 @@
-#include "net/MonitorPast.h"
+#include "net/link/MonitorPast.h"
 #include "support/Table.h"
 #include "tools/arkctl/IrText.h"
 #include "tools/arkctl/LinkRun.h"

@@ -1,7 +1,7 @@
 #include "net/controllers/ListenerConnection.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
-#include "net/SocketAddress.h"
+#include "io/SocketAddress.h"
 
 #include <cerrno>
 

@@ -1,7 +1,7 @@
 #pragma once
-#include "net/Backlog.h"
-#include "net/LinkSocket.h"
+#include "io/Backlog.h"
 #include "net/controllers/ListenerSession.h"
+#include "net/link/LinkSocket.h"
 #include <QHostAddress>
 
 #include <functional>

@@ -1,5 +1,5 @@
 #include "net/controllers/ListenerSession.h"
-#include "net/LinkCodes.h"
+#include "net/link/LinkCodes.h"
 
 ListenerSession::ListenerSession(const QByteArray &handshake, qint64 nowMs)
     : m_handshake(handshake)

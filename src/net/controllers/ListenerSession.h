@@ -1,6 +1,6 @@
 #pragma once
-#include "net/LinkExchange.h"
 #include "net/controllers/ControllerText.h"
+#include "net/link/LinkExchange.h"
 
 #include <vector>
 

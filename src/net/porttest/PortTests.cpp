@@ -1,7 +1,7 @@
 #include "net/porttest/PortTests.h"
 
-#include "net/LinkCodes.h"
-#include "net/SocketClient.h"
+#include "net/link/LinkCodes.h"
+#include "net/link/SocketClient.h"
 
 PortTestSession::PortTestSession(std::weak_ptr<SocketClient> peer, bool reports)
     : m_peer(std::move(peer))

@@ -1,6 +1,6 @@
 #include "net/sockets/AcceptingSocket.h"
 
-#include "net/ListenSocket.h"
+#include "io/ListenSocket.h"
 
 #include <sys/epoll.h>
 #include <unistd.h>

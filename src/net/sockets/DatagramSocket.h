@@ -1,6 +1,6 @@
 #pragma once
-#include "net/IoLoop.h"
-#include "net/SocketAddress.h"
+#include "io/IoLoop.h"
+#include "io/SocketAddress.h"
 #include "net/sockets/SocketErrors.h"
 
 #include <QByteArray>

@@ -1,7 +1,7 @@
 #include "net/sockets/HostLookup.h"
 
 #include "base/StopSignals.h"
-#include "net/SocketAddress.h"
+#include "io/SocketAddress.h"
 #include "net/sockets/SocketLoop.h"
 
 #include <cstring>

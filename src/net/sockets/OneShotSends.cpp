@@ -1,8 +1,8 @@
 #include "net/sockets/OneShotSends.h"
 
 #include "base/StopSignals.h"
-#include "net/IoLoop.h"
-#include "net/SocketAddress.h"
+#include "io/IoLoop.h"
+#include "io/SocketAddress.h"
 
 #include <algorithm>
 #include <cerrno>

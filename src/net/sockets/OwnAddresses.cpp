@@ -1,6 +1,6 @@
 #include "net/sockets/OwnAddresses.h"
 
-#include "net/SocketAddress.h"
+#include "io/SocketAddress.h"
 
 #include <QNetworkInterface>
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "net/SocketAddress.h"
+#include "io/SocketAddress.h"
 #include "net/sockets/SocketErrors.h"
 #include "net/sockets/SocketEvents.h"
 #include "net/sockets/SocketLoop.h"

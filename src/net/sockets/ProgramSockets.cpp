@@ -6,8 +6,8 @@
 #include "net/sockets/TcpServer.h"
 #include "net/sockets/UdpClient.h"
 #include "net/sockets/UdpServer.h"
-#include "net/sockets/WebSocketClient.h"
-#include "net/sockets/WebSocketServer.h"
+#include "net/sockets/websocket/WebSocketClient.h"
+#include "net/sockets/websocket/WebSocketServer.h"
 #include "program/AST.h"
 
 ProgramSockets::ProgramSockets(AST &program, Dispatcher &dispatcher)

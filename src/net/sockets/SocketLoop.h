@@ -1,5 +1,5 @@
 #pragma once
-#include "net/IoLoop.h"
+#include "io/IoLoop.h"
 
 #include <QObject>
 

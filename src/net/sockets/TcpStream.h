@@ -1,7 +1,7 @@
 #pragma once
-#include "net/IoLoop.h"
-#include "net/OutBuffer.h"
-#include "net/SocketAddress.h"
+#include "io/IoLoop.h"
+#include "io/OutBuffer.h"
+#include "io/SocketAddress.h"
 #include "net/sockets/ByteStream.h"
 #include "net/sockets/SocketErrors.h"
 

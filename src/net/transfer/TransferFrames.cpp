@@ -1,6 +1,6 @@
 #include "net/transfer/TransferFrames.h"
 #include "base/Frame.h"
-#include "net/LinkCodes.h"
+#include "net/link/LinkCodes.h"
 #include <QtEndian>
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "tools/arkctl/AdminCommands.h"
 #include "base/SystemNumber.h"
-#include "net/HostNetwork.h"
-#include "net/LinkCodes.h"
+#include "io/HostNetwork.h"
+#include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
 #include <QRegularExpression>
 #include <QTimer>

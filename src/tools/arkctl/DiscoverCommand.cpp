@@ -1,7 +1,7 @@
 #include "tools/arkctl/DiscoverCommand.h"
 #include "base/Frame.h"
-#include "net/Discovery.h"
-#include "net/LinkCodes.h"
+#include "net/link/Discovery.h"
+#include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
 #include <QCoreApplication>
 #include <QNetworkDatagram>

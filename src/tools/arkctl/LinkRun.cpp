@@ -1,5 +1,5 @@
 #include "tools/arkctl/LinkRun.h"
-#include "net/LinkCodes.h"
+#include "net/link/LinkCodes.h"
 #include "tools/arkctl/Rendering.h"
 #include <QCoreApplication>
 #include <QHostAddress>

@@ -1,5 +1,5 @@
 #pragma once
-#include "net/LinkClient.h"
+#include "net/client/LinkClient.h"
 #include "tools/arkctl/Console.h"
 #include <QObject>
 #include <QString>

@@ -1,5 +1,5 @@
 #pragma once
-#include "net/MonitorPast.h"
+#include "net/link/MonitorPast.h"
 #include "tools/arkctl/LinkRun.h"
 #include "tools/arkctl/MonitorFilter.h"
 #include "tools/arkctl/Rendering.h"

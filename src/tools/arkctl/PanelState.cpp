@@ -1,6 +1,6 @@
 #include "tools/arkctl/PanelState.h"
 #include "base/PanelProperties.h"
-#include "net/LinkClient.h"
+#include "net/client/LinkClient.h"
 
 namespace {
 /// What to answer: what was set, else "0" where a number is asked for.

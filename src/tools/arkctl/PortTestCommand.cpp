@@ -1,5 +1,5 @@
 #include "tools/arkctl/PortTestCommand.h"
-#include "net/LinkCodes.h"
+#include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
 #include <QDateTime>
 #include <QTimer>

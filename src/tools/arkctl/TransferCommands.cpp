@@ -1,6 +1,6 @@
 #include "tools/arkctl/TransferCommands.h"
 #include "base/Monitor.h"
-#include "net/LinkCodes.h"
+#include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
 #include <QCoreApplication>
 #include <QFileInfo>

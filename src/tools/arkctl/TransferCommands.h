@@ -1,5 +1,5 @@
 #pragma once
-#include "net/transfer/ToolTransfers.h"
+#include "net/client/ToolTransfers.h"
 #include "tools/arkctl/LinkRun.h"
 #include "tools/arkctl/ProgressBar.h"
 #include "tools/arkctl/Rendering.h"

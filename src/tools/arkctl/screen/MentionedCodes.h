@@ -1,5 +1,5 @@
 #pragma once
-#include "net/LinkMessage.h"
+#include "net/client/LinkMessage.h"
 
 /// The buttons and levels that a message of the controller is about, in its order; only numbers that can be one.
 /// A group given as a range counts whole up to 100 buttons, a wider one only with the button that changed.

@@ -1,5 +1,5 @@
 #pragma once
-#include "net/LinkMessage.h"
+#include "net/client/LinkMessage.h"
 #include "tools/arkctl/PanelActions.h"
 #include <QString>
 #include <QTime>

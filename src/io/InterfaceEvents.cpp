@@ -1,0 +1,32 @@
+#include "io/InterfaceEvents.h"
+
+#include <cerrno>
+
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+int openInterfaceEvents()
+{
+    const int descriptor = ::socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE);
+    if (descriptor < 0) {
+        return -1;
+    }
+    sockaddr_nl wanted{};
+    wanted.nl_family = AF_NETLINK;
+    wanted.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR;
+    if (::bind(descriptor, reinterpret_cast<const sockaddr *>(&wanted), sizeof wanted) != 0) {
+        ::close(descriptor);
+        return -1;
+    }
+    return descriptor;
+}
+
+void takeInterfaceEvents(int descriptor)
+{
+    char bytes[4096];
+    // ENOBUFS says that some were lost, and that more can be read.
+    while (::recv(descriptor, bytes, sizeof bytes, 0) > 0 || errno == EINTR || errno == ENOBUFS) {
+    }
+}
