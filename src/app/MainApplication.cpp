@@ -28,7 +28,7 @@
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/NetworkManager.h"
 #include "net/sockets/OneShotSends.h"
-#include "web/FileContoller.h"
+#include "web/FileController.h"
 #include "web/HttpListener.h"
 
 #include <QAbstractSocket>
@@ -132,7 +132,7 @@ struct MainApplication::Parts
     QThread consoleThread;                   // its worker is deleted when it finishes
     std::unique_ptr<NetworkManager> network; // its threads end before the program does
     std::unique_ptr<ControllerLinks> links;
-    std::unique_ptr<FileContoller> webPages;
+    std::unique_ptr<FileController> webPages;
     std::unique_ptr<HttpListener> web;
     std::unique_ptr<StopSignals> signalsToStop;
     ServiceManagerLink serviceManager{ [this] { return serviceStatus(); } };
@@ -397,7 +397,7 @@ std::optional<int> MainApplication::startWebServer(const Options &options)
     Parts &parts = *m_parts;
     const QString &directory = parts.location.dataDirectory;
     const HttpSettings settings = webSettings(directory, options);
-    parts.webPages = std::make_unique<FileContoller>(directory + QStringLiteral("/web"));
+    parts.webPages = std::make_unique<FileController>(directory + QStringLiteral("/web"));
     parts.web = std::make_unique<HttpListener>(settings, *parts.webPages);
     if (!parts.web->warning().isEmpty()) {
         qWarning().noquote() << parts.web->warning();

@@ -187,21 +187,21 @@ void HandlerTable::addTimelineHandler(const TimelineEventHandler &node)
     addToIndex(std::move(handler));
 }
 
-std::vector<HandlerTable::ChannelSpecification>
+std::vector<HandlerTable::ChannelFilter>
 HandlerTable::prepareChannels(const std::vector<std::unique_ptr<ButtonExpression>> &nodes)
 {
-    std::vector<ChannelSpecification> specifications;
+    std::vector<ChannelFilter> filters;
     Preparer preparer(m_program, m_interpreter);
     for (const auto &node : nodes) {
-        ChannelSpecification specification;
-        specification.code = std::make_unique<ChannelCode>(*node, preparer);
-        specification.isConstant = specification.code->isConstant();
-        if (specification.isConstant) {
-            specification.constant = specification.code->collect(m_interpreter.run());
+        ChannelFilter filter;
+        filter.code = std::make_unique<ChannelCode>(*node, preparer);
+        filter.isConstant = filter.code->isConstant();
+        if (filter.isConstant) {
+            filter.constant = filter.code->collect(m_interpreter.run());
         }
-        specifications.push_back(std::move(specification));
+        filters.push_back(std::move(filter));
     }
-    return specifications;
+    return filters;
 }
 
 std::vector<HandlerTable::SubHandler>
@@ -231,9 +231,9 @@ void HandlerTable::addToIndex(Handler handler)
     for (const DeviceAddress &device : handler.devices) {
         numbers.insert(device.number);
     }
-    for (const ChannelSpecification &specification : handler.channels) {
-        isFixed = isFixed && specification.isConstant;
-        for (const ChannelGroup &group : specification.constant) {
+    for (const ChannelFilter &filter : handler.channels) {
+        isFixed = isFixed && filter.isConstant;
+        for (const ChannelGroup &group : filter.constant) {
             numbers.insert(group.device.number);
             // What a virtual device stands for may change while the program runs.
             if (DeviceCombineManager::isVirtual(group.device.number)) {
@@ -302,11 +302,11 @@ bool HandlerTable::matchesChannel(const Handler &handler, int deviceNumber, int 
             return true;
         }
     }
-    for (const ChannelSpecification &specification : handler.channels) {
-        if (specification.isConstant) {
+    for (const ChannelFilter &filter : handler.channels) {
+        if (filter.isConstant) {
             continue;
         }
-        const std::vector<ChannelGroup> groups = specification.code->collect(m_interpreter.run());
+        const std::vector<ChannelGroup> groups = filter.code->collect(m_interpreter.run());
         if (std::any_of(groups.begin(), groups.end(), [this, deviceNumber, code](const ChannelGroup &group) {
                 return matchesGroup(group, deviceNumber, code);
             })) {

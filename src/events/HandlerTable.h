@@ -12,7 +12,7 @@
 class AST;
 
 /// The prepared handlers of a program, found by kind of event and device, kept in file order.
-/// Specifications made of constants are evaluated once, here; others at every event.
+/// Filters made of constants are evaluated once, here; others at every event.
 /// Owns: the prepared bodies. Thread: the main thread.
 class HandlerTable
 {
@@ -25,7 +25,7 @@ public:
 
 private:
     /// What one handler listens to: channels of devices, with channel 0 for all of them.
-    struct ChannelSpecification
+    struct ChannelFilter
     {
         std::unique_ptr<ChannelCode> code;
         std::vector<ChannelGroup> constant; // evaluated at load
@@ -45,7 +45,7 @@ private:
         Kind kind = Kind::Data;
         int order = 0;                                    // in the file
         std::vector<DeviceAddress> devices{};             // Data
-        std::vector<ChannelSpecification> channels{};     // Channel, Level
+        std::vector<ChannelFilter> channels{};            // Channel, Level
         std::vector<std::unique_ptr<Code>> timelineIds{}; // Timeline
         // The constant groups of channels again: by device number, and those whose device may stand for others.
         std::unordered_multimap<int, const ChannelGroup *> groupsByDevice{};
@@ -59,7 +59,7 @@ private:
     void addLevelHandler(const LevelEventHandler &node);
     void addDataHandler(const DataEventHandler &node);
     void addTimelineHandler(const TimelineEventHandler &node);
-    std::vector<ChannelSpecification> prepareChannels(const std::vector<std::unique_ptr<ButtonExpression>> &nodes);
+    std::vector<ChannelFilter> prepareChannels(const std::vector<std::unique_ptr<ButtonExpression>> &nodes);
     std::vector<SubHandler> prepareSubHandlers(const std::vector<std::unique_ptr<SubEventHandler>> &nodes,
                                                Name dataName);
     void addToIndex(Handler handler);

@@ -16,14 +16,14 @@
 
 namespace {
 /// What the specifier codes of one definition say. A storage class is checked and has no effect: locals are not stored.
-struct Specification
+struct Declared
 {
     const char *problem = nullptr; // the message when they contradict one another
     bool isStack = false;
     int typeCode = IntegerType;
 };
 
-Specification specificationOf(const std::vector<int> &codes, bool isArray, const AST &program)
+Declared declaredBy(const std::vector<int> &codes, bool isArray, const AST &program)
 {
     std::vector<int> storages;
     std::vector<int> placements;
@@ -39,7 +39,7 @@ Specification specificationOf(const std::vector<int> &codes, bool isArray, const
     const auto has = [&storages](int code) {
         return std::find(storages.begin(), storages.end(), code) != storages.end();
     };
-    Specification result;
+    Declared result;
     if (has(Volatile) + has(NonVolatile) + has(Persistent) > 1) {
         result.problem = QT_TRANSLATE_NOOP("messages", "Wrong storage type defination");
     } else if (placements.size() > 1) {
@@ -122,10 +122,10 @@ private:
 class ComputedArray : public Step
 {
 public:
-    ComputedArray(int slot, Name name, const Specification &specification, std::vector<std::unique_ptr<Code>> sizes)
+    ComputedArray(int slot, Name name, const Declared &declared, std::vector<std::unique_ptr<Code>> sizes)
         : m_slot(slot)
         , m_name(name)
-        , m_specification(specification)
+        , m_declared(declared)
         , m_sizes(std::move(sizes))
     {}
     Flow execute(Run &run) const override
@@ -136,10 +136,10 @@ public:
             run.error(QT_TRANSLATE_NOOP("messages", "Wrong array defination"));
             return Flow::Next;
         }
-        if (m_specification.isStack || !m_kept) {
-            std::unique_ptr<BasicType> array = makeArray(m_name, m_specification.typeCode, *sizes);
-            array->setPlacement(m_specification.isStack ? StackVar : LocalVar);
-            if (m_specification.isStack) {
+        if (m_declared.isStack || !m_kept) {
+            std::unique_ptr<BasicType> array = makeArray(m_name, m_declared.typeCode, *sizes);
+            array->setPlacement(m_declared.isStack ? StackVar : LocalVar);
+            if (m_declared.isStack) {
                 run.frame[m_slot].object = array.release();
                 return Flow::Next;
             }
@@ -152,7 +152,7 @@ public:
 private:
     int m_slot;
     Name m_name;
-    Specification m_specification;
+    Declared m_declared;
     std::vector<std::unique_ptr<Code>> m_sizes;
     mutable std::unique_ptr<BasicType> m_kept; // of a LOCAL_VAR, from its first execution on
 };
@@ -215,34 +215,34 @@ private:
     void addItem(const BlockItemDefStatement::Item &item)
     {
         const bool isArray = dynamic_cast<const ArrayExpression *>(item.declarator.get()) != nullptr;
-        const Specification specification = specificationOf(item.codes, isArray, m_preparer.program());
-        if (specification.problem) {
-            addFault(specification.problem);
+        const Declared declared = declaredBy(item.codes, isArray, m_preparer.program());
+        if (declared.problem) {
+            addFault(declared.problem);
         } else if (isArray) {
-            addArray(specification, *item.declarator);
+            addArray(declared, *item.declarator);
         } else if (const auto *variable = dynamic_cast<const VarExpression *>(item.declarator.get())) {
-            addScalar(specification, Name(variable->name));
+            addScalar(declared, Name(variable->name));
         } else {
             addFault(QT_TRANSLATE_NOOP("messages", "Wrong value defination"));
         }
     }
 
-    void addScalar(const Specification &specification, Name name)
+    void addScalar(const Declared &declared, Name name)
     {
         if (isDuplicate(name)) {
             return;
         }
-        const bool isPlainNumber = isNumericType(specification.typeCode) && !m_preparer.mayMoveLevels(name);
-        if (specification.isStack && isPlainNumber) {
+        const bool isPlainNumber = isNumericType(declared.typeCode) && !m_preparer.mayMoveLevels(name);
+        if (declared.isStack && isPlainNumber) {
             const int slot = m_preparer.addSlot();
-            m_preparer.declare({ name, LocalVariable::Kind::Number, slot, specification.typeCode, nullptr, false });
+            m_preparer.declare({ name, LocalVariable::Kind::Number, slot, declared.typeCode, nullptr, false });
             m_steps.push_back(std::make_unique<StackNumber>(slot));
             return;
         }
-        addObject(specification, name, makeValue(specification.typeCode));
+        addObject(declared, name, makeValue(declared.typeCode));
     }
 
-    void addArray(const Specification &specification, const Expression &expression)
+    void addArray(const Declared &declared, const Expression &expression)
     {
         const std::optional<Declarator> declarator = declaratorOf(&expression);
         if (!declarator) {
@@ -254,7 +254,7 @@ private:
             return;
         }
         if (const std::optional<std::vector<int>> sizes = constantSizes(*declarator)) {
-            addObject(specification, name, makeArray(name, specification.typeCode, *sizes));
+            addObject(declared, name, makeArray(name, declared.typeCode, *sizes));
             return;
         }
         std::vector<std::unique_ptr<Code>> sizes;
@@ -262,33 +262,32 @@ private:
             sizes.push_back(m_preparer.expression(*size));
         }
         const int slot = m_preparer.addSlot();
-        m_preparer.declare(
-            { name, LocalVariable::Kind::Object, slot, specification.typeCode, nullptr, sizes.size() > 1 });
-        if (specification.isStack) {
+        m_preparer.declare({ name, LocalVariable::Kind::Object, slot, declared.typeCode, nullptr, sizes.size() > 1 });
+        if (declared.isStack) {
             m_ownedSlots.push_back(slot);
         }
-        m_steps.push_back(std::make_unique<ComputedArray>(slot, name, specification, std::move(sizes)));
+        m_steps.push_back(std::make_unique<ComputedArray>(slot, name, declared, std::move(sizes)));
     }
 
-    void addObject(const Specification &specification, Name name, std::unique_ptr<BasicType> value)
+    void addObject(const Declared &declared, Name name, std::unique_ptr<BasicType> value)
     {
         if (!value) {
             addFault(QT_TRANSLATE_NOOP("messages", "Wrong defination"));
             return;
         }
         value->setName(name);
-        value->setPlacement(specification.isStack ? StackVar : LocalVar);
+        value->setPlacement(declared.isStack ? StackVar : LocalVar);
         const Array *array = asArray(value.get());
-        LocalVariable local{ name,        LocalVariable::Kind::Object,   0, array ? specification.typeCode : 0,
+        LocalVariable local{ name,        LocalVariable::Kind::Object,   0, array ? declared.typeCode : 0,
                              value.get(), array && array->firstIsArray() };
-        if (specification.isStack) {
+        if (declared.isStack) {
             local.kept = nullptr;
             local.slot = m_preparer.addSlot();
             m_ownedSlots.push_back(local.slot);
             m_steps.push_back(std::make_unique<StackObject>(local.slot, std::move(value)));
         } else {
             local.kind = value->isNumber() ? LocalVariable::Kind::KeptNumber : LocalVariable::Kind::KeptObject;
-            local.typeCode = specification.typeCode;
+            local.typeCode = declared.typeCode;
             m_steps.push_back(std::make_unique<KeptObject>(std::move(value)));
         }
         m_preparer.declare(local);

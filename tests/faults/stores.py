@@ -416,9 +416,9 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     options = parser.parse_args()
     options.library = os.path.abspath(options.library)
-    specification = importlib.util.spec_from_file_location("panel", options.panel)
-    options.panel_module = importlib.util.module_from_spec(specification)
-    specification.loader.exec_module(options.panel_module)
+    source = importlib.util.spec_from_file_location("panel", options.panel)
+    options.panel_module = importlib.util.module_from_spec(source)
+    source.loader.exec_module(options.panel_module)
     options.panel_module.say = lambda *words: None
     tries = {"calls": try_calls, "cuts": try_cuts, "kills": try_kills, "folder": try_folder}
     with tempfile.TemporaryDirectory(prefix="stores-") as folder:

@@ -1,4 +1,4 @@
-#include "web/FileContoller.h"
+#include "web/FileController.h"
 #include "web/HttpConversation.h"
 
 #include <QDir>
@@ -15,7 +15,7 @@ struct Site
 {
     QTemporaryDir directory;
     HttpSettings settings;
-    FileContoller pages{ directory.filePath(QStringLiteral("web")), 0 };
+    FileController pages{ directory.filePath(QStringLiteral("web")), 0 };
 
     Site()
     {

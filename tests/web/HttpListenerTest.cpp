@@ -1,6 +1,6 @@
 #include "web/HttpListener.h"
 #include "support/Files.h"
-#include "web/FileContoller.h"
+#include "web/FileController.h"
 
 #include <QDir>
 #include <QFile>
@@ -71,7 +71,7 @@ struct Server
 {
     QTemporaryDir directory;
     HttpSettings settings;
-    FileContoller pages{ directory.path() };
+    FileController pages{ directory.path() };
     std::unique_ptr<HttpListener> listener;
 
     Server()

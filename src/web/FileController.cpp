@@ -1,4 +1,4 @@
-#include "web/FileContoller.h"
+#include "web/FileController.h"
 #include "web/ByteRange.h"
 
 #include <QDateTime>
@@ -119,11 +119,11 @@ void writeFile(HttpResponse &response, const WebDirectory::Opened &opened, int s
 }
 } // namespace
 
-FileContoller::FileContoller(const QString &webDirectory, std::time_t settledAfterSeconds)
+FileController::FileController(const QString &webDirectory, std::time_t settledAfterSeconds)
     : m_directory(webDirectory, settledAfterSeconds)
 {}
 
-void FileContoller::service(const HttpRequest &request, HttpResponse &response)
+void FileController::service(const HttpRequest &request, HttpResponse &response)
 {
     WebDirectory::Opened opened = openFor(request.path());
     int status = kOk;
@@ -150,7 +150,7 @@ void FileContoller::service(const HttpRequest &request, HttpResponse &response)
     }
 }
 
-WebDirectory::Opened FileContoller::openFor(const QByteArray &path)
+WebDirectory::Opened FileController::openFor(const QByteArray &path)
 {
     if (path == "/" || path == "/index.html" || path == "/index.htm") {
         const WebDirectory::Opened index = m_directory.open(QByteArrayLiteral("index.html"));

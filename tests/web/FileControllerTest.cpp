@@ -1,4 +1,4 @@
-#include "web/FileContoller.h"
+#include "web/FileController.h"
 #include "support/Table.h"
 #include "web/HttpConversation.h"
 
@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 /// The files of the web directory as a client sees them.
-class FileContollerTest : public QObject
+class FileControllerTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -39,7 +39,7 @@ struct Site
     QTemporaryDir directory;
     QString web = directory.filePath(QStringLiteral("data/web"));
     HttpSettings settings;
-    FileContoller handler;
+    FileController handler;
 
     explicit Site(std::time_t settledAfterSeconds = 0) // small files are kept at once
         : handler(web, settledAfterSeconds)
@@ -106,7 +106,7 @@ const QByteArray kNoPage = "HTTP/1.1 404 Not Found\r\nContent-Type: text/html\r\
 const QByteArray kModified = "Sun, 09 Sep 2001 01:46:40 GMT"; // 1000000000
 } // namespace
 
-void FileContollerTest::wholeFile()
+void FileControllerTest::wholeFile()
 {
     Site site;
     site.put(QStringLiteral("sub/a b.css"), "body {}");
@@ -120,7 +120,7 @@ void FileContollerTest::wholeFile()
     QVERIFY(site.get("/sub/a%20b.css", "Range: lines=1-2\r\n") == head + "body {}");
 }
 
-void FileContollerTest::index()
+void FileControllerTest::index()
 {
     Site site;
     for (const char *path : { "/", "/index.html", "/index.htm" }) {
@@ -136,7 +136,7 @@ void FileContollerTest::index()
     }
 }
 
-void FileContollerTest::missingPage()
+void FileControllerTest::missingPage()
 {
     Site site;
     QCOMPARE(site.get("/none", "Range: bytes=0-1\r\n"), kNoPage);
@@ -152,7 +152,7 @@ void FileContollerTest::missingPage()
     QCOMPARE(statusOf(site.get("/404.html")), QByteArray("200"));
 }
 
-void FileContollerTest::ranges_data()
+void FileControllerTest::ranges_data()
 {
     // expected: what Content-Range says; nothing: the whole file with 200
     const Table<QByteArray, QByteArray> row("range", "expected");
@@ -176,7 +176,7 @@ void FileContollerTest::ranges_data()
     row("", "");
 }
 
-void FileContollerTest::ranges()
+void FileControllerTest::ranges()
 {
     QFETCH(QByteArray, range);
     QFETCH(QByteArray, expected);
@@ -202,7 +202,7 @@ void FileContollerTest::ranges()
     }
 }
 
-void FileContollerTest::rangeOfALargeFile()
+void FileControllerTest::rangeOfALargeFile()
 {
     Site site;
     const QByteArray content = digits(300000);
@@ -214,7 +214,7 @@ void FileContollerTest::rangeOfALargeFile()
     }
 }
 
-void FileContollerTest::conditions_data()
+void FileControllerTest::conditions_data()
 {
     QTest::addColumn<QByteArray>("headers");
     QTest::addColumn<QByteArray>("status");
@@ -240,7 +240,7 @@ void FileContollerTest::conditions_data()
     row("If-Range: Sun, 09 Sep 2001 01:46:39 GMT; Range: bytes=1-2", "200");
 }
 
-void FileContollerTest::conditions()
+void FileControllerTest::conditions()
 {
     QFETCH(QByteArray, headers);
     QFETCH(QByteArray, status);
@@ -254,7 +254,7 @@ void FileContollerTest::conditions()
     }
 }
 
-void FileContollerTest::staysInside_data()
+void FileControllerTest::staysInside_data()
 {
     const Table<QByteArray, bool> row("path", "isServed");
     for (const char *path : { "/../secret",
@@ -290,7 +290,7 @@ void FileContollerTest::staysInside_data()
     }
 }
 
-void FileContollerTest::staysInside()
+void FileControllerTest::staysInside()
 {
     QFETCH(QByteArray, path);
     QFETCH(bool, isServed);
@@ -321,14 +321,14 @@ void FileContollerTest::staysInside()
     }
 }
 
-void FileContollerTest::changedFile_data()
+void FileControllerTest::changedFile_data()
 {
     const Table<int, QByteArray> row("settledAfterSeconds", "next");
     row("kept", 0, "newer");
     row("in the same moment", 2, "new"); // with the same size and time
 }
 
-void FileContollerTest::changedFile()
+void FileControllerTest::changedFile()
 {
     QFETCH(int, settledAfterSeconds);
     QFETCH(QByteArray, next);
@@ -346,7 +346,7 @@ void FileContollerTest::changedFile()
     QCOMPARE(site.get("/f"), kNoPage);
 }
 
-void FileContollerTest::directoryIsMade()
+void FileControllerTest::directoryIsMade()
 {
     Site site;
     QVERIFY(QDir(site.directory.filePath(QStringLiteral("data"))).removeRecursively());
@@ -356,7 +356,7 @@ void FileContollerTest::directoryIsMade()
     QCOMPARE(bodyOf(site.get("/")), QByteArray("back"));
 }
 
-void FileContollerTest::unreadableFile()
+void FileControllerTest::unreadableFile()
 {
     if (::geteuid() == 0) {
         QSKIP("root reads every file");
@@ -368,5 +368,5 @@ void FileContollerTest::unreadableFile()
     QCOMPARE(site.get("/f"), kNoPage); // not the page for a missing one
 }
 
-QTEST_GUILESS_MAIN(FileContollerTest)
-#include "FileContollerTest.moc"
+QTEST_GUILESS_MAIN(FileControllerTest)
+#include "FileControllerTest.moc"
