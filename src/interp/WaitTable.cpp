@@ -27,6 +27,7 @@ void swapContent(BasicType &variable, BasicType &copy)
 
 WaitTable::WaitTable(Interpreter &interpreter)
     : m_interpreter(interpreter)
+    , m_tickTicket(Clock::instance().every(100, [this] { tick(); }))
 {}
 
 WaitTable::~WaitTable()
@@ -47,9 +48,6 @@ void WaitTable::add(const Id &id, int tenths, Values globals, Values locals, con
     wait->locals = std::move(locals);
     wait->body = &body;
     m_waits.emplace(id, std::move(wait));
-    if (m_tickTicket == 0) {
-        m_tickTicket = Clock::instance().every(100, [this] { tick(); });
-    }
 }
 
 void WaitTable::cancel(const QString &name)

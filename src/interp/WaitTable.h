@@ -55,5 +55,5 @@ private:
     std::map<Id, std::shared_ptr<Wait>> m_waits;
     qint64 m_lastNumber = 0;
     qint64 m_lastIssue = 0;
-    int m_tickTicket = 0;
+    const int m_tickTicket; // from the load on: when a wait ends does not depend on the one before
 };

@@ -501,8 +501,8 @@ void Array::assignElements(const Array &source)
         const ValueView element = source.view(index);
         Place target = place(index);
         if (!element.array()) {
-            while (const Array *row = asArray(target.object)) { // down to the first cell of the row
-                target = row->hasElement(1) ? const_cast<Array *>(row)->place(1) : Place{};
+            while (Array *row = asArray(target.object)) { // down to the first cell of the row
+                target = row->place(1);
             }
         }
         assignValue(target, element);

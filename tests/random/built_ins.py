@@ -11,6 +11,8 @@ from values import NUMBERS, SIGNED, UNSIGNED, Array, Device, Number, Struct, num
 
 WIDTHS = {"CHAR": 1, "WIDECHAR": 2, "INTEGER": 4, "SINTEGER": 4, "LONG": 8, "SLONG": 8}
 
+CALCULATED = ("call", "calc", "compare", "minus", "not", "bnot", "step")   # arguments that may do something
+
 
 def int32(x):
     """The integer rule."""
@@ -27,7 +29,7 @@ class Builtins:
         if function is None:
             from reference import NotDefined
             raise NotDefined("the function " + name)
-        return function(*arguments)
+        return function(*(("value", self.evaluate(each)) if each[0] in CALCULATED else each for each in arguments))
 
     # Arguments
 
@@ -276,10 +278,11 @@ class Builtins:
 
     def converted(self, argument, kind):
         value = self.evaluate(argument)
+        if not isinstance(value, Array):
+            return None
         result = Array(kind)
-        if isinstance(value, Array):
-            result.length = result.size = value.length
-            result.items = {i: Number(kind, number_of(self.peek(value, i)) or 0.0) for i in range(1, value.length + 1)}
+        result.length = result.size = value.length
+        result.items = {i: Number(kind, number_of(self.peek(value, i)) or 0.0) for i in range(1, value.length + 1)}
         return result
 
     def builtin_ch_to_wc(self, s):
@@ -486,6 +489,10 @@ class Builtins:
         target = self.place(variable) if variable[0] in ("variable", "element", "member") else None
         if record is None or target is None:
             return
+        is_zero = not (record.length or record.size) if isinstance(record, Array) else isinstance(record, Number) and record.x == 0
+        if {type(record), type(target)} == {Array, Number} and is_zero:
+            from reference import NotDefined
+            raise NotDefined("whether eight bytes of zeros are a number or an array")
         if isinstance(record, Array) != isinstance(target, Array) or isinstance(record, Number) != isinstance(target, Number):
             self.warning(f"The stored value of {name.decode('latin-1')} is of another kind and is not read")
             return

@@ -49,6 +49,7 @@ class Generator:
         self.structs = {}       # name: [(member, type)]
         self.functions = []     # (name, parameter types, result type) that may be called here
         self.routines = []
+        self.wipers = []        # (function, array of devices or structures that it makes a number)
         self.depth = 0          # of statements in one another
         self.loops = 0          # around here, which break and continue may leave
         self.rounds = 0
@@ -356,6 +357,12 @@ class Generator:
         if self.chance(7):
             self.add(f"{self.deep()} = {self.random.randint(1, 99)}")
             return
+        if self.wipers and self.chance(5):
+            function, array = self.some(*self.wipers)
+            members = [member for member, kind in self.members(dict(self.variables)[array][0]) if kind in NUMBER_TYPES]
+            if members:
+                self.add(f"{array}[{self.some(1, 2)}].{self.some(*members)} = abs_value({self.call(function, 2)}) % 1000")
+                return
         text, kind = self.assignable()
         if kind in NUMBER_TYPES and self.chance(20):
             self.add(f"{text} {self.some('+=', '-=', '*=', '/=', '%=')} {self.number(1)}")
@@ -554,6 +561,12 @@ class Generator:
         self.open("{")
         self.body(self.random.randint(2, 4))
         self.close()
+        arrays = [other for other, kind in self.variables if isinstance(kind, tuple) and self.members(kind[0])]
+        if result in NUMBER_TYPES and arrays and self.chance(25):
+            array = self.some(*arrays)
+            self.add(f"{array} = {self.number(2)}")
+            if array.startswith(("d", "g")):
+                self.wipers.append(((name, [kind for _, kind in parameters], result), array))
         if result and self.chance(85):
             self.add(f"return {self.value_of(result)}")
         self.result = None

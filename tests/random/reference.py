@@ -158,6 +158,7 @@ class Interpreter(Builtins, Values):
         self.ticking = set()
         self.tick(100, self.tick_tenth)
         self.tick(1000, self.tick_second)
+        self.tick(100, self.tick_waits)
         self.run_body(self.program.start)
 
     def tick(self, period, job):
@@ -331,6 +332,8 @@ class Interpreter(Builtins, Values):
                 raise NotDefined("name " + e[1])
             value = self.stored(e)
             return None if value is None else value.copy()
+        if kind == "value":
+            return e[1]
         if kind == "text":
             return text_value(e[1])
         if kind in ("bytes", "list"):
@@ -373,7 +376,7 @@ class Interpreter(Builtins, Values):
         if e[0] in ("bytes", "list"):
             numbers = self.flattened(e[1])
             return (float(wrapped(whole(numbers[0]), 8, False)) if e[0] == "bytes" else numbers[0]) if numbers else 0.0
-        if e[0] in ("device", "address", "call"):
+        if e[0] in ("device", "address", "call", "value"):
             return number_of(self.evaluate(e))
         return self.number(e)
 
@@ -386,7 +389,7 @@ class Interpreter(Builtins, Values):
             if x is None:
                 self.error("Wrong unary minus expression")
                 return 0.0
-            return -x
+            return 0.0 - x
         if kind == "bnot":
             x = self.numeric(e[1])
             if x is None:
@@ -696,7 +699,6 @@ class Interpreter(Builtins, Values):
         if whole(ticks) < 0 or name in self.waits:
             return
         self.wait_count += 1
-        self.tick(100, self.tick_waits)
         self.waits[name] = [whole(ticks), [self.globals[variable].copy() for variable in captured],
                             [value.copy() for value in (self.scope or {}).values()], body, self.wait_count]
 
@@ -883,7 +885,7 @@ class Interpreter(Builtins, Values):
                     if self.switch_in_group(address, "on" if status else "off", channel):
                         return
                     code = wrapped(status, 32, True)
-                    self.say(ACTIONS.get(code, code), address, channel)
+                    self.say(ACTIONS.get(code, code), address, wrapped(channel, 32, True))
                 continue
             for panel, _, _ in self.expanded(address):
                 grouped = False

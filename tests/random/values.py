@@ -97,7 +97,7 @@ class Array(Value):
 
     def set_length(self, length):
         self.length = max(0, length)
-        if self.length == 0 and isinstance(self.first(), Number):
+        if self.length == 0 and any(isinstance(item, Number) for item in self.items.values()):
             self.items = {}  # an emptied array counts like one that was never filled
 
     def bytes(self):
