@@ -187,8 +187,7 @@ void ExecManager::makeSockets()
 
 bool ExecManager::hasMainline() const
 {
-    const auto *block =
-        m_program ? dynamic_cast<const StatementList *>(m_program->tree().mainlineBlock.get()) : nullptr;
+    const auto *block = m_program ? as<StatementList>(m_program->tree().mainlineBlock.get()) : nullptr;
     return block && !block->statements.empty();
 }
 

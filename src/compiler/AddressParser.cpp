@@ -48,7 +48,7 @@ Operand ExpressionParser::parseDeviceParts(Operand first, bool isAddress)
     int numbers[3] = {};
     int index = 0;
     for (Operand &part : parts) {
-        if (const auto *number = dynamic_cast<const ConstExpression *>(part.node.get())) {
+        if (const auto *number = as<ConstExpression>(part.node.get())) {
             checkPart(number->value, index, part.position);
             numbers[index] = integerPart32(number->value);
         }
@@ -146,7 +146,7 @@ void ExpressionParser::parseButtonItem(ButtonExpression &button, std::vector<Ope
     if (!item || !fits(item)) {
         return;
     }
-    auto *address = dynamic_cast<DeviceExpr *>(item.node.get());
+    auto *address = as<DeviceExpr>(item.node.get());
     if (address && address->device) {
         button.items.emplace_back(std::move(address->device));
     } else {
@@ -200,7 +200,7 @@ std::optional<ExpressionParser::DeviceName> ExpressionParser::parseConstantDevic
     DeviceName device;
     if (value && value->isDevice()) {
         device.address = value->device;
-        if (const auto *variable = dynamic_cast<const VarExpression *>(operand.node.get())) {
+        if (const auto *variable = as<VarExpression>(operand.node.get())) {
             device.name = variable->name;
         }
         return device;

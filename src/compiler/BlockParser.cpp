@@ -29,7 +29,7 @@ std::unique_ptr<StatementList> StatementParser::parsePlainBody(TokenRange body)
         return std::make_unique<StatementList>();
     }
     const auto &statements = block->body->statements;
-    if (statements.empty() || !dynamic_cast<const BlockItemDefStatement *>(statements.front().get())) {
+    if (statements.empty() || !as<BlockItemDefStatement>(statements.front().get())) {
         return std::move(block->body);
     }
     auto list = std::make_unique<StatementList>(); // a list by itself has no variables: the block keeps them
@@ -108,8 +108,8 @@ void StatementParser::parseStatements(StatementList &list, ListEnd end)
             }
             statement = parseStatement();
             const int tag = statement ? statement->typeTag() : 0;
-            isReachable = isReachable && tag != BreakStatement().typeTag() && tag != ContinueStatement().typeTag() &&
-                          tag != ReturnStatement().typeTag();
+            isReachable = isReachable && tag != BreakStatement::kTag && tag != ContinueStatement::kTag &&
+                          tag != ReturnStatement::kTag;
         }
         if (statement) {
             list.statements.push_back(std::move(statement));

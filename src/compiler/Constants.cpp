@@ -134,10 +134,10 @@ Constant constantOf(const BasicType &value, const AST &program, SourcePosition p
 
 std::optional<Constant> ConstantEvaluator::evaluate(const Expression *node, SourcePosition position) const
 {
-    if (const auto *text = dynamic_cast<const StringExpression *>(node)) {
+    if (const auto *text = as<StringExpression>(node)) {
         return evaluateText(*text, position);
     }
-    if (const auto *device = dynamic_cast<const DeviceExpr *>(node)) {
+    if (const auto *device = as<DeviceExpr>(node)) {
         return evaluateDevice(*device, position);
     }
     if (const BasicType *value = stored(node)) {
@@ -149,15 +149,15 @@ std::optional<Constant> ConstantEvaluator::evaluate(const Expression *node, Sour
 
 const BasicType *ConstantEvaluator::stored(const Expression *node) const
 {
-    if (const auto *variable = dynamic_cast<const VarExpression *>(node)) {
+    if (const auto *variable = as<VarExpression>(node)) {
         return m_lookup(variable->name);
     }
-    if (const auto *element = dynamic_cast<const ArrayExpression *>(node)) {
+    if (const auto *element = as<ArrayExpression>(node)) {
         const Array *array = asArray(stored(element->base.get()));
         const std::optional<double> index = number(element->index.get());
         return array && index ? array->object(integerPart32(*index)) : nullptr; // packed elements: see number()
     }
-    if (const auto *member = dynamic_cast<const StructExpression *>(node)) {
+    if (const auto *member = as<StructExpression>(node)) {
         const StructType *structure = asStruct(stored(member->base.get()));
         return structure ? structure->member(Name(member->memberName)) : nullptr;
     }
@@ -169,12 +169,12 @@ std::optional<double> ConstantEvaluator::number(const Expression *node) const
     if (!node) {
         return std::nullopt;
     }
-    if (const auto *text = dynamic_cast<const StringExpression *>(node); text && !text->list) {
+    if (const auto *text = as<StringExpression>(node); text && !text->list) {
         const QByteArray bytes = text->text.toUtf8();
         return bytes.isEmpty() ? 0.0 : static_cast<double>(static_cast<signed char>(bytes.at(0)));
     }
     double value = 0;
-    if (const auto *element = dynamic_cast<const ArrayExpression *>(node)) {
+    if (const auto *element = as<ArrayExpression>(node)) {
         const Array *array = asArray(stored(element->base.get()));
         const std::optional<double> index = number(element->index.get());
         if (array && index && numberOf(array->view(integerPart32(*index)), value)) {
@@ -190,33 +190,33 @@ std::optional<double> ConstantEvaluator::number(const Expression *node) const
 
 std::optional<double> ConstantEvaluator::evaluateNumber(const Expression &node) const
 {
-    if (const auto *constant = dynamic_cast<const ConstExpression *>(&node)) {
+    if (const auto *constant = as<ConstExpression>(&node)) {
         return constant->value;
     }
-    if (const auto *minus = dynamic_cast<const UMinusExpression *>(&node)) {
+    if (const auto *minus = as<UMinusExpression>(&node)) {
         const std::optional<double> value = number(minus->operand.get());
         return value ? std::optional(-*value) : std::nullopt;
     }
-    if (const auto *inverse = dynamic_cast<const BNotExpression *>(&node)) {
+    if (const auto *inverse = as<BNotExpression>(&node)) {
         const std::optional<double> value = number(inverse->operand.get());
         return value ? std::optional(static_cast<double>(~integerPart(*value))) : std::nullopt;
     }
-    if (const auto *negation = dynamic_cast<const NotExpression *>(&node)) {
+    if (const auto *negation = as<NotExpression>(&node)) {
         const std::optional<double> value = number(negation->operand.get());
         return value ? std::optional(integerPart(*value) == 0 ? 1.0 : 0.0) : std::nullopt;
     }
-    if (const auto *shift = dynamic_cast<const ShiftExpression *>(&node)) {
+    if (const auto *shift = as<ShiftExpression>(&node)) {
         const std::optional<double> value = number(shift->value.get());
         const std::optional<double> count = number(shift->count.get());
         return value && count ? std::optional(shifted(*value, *count, shift->direction == ShiftExpression::Right))
                               : std::nullopt;
     }
-    if (const auto *calc = dynamic_cast<const CalcExpression *>(&node)) {
+    if (const auto *calc = as<CalcExpression>(&node)) {
         const std::optional<double> left = number(calc->left.get());
         const std::optional<double> right = number(calc->right.get());
         return left && right ? calculated(calc->operatorCode, *left, *right) : std::nullopt;
     }
-    if (const auto *comparison = dynamic_cast<const NumberBoolExpression *>(&node)) {
+    if (const auto *comparison = as<NumberBoolExpression>(&node)) {
         return evaluateComparison(*comparison);
     }
     return std::nullopt;

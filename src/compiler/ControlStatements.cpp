@@ -245,8 +245,7 @@ std::unique_ptr<StatementList> StatementParser::parseCaseBody()
     m_work.locals.openBlock();
     parseStatements(*list, ListEnd::BraceOrCase);
     closeScope();
-    const bool hasVariables =
-        !list->statements.empty() && dynamic_cast<BlockItemDefStatement *>(list->statements.front().get());
+    const bool hasVariables = !list->statements.empty() && as<BlockItemDefStatement>(list->statements.front().get());
     if (hasVariables) {
         auto block = std::make_unique<CompoundStatement>();
         block->body = std::move(list);
@@ -254,13 +253,12 @@ std::unique_ptr<StatementList> StatementParser::parseCaseBody()
         list->statements.push_back(std::move(block));
         return list;
     }
-    auto *block =
-        list->statements.size() == 1 ? dynamic_cast<CompoundStatement *>(list->statements.front().get()) : nullptr;
+    auto *block = list->statements.size() == 1 ? as<CompoundStatement>(list->statements.front().get()) : nullptr;
     if (!block) {
         return list;
     }
     const auto &inner = block->body->statements;
-    if (!inner.empty() && dynamic_cast<BlockItemDefStatement *>(inner.front().get())) {
+    if (!inner.empty() && as<BlockItemDefStatement>(inner.front().get())) {
         return list;
     }
     std::unique_ptr<StatementList> body = std::move(block->body);

@@ -256,7 +256,7 @@ QString StatementParser::parseBufferName()
         return {};
     }
     m_work.checks->usage.filled(variable);
-    const auto *node = dynamic_cast<const VarExpression *>(variable.node.get());
+    const auto *node = as<VarExpression>(variable.node.get());
     if (!node || (variable.type.isKnown() && variable.type != StaticType{ CharType, 1 })) {
         report(Fault::WrongType, variable.position, QStringLiteral("a variable char[] expected"));
     } else if (variable.isConstant) {

@@ -187,7 +187,7 @@ Operand ExpressionParser::parseUnary()
     cursor().next();
     if (sign.is(TokenKind::Minus) && cursor().at(TokenKind::Number)) { // a negative number, no operation
         Operand number = parseNumber();
-        if (auto *constant = dynamic_cast<ConstExpression *>(number.node.get())) {
+        if (auto *constant = as<ConstExpression>(number.node.get())) {
             constant->value = -constant->value;
             number.position = sign.position;
             return number;
@@ -266,7 +266,7 @@ Operand ExpressionParser::parsePostfix()
     }
     m_work.checks->usage.stored(operand);
     const bool isIncrement = cursor().at(TokenKind::PlusPlus);
-    auto *variable = dynamic_cast<VarExpression *>(operand.node.get());
+    auto *variable = as<VarExpression>(operand.node.get());
     if (!variable) {
         report(Fault::StepTarget, operand.position,
                QStringLiteral("inside an expression only a plain variable can be stepped"));

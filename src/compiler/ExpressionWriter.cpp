@@ -12,7 +12,7 @@
 
 namespace {
 constexpr int kUnary = 12;
-constexpr int kPostfix = 13;
+constexpr int kPostfix = ExpressionWriter::kPostfix;
 
 struct Operator
 {
@@ -117,143 +117,119 @@ QString ExpressionWriter::text(const Expression *node, int leastBinding) const
     if (!node) {
         return QStringLiteral("0 ") + remark(QStringLiteral("an expression is missing here"));
     }
-    int binding = kPostfix;
-    QString written = operatorText(node, binding);
-    if (written.isEmpty()) {
-        written = simpleText(node);
-    }
-    return binding < leastBinding ? QStringLiteral("(%1)").arg(written) : written;
+    const Written written =
+        visitNode<Written>(ExpressionTypes(), *node, [this](const auto &expression) { return write(expression); });
+    return written.binding < leastBinding ? QStringLiteral("(%1)").arg(written.text) : written.text;
 }
 
-QString ExpressionWriter::operatorText(const Expression *node, int &binding) const
+ExpressionWriter::Written ExpressionWriter::write(const ConstExpression &node) const
 {
-    if (const auto *comparisonNode = dynamic_cast<const NumberBoolExpression *>(node)) {
-        return comparison(*comparisonNode, binding);
-    }
-    if (const auto *calculationNode = dynamic_cast<const CalcExpression *>(node)) {
-        return calculation(*calculationNode, binding);
-    }
-    if (const auto *shift = dynamic_cast<const ShiftExpression *>(node)) {
-        binding = 9;
-        const bool isLeft = shift->direction == ShiftExpression::Left;
-        const QString note = isLeft || shift->direction == ShiftExpression::Right
-                                 ? QString()
-                                 : remark(QStringLiteral("shift direction %1").arg(shift->direction));
-        return binary(shift->value.get(), isLeft ? QStringLiteral("<<") : QStringLiteral(">>") + note,
-                      shift->count.get(), binding);
-    }
-    return numericText(node, binding);
+    return { std::isfinite(node.value) ? numberText(node.value)
+                                       : QStringLiteral("0 ") + remark(QStringLiteral("the number is not finite")),
+             std::signbit(node.value) ? kUnary : kPostfix };
 }
 
-QString ExpressionWriter::numericText(const Expression *node, int &binding) const
+ExpressionWriter::Written ExpressionWriter::write(const ShiftExpression &node) const
 {
-    if (const auto *constant = dynamic_cast<const ConstExpression *>(node)) {
-        binding = std::signbit(constant->value) ? kUnary : kPostfix;
-        return std::isfinite(constant->value)
-                   ? numberText(constant->value)
-                   : QStringLiteral("0 ") + remark(QStringLiteral("the number is not finite"));
-    }
-    if (const auto *minus = dynamic_cast<const UMinusExpression *>(node)) {
-        binding = kUnary;
-        return unaryMinus(*minus);
-    }
-    if (const auto *negation = dynamic_cast<const NotExpression *>(node)) {
-        binding = kUnary;
-        return QStringLiteral("not ") + text(negation->operand.get(), kUnary);
-    }
-    if (const auto *inverse = dynamic_cast<const BNotExpression *>(node)) {
-        binding = kUnary;
-        return QStringLiteral("~") + text(inverse->operand.get(), kUnary);
-    }
-    if (const auto *step = dynamic_cast<const StepExpression *>(node)) {
-        binding = step->isPrefix ? kUnary : kPostfix;
-        const QString sign = node->typeTag() == IncExpression().typeTag() ? QStringLiteral("++") : QStringLiteral("--");
-        const QString operand = text(step->operand.get(), kPostfix);
-        return step->isPrefix ? sign + operand : operand + sign;
-    }
-    return {};
+    const bool isLeft = node.direction == ShiftExpression::Left;
+    const QString note = isLeft || node.direction == ShiftExpression::Right
+                             ? QString()
+                             : remark(QStringLiteral("shift direction %1").arg(node.direction));
+    return binary(node.value.get(), isLeft ? QStringLiteral("<<") : QStringLiteral(">>") + note, node.count.get(), 9);
 }
 
-QString ExpressionWriter::unaryMinus(const UMinusExpression &node) const
+ExpressionWriter::Written ExpressionWriter::write(const NotExpression &node) const
 {
-    const auto *constant = dynamic_cast<const ConstExpression *>(node.operand.get());
+    return { QStringLiteral("not ") + text(node.operand.get(), kUnary), kUnary };
+}
+
+ExpressionWriter::Written ExpressionWriter::write(const BNotExpression &node) const
+{
+    return { QStringLiteral("~") + text(node.operand.get(), kUnary), kUnary };
+}
+
+ExpressionWriter::Written ExpressionWriter::write(const StepExpression &node) const
+{
+    const QString sign = node.typeTag() == IncExpression::kTag ? QStringLiteral("++") : QStringLiteral("--");
+    const QString operand = text(node.operand.get(), kPostfix);
+    return node.isPrefix ? Written{ sign + operand, kUnary } : Written{ operand + sign };
+}
+
+ExpressionWriter::Written ExpressionWriter::write(const UMinusExpression &node) const
+{
+    const auto *constant = as<ConstExpression>(node.operand.get());
     const QString operand = text(node.operand.get(), kUnary);
     if (constant && !std::signbit(constant->value)) { // -5 would be a number of its own
-        return QStringLiteral("-(%1)").arg(operand);
+        return { QStringLiteral("-(%1)").arg(operand), kUnary };
     }
-    return operand.startsWith(QLatin1Char('-')) ? QStringLiteral("- ") + operand : QStringLiteral("-") + operand;
+    const QString sign = operand.startsWith(QLatin1Char('-')) ? QStringLiteral("- ") : QStringLiteral("-");
+    return { sign + operand, kUnary };
 }
 
-QString ExpressionWriter::binary(const Expression *left, const QString &sign, const Expression *right,
-                                 int binding) const
+ExpressionWriter::Written ExpressionWriter::binary(const Expression *left, const QString &sign, const Expression *right,
+                                                   int binding) const
 {
-    return QStringLiteral("%1 %2 %3").arg(text(left, binding), sign, text(right, binding + 1));
+    return { QStringLiteral("%1 %2 %3").arg(text(left, binding), sign, text(right, binding + 1)), binding };
 }
 
-QString ExpressionWriter::comparison(const NumberBoolExpression &node, int &binding) const
+ExpressionWriter::Written ExpressionWriter::write(const NumberBoolExpression &node) const
 {
     if (const Operator *row = rowOf(kComparisonSigns, node.operatorCode)) {
-        binding = row->binding;
-        return binary(node.left.get(), QString::fromLatin1(row->sign), node.right.get(), binding);
+        return binary(node.left.get(), QString::fromLatin1(row->sign), node.right.get(), row->binding);
     }
     const QString note = remark(QStringLiteral("operator %1").arg(node.operatorCode));
     if (node.operatorCode == NumberBoolExpression::Truth) {
-        binding = 4;
-        return binary(node.left.get(), QStringLiteral("<> ") + note, std::make_unique<ConstExpression>(0).get(),
-                      binding);
+        const ConstExpression zero;
+        return binary(node.left.get(), QStringLiteral("<> ") + note, &zero, 4);
     }
-    binding = 4;
-    return binary(node.left.get(), QStringLiteral("= ") + note, node.right.get(), binding);
+    return binary(node.left.get(), QStringLiteral("= ") + note, node.right.get(), 4);
 }
 
-QString ExpressionWriter::calculation(const CalcExpression &node, int &binding) const
+ExpressionWriter::Written ExpressionWriter::write(const CalcExpression &node) const
 {
     if (const Operator *row = rowOf(kCalculations, node.operatorCode)) {
-        binding = row->binding;
-        return binary(node.left.get(), QString::fromLatin1(row->sign), node.right.get(), binding);
+        return binary(node.left.get(), QString::fromLatin1(row->sign), node.right.get(), row->binding);
     }
-    binding = 9;
     return binary(node.left.get(), QStringLiteral(">> ") + remark(QStringLiteral("operator %1").arg(node.operatorCode)),
-                  node.right.get(), binding);
+                  node.right.get(), 9);
 }
 
-QString ExpressionWriter::simpleText(const Expression *node) const
+ExpressionWriter::Written ExpressionWriter::write(const VarExpression &node) const
 {
-    if (const auto *variable = dynamic_cast<const VarExpression *>(node)) {
-        return nameText(variable->name);
-    }
-    if (const auto *element = dynamic_cast<const ArrayExpression *>(node)) {
-        return QStringLiteral("%1[%2]").arg(baseText(element->base.get()), text(element->index.get()));
-    }
-    if (const auto *member = dynamic_cast<const StructExpression *>(node)) {
-        const QString name = isMemberName(member->memberName)
-                                 ? member->memberName
-                                 : remark(QStringLiteral("\"%1\"").arg(member->memberName));
-        return QStringLiteral("%1.%2").arg(baseText(member->base.get()), name);
-    }
-    if (const auto *string = dynamic_cast<const StringExpression *>(node)) {
-        return stringText(*string);
-    }
-    if (const auto *call = dynamic_cast<const CallBase *>(node)) {
-        const bool isFunction = dynamic_cast<const FuncCallExpression *>(node);
-        return isFunction
-                   ? callText(*call)
-                   : QStringLiteral("0 ") + remark(QStringLiteral("the routine %1 as a value").arg(call->functionName));
-    }
-    if (const auto *button = dynamic_cast<const ButtonExpression *>(node)) {
-        return buttonText(*button);
-    }
-    if (const auto *device = dynamic_cast<const DeviceExpr *>(node)) {
-        const QString note = device->variable ? QStringLiteral(" ") + remark(QStringLiteral("as a device")) : QString();
-        return deviceText(device) + note;
-    }
-    return QStringLiteral("0 ") + remark(QStringLiteral("expression tag %1").arg(node->typeTag()));
+    return { nameText(node.name) };
+}
+
+ExpressionWriter::Written ExpressionWriter::write(const ArrayExpression &node) const
+{
+    return { QStringLiteral("%1[%2]").arg(baseText(node.base.get()), text(node.index.get())) };
+}
+
+ExpressionWriter::Written ExpressionWriter::write(const StructExpression &node) const
+{
+    const QString name =
+        isMemberName(node.memberName) ? node.memberName : remark(QStringLiteral("\"%1\"").arg(node.memberName));
+    return { QStringLiteral("%1.%2").arg(baseText(node.base.get()), name) };
+}
+
+ExpressionWriter::Written ExpressionWriter::write(const CallExpression &node) const
+{
+    return { QStringLiteral("0 ") + remark(QStringLiteral("the routine %1 as a value").arg(node.functionName)) };
+}
+
+ExpressionWriter::Written ExpressionWriter::write(const ButtonExpression &node) const
+{
+    return { buttonText(node) };
+}
+
+ExpressionWriter::Written ExpressionWriter::write(const DeviceExpr &node) const
+{
+    const QString note = node.variable ? QStringLiteral(" ") + remark(QStringLiteral("as a device")) : QString();
+    return { deviceText(&node) + note };
 }
 
 QString ExpressionWriter::baseText(const Expression *base) const
 {
-    const bool isPlace = dynamic_cast<const VarExpression *>(base) || dynamic_cast<const ArrayExpression *>(base) ||
-                         dynamic_cast<const StructExpression *>(base);
+    const bool isPlace = as<VarExpression>(base) || as<ArrayExpression>(base) || as<StructExpression>(base);
     return isPlace ? text(base, kPostfix)
                    : QStringLiteral("(%1)").arg(text(base)) + remark(QStringLiteral("not a variable"));
 }
@@ -271,19 +247,19 @@ QString ExpressionWriter::nameText(const QString &name) const
     return QStringLiteral("0 ") + remark(QStringLiteral("the variable \"%1\"").arg(name));
 }
 
-QString ExpressionWriter::stringText(const StringExpression &node) const
+ExpressionWriter::Written ExpressionWriter::write(const StringExpression &node) const
 {
     if (!node.list) {
         const QString note =
             isWritable(node.text) ? QString() : QStringLiteral(" ") + remark(QStringLiteral("one text"));
-        return quoted(node.text) + note;
+        return { quoted(node.text) + note };
     }
     QStringList parts;
     for (const auto &item : node.list->items) {
         const QString part = text(item.get());
         parts += part.startsWith(QLatin1Char('"')) ? QStringLiteral("(%1)").arg(part) : part;
     }
-    return QStringLiteral("\"%1\"").arg(parts.join(QStringLiteral(", ")));
+    return { QStringLiteral("\"%1\"").arg(parts.join(QStringLiteral(", "))) };
 }
 
 QString ExpressionWriter::listText(const ExpressionList &list) const
@@ -295,13 +271,13 @@ QString ExpressionWriter::listText(const ExpressionList &list) const
     return parts.join(QStringLiteral(", "));
 }
 
-QString ExpressionWriter::callText(const CallBase &node) const
+ExpressionWriter::Written ExpressionWriter::write(const FuncCallExpression &node) const
 {
     const QString arguments = node.arguments ? listText(*node.arguments) : remark(QStringLiteral("no argument list"));
     const QString name = isPlainName(node.functionName)
                              ? node.functionName
                              : remark(QStringLiteral("\"%1\"").arg(node.functionName)) + QStringLiteral("unknown");
-    return QStringLiteral("%1(%2)").arg(name, arguments);
+    return { QStringLiteral("%1(%2)").arg(name, arguments) };
 }
 
 QString ExpressionWriter::buttonText(const ButtonExpression &button) const

@@ -19,6 +19,8 @@ QString bytesText(const QByteArray &bytes);
 class ExpressionWriter
 {
 public:
+    static constexpr int kPostfix = 13; // binds closest, as the parser counts
+
     explicit ExpressionWriter(const AST &program)
         : m_program(program)
     {}
@@ -33,16 +35,29 @@ public:
     QString nameText(const QString &name) const; // of a variable; also the list behind a hidden one
 
 private:
+    struct Written
+    {
+        QString text;
+        int binding = kPostfix;
+    };
+    Written write(const ConstExpression &node) const;
+    Written write(const ShiftExpression &node) const;
+    Written write(const NotExpression &node) const;
+    Written write(const BNotExpression &node) const;
+    Written write(const UMinusExpression &node) const;
+    Written write(const CalcExpression &node) const;
+    Written write(const NumberBoolExpression &node) const;
+    Written write(const StepExpression &node) const;
+    Written write(const VarExpression &node) const;
+    Written write(const ArrayExpression &node) const;
+    Written write(const StructExpression &node) const;
+    Written write(const StringExpression &node) const;
+    Written write(const FuncCallExpression &node) const;
+    Written write(const CallExpression &node) const;
+    Written write(const ButtonExpression &node) const;
+    Written write(const DeviceExpr &node) const;
     QString text(const Expression *node, int leastBinding) const;
-    QString operatorText(const Expression *node, int &binding) const; // empty: no operator
-    QString simpleText(const Expression *node) const;
-    QString numericText(const Expression *node, int &binding) const;
-    QString binary(const Expression *left, const QString &sign, const Expression *right, int binding) const;
-    QString comparison(const NumberBoolExpression &node, int &binding) const;
-    QString calculation(const CalcExpression &node, int &binding) const;
-    QString unaryMinus(const UMinusExpression &node) const;
-    QString stringText(const StringExpression &node) const;
-    QString callText(const CallBase &node) const;
+    Written binary(const Expression *left, const QString &sign, const Expression *right, int binding) const;
     QString baseText(const Expression *base) const;
     QString structText(const StructType &value) const;
 

@@ -1,5 +1,6 @@
 #include "compiler/ProgramParser.h"
 
+#include "compiler/HandlerParts.h"
 #include "compiler/Words.h"
 #include "compiler/checks/Checks.h"
 
@@ -9,26 +10,6 @@
 
 namespace {
 constexpr int kMostChannel = std::numeric_limits<int>::max();
-
-struct Part
-{
-    const char *word;
-    bool isData; // else of a button
-    std::unique_ptr<SubEventHandler> (*make)();
-};
-
-template <class Handler>
-std::unique_ptr<SubEventHandler> make()
-{
-    return std::make_unique<Handler>();
-}
-
-constexpr Part kParts[] = {
-    { "push", false, make<PushSubEventHandler> },      { "release", false, make<ReleaseSubEventHandler> },
-    { "online", true, make<OnlineSubEventHandler> },   { "offline", true, make<OfflineSubEventHandler> },
-    { "string", true, make<StringSubEventHandler> },   { "command", true, make<CommandSubEventHandler> },
-    { "onerror", true, make<OnErrorSubEventHandler> },
-};
 } // namespace
 
 /// [device, first..last] or [device, {channels}]
@@ -49,9 +30,9 @@ void ProgramParser::parseExclusive(TokenRange range)
     if (!group || !cursor().expect(TokenKind::RightBracket, "']'")) {
         return;
     }
-    if (const auto *channels = dynamic_cast<const ButtonsExclusive *>(group.get())) {
+    if (const auto *channels = as<ButtonsExclusive>(group.get())) {
         m_work.checks->devices.exclusive(device->address, channels->codes, position);
-    } else if (const auto *channelRange = dynamic_cast<const RangeExclusive *>(group.get())) {
+    } else if (const auto *channelRange = as<RangeExclusive>(group.get())) {
         m_work.checks->devices.exclusive(device->address, channelRange->first, channelRange->last, position);
     }
     group->device = referenceTo(device->address, device->name);
@@ -346,9 +327,9 @@ bool ProgramParser::parseParts(TokenRange body, bool isData, Handlers &handlers,
             }
             continue;
         }
-        const auto *hold = dynamic_cast<const HoldSubEventHandler *>(part.get());
+        const auto *hold = as<HoldSubEventHandler>(part.get());
         seen(hold ? QStringLiteral("hold %1").arg(hold->holdTenths) : word.text.toLower(), word.position);
-        const bool isHold = part->typeTag() == HoldSubEventHandler().typeTag();
+        const bool isHold = part->typeTag() == HoldSubEventHandler::kTag;
         const bool isTwice = std::any_of(handlers.begin(), handlers.end(),
                                          [&part](const auto &other) { return other->typeTag() == part->typeTag(); });
         if (isTwice && !isHold) {
@@ -381,7 +362,7 @@ std::unique_ptr<SubEventHandler> ProgramParser::parsePartHead(bool isData)
     if (!isData && cursor().atName("hold")) {
         part = parseHold();
     } else {
-        for (const Part &row : kParts) {
+        for (const PartWord &row : kParts) {
             if (row.isData == isData && word.isName(row.word)) {
                 part = row.make();
                 cursor().next();

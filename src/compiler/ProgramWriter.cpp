@@ -1,5 +1,6 @@
 #include "compiler/ProgramWriter.h"
 
+#include "compiler/HandlerParts.h"
 #include "compiler/Words.h"
 #include "compiler/Workspace.h"
 #include "interp/ProgramFunction.h"
@@ -25,7 +26,7 @@ QString ProgramWriter::run(const QStringList &loaderMessages)
     writePlainBlock(QStringLiteral("mainline"), m_program.mainlineBlock.get());
     for (const auto &handler : m_program.eventHandlers()) {
         m_lines.addBlank();
-        writeHandler(*handler);
+        visitNode(EventHandlerTypes(), *handler, [this](const auto &node) { write(node); });
     }
     return m_lines.text();
 }
@@ -126,7 +127,7 @@ void ProgramWriter::writeExclusives()
     m_lines.addBlank();
     for (const auto &group : m_program.exclusives()) {
         const QString device = referenceText(group->device);
-        if (const auto *range = dynamic_cast<const RangeExclusive *>(group.get())) {
+        if (const auto *range = as<RangeExclusive>(group.get())) {
             m_lines.add(QStringLiteral("exclusive [%1, %2..%3]").arg(device).arg(range->first).arg(range->last));
             continue;
         }
@@ -205,11 +206,11 @@ QString ProgramWriter::parameterText(const FunctionArg &argument) const
 {
     QString sizes;
     const Expression *declarator = argument.declaration.get();
-    while (const auto *array = dynamic_cast<const ArrayExpression *>(declarator)) {
+    while (const auto *array = as<ArrayExpression>(declarator)) {
         sizes = QStringLiteral("[%1]").arg(array->index ? m_expressions.text(array->index.get()) : QString()) + sizes;
         declarator = array->base.get();
     }
-    const auto *variable = dynamic_cast<const VarExpression *>(declarator);
+    const auto *variable = as<VarExpression>(declarator);
     return declaration(argument.typeCode, variable ? variable->name : QString(), {}) + sizes;
 }
 
@@ -220,39 +221,49 @@ void ProgramWriter::writePlainBlock(const QString &word, const Statement *block)
         return;
     }
     m_lines.addBlank();
-    const auto *list = dynamic_cast<const StatementList *>(block);
-    const auto *inner = list && list->statements.size() == 1
-                            ? dynamic_cast<const CompoundStatement *>(list->statements.front().get())
-                            : nullptr;
+    const auto *list = as<StatementList>(block);
+    const auto *inner =
+        list && list->statements.size() == 1 ? as<CompoundStatement>(list->statements.front().get()) : nullptr;
     const bool hasVariables = inner && inner->body && !inner->body->statements.empty() &&
-                              dynamic_cast<const BlockItemDefStatement *>(inner->body->statements.front().get());
+                              as<BlockItemDefStatement>(inner->body->statements.front().get());
     m_statements.writeList(word, hasVariables ? inner->body.get() : list);
 }
 
-void ProgramWriter::writeHandler(const EventHandler &handler)
+void ProgramWriter::write(const ButtonEventHandler &handler)
+{
+    writeParts(QStringLiteral("button_event"), triggersText(handler.buttons), handler.handlers);
+}
+
+void ProgramWriter::write(const DataEventHandler &handler)
 {
     QStringList triggers;
-    if (const auto *buttons = dynamic_cast<const ButtonEventHandler *>(&handler)) {
-        for (const auto &button : buttons->buttons) {
-            triggers += m_expressions.buttonText(*button);
-        }
-        writeParts(QStringLiteral("button_event"), triggers, buttons->handlers);
-    } else if (const auto *data = dynamic_cast<const DataEventHandler *>(&handler)) {
-        for (const DeviceReference &device : data->devices) {
-            triggers += QStringLiteral("[%1]").arg(referenceText(device));
-        }
-        writeParts(QStringLiteral("data_event"), triggers, data->handlers);
-    } else if (const auto *levels = dynamic_cast<const LevelEventHandler *>(&handler)) {
-        for (const auto &level : levels->levels) {
-            triggers += m_expressions.buttonText(*level);
-        }
-        m_statements.writeBlock(head(QStringLiteral("level_event"), triggers), levels->body.get());
-    } else if (const auto *timeline = dynamic_cast<const TimelineEventHandler *>(&handler)) {
-        for (const auto &id : timeline->ids) {
-            triggers += QStringLiteral("[%1]").arg(m_expressions.text(id.get()));
-        }
-        m_statements.writeBlock(head(QStringLiteral("timeline_event"), triggers), timeline->body.get());
+    for (const DeviceReference &device : handler.devices) {
+        triggers += QStringLiteral("[%1]").arg(referenceText(device));
     }
+    writeParts(QStringLiteral("data_event"), triggers, handler.handlers);
+}
+
+void ProgramWriter::write(const LevelEventHandler &handler)
+{
+    m_statements.writeBlock(head(QStringLiteral("level_event"), triggersText(handler.levels)), handler.body.get());
+}
+
+void ProgramWriter::write(const TimelineEventHandler &handler)
+{
+    QStringList triggers;
+    for (const auto &id : handler.ids) {
+        triggers += QStringLiteral("[%1]").arg(m_expressions.text(id.get()));
+    }
+    m_statements.writeBlock(head(QStringLiteral("timeline_event"), triggers), handler.body.get());
+}
+
+QStringList ProgramWriter::triggersText(const std::vector<std::unique_ptr<ButtonExpression>> &buttons) const
+{
+    QStringList triggers;
+    for (const auto &button : buttons) {
+        triggers += m_expressions.buttonText(*button);
+    }
+    return triggers;
 }
 
 QString ProgramWriter::head(const QString &word, const QStringList &triggers)
@@ -279,12 +290,11 @@ void ProgramWriter::writeParts(const QString &word, const QStringList &triggers,
 
 QString ProgramWriter::partHead(const SubEventHandler &part)
 {
-    if (const auto *hold = dynamic_cast<const HoldSubEventHandler *>(&part)) {
+    if (const auto *hold = as<HoldSubEventHandler>(&part)) {
         return QStringLiteral("hold [%1%2]:")
             .arg(QString::number(hold->holdTenths), hold->repeats ? QStringLiteral(", repeat") : QString());
     }
-    static const QStringList kWords{ QStringLiteral("online:"),  QStringLiteral("string:"),  QStringLiteral("push:"),
-                                     QStringLiteral("hold:"),    QStringLiteral("release:"), QStringLiteral("offline:"),
-                                     QStringLiteral("onerror:"), QStringLiteral("command:") };
-    return kWords.at(part.typeTag() - OnlineSubEventHandler().typeTag());
+    const auto row = std::find_if(std::begin(kParts), std::end(kParts),
+                                  [&part](const PartWord &known) { return known.tag == part.typeTag(); });
+    return QString::fromLatin1(row->word) + QLatin1Char(':');
 }

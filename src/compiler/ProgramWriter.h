@@ -33,7 +33,11 @@ private:
                        const Statement *body);
     QString parameterText(const FunctionArg &argument) const;
     void writePlainBlock(const QString &word, const Statement *block);
-    void writeHandler(const EventHandler &handler);
+    void write(const ButtonEventHandler &handler);
+    void write(const DataEventHandler &handler);
+    void write(const LevelEventHandler &handler);
+    void write(const TimelineEventHandler &handler);
+    QStringList triggersText(const std::vector<std::unique_ptr<ButtonExpression>> &buttons) const;
     static QString head(const QString &word, const QStringList &triggers);
     void writeParts(const QString &word, const QStringList &triggers,
                     const std::vector<std::unique_ptr<SubEventHandler>> &parts);

@@ -1,8 +1,6 @@
 #pragma once
 #include "compiler/ExpressionWriter.h"
-#include "interp/DeviceStatements.h"
-#include "interp/Statements.h"
-#include "interp/WaitStatements.h"
+#include "interp/StatementTypes.h"
 
 #include <QStringList>
 
@@ -41,21 +39,40 @@ public:
 
 private:
     void write(const Statement *statement);
-    bool writeControl(const Statement *statement); // false: not of that kind
-    bool writeDeviceStatement(const Statement *statement);
-    bool writeWaits(const Statement *statement);
+    void write(const AssignStatement &statement) { m_lines.add(simpleText(statement)); }
+    void write(const StepStatement &statement) { m_lines.add(simpleText(statement)); }
+    void write(const FuncCallStatement &statement) { m_lines.add(simpleText(statement)); }
+    void write(const StatementList &statement);
+    void write(const CompoundStatement &statement);
+    void write(const BlockItemDefStatement &statement);
+    void write(const IfStatement &statement);
+    void write(const WhileStatement &statement);
+    void write(const ForStatement &statement);
+    void write(const SwitchStatement &statement);
+    void write(const SelectStatement &statement);
+    void write(const BreakStatement &statement);
+    void write(const ContinueStatement &statement);
+    void write(const ReturnStatement &statement);
+    void write(const CallRoutineStatement &statement);
+    void write(const WaitStatement &statement);
+    void write(const CancelWaitStatement &statement);
+    void write(const CancelAllWaitStatement &statement);
+    void write(const OnOffStatement &statement);
+    void write(const SendStringStatement &statement);
+    void write(const SendCommandStatement &statement);
+    void write(const SendLevelStatement &statement);
+    void write(const CreateLevelStatement &statement);
+    void write(const CreateBufferStatement &statement);
+    void write(const ClearBufferStatement &statement);
     void writeStatements(const StatementList &list);
     void writeNested(const QString &head, const Statement *body);
-    void writeIf(const IfStatement &statement);
-    void writeFor(const ForStatement &statement);
-    void writeSwitch(const SwitchStatement &statement);
-    void writeSelect(const SelectStatement &statement);
-    void writeDefinition(const BlockItemDefStatement &statement);
     QString codesText(const std::vector<int> &codes) const;
     QString declaratorText(const Expression *declarator) const;
     QString stepListText(const StatementList *list) const;
-    QString simpleText(const Statement *statement) const; // empty: not a simple statement
-    QString switchingText(const OnOffStatement &statement) const;
+    QString simpleText(const Statement *statement) const;
+    QString simpleText(const AssignStatement &statement) const;
+    QString simpleText(const StepStatement &statement) const;
+    QString simpleText(const FuncCallStatement &statement) const;
 
     const AST &m_program;
     ExpressionWriter m_expressions;

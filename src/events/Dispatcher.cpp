@@ -53,7 +53,7 @@ Dispatcher::~Dispatcher()
 void Dispatcher::prepare()
 {
     m_handlers = std::make_unique<HandlerTable>(m_program, m_interpreter);
-    const auto *mainline = dynamic_cast<const StatementList *>(m_program.mainlineBlock.get());
+    const auto *mainline = as<StatementList>(m_program.mainlineBlock.get());
     if (!mainline) {
         return;
     }

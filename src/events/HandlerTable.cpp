@@ -13,28 +13,6 @@
 #include <set>
 
 namespace {
-EventType eventTypeOf(int subHandlerTag)
-{
-    switch (subHandlerTag) {
-    case 30:
-        return EventType::Online;
-    case 31:
-        return EventType::String;
-    case 32:
-        return EventType::Push;
-    case 33:
-        return EventType::Hold;
-    case 34:
-        return EventType::Release;
-    case 35:
-        return EventType::Offline;
-    case 36:
-        return EventType::Error;
-    default:
-        return EventType::Command;
-    }
-}
-
 Name dataNameOf(const char *text)
 {
     return Name(QString::fromLatin1(text));
@@ -74,7 +52,7 @@ HandlerTable::HandlerTable(AST &program, Interpreter &interpreter)
     , m_interpreter(interpreter)
 {
     for (const auto &node : program.eventHandlers()) {
-        add(*node);
+        visitNode(EventHandlerTypes(), *node, [this](const auto &handler) { add(handler); });
     }
 }
 
@@ -122,20 +100,7 @@ void HandlerTable::handle(const CustomEvent &event, BasicType *data)
     }
 }
 
-void HandlerTable::add(const EventHandler &node)
-{
-    if (const auto *button = dynamic_cast<const ButtonEventHandler *>(&node)) {
-        addButtonHandler(*button);
-    } else if (const auto *level = dynamic_cast<const LevelEventHandler *>(&node)) {
-        addLevelHandler(*level);
-    } else if (const auto *data = dynamic_cast<const DataEventHandler *>(&node)) {
-        addDataHandler(*data);
-    } else if (const auto *timeline = dynamic_cast<const TimelineEventHandler *>(&node)) {
-        addTimelineHandler(*timeline);
-    }
-}
-
-void HandlerTable::addButtonHandler(const ButtonEventHandler &node)
+void HandlerTable::add(const ButtonEventHandler &node)
 {
     Handler handler;
     handler.kind = Kind::Channel;
@@ -144,7 +109,7 @@ void HandlerTable::addButtonHandler(const ButtonEventHandler &node)
     addToIndex(std::move(handler));
 }
 
-void HandlerTable::addLevelHandler(const LevelEventHandler &node)
+void HandlerTable::add(const LevelEventHandler &node)
 {
     Handler handler;
     handler.kind = Kind::Level;
@@ -158,7 +123,7 @@ void HandlerTable::addLevelHandler(const LevelEventHandler &node)
     addToIndex(std::move(handler));
 }
 
-void HandlerTable::addDataHandler(const DataEventHandler &node)
+void HandlerTable::add(const DataEventHandler &node)
 {
     Handler handler;
     handler.kind = Kind::Data;
@@ -171,7 +136,7 @@ void HandlerTable::addDataHandler(const DataEventHandler &node)
     addToIndex(std::move(handler));
 }
 
-void HandlerTable::addTimelineHandler(const TimelineEventHandler &node)
+void HandlerTable::add(const TimelineEventHandler &node)
 {
     Handler handler;
     handler.kind = Kind::Timeline;
@@ -210,8 +175,8 @@ HandlerTable::prepareSubHandlers(const std::vector<std::unique_ptr<SubEventHandl
     std::vector<SubHandler> handlers;
     for (const auto &node : nodes) {
         SubHandler handler;
-        handler.type = eventTypeOf(node->typeTag());
-        if (const auto *hold = dynamic_cast<const HoldSubEventHandler *>(node.get())) {
+        handler.type = node->event();
+        if (const auto *hold = as<HoldSubEventHandler>(node.get())) {
             handler.repeats = hold->repeats;
             handler.holdTenths = hold->holdTenths;
         }

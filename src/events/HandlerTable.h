@@ -54,11 +54,10 @@ private:
     };
     using HandlerList = std::vector<const Handler *>; // file order
 
-    void add(const EventHandler &node);
-    void addButtonHandler(const ButtonEventHandler &node);
-    void addLevelHandler(const LevelEventHandler &node);
-    void addDataHandler(const DataEventHandler &node);
-    void addTimelineHandler(const TimelineEventHandler &node);
+    void add(const ButtonEventHandler &node);
+    void add(const LevelEventHandler &node);
+    void add(const DataEventHandler &node);
+    void add(const TimelineEventHandler &node);
     std::vector<ChannelFilter> prepareChannels(const std::vector<std::unique_ptr<ButtonExpression>> &nodes);
     std::vector<SubHandler> prepareSubHandlers(const std::vector<std::unique_ptr<SubEventHandler>> &nodes,
                                                Name dataName);

@@ -5,26 +5,15 @@
 #include "interp/ProgramFunction.h"
 #include "interp/Statements.h"
 #include "program/AST.h"
+#include "program/NodeStream.h"
 
 #include <QDataStream>
 
 namespace {
-class ProgramNodes : public NodeFactory
-{
-public:
-    std::unique_ptr<Expression> makeExpression(int tag) const override { return ::makeExpression(tag); }
-    std::unique_ptr<Statement> makeStatement(int tag) const override { return ::makeStatement(tag); }
-    std::unique_ptr<SubEventHandler> makeSubEventHandler(int tag) const override { return ::makeSubEventHandler(tag); }
-    std::unique_ptr<EventHandler> makeEventHandler(int tag) const override { return ::makeEventHandler(tag); }
-};
-
 std::unique_ptr<Statement> readBlock(NodeReader &reader)
 {
-    if (!reader.readBool()) {
-        return nullptr;
-    }
-    auto list = std::make_unique<StatementList>();
-    list->readFrom(reader);
+    std::unique_ptr<StatementList> list;
+    reader.optional(list);
     return list;
 }
 
@@ -32,7 +21,7 @@ void writeBlock(NodeWriter &writer, const std::unique_ptr<Statement> &block)
 {
     writer.writeBool(block != nullptr);
     if (block) {
-        block->writeTo(writer);
+        writer(static_cast<const StatementList &>(*block));
     }
 }
 
@@ -57,17 +46,6 @@ void readGlobals(AST &program, NodeReader &reader)
     }
 }
 
-void readExclusives(AST &program, NodeReader &reader)
-{
-    const int count = reader.readInt();
-    for (int i = 0; i < count && reader.isGood(); ++i) {
-        if (std::unique_ptr<Exclusive> group = makeExclusive(reader.readInt())) {
-            group->readFrom(reader);
-            program.addExclusive(std::move(group));
-        }
-    }
-}
-
 void readCallables(AST &program, NodeReader &reader)
 {
     const int functionCount = reader.readInt();
@@ -77,17 +55,6 @@ void readCallables(AST &program, NodeReader &reader)
     const int routineCount = reader.readInt();
     for (int i = 0; i < routineCount && reader.isGood(); ++i) {
         program.addCallRoutine(ProgramRoutine::read(reader));
-    }
-}
-
-void readEventHandlers(AST &program, NodeReader &reader)
-{
-    const int count = reader.readInt();
-    for (int i = 0; i < count && reader.isGood(); ++i) {
-        if (std::unique_ptr<EventHandler> handler = makeEventHandler(reader.readInt())) {
-            handler->readFrom(reader);
-            program.addEventHandler(std::move(handler));
-        }
     }
 }
 
@@ -119,24 +86,7 @@ void writeGlobals(const AST &program, NodeWriter &writer)
         writeValue(writer, value);
     }
 }
-
-/// A list of nodes that write a tag and then themselves.
-template <class List>
-void writeTagged(NodeWriter &writer, const List &list)
-{
-    writer.writeInt(static_cast<int>(list.size()));
-    for (const auto &node : list) {
-        writer.writeInt(node->typeTag());
-        node->writeTo(writer);
-    }
-}
 } // namespace
-
-const NodeFactory &programNodes()
-{
-    static const ProgramNodes nodes;
-    return nodes;
-}
 
 bool loadObjectFile(AST &program, QDataStream &stream)
 {
@@ -147,11 +97,19 @@ bool loadObjectFile(AST &program, QDataStream &stream)
     program.setProgramName(reader.readText());
     readTypes(program, reader);
     readGlobals(program, reader);
-    readExclusives(program, reader);
+    std::vector<std::unique_ptr<Exclusive>> groups;
+    reader.tagged(groups, exclusiveTable());
+    for (auto &group : groups) {
+        program.addExclusive(std::move(group));
+    }
     readCallables(program, reader);
     program.startBlock = readBlock(reader);
     program.mainlineBlock = readBlock(reader);
-    readEventHandlers(program, reader);
+    std::vector<std::unique_ptr<EventHandler>> handlers;
+    reader.tagged(handlers, programNodes().eventHandlers);
+    for (auto &handler : handlers) {
+        program.addEventHandler(std::move(handler));
+    }
     program.combinations().readFrom(reader);
     program.levels().readFrom(reader);
     if (reader.readInt() != kObjectFileEnd) {
@@ -186,13 +144,13 @@ QString objectFileProblem(const QByteArray &objectFile)
 
 void writeObjectFile(const AST &program, QDataStream &stream)
 {
-    NodeWriter writer(stream);
+    NodeWriter writer(stream, programNodes());
     writer.writeInt(kObjectFileMagic);
     writer.writeInt(kObjectFileVersion);
     writer.writeText(program.programName());
     writeTypes(program, writer);
     writeGlobals(program, writer);
-    writeTagged(writer, program.exclusives());
+    writer.tagged(program.exclusives(), exclusiveTable());
     writer.writeInt(static_cast<int>(program.functions().size()));
     for (const auto &function : program.functions()) {
         static_cast<const ProgramFunction &>(*function).writeTo(writer);
@@ -203,7 +161,7 @@ void writeObjectFile(const AST &program, QDataStream &stream)
     }
     writeBlock(writer, program.startBlock);
     writeBlock(writer, program.mainlineBlock);
-    writeTagged(writer, program.eventHandlers());
+    writer.tagged(program.eventHandlers(), programNodes().eventHandlers);
     program.combinations().writeTo(writer);
     program.levels().writeTo(writer);
     writer.writeInt(kObjectFileEnd);

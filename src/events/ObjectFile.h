@@ -1,5 +1,6 @@
 #pragma once
-#include "program/Nodes.h"
+#include <QByteArray>
+#include <QString>
 
 class AST;
 class QDataStream;
@@ -8,9 +9,6 @@ class QDataStream;
 constexpr qint32 kObjectFileMagic = static_cast<qint32>(0xCEFB2EF2);
 constexpr qint32 kObjectFileVersion = 321;
 constexpr qint32 kObjectFileEnd = 0xAA55;
-
-/// All node classes of the language.
-const NodeFactory &programNodes();
 
 /// Fills a program object that has its system symbols and built-ins. A file with a wrong magic, version or end mark,
 /// one that ends too early or nests deeper than RecordReader::kMaxDepth leaves the program empty.

@@ -354,9 +354,8 @@ std::unique_ptr<Step> assignPlainNumber(const VariableAccess &variable, std::uni
 /// Whether a text begins with the variable itself and the rest cannot change it, so that it can be appended to.
 bool isAppend(const StringExpression &text, Name target, const TextCode &code)
 {
-    const auto *first = text.list && !text.list->items.empty()
-                            ? dynamic_cast<const VarExpression *>(text.list->items.front().get())
-                            : nullptr;
+    const auto *first =
+        text.list && !text.list->items.empty() ? as<VarExpression>(text.list->items.front().get()) : nullptr;
     return first && Name(first->name) == target && code.isQuiet();
 }
 
@@ -370,7 +369,7 @@ std::unique_ptr<Step> assignVariable(const VarExpression &target, const Expressi
     if (source->isNeverArray() && isPlainNumber(variable, preparer)) {
         return assignPlainNumber(variable, std::move(source));
     }
-    const auto *text = dynamic_cast<const StringExpression *>(&value);
+    const auto *text = as<StringExpression>(&value);
     const bool isStatic = variable.kind == VariableAccess::Kind::StaticObject && asArray(variable.object);
     const bool isLocal = variable.kind == VariableAccess::Kind::LocalObject && variable.typeCode != 0;
     if (text && !variable.isMatrix && (isStatic || isLocal)) {
@@ -412,7 +411,7 @@ std::unique_ptr<Step> prepareMove(const StepStatement &node, Preparer &preparer,
     if (!node.operand) {
         return makeNothingStep();
     }
-    if (const auto *target = dynamic_cast<const VarExpression *>(node.operand.get())) {
+    if (const auto *target = as<VarExpression>(node.operand.get())) {
         const VariableAccess variable = findVariable(preparer, target->name);
         if (isPlainNumber(variable, preparer)) {
             return withFit(variable.typeCode, [&](auto fit) {
@@ -432,16 +431,16 @@ std::unique_ptr<Step> AssignStatement::prepare(Preparer &preparer) const
         return makeNothingStep();
     }
     std::unique_ptr<Code> source = preparer.expression(value, Context::Condition);
-    if (const auto *variable = dynamic_cast<const VarExpression *>(target.get())) {
+    if (const auto *variable = as<VarExpression>(target.get())) {
         return assignVariable(*variable, *value, std::move(source), preparer);
     }
-    if (const auto *element = dynamic_cast<const ArrayExpression *>(target.get())) {
+    if (const auto *element = as<ArrayExpression>(target.get())) {
         return assignElement(*element, std::move(source), preparer);
     }
-    if (const auto *channels = dynamic_cast<const ButtonExpression *>(target.get())) {
+    if (const auto *channels = as<ButtonExpression>(target.get())) {
         return makeChannelAssignment(*channels, std::move(source), preparer);
     }
-    if (dynamic_cast<const StructExpression *>(target.get())) {
+    if (as<StructExpression>(target.get())) {
         auto path = std::make_unique<PathCode>(preparer, *target);
         if (source->asNumberCode() && source->isQuiet()) {
             return std::make_unique<AssignNumberMember>(PathCode::simplified(std::move(path)), std::move(source));

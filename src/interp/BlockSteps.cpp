@@ -214,13 +214,13 @@ public:
 private:
     void addItem(const BlockItemDefStatement::Item &item)
     {
-        const bool isArray = dynamic_cast<const ArrayExpression *>(item.declarator.get()) != nullptr;
+        const bool isArray = as<ArrayExpression>(item.declarator.get()) != nullptr;
         const Declared declared = declaredBy(item.codes, isArray, m_preparer.program());
         if (declared.problem) {
             addFault(declared.problem);
         } else if (isArray) {
             addArray(declared, *item.declarator);
-        } else if (const auto *variable = dynamic_cast<const VarExpression *>(item.declarator.get())) {
+        } else if (const auto *variable = as<VarExpression>(item.declarator.get())) {
             addScalar(declared, Name(variable->name));
         } else {
             addFault(QT_TRANSLATE_NOOP("messages", "Wrong value defination"));
@@ -317,7 +317,7 @@ std::unique_ptr<Step> prepareBlock(const StatementList &list, Preparer &preparer
     BlockDefinitions definitions(preparer);
     std::vector<std::unique_ptr<Step>> steps;
     for (const auto &statement : list.statements) {
-        if (const auto *definition = dynamic_cast<const BlockItemDefStatement *>(statement.get())) {
+        if (const auto *definition = as<BlockItemDefStatement>(statement.get())) {
             definitions.add(*definition);
             for (auto &step : definitions.takeSteps()) {
                 steps.push_back(std::move(step));

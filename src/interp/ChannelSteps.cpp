@@ -197,7 +197,7 @@ void setChannelFeedback(AST &program, int deviceNumber, int channel, int status)
             continue;
         }
         inGroup = true;
-        if (const auto *range = dynamic_cast<const RangeExclusive *>(group.get())) {
+        if (const auto *range = as<RangeExclusive>(group.get())) {
             program.devices()->setButtonStatusRange(deviceNumber, channel, status, range->first, range->last);
         } else {
             const std::vector<int> channels = group->channels();

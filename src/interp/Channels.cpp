@@ -29,13 +29,13 @@ void addPair(std::vector<ChannelGroup> &groups, const ChannelAddress &pair, int 
 /// Whether a node always has the same value: literals, and globals that the program never changes.
 bool isConstantNode(const Expression *node, const Preparer &preparer)
 {
-    if (dynamic_cast<const ConstExpression *>(node)) {
+    if (as<ConstExpression>(node)) {
         return true;
     }
-    if (const auto *device = dynamic_cast<const DeviceExpr *>(node)) {
+    if (const auto *device = as<DeviceExpr>(node)) {
         return device->device || isConstantNode(device->variable.get(), preparer);
     }
-    if (const auto *variable = dynamic_cast<const VarExpression *>(node)) {
+    if (const auto *variable = as<VarExpression>(node)) {
         const BasicType *global = preparer.program().findGlobal(Name(variable->name));
         return global && !preparer.findLocal(Name(variable->name)) && preparer.interpreter().isNeverChanged(*global);
     }

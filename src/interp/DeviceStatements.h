@@ -6,64 +6,56 @@
 class CommandStatement : public Statement // they all begin with a device
 {
 public:
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
-
     std::unique_ptr<DeviceExpr> device;
 };
 
-class SendStringStatement : public CommandStatement
+class SendStringStatement : public Tagged<100, CommandStatement>
 {
 public:
-    int typeTag() const override { return 100; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.device, node.payload); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Expression> payload;
 };
 
-class SendCommandStatement : public CommandStatement
+class SendCommandStatement : public Tagged<108, CommandStatement>
 {
 public:
-    int typeTag() const override { return 108; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.device, node.payload); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Expression> payload;
 };
 
-class SendLevelStatement : public CommandStatement
+class SendLevelStatement : public Tagged<109, CommandStatement>
 {
 public:
-    int typeTag() const override { return 109; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit)
+    {
+        visit(node.device);
+        visit.present(node.values);
+    }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::vector<std::unique_ptr<Expression>> values; // one: the value; two: level codes and values
 };
 
-class OnOffStatement : public Statement
+class OnOffStatement : public Tagged<110, Statement>
 {
 public:
     enum Action : int { On = 0, Off = 1, To = 2, Pulse = 3 };
-    int typeTag() const override { return 110; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.action, node.channels); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     int action = On;
     std::unique_ptr<ButtonExpression> channels;
 };
 
-class CreateLevelStatement : public CommandStatement
+class CreateLevelStatement : public Tagged<120, CommandStatement>
 {
 public:
-    int typeTag() const override { return 120; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.device, node.levelCode, node.variable); }
+    void wasRead();
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Expression> levelCode;
@@ -74,22 +66,20 @@ public:
 class BufferStatement : public CommandStatement
 {
 public:
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.device, node.buffer); }
+    void wasRead();
 
     QString buffer;
 };
 
-class CreateBufferStatement : public BufferStatement
+class CreateBufferStatement : public Tagged<123, BufferStatement>
 {
 public:
-    int typeTag() const override { return 123; }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 };
 
-class ClearBufferStatement : public BufferStatement
+class ClearBufferStatement : public Tagged<125, BufferStatement>
 {
 public:
-    int typeTag() const override { return 125; }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 };

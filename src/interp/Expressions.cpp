@@ -1,318 +1,100 @@
 #include "interp/Expressions.h"
 
 #include "model/ProgramContext.h"
-#include "model/Values.h"
+#include "program/NodeStream.h"
 
-// The records of the expression classes. What they compute is in the *Code.cpp files.
+// What of the records does not fit on a line. What the expressions compute is in the *Code.cpp files.
 
-void ConstExpression::writeTo(NodeWriter &writer) const
+namespace {
+/// The alternative of an item that is read or written; while reading, it is made.
+template <class Alternative>
+auto &made(auto &item)
 {
-    writer.writeDouble(value);
+    if constexpr (requires { item.template emplace<Alternative>(); }) {
+        item.template emplace<Alternative>();
+    }
+    return std::get<Alternative>(item);
 }
 
-void ConstExpression::readFrom(NodeReader &reader)
+void noteChanged(const VarExpression *variable)
 {
-    value = reader.readDouble();
+    if (ProgramContext *program = ProgramContext::current(); program && variable) {
+        program->noteChanged(Name(variable->name));
+    }
 }
+} // namespace
 
-void ShiftExpression::writeTo(NodeWriter &writer) const
+void StringExpression::fields(auto &node, auto &visit)
 {
-    writer.writeInt(direction);
-    writer.writeExpression(count.get());
-    writer.writeExpression(value.get());
-}
-
-void ShiftExpression::readFrom(NodeReader &reader)
-{
-    direction = reader.readInt();
-    count = reader.readExpression();
-    value = reader.readExpression();
-}
-
-void NotExpression::writeTo(NodeWriter &writer) const
-{
-    writer.writeExpression(operand.get());
-}
-
-void NotExpression::readFrom(NodeReader &reader)
-{
-    operand = reader.readExpression();
-}
-
-void VarExpression::writeTo(NodeWriter &writer) const
-{
-    writer.writeText(name);
-}
-
-void VarExpression::readFrom(NodeReader &reader)
-{
-    name = reader.readText();
-}
-
-void ArrayExpression::writeTo(NodeWriter &writer) const
-{
-    writer.writeExpression(base.get());
-    writer.writeExpression(index.get());
-}
-
-void ArrayExpression::readFrom(NodeReader &reader)
-{
-    base = reader.readExpression();
-    index = reader.readExpression();
-}
-
-void StructExpression::writeTo(NodeWriter &writer) const
-{
-    writer.writeExpression(base.get());
-    writer.writeText(memberName);
-}
-
-void StructExpression::readFrom(NodeReader &reader)
-{
-    base = reader.readExpression();
-    memberName = reader.readText();
-}
-
-void UMinusExpression::writeTo(NodeWriter &writer) const
-{
-    writer.writeExpression(operand.get());
-}
-
-void UMinusExpression::readFrom(NodeReader &reader)
-{
-    operand = reader.readExpression();
-}
-
-void CalcExpression::writeTo(NodeWriter &writer) const
-{
-    writer.writeInt(operatorCode);
-    writer.writeExpression(left.get());
-    writer.writeExpression(right.get());
-}
-
-void CalcExpression::readFrom(NodeReader &reader)
-{
-    operatorCode = reader.readInt();
-    left = reader.readExpression();
-    right = reader.readExpression();
-}
-
-void StringExpression::writeTo(NodeWriter &writer) const
-{
-    if (list) {
-        writer.writeInt(List);
-        list->writeTo(writer);
-    } else if (!text.isEmpty()) {
-        writer.writeInt(Text);
-        writer.writeText(text);
-    } else {
-        writer.writeInt(Empty);
+    int kind = node.kind();
+    visit(kind);
+    if (kind == List) {
+        visit.record(node.list);
+    } else if (kind == Text) {
+        visit(node.text);
     }
 }
 
-void StringExpression::readFrom(NodeReader &reader)
+void StepExpression::wasRead()
 {
-    switch (reader.readInt()) {
-    case List:
-        list = std::make_unique<ExpressionList>();
-        list->readFrom(reader);
-        break;
-    case Text:
-        text = reader.readText();
-        break;
-    default:
-        break;
-    }
+    noteChanged(operand.get());
 }
 
-void StepExpression::writeTo(NodeWriter &writer) const
+void CallBase::wasRead()
 {
-    writer.writeBool(isPrefix);
-    writer.writeExpression(operand.get());
-}
-
-void StepExpression::readFrom(NodeReader &reader)
-{
-    isPrefix = reader.readBool();
-    operand = nodeAs<VarExpression>(reader.readExpression());
-    if (ProgramContext *program = ProgramContext::current(); program && operand) {
-        program->noteChanged(Name(operand->name));
-    }
-}
-
-void NumberBoolExpression::writeTo(NodeWriter &writer) const
-{
-    writer.writeInt(operatorCode);
-    writer.writeExpression(left.get());
-    writer.writeExpression(right.get());
-}
-
-void NumberBoolExpression::readFrom(NodeReader &reader)
-{
-    operatorCode = reader.readInt();
-    left = reader.readExpression();
-    right = reader.readExpression();
-}
-
-void CallBase::writeTo(NodeWriter &writer) const
-{
-    writer.writeText(functionName);
-    writer.writeBool(arguments != nullptr);
     if (arguments) {
-        arguments->writeTo(writer);
-    }
-}
-
-void CallBase::readFrom(NodeReader &reader)
-{
-    functionName = reader.readText();
-    if (reader.readBool()) {
-        arguments = std::make_unique<ExpressionList>();
-        arguments->readFrom(reader);
         for (const auto &argument : arguments->items) { // some built-ins change what they are given
-            const auto *variable = dynamic_cast<const VarExpression *>(argument.get());
-            if (ProgramContext *program = ProgramContext::current(); program && variable) {
-                program->noteChanged(Name(variable->name));
-            }
+            noteChanged(as<VarExpression>(argument.get()));
         }
     }
 }
 
-void ButtonExpression::writeTo(NodeWriter &writer) const
+void ButtonExpression::fields(auto &node, auto &visit)
 {
-    writer.writeInt(static_cast<int>(items.size()));
-    for (const Item &item : items) {
-        if (const auto *expression = std::get_if<std::unique_ptr<Expression>>(&item)) {
-            writer.writeInt(ExpressionItem);
-            writer.writeExpression(expression->get());
-        } else if (const auto *device = std::get_if<std::unique_ptr<Device>>(&item)) {
-            writer.writeInt(DeviceItem);
-            writeValue(writer, device->get());
-        } else {
-            writer.writeInt(EmptyItem);
+    visit.list(node.items, [&visit](auto &item) {
+        int kind = item.index() == 1 ? ExpressionItem : item.index() == 2 ? DeviceItem : EmptyItem;
+        visit(kind);
+        if (kind == ExpressionItem) {
+            visit(made<std::unique_ptr<Expression>>(item));
+        } else if (kind == DeviceItem) {
+            visit(made<std::unique_ptr<Device>>(item));
         }
-    }
+        return kind != OtherItem;
+    });
 }
 
-void ButtonExpression::readFrom(NodeReader &reader)
-{
-    const int count = reader.readInt();
-    for (int i = 0; i < count && reader.isGood(); ++i) {
-        switch (reader.readInt()) {
-        case ExpressionItem:
-            items.emplace_back(reader.readExpression());
-            break;
-        case DeviceItem: {
-            std::unique_ptr<BasicType> value = readValue(reader);
-            if (asDevice(value.get())) {
-                items.emplace_back(std::unique_ptr<Device>(static_cast<Device *>(value.release())));
-            } else {
-                items.emplace_back();
-            }
-            break;
-        }
-        case OtherItem:
-            break; // skipped
-        default:
-            items.emplace_back();
-            break;
-        }
-    }
-}
-
-void DeviceExpr::writeTo(NodeWriter &writer) const
+DeviceExpr::Kind DeviceExpr::kind() const
 {
     if (device) {
-        writer.writeInt(Constant);
-        writeValue(writer, device.get());
-    } else if (variable) {
-        const int tag = variable->typeTag();
-        writer.writeInt(tag == 403 ? Variable : tag == 404 ? Element : Member);
-        writer.writeExpression(variable.get());
-    } else if (parts) {
-        writer.writeInt(Parts);
-        parts->writeTo(writer);
-    } else {
-        writer.writeInt(None);
+        return Constant;
     }
+    if (variable) {
+        return as<VarExpression>(variable.get()) ? Variable : as<ArrayExpression>(variable.get()) ? Element : Member;
+    }
+    return parts ? Parts : None;
 }
 
-void DeviceExpr::readFrom(NodeReader &reader)
+void DeviceExpr::fields(auto &node, auto &visit)
 {
-    switch (reader.readInt()) {
-    case Constant: {
-        std::unique_ptr<BasicType> value = readValue(reader);
-        if (asDevice(value.get())) {
-            device.reset(static_cast<Device *>(value.release()));
-        }
-        break;
-    }
+    int kind = node.kind();
+    visit(kind);
+    switch (kind) {
+    case Constant:
+        return visit(node.device);
     case Variable:
-        variable = nodeAs<VarExpression>(reader.readExpression());
-        break;
+        return visit.template only<VarExpression>(node.variable);
     case Element:
-        variable = nodeAs<ArrayExpression>(reader.readExpression());
-        break;
+        return visit.template only<ArrayExpression>(node.variable);
     case Member:
-        variable = nodeAs<StructExpression>(reader.readExpression());
-        break;
+        return visit.template only<StructExpression>(node.variable);
     case Parts:
-        parts = std::make_unique<ExpressionList>();
-        parts->readFrom(reader);
-        break;
+        return visit.record(node.parts);
     default:
-        break;
+        return;
     }
 }
 
-void BNotExpression::writeTo(NodeWriter &writer) const
+const NodeTable<Expression> &expressionTable()
 {
-    writer.writeExpression(operand.get());
-}
-
-void BNotExpression::readFrom(NodeReader &reader)
-{
-    operand = reader.readExpression();
-}
-
-std::unique_ptr<Expression> makeExpression(int tag)
-{
-    switch (tag) {
-    case 400:
-        return std::make_unique<ConstExpression>();
-    case 401:
-        return std::make_unique<ShiftExpression>();
-    case 402:
-        return std::make_unique<NotExpression>();
-    case 403:
-        return std::make_unique<VarExpression>();
-    case 404:
-        return std::make_unique<ArrayExpression>();
-    case 405:
-        return std::make_unique<StructExpression>();
-    case 406:
-        return std::make_unique<UMinusExpression>();
-    case 407:
-        return std::make_unique<CalcExpression>();
-    case 408:
-        return std::make_unique<StringExpression>();
-    case 409:
-        return std::make_unique<DecExpression>();
-    case 410:
-        return std::make_unique<IncExpression>();
-    case 411:
-        return std::make_unique<NumberBoolExpression>();
-    case 412:
-        return std::make_unique<FuncCallExpression>();
-    case 413:
-        return std::make_unique<ButtonExpression>();
-    case 416:
-        return std::make_unique<CallExpression>();
-    case 417:
-        return std::make_unique<DeviceExpr>();
-    case 418:
-        return std::make_unique<BNotExpression>();
-    default:
-        return nullptr;
-    }
+    return nodeTable(ExpressionTypes());
 }

@@ -1,6 +1,6 @@
 #pragma once
 #include "model/StructType.h"
-#include "program/Nodes.h"
+#include "program/NodeTypes.h"
 
 #include <QString>
 
@@ -15,27 +15,23 @@ class NumberExpression : public Expression // always yields a number
 class BoolExpression : public NumberExpression // the number is 0 or 1
 {};
 
-class ConstExpression : public NumberExpression
+class ConstExpression : public Tagged<400, NumberExpression>
 {
 public:
     explicit ConstExpression(double number = 0)
         : value(number)
     {}
-    int typeTag() const override { return 400; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.value); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     double value;
 };
 
-class ShiftExpression : public NumberExpression
+class ShiftExpression : public Tagged<401, NumberExpression>
 {
 public:
     enum Direction : int { Left = 0, Right = 1 };
-    int typeTag() const override { return 401; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.direction, node.count, node.value); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     int direction = Right;
@@ -43,73 +39,61 @@ public:
     std::unique_ptr<Expression> value;
 };
 
-class NotExpression : public BoolExpression
+class NotExpression : public Tagged<402, BoolExpression>
 {
 public:
-    int typeTag() const override { return 402; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.operand); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     std::unique_ptr<Expression> operand;
 };
 
-class VarExpression : public Expression
+class VarExpression : public Tagged<403, Expression>
 {
 public:
     explicit VarExpression(const QString &variable = QString())
         : name(variable)
     {}
-    int typeTag() const override { return 403; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.name); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     QString name;
 };
 
-class ArrayExpression : public Expression // an element; in a declarator, an array with its size
+class ArrayExpression : public Tagged<404, Expression> // an element; in a declarator, an array with its size
 {
 public:
-    int typeTag() const override { return 404; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.base, node.index); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     std::unique_ptr<Expression> base;
     std::unique_ptr<Expression> index;
 };
 
-class StructExpression : public Expression // a member
+class StructExpression : public Tagged<405, Expression> // a member
 {
 public:
-    int typeTag() const override { return 405; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.base, node.memberName); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     std::unique_ptr<Expression> base;
     QString memberName;
 };
 
-class UMinusExpression : public NumberExpression
+class UMinusExpression : public Tagged<406, NumberExpression>
 {
 public:
-    int typeTag() const override { return 406; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.operand); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     std::unique_ptr<Expression> operand;
 };
 
-class CalcExpression : public NumberExpression
+class CalcExpression : public Tagged<407, NumberExpression>
 {
 public:
     /// Operators are character codes: % & * + - / > (shift right, arithmetic) ^ |
-    int typeTag() const override { return 407; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.operatorCode, node.left, node.right); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     int operatorCode = '+';
@@ -117,13 +101,12 @@ public:
     std::unique_ptr<Expression> right;
 };
 
-class StringExpression : public Expression
+class StringExpression : public Tagged<408, Expression>
 {
 public:
     enum Kind : int { List = 1, Text = 2, Empty = 3 };
-    int typeTag() const override { return 408; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    Kind kind() const { return list ? List : text.isEmpty() ? Empty : Text; }
+    static void fields(auto &node, auto &visit);
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     QString text;
@@ -134,28 +117,26 @@ public:
 class StepExpression : public NumberExpression
 {
 public:
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.isPrefix, node.operand); }
+    void wasRead();
 
     bool isPrefix = true;
     std::unique_ptr<VarExpression> operand;
 };
 
-class DecExpression : public StepExpression
+class DecExpression : public Tagged<409, StepExpression>
 {
 public:
-    int typeTag() const override { return 409; }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 };
 
-class IncExpression : public StepExpression
+class IncExpression : public Tagged<410, StepExpression>
 {
 public:
-    int typeTag() const override { return 410; }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 };
 
-class NumberBoolExpression : public BoolExpression
+class NumberBoolExpression : public Tagged<411, BoolExpression>
 {
 public:
     enum Operator : int {
@@ -171,9 +152,7 @@ public:
         Truth = 9, // of left alone
         Xor = 10,
     };
-    int typeTag() const override { return 411; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.operatorCode, node.left, node.right); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     int operatorCode = Equal;
@@ -185,26 +164,28 @@ public:
 class CallBase : public Expression
 {
 public:
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit)
+    {
+        visit(node.functionName);
+        visit.optional(node.arguments);
+    }
+    void wasRead();
 
     QString functionName;
     std::unique_ptr<ExpressionList> arguments; // may be missing altogether
 };
 
-class FuncCallExpression : public CallBase
+class FuncCallExpression : public Tagged<412, CallBase>
 {
 public:
-    int typeTag() const override { return 412; }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 };
 
-class ButtonExpression : public BoolExpression // the state of a channel; also names channels in statements and handlers
+class ButtonExpression
+    : public Tagged<413, BoolExpression> // the state of a channel; also names channels in statements and handlers
 {
 public:
-    int typeTag() const override { return 413; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit);
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     enum ItemKind : int { ExpressionItem = 1, DeviceItem = 2, OtherItem = 3, EmptyItem = 4 };
@@ -212,20 +193,18 @@ public:
     std::vector<Item> items; // one: channels with their devices; two: devices, then channels
 };
 
-class CallExpression : public CallBase // names a routine for CALL; as a value it is 0
+class CallExpression : public Tagged<416, CallBase> // names a routine for CALL; as a value it is 0
 {
 public:
-    int typeTag() const override { return 416; }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 };
 
-class DeviceExpr : public Expression
+class DeviceExpr : public Tagged<417, Expression>
 {
 public:
     enum Kind : int { Constant = 1, Variable = 2, Element = 3, Member = 4, Parts = 5, None = 6 };
-    int typeTag() const override { return 417; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    Kind kind() const;
+    static void fields(auto &node, auto &visit);
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     std::unique_ptr<Device> device;        // kind 1
@@ -233,15 +212,17 @@ public:
     std::unique_ptr<ExpressionList> parts; // kind 5: number, port, system
 };
 
-class BNotExpression : public NumberExpression
+class BNotExpression : public Tagged<418, NumberExpression>
 {
 public:
-    int typeTag() const override { return 418; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.operand); }
     std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const override;
 
     std::unique_ptr<Expression> operand;
 };
 
-std::unique_ptr<Expression> makeExpression(int tag); // nullptr: a tag without a class
+using ExpressionTypes =
+    NodeTypes<Expression, ConstExpression, ShiftExpression, NotExpression, VarExpression, ArrayExpression,
+              StructExpression, UMinusExpression, CalcExpression, StringExpression, DecExpression, IncExpression,
+              NumberBoolExpression, FuncCallExpression, ButtonExpression, CallExpression, DeviceExpr, BNotExpression>;
+const NodeTable<Expression> &expressionTable();

@@ -178,12 +178,12 @@ std::unique_ptr<BasicType> FunctionCode::makeObject(Run &run, const Parameter &p
 std::optional<Declarator> declaratorOf(const Expression *expression)
 {
     Declarator declarator;
-    while (const auto *array = dynamic_cast<const ArrayExpression *>(expression)) {
+    while (const auto *array = as<ArrayExpression>(expression)) {
         declarator.isArray = true;
         declarator.sizes.insert(declarator.sizes.begin(), &array->index);
         expression = array->base.get();
     }
-    const auto *variable = dynamic_cast<const VarExpression *>(expression);
+    const auto *variable = as<VarExpression>(expression);
     if (!variable) {
         reportProgramError(QT_TRANSLATE_NOOP("messages", "Wrong array expression"));
         return std::nullopt;
@@ -196,7 +196,7 @@ std::optional<std::vector<int>> constantSizes(const Declarator &declarator)
 {
     std::vector<int> sizes;
     for (const auto *size : declarator.sizes) {
-        const auto *constant = dynamic_cast<const ConstExpression *>(size->get());
+        const auto *constant = as<ConstExpression>(size->get());
         if (*size && (!constant || !isWholeNumber(constant->value))) {
             return std::nullopt;
         }

@@ -1,55 +1,7 @@
 #include "interp/ProgramFunction.h"
 
 #include "interp/FunctionCode.h"
-
-namespace {
-void writeArguments(NodeWriter &writer, const std::unique_ptr<FunctionArgList> &arguments)
-{
-    writer.writeBool(arguments != nullptr);
-    if (!arguments) {
-        return;
-    }
-    writer.writeInt(static_cast<int>(arguments->size()));
-    for (const FunctionArg &argument : *arguments) {
-        writer.writeInt(argument.typeCode);
-        writer.writeExpression(argument.declaration.get());
-    }
-}
-
-std::unique_ptr<FunctionArgList> readArguments(NodeReader &reader)
-{
-    if (!reader.readBool()) {
-        return nullptr;
-    }
-    auto arguments = std::make_unique<FunctionArgList>();
-    const int count = reader.readInt();
-    for (int i = 0; i < count && reader.isGood(); ++i) {
-        FunctionArg argument;
-        argument.typeCode = reader.readInt();
-        argument.declaration = reader.readExpression();
-        arguments->push_back(std::move(argument));
-    }
-    return arguments;
-}
-
-void writeBody(NodeWriter &writer, const std::unique_ptr<CompoundStatement> &body)
-{
-    writer.writeBool(body != nullptr);
-    if (body) {
-        body->writeTo(writer);
-    }
-}
-
-std::unique_ptr<CompoundStatement> readBody(NodeReader &reader)
-{
-    if (!reader.readBool()) {
-        return nullptr;
-    }
-    auto body = std::make_unique<CompoundStatement>();
-    body->readFrom(reader);
-    return body;
-}
-} // namespace
+#include "program/NodeStream.h"
 
 ProgramFunction::ProgramFunction(const QString &name)
     : Function(name)
@@ -59,39 +11,28 @@ ProgramFunction::~ProgramFunction() = default;
 
 void ProgramFunction::writeTo(NodeWriter &writer) const
 {
-    writer.writeText(name());
-    writer.writeInt(static_cast<int>(aliases().size()));
-    for (const QString &alias : aliases()) {
-        writer.writeText(alias);
-    }
-    writeArguments(writer, arguments);
-    writeBody(writer, body);
-    writer.writeBool(returnType().has_value());
+    writer(name(), aliases());
+    writer.optional(arguments);
+    writer.optional(body);
+    writer(returnType().has_value());
     if (returnType()) {
-        writer.writeInt(returnType()->typeCode);
-        writer.writeInt(static_cast<int>(returnType()->sizes.size()));
-        for (const int size : returnType()->sizes) {
-            writer.writeInt(size);
-        }
+        writer(*returnType());
     }
 }
 
 std::unique_ptr<ProgramFunction> ProgramFunction::read(NodeReader &reader)
 {
     auto function = std::make_unique<ProgramFunction>(reader.readText());
-    const int aliasCount = reader.readInt();
-    for (int i = 0; i < aliasCount && reader.isGood(); ++i) {
-        function->addAlias(reader.readText());
+    std::vector<QString> aliases;
+    reader(aliases);
+    for (const QString &alias : aliases) {
+        function->addAlias(alias);
     }
-    function->arguments = readArguments(reader);
-    function->body = readBody(reader);
+    reader.optional(function->arguments);
+    reader.optional(function->body);
     if (reader.readBool()) {
         ReturnType type;
-        type.typeCode = reader.readInt();
-        const int sizeCount = reader.readInt();
-        for (int i = 0; i < sizeCount && reader.isGood(); ++i) {
-            type.sizes.push_back(reader.readInt());
-        }
+        reader(type);
         function->setReturnType(type);
     }
     return function;
@@ -105,15 +46,15 @@ ProgramRoutine::~ProgramRoutine() = default;
 
 void ProgramRoutine::writeTo(NodeWriter &writer) const
 {
-    writer.writeText(name());
-    writeArguments(writer, arguments);
-    writeBody(writer, body);
+    writer(name());
+    writer.optional(arguments);
+    writer.optional(body);
 }
 
 std::unique_ptr<ProgramRoutine> ProgramRoutine::read(NodeReader &reader)
 {
     auto routine = std::make_unique<ProgramRoutine>(reader.readText());
-    routine->arguments = readArguments(reader);
-    routine->body = readBody(reader);
+    reader.optional(routine->arguments);
+    reader.optional(routine->body);
     return routine;
 }

@@ -2,6 +2,8 @@
 #include "interp/Statements.h"
 #include "program/Function.h"
 
+class NodeReader;
+class NodeWriter;
 class FunctionCode; // the prepared parameters and body
 
 /// A function of the program: parameters by value, a body, perhaps a result.

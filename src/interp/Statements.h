@@ -3,50 +3,46 @@
 
 /// The statement classes of the object file. Tags, fields and their order: docs/formats/object-file.md.
 
-class StatementList : public Statement
+class StatementList : public Tagged<113, Statement>
 {
 public:
-    int typeTag() const override { return 113; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override; // a definition after another statement is dropped, with a message
+    static void fields(auto &node, auto &visit) { visit(node.statements); }
+    void wasRead(); // a definition after another statement is dropped, with a message
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::vector<std::unique_ptr<Statement>> statements;
 };
 
-class CompoundStatement : public Statement // a block
+class CompoundStatement : public Tagged<102, Statement> // a block
 {
 public:
-    int typeTag() const override { return 102; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.body); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<StatementList> body;
 };
 
-class BlockItemDefStatement : public Statement // variables of a block
+class BlockItemDefStatement : public Tagged<103, Statement> // variables of a block
 {
 public:
-    int typeTag() const override { return 103; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.items); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     struct Item
     {
         std::vector<int> codes; // storage classes, placements and types
         std::unique_ptr<Expression> declarator;
+
+        static void fields(auto &item, auto &visit) { visit(item.codes, item.declarator); }
     };
     std::vector<Item> items;
 };
 
-class AssignStatement : public Statement
+class AssignStatement : public Tagged<101, Statement>
 {
 public:
-    int typeTag() const override { return 101; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.target, node.value); }
+    void wasRead();
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Expression> target; // a variable, an element, a member or a channel
@@ -57,32 +53,28 @@ public:
 class StepStatement : public Statement
 {
 public:
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.operand); }
+    void wasRead();
 
     std::unique_ptr<Expression> operand;
 };
 
-class IncStatement : public StepStatement
+class IncStatement : public Tagged<114, StepStatement>
 {
 public:
-    int typeTag() const override { return 114; }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 };
 
-class DecStatement : public StepStatement
+class DecStatement : public Tagged<115, StepStatement>
 {
 public:
-    int typeTag() const override { return 115; }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 };
 
-class IfStatement : public Statement
+class IfStatement : public Tagged<105, Statement>
 {
 public:
-    int typeTag() const override { return 105; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.condition, node.thenBranch, node.elseBranch); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Expression> condition;
@@ -90,24 +82,20 @@ public:
     std::unique_ptr<Statement> elseBranch;
 };
 
-class WhileStatement : public Statement
+class WhileStatement : public Tagged<106, Statement>
 {
 public:
-    int typeTag() const override { return 106; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.condition, node.body); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Expression> condition;
     std::unique_ptr<Statement> body;
 };
 
-class ForStatement : public Statement
+class ForStatement : public Tagged<112, Statement>
 {
 public:
-    int typeTag() const override { return 112; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.body, node.initialisation, node.condition, node.step); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Statement> body; // stands first in the file
@@ -116,7 +104,7 @@ public:
     std::unique_ptr<StatementList> step;
 };
 
-class SwitchStatement : public Statement
+class SwitchStatement : public Tagged<121, Statement>
 {
 public:
     enum CaseKind : int { TextCase = 0, NumberCase = 1, DefaultCase = 2 };
@@ -126,10 +114,10 @@ public:
         QString text;
         double number = 0;
         std::unique_ptr<StatementList> body;
+
+        static void fields(auto &item, auto &visit) { visit(item.kind, item.text, item.number, item.body); }
     };
-    int typeTag() const override { return 121; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit);
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     bool hasCases = true;
@@ -137,72 +125,62 @@ public:
     std::unique_ptr<Expression> value;
 };
 
-class SelectStatement : public Statement
+class SelectStatement : public Tagged<119, Statement>
 {
 public:
     struct ActiveItem
     {
         std::unique_ptr<Expression> condition;
         std::unique_ptr<Statement> body;
+
+        static void fields(auto &item, auto &visit) { visit(item.condition, item.body); }
     };
-    int typeTag() const override { return 119; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit);
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     bool hasBranches = true;
     std::vector<ActiveItem> branches;
 };
 
-class BreakStatement : public Statement
+class BreakStatement : public Tagged<117, Statement>
 {
 public:
-    int typeTag() const override { return 117; }
-    void writeTo(NodeWriter &) const override {}
-    void readFrom(NodeReader &) override {}
+    static void fields(auto &, auto &) {}
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 };
 
-class ContinueStatement : public Statement
+class ContinueStatement : public Tagged<122, Statement>
 {
 public:
-    int typeTag() const override { return 122; }
-    void writeTo(NodeWriter &) const override {}
-    void readFrom(NodeReader &) override {}
+    static void fields(auto &, auto &) {}
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 };
 
-class ReturnStatement : public Statement
+class ReturnStatement : public Tagged<116, Statement>
 {
 public:
-    int typeTag() const override { return 116; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.value); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Expression> value; // may be missing
 };
 
-class FuncCallStatement : public Statement
+class FuncCallStatement : public Tagged<107, Statement>
 {
 public:
-    int typeTag() const override { return 107; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.call); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<FuncCallExpression> call;
 };
 
-class CallRoutineStatement : public Statement
+class CallRoutineStatement : public Tagged<118, Statement>
 {
 public:
-    int typeTag() const override { return 118; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.call); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<CallExpression> call;
 };
 
-std::unique_ptr<Statement> makeStatement(int tag); // nullptr: a tag without a class
+const NodeTable<Statement> &statementTable();

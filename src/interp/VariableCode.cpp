@@ -288,7 +288,7 @@ std::unique_ptr<Code> VarExpression::prepare(Preparer &preparer, Context) const
 
 std::optional<VariableAccess> findNumberArray(const Preparer &preparer, const Expression *node)
 {
-    const auto *name = dynamic_cast<const VarExpression *>(node);
+    const auto *name = as<VarExpression>(node);
     if (!name) {
         return std::nullopt;
     }
@@ -303,23 +303,23 @@ PathCode::PathCode(Preparer &preparer, const Expression &node)
 {
     const Expression *at = &node;
     while (at) {
-        if (const auto *element = dynamic_cast<const ArrayExpression *>(at)) {
+        if (const auto *element = as<ArrayExpression>(at)) {
             Part part;
             part.isIndex = true;
             part.index = preparer.expression(element->index);
             part.leaf = part.index ? part.index->leaf() : Leaf{};
             m_parts.insert(m_parts.begin(), std::move(part));
             at = element->base.get();
-        } else if (const auto *member = dynamic_cast<const StructExpression *>(at)) {
+        } else if (const auto *member = as<StructExpression>(at)) {
             Part part;
             part.member = Name(member->memberName);
             m_isElement = false;
             m_parts.insert(m_parts.begin(), std::move(part));
             at = member->base.get();
-        } else if (const auto *device = dynamic_cast<const DeviceExpr *>(at)) {
+        } else if (const auto *device = as<DeviceExpr>(at)) {
             at = device->variable.get();
         } else {
-            if (const auto *variable = dynamic_cast<const VarExpression *>(at)) {
+            if (const auto *variable = as<VarExpression>(at)) {
                 m_root = findVariable(preparer, variable->name);
             }
             break;

@@ -1,12 +1,10 @@
 #pragma once
 #include "interp/Expressions.h"
 
-class WaitStatement : public Statement
+class WaitStatement : public Tagged<104, Statement>
 {
 public:
-    int typeTag() const override { return 104; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.name, node.captured, node.body, node.time); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     QString name;
@@ -15,22 +13,18 @@ public:
     std::unique_ptr<Expression> time; // tenths of a second
 };
 
-class CancelWaitStatement : public Statement
+class CancelWaitStatement : public Tagged<111, Statement>
 {
 public:
-    int typeTag() const override { return 111; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.name); }
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     QString name; // compared as it stands
 };
 
-class CancelAllWaitStatement : public Statement
+class CancelAllWaitStatement : public Tagged<124, Statement>
 {
 public:
-    int typeTag() const override { return 124; }
-    void writeTo(NodeWriter &) const override {}
-    void readFrom(NodeReader &) override {}
+    static void fields(auto &, auto &) {}
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 };

@@ -1,36 +1,23 @@
 #include "program/Exclusive.h"
 
 #include "program/AST.h"
+#include "program/NodeStream.h"
 
 #include <algorithm>
 #include <numeric>
 
-void DeviceReference::writeTo(NodeWriter &writer) const
+void DeviceReference::fields(auto &node, auto &visit)
 {
-    writer.writeBool(kind != Absent);
-    if (kind == Absent) {
+    bool isPresent = node.kind != Absent;
+    visit(isPresent);
+    if (!isPresent) {
         return;
     }
-    writer.writeInt(kind);
-    if (kind == Local || kind == Global) {
-        writer.writeText(name);
-    } else if (kind == Anonymous && device) {
-        device->writeTo(writer);
-    }
-}
-
-void DeviceReference::readFrom(NodeReader &reader)
-{
-    kind = Absent;
-    if (!reader.readBool()) {
-        return;
-    }
-    kind = reader.readInt();
-    if (kind == Local || kind == Global) {
-        name = reader.readText();
-    } else if (kind == Anonymous) {
-        device = std::make_unique<Device>();
-        device->readFrom(reader);
+    visit(node.kind);
+    if (node.kind == Local || node.kind == Global) {
+        visit(node.name);
+    } else if (node.kind == Anonymous) {
+        visit.record(node.device);
     }
 }
 
@@ -59,20 +46,6 @@ bool Exclusive::contains(const AST &program, int deviceNumber, int port, int cha
     });
 }
 
-void RangeExclusive::writeTo(NodeWriter &writer) const
-{
-    device.writeTo(writer);
-    writer.writeInt(first);
-    writer.writeInt(last);
-}
-
-void RangeExclusive::readFrom(NodeReader &reader)
-{
-    device.readFrom(reader);
-    first = reader.readInt();
-    last = reader.readInt();
-}
-
 std::vector<int> RangeExclusive::channels() const
 {
     constexpr int kMostChannels = 65536; // a range from a damaged file must not fill the memory
@@ -84,22 +57,8 @@ std::vector<int> RangeExclusive::channels() const
     return range;
 }
 
-void ButtonsExclusive::writeTo(NodeWriter &writer) const
+void ButtonsExclusive::wasRead()
 {
-    device.writeTo(writer);
-    writer.writeInt(static_cast<int>(codes.size()));
-    for (const int code : codes) {
-        writer.writeInt(code);
-    }
-}
-
-void ButtonsExclusive::readFrom(NodeReader &reader)
-{
-    device.readFrom(reader);
-    const int count = reader.readInt();
-    for (int i = 0; i < count && reader.isGood(); ++i) {
-        codes.push_back(reader.readInt());
-    }
     std::sort(codes.begin(), codes.end());
 }
 
@@ -108,14 +67,7 @@ bool ButtonsExclusive::hasChannel(int channel) const
     return std::binary_search(codes.begin(), codes.end(), channel);
 }
 
-std::unique_ptr<Exclusive> makeExclusive(int tag)
+const NodeTable<Exclusive> &exclusiveTable()
 {
-    switch (tag) {
-    case RangeExclusive::kTag:
-        return std::make_unique<RangeExclusive>();
-    case ButtonsExclusive::kTag:
-        return std::make_unique<ButtonsExclusive>();
-    default:
-        return nullptr;
-    }
+    return nodeTable(NodeTypes<Exclusive, RangeExclusive, ButtonsExclusive>());
 }

@@ -1,6 +1,6 @@
 #pragma once
 #include "model/StructType.h"
-#include "program/Nodes.h"
+#include "program/NodeTypes.h"
 
 #include <memory>
 #include <vector>
@@ -15,8 +15,8 @@ struct DeviceReference
     QString name;
     std::unique_ptr<Device> device; // of an anonymous one
 
-    void writeTo(NodeWriter &writer) const;
-    void readFrom(NodeReader &reader);
+    explicit operator bool() const { return kind != Absent; }
+    static void fields(auto &node, auto &visit);
     const Device *resolve(const AST &program) const; // nullptr: no such device
 };
 
@@ -24,14 +24,13 @@ struct DeviceReference
 class Exclusive
 {
 public:
+    using Family = Exclusive;
     virtual ~Exclusive() = default;
     Exclusive() = default;
     Exclusive(const Exclusive &) = delete;
     Exclusive &operator=(const Exclusive &) = delete;
 
     virtual int typeTag() const = 0;
-    virtual void writeTo(NodeWriter &writer) const = 0;
-    virtual void readFrom(NodeReader &reader) = 0;
     virtual bool hasChannel(int channel) const = 0;
     virtual std::vector<int> channels() const = 0; // ascending
 
@@ -42,13 +41,10 @@ public:
     DeviceReference device;
 };
 
-class RangeExclusive : public Exclusive
+class RangeExclusive : public Tagged<50, Exclusive>
 {
 public:
-    static constexpr int kTag = 50;
-    int typeTag() const override { return kTag; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.device, node.first, node.last); }
     bool hasChannel(int channel) const override { return first <= channel && channel <= last; }
     std::vector<int> channels() const override;
 
@@ -56,17 +52,15 @@ public:
     int last = 0;
 };
 
-class ButtonsExclusive : public Exclusive
+class ButtonsExclusive : public Tagged<51, Exclusive>
 {
 public:
-    static constexpr int kTag = 51;
-    int typeTag() const override { return kTag; }
-    void writeTo(NodeWriter &writer) const override;
-    void readFrom(NodeReader &reader) override;
+    static void fields(auto &node, auto &visit) { visit(node.device, node.codes); }
+    void wasRead();
     bool hasChannel(int channel) const override;
     std::vector<int> channels() const override { return codes; }
 
     std::vector<int> codes; // ascending
 };
 
-std::unique_ptr<Exclusive> makeExclusive(int tag); // nullptr: no such tag
+const NodeTable<Exclusive> &exclusiveTable();

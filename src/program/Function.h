@@ -11,6 +11,8 @@ struct ReturnType
 {
     int typeCode = 10;
     std::vector<int> sizes;
+
+    static void fields(auto &type, auto &visit) { visit(type.typeCode, type.sizes); }
 };
 
 /// Anything that a call expression can call: a function of the program or a built-in.
@@ -43,6 +45,8 @@ struct FunctionArg
 {
     int typeCode = 10;
     std::unique_ptr<Expression> declaration;
+
+    static void fields(auto &argument, auto &visit) { visit(argument.typeCode, argument.declaration); }
 };
 using FunctionArgList = std::vector<FunctionArg>;
 

@@ -1,14 +1,15 @@
 #pragma once
-#include "model/RecordStream.h"
-
 #include <memory>
 #include <vector>
 
 class Code;     // an expression made ready to run (interp)
 class Step;     // a statement made ready to run (interp)
 class Preparer; // makes them (interp)
-class NodeReader;
-class NodeWriter;
+
+// A node's class says its tag (Tagged) and names its fields once, in the order of the file:
+//     static void fields(auto &node, auto &visit) { visit(node.base, node.index); }
+// The reader and the writer of object files come as the visitor (program/NodeStream.h). Where more is to be done once
+// the fields are there, a class has wasRead().
 
 /// How an equality written with the single-equals operator is meant at an expression's place in the tree.
 enum class Context { Plain, Condition };
@@ -18,13 +19,12 @@ enum class Context { Plain, Condition };
 class Expression
 {
 public:
+    using Family = Expression;
     virtual ~Expression() = default;
     Expression(const Expression &) = delete;
     Expression &operator=(const Expression &) = delete;
 
     virtual int typeTag() const = 0;
-    virtual void writeTo(NodeWriter &writer) const = 0; // the class's own fields
-    virtual void readFrom(NodeReader &reader) = 0;
     virtual std::unique_ptr<Code> prepare(Preparer &preparer, Context context) const = 0;
 
 protected:
@@ -35,13 +35,12 @@ protected:
 class Statement
 {
 public:
+    using Family = Statement;
     virtual ~Statement() = default;
     Statement(const Statement &) = delete;
     Statement &operator=(const Statement &) = delete;
 
     virtual int typeTag() const = 0;
-    virtual void writeTo(NodeWriter &writer) const = 0;
-    virtual void readFrom(NodeReader &reader) = 0;
     virtual std::unique_ptr<Step> prepare(Preparer &preparer) const = 0;
 
 protected:
@@ -53,79 +52,47 @@ struct ExpressionList
 {
     std::vector<std::unique_ptr<Expression>> items;
 
-    void writeTo(NodeWriter &writer) const;
-    void readFrom(NodeReader &reader);
-};
-
-/// The part of a button or data handler for one kind of event.
-class SubEventHandler
-{
-public:
-    virtual ~SubEventHandler() = default;
-    virtual int typeTag() const = 0;
-    virtual void writeTo(NodeWriter &writer) const;
-    virtual void readFrom(NodeReader &reader);
-
-    std::unique_ptr<Statement> body;
+    static void fields(auto &node, auto &visit) { visit(node.items); }
 };
 
 /// A handler of the program. File order is the order of dispatch.
 class EventHandler
 {
 public:
+    using Family = EventHandler;
     virtual ~EventHandler() = default;
     virtual int typeTag() const = 0;
-    virtual void writeTo(NodeWriter &writer) const = 0;
-    virtual void readFrom(NodeReader &reader) = 0;
 };
 
-/// Makes nodes from their tags. Every maker gives nullptr for a tag without a class.
-class NodeFactory
+/// What a class of nodes has besides its fields: its tag in the file.
+template <int Tag, class Base>
+class Tagged : public Base
 {
 public:
-    virtual ~NodeFactory() = default;
-    virtual std::unique_ptr<Expression> makeExpression(int tag) const = 0;
-    virtual std::unique_ptr<Statement> makeStatement(int tag) const = 0;
-    virtual std::unique_ptr<SubEventHandler> makeSubEventHandler(int tag) const = 0;
-    virtual std::unique_ptr<EventHandler> makeEventHandler(int tag) const = 0;
+    static constexpr int kTag = Tag;
+    int typeTag() const final { return Tag; }
 };
 
-/// Reads nodes: a present flag, the class tag, the class's own record.
-class NodeReader : public RecordReader
+/// The node as the given class; nullptr: another class, or no node.
+template <class Node>
+const Node *as(const typename Node::Family *node)
 {
-public:
-    NodeReader(QDataStream &stream, const NodeFactory &factory)
-        : RecordReader(stream)
-        , m_factory(factory)
-    {}
+    return node && node->typeTag() == Node::kTag ? static_cast<const Node *>(node) : nullptr;
+}
 
-    std::unique_ptr<Expression> readExpression();
-    std::unique_ptr<Statement> readStatement();
-    std::unique_ptr<SubEventHandler> readSubEventHandler();
-    const NodeFactory &factory() const { return m_factory; }
-
-private:
-    const NodeFactory &m_factory;
-};
-
-class NodeWriter : public RecordWriter
+template <class Node>
+Node *as(typename Node::Family *node)
 {
-public:
-    explicit NodeWriter(QDataStream &stream)
-        : RecordWriter(stream)
-    {}
-
-    void writeExpression(const Expression *node); // nullptr: an absent node
-    void writeStatement(const Statement *node);
-    void writeSubEventHandler(const SubEventHandler *node);
-};
+    return node && node->typeTag() == Node::kTag ? static_cast<Node *>(node) : nullptr;
+}
 
 /// A node as the given class where only that class fits; any other stays where it is, and the result is empty.
-template <class Node, class Base>
-std::unique_ptr<Node> nodeAs(std::unique_ptr<Base> &&node)
+template <class Node>
+std::unique_ptr<Node> nodeAs(std::unique_ptr<typename Node::Family> &&node)
 {
-    if (!dynamic_cast<Node *>(node.get())) {
-        return nullptr;
+    Node *const fitting = as<Node>(node.get());
+    if (fitting) {
+        (void)node.release();
     }
-    return std::unique_ptr<Node>(static_cast<Node *>(node.release()));
+    return std::unique_ptr<Node>(fitting);
 }

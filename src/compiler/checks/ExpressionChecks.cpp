@@ -9,12 +9,12 @@
 namespace {
 const ConstExpression *numberLiteral(const Operand &operand)
 {
-    return dynamic_cast<const ConstExpression *>(operand.node.get());
+    return as<ConstExpression>(operand.node.get());
 }
 
 const StringExpression *textNode(const Operand &operand)
 {
-    return dynamic_cast<const StringExpression *>(operand.node.get());
+    return as<StringExpression>(operand.node.get());
 }
 
 /// 'text' of more than a byte, or "a list of some": what is no character.
@@ -40,11 +40,10 @@ struct Compared
 
 std::optional<Compared> comparedNumber(const Operand &operand)
 {
-    const auto *node = dynamic_cast<const NumberBoolExpression *>(operand.node.get());
+    const auto *node = as<NumberBoolExpression>(operand.node.get());
     Compared compared;
     if (node) {
-        compared = { dynamic_cast<const VarExpression *>(node->left.get()),
-                     dynamic_cast<const ConstExpression *>(node->right.get()), node->operatorCode };
+        compared = { as<VarExpression>(node->left.get()), as<ConstExpression>(node->right.get()), node->operatorCode };
     }
     return compared.variable && compared.number ? std::optional(compared) : std::nullopt;
 }
@@ -72,7 +71,7 @@ void ExpressionChecks::combining(const Token &sign, const Operand &left, const O
         break;
     case TokenKind::Slash:
     case TokenKind::Percent: {
-        const auto *divisor = dynamic_cast<const VarExpression *>(right.node.get());
+        const auto *divisor = as<VarExpression>(right.node.get());
         const std::optional<double> known =
             m_work.inInitialValue ? std::nullopt : m_work.constants.number(right.node.get());
         if (known && isZeroNumber(*known)) {
@@ -157,7 +156,7 @@ void ExpressionChecks::comparison(const Token &sign, const Operand &left, const 
 void ExpressionChecks::sum(const Operand &left, const Operand &right)
 {
     const auto isText = [](const Operand &side) {
-        const auto *call = dynamic_cast<const FuncCallExpression *>(side.node.get());
+        const auto *call = as<FuncCallExpression>(side.node.get());
         return isLongText(side) || (call && givesText(call->functionName));
     };
     const auto isVariable = [](const Operand &side) { return side.isStored && side.type == kTextType; };
@@ -169,8 +168,8 @@ void ExpressionChecks::sum(const Operand &left, const Operand &right)
 void ExpressionChecks::assigning(const Operand &target, const Operand &value)
 {
     if (value.sign == TokenKind::Assign) {
-        const auto *comparison = dynamic_cast<const NumberBoolExpression *>(value.node.get());
-        const auto *inner = comparison ? dynamic_cast<const VarExpression *>(comparison->left.get()) : nullptr;
+        const auto *comparison = as<NumberBoolExpression>(value.node.get());
+        const auto *inner = comparison ? as<VarExpression>(comparison->left.get()) : nullptr;
         if (inner) {
             report(Fault::ChainedAssignment, value.position, { target.rootName });
         }
@@ -180,7 +179,7 @@ void ExpressionChecks::assigning(const Operand &target, const Operand &value)
         return;
     }
     const StringExpression *text = textNode(value);
-    const auto *name = dynamic_cast<const VarExpression *>(value.node.get());
+    const auto *name = as<VarExpression>(value.node.get());
     const Array *list =
         name && HiddenLists::isHiddenName(name->name) ? asArray(m_work.constants.valueOf(name->name)) : nullptr;
     const int length = text && !text->list ? text->text.toUtf8().size() : list ? list->length() : 0;

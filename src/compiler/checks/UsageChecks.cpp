@@ -11,29 +11,29 @@ bool canEnd(const Statement *statement);
 
 bool isAlways(const Expression *condition)
 {
-    const auto *number = dynamic_cast<const ConstExpression *>(condition);
-    const auto *name = dynamic_cast<const VarExpression *>(condition);
+    const auto *number = as<ConstExpression>(condition);
+    const auto *name = as<VarExpression>(condition);
     return (number && integerPart(number->value) != 0) || (name && name->name == QLatin1String("TRUE"));
 }
 
 /// Whether a BREAK in it would end the loop or switch that it is the body of.
 bool hasBreak(const Statement *statement)
 {
-    if (const auto *list = dynamic_cast<const StatementList *>(statement)) {
+    if (const auto *list = as<StatementList>(statement)) {
         return std::any_of(list->statements.begin(), list->statements.end(),
                            [](const auto &inner) { return hasBreak(inner.get()); });
     }
-    if (const auto *block = dynamic_cast<const CompoundStatement *>(statement)) {
+    if (const auto *block = as<CompoundStatement>(statement)) {
         return hasBreak(block->body.get());
     }
-    if (const auto *branch = dynamic_cast<const IfStatement *>(statement)) {
+    if (const auto *branch = as<IfStatement>(statement)) {
         return hasBreak(branch->thenBranch.get()) || hasBreak(branch->elseBranch.get());
     }
-    if (const auto *select = dynamic_cast<const SelectStatement *>(statement)) {
+    if (const auto *select = as<SelectStatement>(statement)) {
         return std::any_of(select->branches.begin(), select->branches.end(),
                            [](const auto &item) { return hasBreak(item.body.get()); });
     }
-    return dynamic_cast<const BreakStatement *>(statement) != nullptr;
+    return as<BreakStatement>(statement) != nullptr;
 }
 
 bool canSwitchEnd(const SwitchStatement &statement)
@@ -51,29 +51,28 @@ bool canSwitchEnd(const SwitchStatement &statement)
 /// Whether what stands behind a statement can be reached, as far as the form shows it.
 bool canEnd(const Statement *statement)
 {
-    if (const auto *list = dynamic_cast<const StatementList *>(statement)) {
+    if (const auto *list = as<StatementList>(statement)) {
         return std::all_of(list->statements.begin(), list->statements.end(),
                            [](const auto &inner) { return canEnd(inner.get()); });
     }
-    if (const auto *block = dynamic_cast<const CompoundStatement *>(statement)) {
+    if (const auto *block = as<CompoundStatement>(statement)) {
         return canEnd(block->body.get());
     }
-    if (const auto *branch = dynamic_cast<const IfStatement *>(statement)) {
+    if (const auto *branch = as<IfStatement>(statement)) {
         return canEnd(branch->thenBranch.get()) || !branch->elseBranch || canEnd(branch->elseBranch.get());
     }
-    if (const auto *loop = dynamic_cast<const WhileStatement *>(statement)) {
+    if (const auto *loop = as<WhileStatement>(statement)) {
         return !isAlways(loop->condition.get()) || hasBreak(loop->body.get());
     }
-    if (const auto *choice = dynamic_cast<const SwitchStatement *>(statement)) {
+    if (const auto *choice = as<SwitchStatement>(statement)) {
         return canSwitchEnd(*choice);
     }
-    if (const auto *select = dynamic_cast<const SelectStatement *>(statement)) {
+    if (const auto *select = as<SelectStatement>(statement)) {
         const bool hasLast = !select->branches.empty() && isAlways(select->branches.back().condition.get());
         return !hasLast || std::any_of(select->branches.begin(), select->branches.end(),
                                        [](const auto &item) { return canEnd(item.body.get()); });
     }
-    return !dynamic_cast<const ReturnStatement *>(statement) && !dynamic_cast<const BreakStatement *>(statement) &&
-           !dynamic_cast<const ContinueStatement *>(statement);
+    return !as<ReturnStatement>(statement) && !as<BreakStatement>(statement) && !as<ContinueStatement>(statement);
 }
 } // namespace
 
@@ -98,9 +97,9 @@ void UsageChecks::stored(const Operand &target)
     }
     effect();
     Stores &stores = m_stores[normalisedName(target.rootName)];
-    if (dynamic_cast<const VarExpression *>(target.node.get())) {
+    if (as<VarExpression>(target.node.get())) {
         stores.isFilled = true;
-    } else if (dynamic_cast<const StructExpression *>(target.node.get())) {
+    } else if (as<StructExpression>(target.node.get())) {
         stores.member = stores.member.value_or(target.position);
     } else {
         stores.element = stores.element.value_or(target.position);
@@ -109,7 +108,7 @@ void UsageChecks::stored(const Operand &target)
 
 void UsageChecks::copied(const Operand &value)
 {
-    const auto *name = dynamic_cast<const VarExpression *>(value.node.get());
+    const auto *name = as<VarExpression>(value.node.get());
     if (name && value.type.dimensions == 1 && !m_work.locals.find(name->name)) {
         Stores &stores = m_stores[name->name];
         stores.copy = stores.copy.value_or(value.position);
@@ -137,7 +136,7 @@ void UsageChecks::builtinCall(const QString &name, const std::vector<Operand> &a
         timelineCreated(arguments);
     }
     if (word == QLatin1String("do_push") && !arguments.empty()) {
-        const auto *list = dynamic_cast<const VarExpression *>(arguments.front().node.get());
+        const auto *list = as<VarExpression>(arguments.front().node.get());
         const Array *items =
             list && HiddenLists::isHiddenName(list->name) ? asArray(m_work.constants.valueOf(list->name)) : nullptr;
         if (items && asDevice(items->object(1)) && items->length() > 1) {
