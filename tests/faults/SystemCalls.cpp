@@ -6,7 +6,9 @@
 //   CALLS_NUMBER   the how manieth of them
 //   CALLS_ERROR    with which errno
 //   CALLS_REST     "1": all that follow fail too
+//   CALLS_MALLOC   the how manieth piece of memory is refused
 //   CALLS_LOG      one line a call: name, result, path, second path or offset, bytes in hexadecimal
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -231,4 +233,30 @@ extern "C" ssize_t send(int descriptor, const void *bytes, size_t size, int flag
         note("send", 0, "", "", bytes, size);
     }
     return static_cast<ssize_t>(::syscall(SYS_sendto, descriptor, bytes, size, flags, nullptr, 0));
+}
+
+extern "C" void *__libc_malloc(size_t size);
+extern "C" void *__libc_realloc(void *memory, size_t size);
+
+namespace {
+/// Asks for no memory itself.
+bool isRefused()
+{
+    static const char *const setting = std::getenv("CALLS_MALLOC");
+    static const long number = setting ? std::atol(setting) : 0;
+    static std::atomic<long> count{ 0 };
+    const bool isIt = number > 0 && ++count == number;
+    errno = isIt ? ENOMEM : errno;
+    return isIt;
+}
+} // namespace
+
+extern "C" void *malloc(size_t size)
+{
+    return isRefused() ? nullptr : __libc_malloc(size);
+}
+
+extern "C" void *realloc(void *memory, size_t size)
+{
+    return isRefused() ? nullptr : __libc_realloc(memory, size);
 }
