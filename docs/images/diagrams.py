@@ -23,7 +23,7 @@ FLOORS = [
     ([("app", "start-up; ties all together"), ("tools", "arkc, arkctl, arkhost")], ""),
     ([("web", "the web server"), ("admin", "settings, files, console port")], ""),
     ([("net", "panels, controllers, sockets"), ("compiler", "source to object file and back")], "LinkHooks, FileTransfers"),
-    ([("devices", "device manager, ports, infrared files")], "ControllerLink"),
+    ([("devices", "device manager, ports, infrared files")], "PanelLink, ControllerLink"),
     ([("library", "built-ins; one loaded program"), ("io", "threads, descriptors, buffers")], ""),
     ([("events", "object file, handlers, dispatcher, button status")], ""),
     ([("interp", "expressions, statements, waits, timelines")], "EventRaiser"),

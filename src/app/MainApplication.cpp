@@ -247,7 +247,6 @@ std::optional<int> MainApplication::startParts(const Options &options)
     startSupervisorLink();
 
     parts.panels = std::make_unique<PanelBridge>(*parts.devices);
-    parts.devices->setPanelLink(parts.panels.get());
     parts.controllers = std::make_unique<ControllerBridge>(*parts.devices);
     parts.devices->setControllerLink(parts.controllers.get());
     parts.services = std::make_unique<ServiceBridge>(parts.settings, parts.scripts, parts.networkSetup, [this] {
@@ -351,7 +350,7 @@ std::optional<int> MainApplication::startNetwork(const Options &options)
         }
     });
     connect(parts.devices.get(), &DeviceManager::gotIRCode, &network, &NetworkManager::sendIrCode);
-    parts.panels->setNetwork(&network);
+    parts.devices->setPanelLink(&network);
     parts.controllers->setNetwork(&network);
     network.setControllerMessageHook(
         [controllers = parts.controllers.get()](SocketClient &peer, const QByteArray &body) {
@@ -455,17 +454,14 @@ void MainApplication::serveConsolePort()
     if (device.isEmpty()) {
         return;
     }
-    NetworkManager &network = *parts.network;
+    LinkRequests &requests = parts.network->requests();
     SerialPortWorker::Actions actions;
-    actions.setNetwork = [&network](const Console::SetNetwork &set) {
-        if (set.isDhcp) {
-            network.makeDHCP(QString());
-        } else {
-            network.makeStaticIp(set.ip, set.netmask, set.gateway, set.nameServer, QString());
-        }
+    actions.setNetwork = [&requests](const Console::SetNetwork &set) {
+        requests.changeNetwork(set.isDhcp ? HostNetwork()
+                                          : HostNetwork{ false, set.ip, set.netmask, set.gateway, set.nameServer });
     };
-    actions.setSystemNumber = [&network](int number) { return network.changeSystemNumber(number); };
-    actions.setMac = [&network](const QString &mac) { return network.setMacAddress(mac); };
+    actions.setSystemNumber = [&requests](int number) { return requests.changeSystemNumber(number); };
+    actions.setMac = [&requests](const QString &mac) { return requests.setMacAddress(mac); };
     actions.setDateTime = [this](const QString &text) {
         QMetaObject::invokeMethod(
             this, [this, text] { m_parts->services->setDateTime(text); }, Qt::QueuedConnection);
@@ -501,7 +497,7 @@ void MainApplication::endParts()
     }
     parts.networkSetup.endTrial();
     if (parts.network) {
-        parts.panels->setNetwork(nullptr);
+        parts.devices->setPanelLink(nullptr);
         parts.controllers->setNetwork(nullptr);
         parts.network.reset(); // with its threads: from here on only the main thread knows the program
     }

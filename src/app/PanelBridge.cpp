@@ -3,7 +3,6 @@
 #include "devices/DeviceManager.h"
 #include "events/Events.h"
 #include "library/ControlProgram.h"
-#include "net/link/NetworkManager.h"
 
 #include <QCoreApplication>
 
@@ -54,30 +53,9 @@ bool PanelBridge::isFull() const
     return PanelEvent::waiting() >= kMostWaiting;
 }
 
-void PanelBridge::gotButtonStatus(int deviceId, int channelCode, int status)
+void PanelBridge::panelAnswered(int deviceId, const PanelQuestion &question, const QVariant &value)
 {
-    Q_EMIT m_devices.gotButtonStatus(deviceId, channelCode, status);
-}
-
-void PanelBridge::gotButtonText(int deviceId, int channelCode, int stateIndex, const QByteArray &text)
-{
-    Q_EMIT m_devices.gotButtonText(deviceId, channelCode, stateIndex, text);
-}
-
-void PanelBridge::gotButtonProperty(int deviceId, int channelCode, const QByteArray &name, const QVariant &value)
-{
-    Q_EMIT m_devices.gotButtonProperty(deviceId, channelCode, name, value);
-}
-
-void PanelBridge::gotPageProperty(int deviceId, const QByteArray &page, const QByteArray &name, const QVariant &value)
-{
-    Q_EMIT m_devices.gotPageProperty(deviceId, page, name, value);
-}
-
-void PanelBridge::gotButtonStateProperty(int deviceId, int channelCode, int stateIndex, const QByteArray &name,
-                                         const QVariant &value)
-{
-    Q_EMIT m_devices.gotButtonStateProperty(deviceId, channelCode, stateIndex, name, value);
+    Q_EMIT m_devices.panelAnswered(deviceId, question, value);
 }
 
 void PanelBridge::queryIRCode(int number)
@@ -112,94 +90,6 @@ void PanelBridge::peerOffline(int deviceId)
         event.device = { deviceId, 1, 0 };
         m_program->dispatcher().raiseData(event, {});
     }
-}
-
-void PanelBridge::queryButtonStatus(int deviceNumber, int channel)
-{
-    toNetwork([&](NetworkManager &network) { network.queryButtonStatus(deviceNumber, channel); });
-}
-
-void PanelBridge::queryButtonText(int deviceNumber, int channel, int state)
-{
-    toNetwork([&](NetworkManager &network) { network.queryButtonText(deviceNumber, channel, state); });
-}
-
-void PanelBridge::queryButtonProperty(int deviceNumber, int channel, const QByteArray &name)
-{
-    toNetwork([&](NetworkManager &network) { network.queryButtonProperty(deviceNumber, channel, name); });
-}
-
-void PanelBridge::queryButtonStateProperty(int deviceNumber, int channel, int state, const QByteArray &name)
-{
-    toNetwork([&](NetworkManager &network) { network.queryButtonStateProperty(deviceNumber, channel, state, name); });
-}
-
-void PanelBridge::queryPageProperty(int deviceNumber, const QByteArray &page, const QByteArray &name)
-{
-    toNetwork([&](NetworkManager &network) { network.queryPageProperty(deviceNumber, page, name); });
-}
-
-void PanelBridge::setRangeButtonStatus(int deviceNumber, int channel, int status, int first, int last)
-{
-    toNetwork(
-        [&](NetworkManager &network) { network.setRangeButtonStatus(deviceNumber, channel, status, first, last); });
-}
-
-void PanelBridge::setRangeButtonStatusVals(int deviceNumber, const QVector<qint64> &channels,
-                                           const QVector<qint64> &statuses)
-{
-    toNetwork([&](NetworkManager &network) { network.setRangeButtonStatusVals(deviceNumber, channels, statuses); });
-}
-
-void PanelBridge::setListButtonStatus(int deviceNumber, int channel, int status, const QVector<int> &channels)
-{
-    toNetwork([&](NetworkManager &network) { network.setListButtonStatus(deviceNumber, channel, status, channels); });
-}
-
-void PanelBridge::sendLevel(int deviceNumber, int levelCode, int value)
-{
-    toNetwork([&](NetworkManager &network) { network.sendLevel(deviceNumber, levelCode, value); });
-}
-
-void PanelBridge::sendLevels(int deviceNumber, const QVector<qint64> &codes, const QVector<qint64> &values)
-{
-    toNetwork([&](NetworkManager &network) { network.sendLevels(deviceNumber, codes, values); });
-}
-
-void PanelBridge::sendCommand(int deviceNumber, const QByteArray &data)
-{
-    toNetwork([&](NetworkManager &network) { network.sendCommand(deviceNumber, data); });
-}
-
-void PanelBridge::setButtonProperty(int deviceNumber, const Channels &channels, const QByteArray &name,
-                                    const QVariant &value)
-{
-    toNetwork([&](NetworkManager &network) { network.setButtonProperty(deviceNumber, channels, name, value); });
-}
-
-void PanelBridge::setButtonStateProperty(int deviceNumber, const Channels &channels, int state, const QByteArray &name,
-                                         const QVariant &value)
-{
-    toNetwork(
-        [&](NetworkManager &network) { network.setButtonStateProperty(deviceNumber, channels, name, state, value); });
-}
-
-void PanelBridge::setPageProperty(int deviceNumber, const QByteArray &page, const QByteArray &name,
-                                  const QVariant &value)
-{
-    toNetwork([&](NetworkManager &network) { network.setPageProperty(deviceNumber, page, name, value); });
-}
-
-void PanelBridge::setContainerProperty(int deviceNumber, const Channels &channels, const QByteArray &name,
-                                       const QByteArray &data)
-{
-    toNetwork([&](NetworkManager &network) { network.setContainerProperty(deviceNumber, channels, name, data); });
-}
-
-void PanelBridge::containerCall(int deviceNumber, const Channels &channels, const QByteArray &method,
-                                const QByteArray &data)
-{
-    toNetwork([&](NetworkManager &network) { network.containerCall(deviceNumber, channels, method, data); });
 }
 
 void PanelBridge::post(int kind, quint16 device, int code, int value, UntilHandled untilHandled)
@@ -240,12 +130,4 @@ std::unique_ptr<PanelEvent> PanelBridge::takeNext()
     std::unique_ptr<PanelEvent> event = std::move(m_next.front());
     m_next.pop_front();
     return event;
-}
-
-template <class Send>
-void PanelBridge::toNetwork(Send send)
-{
-    if (m_network) {
-        send(*m_network);
-    }
 }

@@ -2,6 +2,8 @@
 
 #include "base/Clock.h"
 
+#include <utility>
+
 namespace {
 constexpr int kRepeatMs = 100;
 }
@@ -12,26 +14,29 @@ AnswerLoop::AnswerLoop(AST *program, int ticks)
     , m_ticksLeft(ticks)
 {}
 
-void AnswerLoop::run(const Ask &ask)
+QVariant AnswerLoop::run(const Ask &ask)
 {
     if (isProgramGone()) {
         m_isOver = true;
-        return;
+        return {};
     }
     ask();
     if (m_isOver) {
-        return;
+        return m_answer;
     }
     const int ticket = Clock::instance().every(kRepeatMs, [this, &ask] { tick(ask); });
     m_loop.exec();
     Clock::instance().cancel(ticket);
     m_isOver = true; // also when the process quits
+    return m_answer;
 }
 
-void AnswerLoop::finish()
+void AnswerLoop::finish(const QVariant &answer)
 {
-    m_isOver = true;
-    m_loop.quit();
+    if (!std::exchange(m_isOver, true)) {
+        m_answer = answer;
+        m_loop.quit();
+    }
 }
 
 void AnswerLoop::tick(const Ask &ask)

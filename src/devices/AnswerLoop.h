@@ -4,6 +4,7 @@
 #include <QEventLoop>
 #include <QObject>
 #include <QPointer>
+#include <QVariant>
 
 #include <functional>
 
@@ -13,8 +14,8 @@
 /// quits. Owns: its event loop. Thread: the main thread. Ends: with the function that asks.
 ///
 ///     AnswerLoop loop(program, kPanelTries);
-///     connect(this, &DeviceManager::gotButtonStatus, &loop, [&](…) { … loop.finish(); });
-///     loop.run([&] { panels->queryButtonStatus(device, channel); });
+///     connect(this, &DeviceManager::panelAnswered, &loop, [&](…) { … loop.finish(value); });
+///     return loop.run([&] { panels->askPanel(device, question); });
 class AnswerLoop : public QObject
 {
     Q_OBJECT
@@ -25,11 +26,9 @@ public:
     /// \param ticks    how many times 100 ms to wait
     AnswerLoop(AST *program, int ticks);
 
-    /// Whether an answer may still count; false from finish() on and after the last tick.
-    bool isOpen() const { return !m_isOver; }
-
-    void run(const Ask &ask); // returns when the wait is over; an answer given while asking ends it before it begins
-    void finish();            // the answer is there
+    /// Returns the answer when the wait is over; one given while asking ends it before it begins. Invalid: none came.
+    QVariant run(const Ask &ask);
+    void finish(const QVariant &answer = {}); // from then on, and after the last tick, no other counts
 
 private:
     void tick(const Ask &ask);
@@ -40,4 +39,5 @@ private:
     bool m_hasProgram;
     int m_ticksLeft;
     bool m_isOver = false;
+    QVariant m_answer;
 };

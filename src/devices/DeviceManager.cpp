@@ -194,7 +194,7 @@ void DeviceManager::setButtonStatusRange(int deviceNumber, int channel, int stat
         m_dispatcher->buttonStatus(deviceNumber).recordRange(channel, status, first, last);
     }
     if (m_panels) {
-        m_panels->setRangeButtonStatus(deviceNumber, channel, status, first, last);
+        m_panels->setButtonStatusRange(deviceNumber, channel, status, first, last);
     }
 }
 
@@ -205,7 +205,7 @@ void DeviceManager::setButtonStatusList(int deviceNumber, int channel, int statu
             .recordList(channel, status, std::vector<int>(channels.begin(), channels.end()));
     }
     if (m_panels) {
-        m_panels->setListButtonStatus(deviceNumber, channel, status, channels);
+        m_panels->setButtonStatusList(deviceNumber, channel, status, channels);
     }
 }
 
@@ -219,7 +219,7 @@ void DeviceManager::setButtonStatuses(int deviceNumber, const QVector<qint64> &c
         }
     }
     if (m_panels) {
-        m_panels->setRangeButtonStatusVals(deviceNumber, channels, statuses);
+        m_panels->setButtonStatuses(deviceNumber, channels, statuses);
     }
 }
 
@@ -228,21 +228,16 @@ int DeviceManager::relayState(const DeviceAddress &device, int channel) const
     return isLocal(device) && device.port == Port::kRelays && m_ports.isRelayOn(channel) ? 1 : 0;
 }
 
-bool DeviceManager::askPanelChannel(int deviceNumber, int channel)
+QVariant DeviceManager::askPanel(int deviceNumber, const PanelQuestion &question)
 {
-    if (!m_panels) {
-        return false;
-    }
-    bool isOn = false;
     AnswerLoop loop(m_program, kPanelTicks);
-    connect(this, &DeviceManager::gotButtonStatus, &loop, [&](int device, int answeredChannel, int status) {
-        if (loop.isOpen() && device == deviceNumber && answeredChannel == channel) {
-            isOn = status != 0;
-            loop.finish();
-        }
-    });
-    loop.run([&] { m_panels->queryButtonStatus(deviceNumber, channel); });
-    return isOn;
+    connect(this, &DeviceManager::panelAnswered, &loop,
+            [&](int device, const PanelQuestion &answered, const QVariant &value) {
+                if (device == deviceNumber && answered == question) {
+                    loop.finish(value);
+                }
+            });
+    return m_panels ? loop.run([&] { m_panels->askPanel(deviceNumber, question); }) : QVariant();
 }
 
 bool DeviceManager::askPortChannel(const DeviceAddress &device, int channel)
@@ -250,16 +245,13 @@ bool DeviceManager::askPortChannel(const DeviceAddress &device, int channel)
     if (isLocal(device) && device.port == Port::kRelays) {
         return relayState(device, channel) != 0;
     }
-    bool isOn = false;
     AnswerLoop loop(m_program, kPortTicks);
     connect(this, &DeviceManager::gotPortStatus, &loop, [&](int system, int port, int answeredChannel, int status) {
-        if (loop.isOpen() && isSameSystem(system, device.system) && port == device.port && answeredChannel == channel) {
-            isOn = status != 0;
-            loop.finish();
+        if (isSameSystem(system, device.system) && port == device.port && answeredChannel == channel) {
+            loop.finish(status);
         }
     });
-    loop.run([&] { queryPortStatus(device, channel); });
-    return isOn;
+    return loop.run([&] { queryPortStatus(device, channel); }).toInt() != 0;
 }
 
 void DeviceManager::queryPortStatus(const DeviceAddress &device, int channel)
@@ -271,117 +263,10 @@ void DeviceManager::queryPortStatus(const DeviceAddress &device, int channel)
     }
 }
 
-std::optional<QByteArray> DeviceManager::askButtonText(int deviceNumber, int channel, int state)
-{
-    std::optional<QByteArray> answer;
-    if (!m_panels) {
-        return answer;
-    }
-    AnswerLoop loop(m_program, kPanelTicks);
-    connect(this, &DeviceManager::gotButtonText, &loop,
-            [&](int device, int answeredChannel, int answeredState, const QByteArray &text) {
-                if (loop.isOpen() && device == deviceNumber && answeredChannel == channel && answeredState == state) {
-                    answer = text;
-                    loop.finish();
-                }
-            });
-    loop.run([&] { m_panels->queryButtonText(deviceNumber, channel, state); });
-    return answer;
-}
-
-QVariant DeviceManager::askButtonProperty(int deviceNumber, int channel, const QByteArray &name)
-{
-    QVariant answer;
-    if (!m_panels) {
-        return answer;
-    }
-    AnswerLoop loop(m_program, kPanelTicks);
-    connect(this, &DeviceManager::gotButtonProperty, &loop,
-            [&](int device, int answeredChannel, const QByteArray &answeredName, const QVariant &value) {
-                if (loop.isOpen() && device == deviceNumber && answeredChannel == channel && answeredName == name) {
-                    answer = value;
-                    loop.finish();
-                }
-            });
-    loop.run([&] { m_panels->queryButtonProperty(deviceNumber, channel, name); });
-    return answer;
-}
-
-QVariant DeviceManager::askButtonStateProperty(int deviceNumber, int channel, int state, const QByteArray &name)
-{
-    QVariant answer;
-    if (!m_panels) {
-        return answer;
-    }
-    AnswerLoop loop(m_program, kPanelTicks);
-    connect(
-        this, &DeviceManager::gotButtonStateProperty, &loop,
-        [&](int device, int answeredChannel, int answeredState, const QByteArray &answeredName, const QVariant &value) {
-            if (loop.isOpen() && device == deviceNumber && answeredChannel == channel && answeredState == state &&
-                answeredName == name) {
-                answer = value;
-                loop.finish();
-            }
-        });
-    loop.run([&] { m_panels->queryButtonStateProperty(deviceNumber, channel, state, name); });
-    return answer;
-}
-
-QVariant DeviceManager::askPageProperty(int deviceNumber, const QByteArray &page, const QByteArray &name)
-{
-    QVariant answer;
-    if (!m_panels) {
-        return answer;
-    }
-    AnswerLoop loop(m_program, kPanelTicks);
-    connect(this, &DeviceManager::gotPageProperty, &loop,
-            [&](int device, const QByteArray &answeredPage, const QByteArray &answeredName, const QVariant &value) {
-                if (loop.isOpen() && device == deviceNumber && answeredPage == page && answeredName == name) {
-                    answer = value;
-                    loop.finish();
-                }
-            });
-    loop.run([&] { m_panels->queryPageProperty(deviceNumber, page, name); });
-    return answer;
-}
-
-void DeviceManager::setButtonProperty(int deviceNumber, const Channels &channels, const QByteArray &name,
-                                      const QVariant &value)
+void DeviceManager::setOnPanel(int deviceNumber, const PanelSetting &setting)
 {
     if (m_panels) {
-        m_panels->setButtonProperty(deviceNumber, channels, name, value);
-    }
-}
-
-void DeviceManager::setButtonStateProperty(int deviceNumber, const Channels &channels, int state,
-                                           const QByteArray &name, const QVariant &value)
-{
-    if (m_panels) {
-        m_panels->setButtonStateProperty(deviceNumber, channels, state, name, value);
-    }
-}
-
-void DeviceManager::setPageProperty(int deviceNumber, const QByteArray &page, const QByteArray &name,
-                                    const QVariant &value)
-{
-    if (m_panels) {
-        m_panels->setPageProperty(deviceNumber, page, name, value);
-    }
-}
-
-void DeviceManager::setContainerProperty(int deviceNumber, const Channels &channels, const QByteArray &name,
-                                         const QByteArray &data)
-{
-    if (m_panels) {
-        m_panels->setContainerProperty(deviceNumber, channels, name, data);
-    }
-}
-
-void DeviceManager::containerCall(int deviceNumber, const Channels &channels, const QByteArray &method,
-                                  const QByteArray &data)
-{
-    if (m_panels) {
-        m_panels->containerCall(deviceNumber, channels, method, data);
+        m_panels->setOnPanel(deviceNumber, setting);
     }
 }
 

@@ -9,7 +9,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 class AST;
 class Dispatcher;
@@ -45,25 +44,11 @@ public:
     void setButtonStatuses(int deviceNumber, const QVector<qint64> &channels, const QVector<qint64> &statuses) override;
 
     int relayState(const DeviceAddress &device, int channel) const override;
-    bool askPanelChannel(int deviceNumber, int channel) override;
     bool askPortChannel(const DeviceAddress &device, int channel) override;
     void queryPortStatus(const DeviceAddress &device, int channel); // answered by gotPortStatus
 
-    std::optional<QByteArray> askButtonText(int deviceNumber, int channel, int state) override;
-    QVariant askButtonProperty(int deviceNumber, int channel, const QByteArray &name) override;
-    QVariant askButtonStateProperty(int deviceNumber, int channel, int state, const QByteArray &name) override;
-    QVariant askPageProperty(int deviceNumber, const QByteArray &page, const QByteArray &name) override;
-
-    void setButtonProperty(int deviceNumber, const Channels &channels, const QByteArray &name,
-                           const QVariant &value) override;
-    void setButtonStateProperty(int deviceNumber, const Channels &channels, int state, const QByteArray &name,
-                                const QVariant &value) override;
-    void setPageProperty(int deviceNumber, const QByteArray &page, const QByteArray &name,
-                         const QVariant &value) override;
-    void setContainerProperty(int deviceNumber, const Channels &channels, const QByteArray &name,
-                              const QByteArray &data) override;
-    void containerCall(int deviceNumber, const Channels &channels, const QByteArray &method,
-                       const QByteArray &data) override;
+    QVariant askPanel(int deviceNumber, const PanelQuestion &question) override;
+    void setOnPanel(int deviceNumber, const PanelSetting &setting) override;
 
     void rebootController() override;
 
@@ -81,14 +66,7 @@ public Q_SLOTS:
     void queryIRCode(int number); // answered by gotIRCode, where there is hardware
 
 Q_SIGNALS:
-    // Answers. A property's value holds a QByteArray for a text property, else a qint64.
-    void gotButtonStatus(int deviceId, int channelCode, int status);
-    void gotButtonText(int deviceId, int channelCode, int stateIndex, const QByteArray &text);
-    void gotButtonProperty(int deviceId, int channelCode, const QByteArray &propertyName, const QVariant &data);
-    void gotPageProperty(int deviceId, const QByteArray &pageName, const QByteArray &propertyName,
-                         const QVariant &data);
-    void gotButtonStateProperty(int deviceId, int channelCode, int stateIndex, const QByteArray &propertyName,
-                                const QVariant &data);
+    void panelAnswered(int deviceId, const PanelQuestion &question, const QVariant &value);
     void gotPortStatus(int sysNum, int port, int channel, int status); // sysNum 0: of this controller
     void gotIRCode(int number, const QByteArray &data);
 

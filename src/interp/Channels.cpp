@@ -65,7 +65,8 @@ private:
         const auto channel = static_cast<int>(groups[0].channels[0]);
         if (device.number != kControllerDevice) {
             const std::vector<DeviceAddress> addresses = run.program().expandDevice(device);
-            return !addresses.empty() && devices->askPanelChannel(addresses.front().number, channel);
+            return !addresses.empty() &&
+                   devices->askPanel(addresses.front().number, { PanelQuestion::Kind::Status, channel }).toInt() != 0;
         }
         if (device.port == kRelayPort) {
             return devices->relayState(device, channel) != 0;

@@ -5,6 +5,9 @@
 #include "program/AST.h"
 
 namespace {
+using Question = PanelQuestion::Kind;
+using Setting = PanelSetting::Kind;
+
 DeviceActions *actions(const ArgumentList &arguments)
 {
     return arguments.run().program().devices(); // nullptr while a program is only looked at
@@ -110,7 +113,7 @@ void ButtonTextFunc::call(const ArgumentList &arguments)
     if (!device.device() || state < 1 || !devices) {
         return;
     }
-    setTextResult(viewOf(devices->askButtonText(number, channel, state).value_or(QByteArray())));
+    setAnswer(devices->askPanel(number, { Question::Text, channel, state }), PropertyType::Text);
 }
 
 void ButtonPropertyFunc::call(const ArgumentList &arguments)
@@ -122,7 +125,7 @@ void ButtonPropertyFunc::call(const ArgumentList &arguments)
     const int channel = arguments.integer(1);
     const auto name = asked ? property(arguments, 2, PropertyKind::Button) : std::nullopt;
     if (DeviceActions *devices = actions(arguments); name && devices) {
-        setAnswer(devices->askButtonProperty(asked->number, channel, name->name), name->type);
+        setAnswer(devices->askPanel(asked->number, { Question::ButtonProperty, channel, 0, name->name }), name->type);
     }
 }
 
@@ -136,7 +139,8 @@ void ButtonStatePropertyFunc::call(const ArgumentList &arguments)
     const auto index = asked ? state(arguments, 2) : std::nullopt;
     const auto name = index ? property(arguments, 3, PropertyKind::State) : std::nullopt;
     if (DeviceActions *devices = actions(arguments); name && devices) {
-        setAnswer(devices->askButtonStateProperty(asked->number, channel, *index, name->name), name->type);
+        setAnswer(devices->askPanel(asked->number, { Question::StateProperty, channel, *index, name->name }),
+                  name->type);
     }
 }
 
@@ -149,7 +153,8 @@ void PagePropertyFunc::call(const ArgumentList &arguments)
     const auto pageName = asked ? page(arguments) : std::nullopt;
     const auto name = pageName ? property(arguments, 2, PropertyKind::Page) : std::nullopt;
     if (DeviceActions *devices = actions(arguments); name && devices) {
-        setAnswer(devices->askPageProperty(asked->number, *pageName, name->name), name->type);
+        setAnswer(devices->askPanel(asked->number, { Question::PageProperty, 0, 0, name->name, *pageName }),
+                  name->type);
     }
 }
 
@@ -162,7 +167,8 @@ void SetButtonPropertyFunc::call(const ArgumentList &arguments)
     const auto codes = target ? channels(arguments) : std::nullopt;
     const auto name = codes ? property(arguments, 2, PropertyKind::SettableButton) : std::nullopt;
     if (DeviceActions *devices = actions(arguments); name && devices) {
-        devices->setButtonProperty(target->number, *codes, name->name, value(arguments, 3, name->type));
+        devices->setOnPanel(target->number,
+                            { Setting::ButtonProperty, *codes, name->name, value(arguments, 3, name->type) });
     }
 }
 
@@ -176,7 +182,8 @@ void SetButtonStatePropertyFunc::call(const ArgumentList &arguments)
     const auto index = codes ? state(arguments, 2) : std::nullopt;
     const auto name = index ? property(arguments, 3, PropertyKind::State) : std::nullopt;
     if (DeviceActions *devices = actions(arguments); name && devices) {
-        devices->setButtonStateProperty(target->number, *codes, *index, name->name, value(arguments, 4, name->type));
+        devices->setOnPanel(target->number,
+                            { Setting::StateProperty, *codes, name->name, value(arguments, 4, name->type), *index });
     }
 }
 
@@ -189,7 +196,8 @@ void SetPagePropertyFunc::call(const ArgumentList &arguments)
     const auto pageName = target ? page(arguments) : std::nullopt;
     const auto name = pageName ? property(arguments, 2, PropertyKind::SettablePage) : std::nullopt;
     if (DeviceActions *devices = actions(arguments); name && devices) {
-        devices->setPageProperty(target->number, *pageName, name->name, value(arguments, 3, name->type));
+        devices->setOnPanel(target->number,
+                            { Setting::PageProperty, {}, name->name, value(arguments, 3, name->type), 0, *pageName });
     }
 }
 
@@ -202,7 +210,7 @@ void SetContainerPropertyFunc::call(const ArgumentList &arguments)
     const auto codes = target ? channels(arguments) : std::nullopt;
     if (DeviceActions *devices = actions(arguments); codes && devices) {
         const QByteArray name = bytesArgument(arguments, 2);
-        devices->setContainerProperty(target->number, *codes, name, bytesArgument(arguments, 3));
+        devices->setOnPanel(target->number, { Setting::ContainerProperty, *codes, name, bytesArgument(arguments, 3) });
     }
 }
 
@@ -215,7 +223,7 @@ void ContainerCallFunc::call(const ArgumentList &arguments)
     const auto codes = target ? channels(arguments) : std::nullopt;
     if (DeviceActions *devices = actions(arguments); codes && devices) {
         const QByteArray method = bytesArgument(arguments, 2);
-        devices->containerCall(target->number, *codes, method, bytesArgument(arguments, 3));
+        devices->setOnPanel(target->number, { Setting::ContainerCall, *codes, method, bytesArgument(arguments, 3) });
     }
 }
 

@@ -1,11 +1,10 @@
 #pragma once
+#include "base/PanelProperties.h"
 #include "model/StructType.h"
 
 #include <QByteArray>
 #include <QVariant>
 #include <QVector>
-
-#include <optional>
 
 enum class PortAction : int { Off = 0, On = 1, Pulse = 2, To = 3 };
 
@@ -34,23 +33,12 @@ public:
                                    const QVector<qint64> &statuses) = 0;
 
     virtual int relayState(const DeviceAddress &device, int channel) const = 0; // 1 on, 0 off
-    virtual bool askPanelChannel(int deviceNumber, int channel) = 0;            // false also when no answer comes
     virtual bool askPortChannel(const DeviceAddress &device, int channel) = 0;
 
-    /// \name Questions about what a panel shows. Property names are in lower case.
-    /// A property's answer holds a QByteArray for a text property, else a qint64. Nothing when no answer comes.
-    virtual std::optional<QByteArray> askButtonText(int, int /*channel*/, int /*state*/) { return {}; }
-    virtual QVariant askButtonProperty(int, int /*channel*/, const QByteArray &) { return {}; }
-    virtual QVariant askButtonStateProperty(int, int /*channel*/, int /*state*/, const QByteArray &) { return {}; }
-    virtual QVariant askPageProperty(int, const QByteArray & /*page*/, const QByteArray &) { return {}; }
-
-    /// \name What a panel shows; the values as above.
-    using Channels = QVector<qint64>;
-    virtual void setButtonProperty(int, const Channels &, const QByteArray &, const QVariant &) {}
-    virtual void setButtonStateProperty(int, const Channels &, int /*state*/, const QByteArray &, const QVariant &) {}
-    virtual void setPageProperty(int, const QByteArray & /*page*/, const QByteArray &, const QVariant &) {}
-    virtual void setContainerProperty(int, const Channels &, const QByteArray &, const QByteArray & /*data*/) {}
-    virtual void containerCall(int, const Channels &, const QByteArray & /*method*/, const QByteArray & /*data*/) {}
+    /// The status of a channel is an int; what a property holds stands above PanelSetting. Invalid when no answer
+    /// comes.
+    virtual QVariant askPanel(int /*deviceNumber*/, const PanelQuestion &) { return {}; }
+    virtual void setOnPanel(int /*deviceNumber*/, const PanelSetting &) {}
 
     virtual void rebootController() {} // ends this process after the statement that runs
 

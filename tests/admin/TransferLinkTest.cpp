@@ -21,11 +21,7 @@ public:
     void buttonPressed(quint16, int, UntilHandled) override { ++pushes; }
     void buttonReleased(quint16, int, UntilHandled) override {}
     void levelChanged(quint16, int, int, UntilHandled) override {}
-    void gotButtonStatus(int, int, int) override {}
-    void gotButtonText(int, int, int, const QByteArray &) override {}
-    void gotButtonProperty(int, int, const QByteArray &, const QVariant &) override {}
-    void gotPageProperty(int, const QByteArray &, const QByteArray &, const QVariant &) override {}
-    void gotButtonStateProperty(int, int, int, const QByteArray &, const QVariant &) override {}
+    void panelAnswered(int, const PanelQuestion &, const QVariant &) override {}
     void queryIRCode(int) override {}
     QByteArray buttonStatusSnapshot(int) override { return {}; }
     void peerOnline(int) override {}

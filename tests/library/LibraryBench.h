@@ -24,54 +24,34 @@ public:
     {
         calls << spoken(log == Log::Yes ? "command, logged" : "command", device, data);
     }
-    std::optional<QByteArray> askButtonText(int device, int channel, int state) override
+    QVariant askPanel(int device, const PanelQuestion &question) override
     {
-        ask("text?", device, channel, state);
-        return answer.isValid() ? std::optional(answer.toByteArray()) : std::nullopt;
-    }
-    QVariant askButtonProperty(int device, int channel, const QByteArray &name) override
-    {
-        return ask("button?", device, channel, name);
-    }
-    QVariant askButtonStateProperty(int device, int channel, int state, const QByteArray &name) override
-    {
-        return ask("state?", device, channel, state, name);
-    }
-    QVariant askPageProperty(int device, const QByteArray &page, const QByteArray &name) override
-    {
-        return ask("page?", device, page, name);
-    }
-    void setButtonProperty(int device, const Channels &channels, const QByteArray &name, const QVariant &value) override
-    {
-        calls << spoken("button", device, channels, name, value.typeName(), value);
-    }
-    void setButtonStateProperty(int device, const Channels &channels, int state, const QByteArray &name,
-                                const QVariant &value) override
-    {
-        calls << spoken("state", device, channels, state, name, value.typeName(), value);
-    }
-    void setPageProperty(int device, const QByteArray &page, const QByteArray &name, const QVariant &value) override
-    {
-        calls << spoken("page", device, page, name, value.typeName(), value);
-    }
-    void setContainerProperty(int device, const Channels &channels, const QByteArray &name,
-                              const QByteArray &data) override
-    {
-        calls << spoken("container", device, channels, name, data);
-    }
-    void containerCall(int device, const Channels &channels, const QByteArray &method, const QByteArray &data) override
-    {
-        calls << spoken("call", device, channels, method, data);
-    }
-    void rebootController() override { calls << QStringLiteral("reboot"); }
-
-private:
-    template <class... Parts>
-    QVariant ask(const Parts &...parts)
-    {
-        calls << spoken(parts...);
+        calls << spoken(device, question);
         return answer;
     }
+    void setOnPanel(int device, const PanelSetting &setting) override
+    {
+        const QVariant &value = setting.value;
+        const QByteArray &name = setting.name;
+        switch (setting.kind) {
+        case PanelSetting::Kind::ButtonProperty:
+            calls << spoken("button", device, setting.channels, name, value.typeName(), value);
+            break;
+        case PanelSetting::Kind::StateProperty:
+            calls << spoken("state", device, setting.channels, setting.state, name, value.typeName(), value);
+            break;
+        case PanelSetting::Kind::PageProperty:
+            calls << spoken("page", device, setting.page, name, value.typeName(), value);
+            break;
+        case PanelSetting::Kind::ContainerProperty:
+            calls << spoken("container", device, setting.channels, name, value.toByteArray());
+            break;
+        case PanelSetting::Kind::ContainerCall:
+            calls << spoken("call", device, setting.channels, name, value.toByteArray());
+            break;
+        }
+    }
+    void rebootController() override { calls << QStringLiteral("reboot"); }
 };
 
 /// Stands where the dispatcher stands.

@@ -50,16 +50,17 @@ QString shown(const LinkEvent &event)
     if (const auto *level = std::get_if<LevelReport>(&event)) {
         return spoken("level", level->device, level->channel, level->level, level->value);
     }
-    if (const auto *status = std::get_if<StatusReply>(&event)) {
-        return spoken("status", status->device, status->channel, status->status);
-    }
-    if (const auto *reply = std::get_if<ButtonTextReply>(&event)) {
-        return spoken("text", reply->channel, reply->stateIndex, '\'' + reply->text + '\'');
-    }
-    if (const auto *reply = std::get_if<PropertyReply>(&event)) {
-        const bool isText = reply->value.type() == QVariant::ByteArray;
-        return spoken("property", reply->channel, reply->stateIndex, '\'' + reply->page + '\'',
-                      reply->name + '=' + (isText ? "text" : "number"), reply->value);
+    if (const auto *answer = std::get_if<PanelAnswer>(&event)) {
+        const PanelQuestion &question = answer->question;
+        if (question.kind == PanelQuestion::Kind::Status) {
+            return spoken("status", answer->device, question.channel, answer->value);
+        }
+        if (question.kind == PanelQuestion::Kind::Text) {
+            return spoken("text", question.channel, question.state, '\'' + answer->value.toByteArray() + '\'');
+        }
+        const bool isText = answer->value.type() == QVariant::ByteArray;
+        return spoken("property", question.channel, question.state, '\'' + question.page + '\'',
+                      question.name + '=' + (isText ? "text" : "number"), answer->value);
     }
     if (const auto *command = std::get_if<TextCommand>(&event)) {
         return spoken("command", command->text);

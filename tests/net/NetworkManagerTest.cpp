@@ -52,23 +52,9 @@ public:
         tell("level", device, level, value);
     }
 
-    void gotButtonStatus(int device, int channel, int status) override { tell("status", device, channel, status); }
-    void gotButtonText(int device, int channel, int state, const QByteArray &text) override
+    void panelAnswered(int device, const PanelQuestion &question, const QVariant &value) override
     {
-        tell("text", device, channel, state, text);
-    }
-    void gotButtonProperty(int device, int channel, const QByteArray &name, const QVariant &value) override
-    {
-        tell("property", device, channel, name, value);
-    }
-    void gotPageProperty(int device, const QByteArray &page, const QByteArray &name, const QVariant &value) override
-    {
-        tell("page", device, page, name, value);
-    }
-    void gotButtonStateProperty(int device, int channel, int state, const QByteArray &name,
-                                const QVariant &value) override
-    {
-        tell("state", device, channel, state, name, value);
+        tell(spoken(device, question), value);
     }
     void queryIRCode(int number) override { tell("ir", number); }
 
@@ -239,37 +225,42 @@ void NetworkManagerTest::panelIsHeardAndAnswered()
 void NetworkManagerTest::messagesOfTheProgram_data()
 {
     const Table<QString, Send> row("message", "send");
-    row("status-query 5", [](NetworkManager &net) { net.queryButtonStatus(kPanel, 5); });
-    row("text-query 5 1", [](NetworkManager &net) { net.queryButtonText(kPanel, 5, 1); });
-    row("property-query 5 name", [](NetworkManager &net) { net.queryButtonProperty(kPanel, 5, "name"); });
-    row("state-property-query 5 1 text",
-        [](NetworkManager &net) { net.queryButtonStateProperty(kPanel, 5, 1, "text"); });
-    row("page-property-query Main desc", [](NetworkManager &net) { net.queryPageProperty(kPanel, "Main", "desc"); });
-    row("feedback 5 1 0 0", [](NetworkManager &net) { net.setRangeButtonStatus(kPanel, 5, 1, 0, 0); });
-    row("feedback 5 0 0 0", [](NetworkManager &net) { net.setRangeButtonStatusVals(kPanel, { 5 }, {}); });
-    row("feedback-channels 5=1 6=0", [](NetworkManager &net) {
-        net.setRangeButtonStatusVals(kPanel, { 5, 6 }, { 1 });
+    using Question = PanelQuestion::Kind;
+    using Setting = PanelSetting::Kind;
+    row("status-query 5", [](NetworkManager &net) { net.askPanel(kPanel, { Question::Status, 5 }); });
+    row("text-query 5 1", [](NetworkManager &net) { net.askPanel(kPanel, { Question::Text, 5, 1 }); });
+    row("property-query 5 name", [](NetworkManager &net) {
+        net.askPanel(kPanel, { Question::ButtonProperty, 5, 0, "name" });
     });
-    row("feedback-list 5 1 3,5,7", [](NetworkManager &net) { net.setListButtonStatus(kPanel, 5, 1, { 3, 5, 7 }); });
+    row("state-property-query 5 1 text", [](NetworkManager &net) {
+        net.askPanel(kPanel, { Question::StateProperty, 5, 1, "text" });
+    });
+    row("page-property-query Main desc", [](NetworkManager &net) {
+        net.askPanel(kPanel, { Question::PageProperty, 0, 0, "desc", "Main" });
+    });
+    row("feedback 5 1 0 0", [](NetworkManager &net) { net.setButtonStatusRange(kPanel, 5, 1, 0, 0); });
+    row("feedback 5 0 0 0", [](NetworkManager &net) { net.setButtonStatuses(kPanel, { 5 }, {}); });
+    row("feedback-channels 5=1 6=0", [](NetworkManager &net) { net.setButtonStatuses(kPanel, { 5, 6 }, { 1 }); });
+    row("feedback-list 5 1 3,5,7", [](NetworkManager &net) { net.setButtonStatusList(kPanel, 5, 1, { 3, 5, 7 }); });
     row("level 1=-50", [](NetworkManager &net) { net.sendLevel(kPanel, 1, -50); });
     row("level 1=10 2=0", [](NetworkManager &net) { net.sendLevels(kPanel, { 1, 2 }, { 10 }); });
     row("command a:b", [](NetworkManager &net) { net.sendCommand(kPanel, "a:b"); });
-    row("set-property 5,6 name a:b", [](NetworkManager &net) {
-        net.setButtonProperty(kPanel, { 5, 6 }, "name", QByteArray("a:b"));
-    });
-    row("set-property 5 listitems 12",
-        [](NetworkManager &net) { net.setButtonProperty(kPanel, { 5 }, "listitems", QByteArray("12")); });
-    row("set-property 5 top 12",
-        [](NetworkManager &net) { net.setButtonProperty(kPanel, { 5 }, "top", QVariant(12LL)); });
-    row("set-property 5 top 0",
-        [](NetworkManager &net) { net.setButtonProperty(kPanel, { 5 }, "top", QByteArray("high")); });
-    row("set-state-property 5 text 2 Go",
-        [](NetworkManager &net) { net.setButtonStateProperty(kPanel, { 5 }, "text", 2, QByteArray("Go")); });
-    row("set-page-property Main desc x",
-        [](NetworkManager &net) { net.setPageProperty(kPanel, "Main", "desc", QByteArray("x")); });
-    row("set-container-property 5 size 1",
-        [](NetworkManager &net) { net.setContainerProperty(kPanel, { 5 }, "size", "1"); });
-    row("container-call 5 show 1:2", [](NetworkManager &net) { net.containerCall(kPanel, { 5 }, "show", "1:2"); });
+    const auto setting = [&row](const QString &message, const PanelSetting &what) {
+        row(message, [what](NetworkManager &net) { net.setOnPanel(kPanel, what); });
+    };
+    setting(QStringLiteral("set-property 5,6 name a:b"),
+            { Setting::ButtonProperty, { 5, 6 }, "name", QByteArray("a:b") });
+    setting(QStringLiteral("set-property 5 listitems 12"),
+            { Setting::ButtonProperty, { 5 }, "listitems", QByteArray("12") });
+    setting(QStringLiteral("set-property 5 top 12"), { Setting::ButtonProperty, { 5 }, "top", 12LL });
+    setting(QStringLiteral("set-property 5 top 0"), { Setting::ButtonProperty, { 5 }, "top", QByteArray("high") });
+    setting(QStringLiteral("set-state-property 5 text 2 Go"),
+            { Setting::StateProperty, { 5 }, "text", QByteArray("Go"), 2 });
+    setting(QStringLiteral("set-page-property Main desc x"),
+            { Setting::PageProperty, {}, "desc", QByteArray("x"), 0, "Main" });
+    setting(QStringLiteral("set-container-property 5 size 1"),
+            { Setting::ContainerProperty, { 5 }, "size", QByteArray("1") });
+    setting(QStringLiteral("container-call 5 show 1:2"), { Setting::ContainerCall, { 5 }, "show", QByteArray("1:2") });
 }
 
 void NetworkManagerTest::messagesOfTheProgram()
@@ -280,7 +271,7 @@ void NetworkManagerTest::messagesOfTheProgram()
     Peer other(1, kPanel + 1);
     online(panel);
     online(other);
-    m_network->setRangeButtonStatusVals(kPanel, {}, { 1 }); // says nothing
+    m_network->setButtonStatuses(kPanel, {}, { 1 }); // says nothing
     send(*m_network);
     m_network->sendCommand(kPanel + 1, "end");
     QTRY_COMPARE(panel.received, QStringList{ message });
@@ -297,18 +288,19 @@ void NetworkManagerTest::longMessagesAreRefused()
     const QByteArray state = filling("setstateproperty:5:text:1:");
     const QByteArray container = filling("setcontainerproperty:5:a:");
     const QByteArray call = filling("containercall:5:a:");
-    m_network->setButtonProperty(kPanel, { 5 }, "name", property);
-    m_network->setButtonStateProperty(kPanel, { 5 }, "text", 1, state);
-    m_network->setContainerProperty(kPanel, { 5 }, "a", container);
-    m_network->containerCall(kPanel, { 5 }, "a", call);
-    m_network->setPageProperty(kPanel, "Main", "desc", QByteArray(9000, 'x'));
+    using Setting = PanelSetting::Kind;
+    const auto setAll = [&](const QByteArray &more) {
+        m_network->setOnPanel(kPanel, { Setting::ButtonProperty, { 5 }, "name", property + more });
+        m_network->setOnPanel(kPanel, { Setting::StateProperty, { 5 }, "text", state + more, 1 });
+        m_network->setOnPanel(kPanel, { Setting::ContainerProperty, { 5 }, "a", container + more });
+        m_network->setOnPanel(kPanel, { Setting::ContainerCall, { 5 }, "a", call + more });
+    };
+    setAll(QByteArray());
+    m_network->setOnPanel(kPanel, { Setting::PageProperty, {}, "desc", QByteArray(9000, 'x'), 0, "Main" });
     QTRY_COMPARE(panel.received.size(), 5);
     QCOMPARE(errors.count(), 0);
 
-    m_network->setButtonProperty(kPanel, { 5 }, "name", property + 'x');
-    m_network->setButtonStateProperty(kPanel, { 5 }, "text", 1, state + 'x');
-    m_network->setContainerProperty(kPanel, { 5 }, "a", container + 'x');
-    m_network->containerCall(kPanel, { 5 }, "a", call + 'x');
+    setAll("x");
     QStringList texts;
     for (const QList<QVariant> &error : errors) {
         texts << error.first().toString();
@@ -334,9 +326,9 @@ void NetworkManagerTest::panelAnswersReachTheProgram()
     panel.client.answerStateProperty(5, 1, "text", "Go");
     panel.client.answerPageProperty("Main", "desc", "x");
     QTRY_COMPARE(m_system->told(),
-                 (QStringList{ QStringLiteral("status 10001 5 1"), QStringLiteral("text 10001 5 1 Go: now"),
-                               QStringLiteral("property 10001 5 top 12"), QStringLiteral("state 10001 5 1 text Go"),
-                               QStringLiteral("page 10001 Main desc x") }));
+                 (QStringList{ QStringLiteral("status? 10001 5 1"), QStringLiteral("text? 10001 5 1 Go: now"),
+                               QStringLiteral("button? 10001 5 top 12"), QStringLiteral("state? 10001 5 1 text Go"),
+                               QStringLiteral("page? 10001 Main desc x") }));
 }
 
 void NetworkManagerTest::snapshotGoesToItsPanel()
@@ -434,7 +426,7 @@ void NetworkManagerTest::acknowledgementAndFeedbackInOneWrite()
     QTRY_VERIFY(m_system->told().contains(QStringLiteral("push 10001 5")));
     constexpr int kFeedbacks = 40;
     for (int state = 0; state < kFeedbacks; ++state) {
-        m_network->setRangeButtonStatus(kPanel, 5, 1, 0, state);
+        m_network->setButtonStatusRange(kPanel, 5, 1, 0, state);
     }
     m_system->unhandled.reset();
     const QByteArray acknowledgement = QByteArray::fromHex("5651 00000005 21 00000007 28 ac");

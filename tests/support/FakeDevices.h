@@ -8,7 +8,7 @@ class FakeDevices : public DeviceActions
 {
 public:
     QStringList lines;
-    int channelState = 0; // the answer to every question
+    int channelState = 0; // the answer to every question about a channel
     int unansweredMs = 0; // how long a panel is waited for in vain; 0: it answers
 
     void switchChannel(const DeviceAddress &device, PortAction action, int channel) override
@@ -48,13 +48,16 @@ public:
         add("feedbacks", deviceNumber, channels, "=", statuses);
     }
     int relayState(const DeviceAddress &, int) const override { return channelState; }
-    bool askPanelChannel(int, int) override
+    QVariant askPanel(int, const PanelQuestion &question) override
     {
+        if (question.kind != PanelQuestion::Kind::Status) {
+            return {};
+        }
         if (unansweredMs > 0) { // the world goes on meanwhile
             Clock::instance().advance(unansweredMs);
-            return false;
+            return {};
         }
-        return channelState != 0;
+        return channelState;
     }
     bool askPortChannel(const DeviceAddress &, int) override { return channelState != 0; }
     void releaseHeldOutputs() override {}

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/PanelProperties.h"
 #include "model/StructType.h"
 
 #include <QStringList>
@@ -47,4 +48,22 @@ template <class... Part>
 QString spoken(const Part &...parts)
 {
     return QStringList{ Parts::text(parts)... }.join(QLatin1Char(' '));
+}
+
+/// A question to a panel, with the fields that its kind has.
+inline QString spoken(int device, const PanelQuestion &question)
+{
+    switch (question.kind) {
+    case PanelQuestion::Kind::Status:
+        return spoken("status?", device, question.channel);
+    case PanelQuestion::Kind::Text:
+        return spoken("text?", device, question.channel, question.state);
+    case PanelQuestion::Kind::ButtonProperty:
+        return spoken("button?", device, question.channel, question.name);
+    case PanelQuestion::Kind::StateProperty:
+        return spoken("state?", device, question.channel, question.state, question.name);
+    case PanelQuestion::Kind::PageProperty:
+        return spoken("page?", device, question.page, question.name);
+    }
+    Q_UNREACHABLE();
 }

@@ -1,5 +1,5 @@
 #include "net/client/LinkClient.h"
-#include "net/link/LinkCodes.h"
+#include "net/link/LinkTable.h"
 #include <QTcpSocket>
 #include <QTimer>
 
@@ -7,39 +7,6 @@ namespace {
 constexpr int kTickMs = 200;
 constexpr int kTicksPerHeartbeat = 5;
 constexpr qint64 kReadBytes = 65536; // a turn; what is answered then leaves before the rest is read
-
-QByteArray joined(std::initializer_list<QByteArray> parts)
-{
-    QByteArray whole;
-    for (const QByteArray &part : parts) {
-        whole += whole.isNull() ? part : ':' + part;
-    }
-    return whole;
-}
-
-QByteArray decimal(int number)
-{
-    return QByteArray::number(number);
-}
-
-bool isAcknowledged(quint8 code)
-{
-    switch (code) {
-    case LinkCode::kChannelStatus:
-    case LinkCode::kListStatus:
-    case LinkCode::kLevel:
-    case LinkCode::kCommand:
-    case LinkCode::kSetProperty:
-    case LinkCode::kSetStateProperty:
-    case LinkCode::kSetPageProperty:
-    case LinkCode::kSetContainerProperty:
-    case LinkCode::kContainerCall:
-    case LinkCode::kController:
-        return true;
-    default:
-        return false;
-    }
-}
 } // namespace
 
 LinkClient::LinkClient(const Identity &identity, QObject *parent)
@@ -78,9 +45,7 @@ LinkClient::~LinkClient()
 
 void LinkClient::connectTo(const QString &host, quint16 port)
 {
-    m_parser = FrameParser();
-    m_pending.clear();
-    m_received = DuplicateFilter();
+    m_exchange = LinkExchange(m_exchange.lastMessageId());
     m_lastHeardMs = m_clock.elapsed();
     m_hasHeard = false;
     m_socket->connectToHost(host, port);
@@ -98,55 +63,50 @@ void LinkClient::abort()
 
 quint32 LinkClient::push(int channel)
 {
-    return sendMessage(LinkCode::kPush, joined({ decimal(m_identity.deviceNumber), decimal(channel), "0" }));
+    return sendMessage(LinkCode::kPush, linkBody<LinkCode::kPush>(m_identity.deviceNumber, channel, 0));
 }
 
 quint32 LinkClient::release(int channel)
 {
-    return sendMessage(LinkCode::kRelease, joined({ decimal(m_identity.deviceNumber), decimal(channel), "0" }));
+    return sendMessage(LinkCode::kRelease, linkBody<LinkCode::kRelease>(m_identity.deviceNumber, channel, 0));
 }
 
 quint32 LinkClient::reportLevel(int level, int value)
 {
     return sendMessage(LinkCode::kLevelReport,
-                       joined({ decimal(m_identity.deviceNumber), "0", decimal(level), decimal(value) }));
+                       linkBody<LinkCode::kLevelReport>(m_identity.deviceNumber, 0, level, value));
 }
 
 quint32 LinkClient::sendMessage(quint8 code, const QByteArray &body)
 {
-    if (++m_lastMessageId == 0) {
-        m_lastMessageId = 1;
-    }
-    const QByteArray frame = messageFrameBytes(code, m_lastMessageId, body);
-    m_pending.add(m_lastMessageId, frame, m_clock.elapsed());
-    m_socket->write(frame);
-    return m_lastMessageId;
+    const quint32 id = m_exchange.sendMessage(code, body, m_clock.elapsed());
+    flush();
+    return id;
 }
 
 void LinkClient::answerStatus(int channel, int status)
 {
-    sendPlain(LinkCode::kStatusReply, joined({ decimal(m_identity.deviceNumber), decimal(channel), decimal(status) }));
+    sendPlain(LinkCode::kStatusReply, linkBody<LinkCode::kStatusReply>(m_identity.deviceNumber, channel, status));
 }
 
 void LinkClient::answerText(int channel, int state, const QByteArray &text)
 {
-    sendPlain(LinkCode::kButtonTextReply, joined({ "text", decimal(channel), decimal(state), text }));
+    sendPlain(LinkCode::kButtonTextReply, linkBody<LinkCode::kButtonTextReply>(channel, state, text));
 }
 
 void LinkClient::answerProperty(int channel, const QByteArray &name, const QByteArray &value)
 {
-    sendPlain(LinkCode::kPropertyReply, joined({ "property", decimal(channel), name, value }));
+    sendPlain(LinkCode::kPropertyReply, linkBody<LinkCode::kPropertyReply>(channel, name, value));
 }
 
 void LinkClient::answerStateProperty(int channel, int state, const QByteArray &name, const QByteArray &value)
 {
-    sendPlain(LinkCode::kStatePropertyReply,
-              joined({ "stateproperty", decimal(channel), decimal(state), name, value }));
+    sendPlain(LinkCode::kStatePropertyReply, linkBody<LinkCode::kStatePropertyReply>(channel, state, name, value));
 }
 
 void LinkClient::answerPageProperty(const QByteArray &page, const QByteArray &name, const QByteArray &value)
 {
-    sendPlain(LinkCode::kPagePropertyReply, joined({ "pageproperty", page, name, value }));
+    sendPlain(LinkCode::kPagePropertyReply, linkBody<LinkCode::kPagePropertyReply>(page, name, value));
 }
 
 void LinkClient::sendTextCommand(const QByteArray &text)
@@ -156,12 +116,14 @@ void LinkClient::sendTextCommand(const QByteArray &text)
 
 void LinkClient::sendPlain(quint8 code, const QByteArray &body)
 {
-    m_socket->write(frameBytes(code, body));
+    m_exchange.sendPlain(code, body);
+    flush();
 }
 
 void LinkClient::sendFrames(const QByteArray &frames)
 {
-    m_socket->write(frames);
+    m_exchange.sendFrame(frames);
+    flush();
 }
 
 void LinkClient::readAvailable()
@@ -173,7 +135,8 @@ void LinkClient::readAvailable()
         Q_EMIT heardStranger(bytes);
     }
     m_hasHeard = m_hasHeard || !bytes.isEmpty();
-    const std::vector<Frame> frames = m_parser.feed(bytes);
+    // Taken out: who hears of one may connect anew.
+    const std::vector<Frame> frames = std::move(m_exchange.cut(bytes.constData(), bytes.size()));
     for (const Frame &frame : frames) {
         if (frame.checksumOk) {
             takeFrame(frame);
@@ -185,8 +148,8 @@ void LinkClient::takeFrame(const Frame &frame)
 {
     switch (frame.code) {
     case LinkCode::kIdentify:
-        sendPlain(LinkCode::kHandshake, joined({ decimal(m_identity.type), decimal(m_identity.deviceNumber),
-                                                 m_identity.name, m_identity.version }));
+        sendPlain(LinkCode::kHandshake, linkBody<LinkCode::kHandshake>(m_identity.type, m_identity.deviceNumber,
+                                                                       m_identity.name, m_identity.version));
         if (!m_isIntroduced) {
             m_isIntroduced = true;
             Q_EMIT introduced();
@@ -195,7 +158,7 @@ void LinkClient::takeFrame(const Frame &frame)
     case LinkCode::kHeartbeatAnswer:
         return;
     case LinkCode::kAcknowledgement:
-        if (const auto id = messageIdOf(frame.body); id && m_pending.acknowledge(*id)) {
+        if (const std::optional<quint32> id = m_exchange.takeAcknowledgement(frame)) {
             Q_EMIT acknowledged(*id);
         }
         return;
@@ -207,16 +170,14 @@ void LinkClient::takeFrame(const Frame &frame)
 
 void LinkClient::takeControllerFrame(const Frame &frame)
 {
-    if (!isAcknowledged(frame.code)) {
+    if (!isConfirmed<LinkMessageRow::To::Peer>(frame.code)) {
         Q_EMIT received(decodeLinkMessage(frame.code, frame.body));
         return;
     }
-    if (const auto id = messageIdOf(frame.body)) {
-        constexpr int idSize = sizeof *id;
-        sendPlain(LinkCode::kAcknowledgement, frame.body.left(idSize));
-        if (m_received.isNew(*id, m_clock.elapsed())) {
-            Q_EMIT received(decodeLinkMessage(frame.code, frame.body.mid(idSize)));
-        }
+    const std::optional<QByteArray> body = m_exchange.takeMessage(frame, m_clock.elapsed());
+    flush();
+    if (body) {
+        Q_EMIT received(decodeLinkMessage(frame.code, *body));
     }
 }
 
@@ -225,10 +186,17 @@ void LinkClient::tick()
     if (m_sendsHeartbeats && m_ticks++ % kTicksPerHeartbeat == 0) {
         sendPlain(LinkCode::kHeartbeat, QByteArray());
     }
-    if (const int count = m_pending.forgetOld(m_clock.elapsed()); count > 0) {
+    if (const int count = m_exchange.forgetOld(m_clock.elapsed()); count > 0) {
         Q_EMIT abandoned(count);
     }
-    if (const QByteArray due = m_pending.dueFrames(m_clock.elapsed()); !due.isEmpty()) {
-        m_socket->write(due);
+    m_exchange.sendAgain(m_clock.elapsed());
+    flush();
+}
+
+void LinkClient::flush()
+{
+    if (OutBuffer &output = m_exchange.output(); !output.isEmpty()) {
+        m_socket->write(output.data(), output.size());
+        output.clear();
     }
 }

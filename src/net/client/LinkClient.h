@@ -1,8 +1,6 @@
 #pragma once
-#include "base/Frame.h"
 #include "net/client/LinkMessage.h"
-#include "net/link/DuplicateFilter.h"
-#include "net/link/ResendTable.h"
+#include "net/link/LinkExchange.h"
 #include <QElapsedTimer>
 #include <QObject>
 #include <QString>
@@ -32,7 +30,7 @@ public:
     ~LinkClient() override;
 
     bool isIntroduced() const { return m_isIntroduced; }
-    int pendingMessages() const { return m_pending.pending(); } // sent and not acknowledged yet
+    int pendingMessages() const { return m_exchange.pendingMessages(); } // sent and not acknowledged yet
     bool isConnected() const { return m_isConnected; }
     int deviceNumber() const { return m_identity.deviceNumber; }
     qint64 silentMs() const { return m_clock.elapsed() - m_lastHeardMs; } // since the controller sent something
@@ -73,15 +71,13 @@ private:
     void takeFrame(const Frame &frame);
     void takeControllerFrame(const Frame &frame);
     void tick();
+    void flush();
 
     const Identity m_identity;
     QTcpSocket *m_socket = nullptr; // Qt child
     QTimer *m_timer = nullptr;      // Qt child; every 200 ms while connected
     QElapsedTimer m_clock;
-    FrameParser m_parser;
-    ResendTable m_pending;
-    DuplicateFilter m_received;
-    quint32 m_lastMessageId = 0;
+    LinkExchange m_exchange;
     qint64 m_lastHeardMs = 0;
     int m_ticks = 0;
     bool m_isConnected = false;

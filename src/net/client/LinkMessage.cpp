@@ -1,63 +1,20 @@
 #include "net/client/LinkMessage.h"
-#include "net/link/LinkCodes.h"
+#include "net/link/LinkTable.h"
 #include <QDataStream>
 #include <QList>
 
 #include <algorithm>
-#include <array>
 
 namespace {
 using Kind = LinkMessage::Kind;
 
-/// A body of text fields joined by ":"; the last one named takes the rest, with any ":" in it.
-struct Layout
+void decodeFields(const LinkMessageRow &row, LinkMessage &message)
 {
-    quint8 code;
-    Kind kind;
-    const char *prefix; // with its ":"; may be empty
-    std::array<const char *, 4> fields;
-};
-
-constexpr Layout kLayouts[] = {
-    { LinkCode::kInformation, Kind::Information, "", { "text" } },
-    { LinkCode::kTextReply, Kind::TextReply, "", { "text" } },
-    { LinkCode::kCommand, Kind::Command, "", { "text" } },
-    { LinkCode::kStatusQuery, Kind::StatusQuery, "", { "channel" } },
-    { LinkCode::kTextQuery, Kind::TextQuery, "text:", { "channel", "state" } },
-    { LinkCode::kPropertyQuery, Kind::PropertyQuery, "property:", { "channel", "property" } },
-    { LinkCode::kStatePropertyQuery, Kind::StatePropertyQuery, "stateproperty:", { "channel", "state", "property" } },
-    { LinkCode::kPagePropertyQuery, Kind::PagePropertyQuery, "pageproperty:", { "page", "property" } },
-    { LinkCode::kListStatus, Kind::ListStatus, "", { "channel", "status", "channels" } },
-    { LinkCode::kSetProperty, Kind::SetProperty, "setproperty:", { "channels", "property", "value" } },
-    { LinkCode::kSetStateProperty,
-      Kind::SetStateProperty,
-      "setstateproperty:",
-      { "channels", "property", "state", "value" } },
-    { LinkCode::kSetPageProperty, Kind::SetPageProperty, "setpageproperty:", { "page", "property", "value" } },
-    { LinkCode::kSetContainerProperty,
-      Kind::SetContainerProperty,
-      "setcontainerproperty:",
-      { "channels", "property", "value" } },
-    { LinkCode::kContainerCall, Kind::ContainerCall, "containercall:", { "channels", "method", "value" } },
-};
-
-void decodeLayout(const Layout &layout, LinkMessage &message)
-{
-    if (!message.body.startsWith(layout.prefix)) {
-        return;
+    const std::vector<QByteArray> values = linkFields(row, message.body);
+    for (size_t index = 0; index < values.size(); ++index) {
+        message.fields.emplace_back(row.fields.at(index), values[index]);
+        message.kind = static_cast<Kind>(row.code);
     }
-    QByteArray rest = message.body.mid(static_cast<int>(qstrlen(layout.prefix)));
-    const auto count = std::count_if(layout.fields.begin(), layout.fields.end(), [](auto *name) { return name; });
-    for (int index = 0; index < count; ++index) {
-        const int colon = index + 1 < count ? rest.indexOf(':') : rest.size();
-        if (colon < 0) {
-            message.fields.clear();
-            return;
-        }
-        message.fields.emplace_back(layout.fields.at(static_cast<size_t>(index)), rest.left(colon));
-        rest.remove(0, colon + 1);
-    }
-    message.kind = layout.kind;
 }
 
 void decodePairs(Kind kind, LinkMessage &message)
@@ -124,49 +81,11 @@ QVector<qint64> LinkMessage::channels() const
 
 const char *linkMessageKindName(LinkMessage::Kind kind)
 {
-    switch (kind) {
-    case Kind::Information:
-        return "information";
-    case Kind::MonitorLine:
-        return "monitor-line";
-    case Kind::TextReply:
-        return "reply";
-    case Kind::StatusQuery:
-        return "status-query";
-    case Kind::TextQuery:
-        return "text-query";
-    case Kind::PropertyQuery:
-        return "property-query";
-    case Kind::StatePropertyQuery:
-        return "state-property-query";
-    case Kind::PagePropertyQuery:
-        return "page-property-query";
-    case Kind::RangeStatus:
-        return "feedback";
-    case Kind::ChannelStatuses:
+    if (kind == Kind::ChannelStatuses) {
         return "feedback-channels";
-    case Kind::ListStatus:
-        return "feedback-list";
-    case Kind::Levels:
-        return "level";
-    case Kind::Command:
-        return "command";
-    case Kind::SetProperty:
-        return "set-property";
-    case Kind::SetStateProperty:
-        return "set-state-property";
-    case Kind::SetPageProperty:
-        return "set-page-property";
-    case Kind::SetContainerProperty:
-        return "set-container-property";
-    case Kind::ContainerCall:
-        return "container-call";
-    case Kind::Snapshot:
-        return "snapshot";
-    case Kind::Other:
-        return "other";
     }
-    Q_UNREACHABLE();
+    const LinkMessageRow *const row = findLinkMessage(static_cast<quint8>(kind), LinkMessageRow::To::Peer);
+    return row ? row->name : "other";
 }
 
 LinkMessage decodeLinkMessage(quint8 code, const QByteArray &body)
@@ -182,12 +101,8 @@ LinkMessage decodeLinkMessage(quint8 code, const QByteArray &body)
         decodeMonitorLine(message);
     } else if (code == LinkCode::kSnapshot) {
         message.kind = Kind::Snapshot;
-    } else {
-        const auto *const layout = std::find_if(std::begin(kLayouts), std::end(kLayouts),
-                                                [code](const Layout &row) { return row.code == code; });
-        if (layout != std::end(kLayouts)) {
-            decodeLayout(*layout, message);
-        }
+    } else if (const LinkMessageRow *const row = findLinkMessage(code, LinkMessageRow::To::Peer)) {
+        decodeFields(*row, message);
     }
     return message;
 }

@@ -1,4 +1,5 @@
 #pragma once
+#include "net/link/LinkCodes.h"
 #include <QByteArray>
 #include <QPair>
 #include <QVector>
@@ -9,35 +10,36 @@
 /// What a controller has sent to a peer, taken apart. Used by tools and tests; the controller itself never needs it.
 struct LinkMessage
 {
-    enum class Kind {
-        Information,          // field: text
-        MonitorLine,          // fields: type, text
-        TextReply,            // field: text
-        StatusQuery,          // channel
-        TextQuery,            // channel, state
-        PropertyQuery,        // channel, property
-        StatePropertyQuery,   // channel, state, property
-        PagePropertyQuery,    // page, property
-        RangeStatus,          // channel, status, first, last; first and last are 0 for a single channel
-        ChannelStatuses,      // pairs of channel and status
-        ListStatus,           // channel, status, channels (joined by ",")
-        Levels,               // pairs of level code and level
-        Command,              // text
-        SetProperty,          // channels, property, value
-        SetStateProperty,     // channels, property, state, value
-        SetPageProperty,      // page, property, value
-        SetContainerProperty, // channels, property, value
-        ContainerCall,        // channels, method, value
-        Snapshot,             // none; decodeSnapshot reads the body
-        Other,                // none: unknown code, or a body that does not fit
+    /// The codes of the table of link messages, and two more.
+    enum class Kind : quint8 {
+        Information = LinkCode::kInformation,
+        MonitorLine = LinkCode::kMonitorLine, // fields: type, text
+        TextReply = LinkCode::kTextReply,
+        StatusQuery = LinkCode::kStatusQuery,
+        TextQuery = LinkCode::kTextQuery,
+        PropertyQuery = LinkCode::kPropertyQuery,
+        StatePropertyQuery = LinkCode::kStatePropertyQuery,
+        PagePropertyQuery = LinkCode::kPagePropertyQuery,
+        RangeStatus = LinkCode::kChannelStatus, // channel, status, first, last; the last two are 0 for a single channel
+        ListStatus = LinkCode::kListStatus,
+        Levels = LinkCode::kLevel, // pairs of level code and level
+        Command = LinkCode::kCommand,
+        SetProperty = LinkCode::kSetProperty,
+        SetStateProperty = LinkCode::kSetStateProperty,
+        SetPageProperty = LinkCode::kSetPageProperty,
+        SetContainerProperty = LinkCode::kSetContainerProperty,
+        ContainerCall = LinkCode::kContainerCall,
+        Snapshot = LinkCode::kSnapshot, // none; decodeSnapshot reads the body
+        ChannelStatuses = 0xFF,         // of kChannelStatus too: pairs of channel and status
+        Other = 0,                      // none: unknown code, or a body that does not fit
     };
     using Pair = QPair<qint64, qint64>;
     using Field = std::pair<QByteArray, QByteArray>; // name and value
 
     Kind kind = Kind::Other;
     quint8 code = 0;
-    QByteArray body; // whole, without the message id
-    std::vector<Field> fields;
+    QByteArray body;           // whole, without the message id
+    std::vector<Field> fields; // as the table of link messages names them
     QVector<Pair> pairs;
 
     QByteArray field(const char *name) const; // empty when there is none

@@ -1,8 +1,9 @@
 #include "net/link/LinkEvents.h"
-#include "net/link/LinkCodes.h"
+#include "net/link/LinkTable.h"
 
 #include <algorithm>
 #include <limits>
+#include <string_view>
 
 namespace {
 /// Reads numbers separated by ":"; empty fields vanish. A field that is not a number counts as far as it is one.
@@ -43,44 +44,25 @@ private:
     QByteArray::const_iterator m_end;
 };
 
-/// Takes the text up to the next ":" off the front of rest; nothing when there is no ":".
-std::optional<QByteArray> takeField(QByteArray &rest)
+std::optional<int> wholeNumber(const QByteArray &field)
 {
-    const int colon = rest.indexOf(':');
-    if (colon < 0) {
-        return std::nullopt;
-    }
-    QByteArray field = rest.left(colon);
-    rest.remove(0, colon + 1);
-    return field;
-}
-
-std::optional<int> takeNumberField(QByteArray &rest)
-{
-    const std::optional<QByteArray> field = takeField(rest);
     bool converts = false;
-    const int value = field ? field->toInt(&converts) : 0;
+    const int value = field.toInt(&converts);
     return converts ? std::optional(value) : std::nullopt;
 }
 
-bool takePrefix(QByteArray &rest, const char *prefix)
+std::optional<LinkEvent> parseHandshake(const QByteArray &body)
 {
-    if (!rest.startsWith(prefix)) {
-        return false;
-    }
-    rest.remove(0, static_cast<int>(qstrlen(prefix)));
-    return true;
-}
-
-std::optional<LinkEvent> parseHandshake(QByteArray rest)
-{
-    const std::optional<int> type = takeNumberField(rest);
-    const std::optional<int> number = takeNumberField(rest);
-    const std::optional<QByteArray> name = takeField(rest);
-    if (!type || !number || !name || *type < 0 || *number < 0) {
+    const std::vector<QByteArray> fields = linkFields(linkMessage<LinkCode::kHandshake>(), body);
+    if (fields.empty()) {
         return std::nullopt;
     }
-    return PeerIntroduced{ *type, *number, -1, *name, rest };
+    const int type = wholeNumber(fields[0]).value_or(-1);
+    const int number = wholeNumber(fields[1]).value_or(-1);
+    if (type < 0 || number < 0) {
+        return std::nullopt;
+    }
+    return PeerIntroduced{ type, number, -1, fields[2], fields[3] };
 }
 
 std::optional<LinkEvent> parseButton(bool isPressed, const QByteArray &body)
@@ -117,74 +99,42 @@ std::optional<LinkEvent> parseStatus(const QByteArray &body)
     if (!device || !channel || !status) {
         return std::nullopt;
     }
-    return StatusReply{ *device, *channel, *status };
+    return PanelAnswer{ { PanelQuestion::Kind::Status, *channel }, *status, *device };
 }
 
-std::optional<LinkEvent> parseButtonText(QByteArray rest)
+/// A text, or a property of one of these; the last field is the value.
+std::optional<LinkEvent> parseAnswer(const LinkMessageRow &row, PanelQuestion::Kind kind,
+                                     std::optional<PropertyKind> properties, const QByteArray &body)
 {
-    if (!takePrefix(rest, "text:")) {
+    const std::vector<QByteArray> fields = linkFields(row, body);
+    PanelQuestion question{ kind };
+    for (size_t index = 0; index < fields.size(); ++index) {
+        const std::string_view name = row.fields.at(index);
+        if (name == "page") {
+            question.page = fields[index];
+        } else if (name == "property") {
+            question.name = fields[index];
+        } else if (name == "channel" || name == "state") {
+            const std::optional<int> number = wholeNumber(fields[index]);
+            if (!number) {
+                return std::nullopt;
+            }
+            (name == "channel" ? question.channel : question.state) = *number;
+        }
+    }
+    const auto type = properties ? panelPropertyType(*properties, question.name) : PropertyType::Text;
+    if (fields.empty() || !type) {
         return std::nullopt;
     }
-    const auto channel = takeNumberField(rest);
-    const auto state = takeNumberField(rest);
-    if (!channel || !state) {
-        return std::nullopt;
-    }
-    return ButtonTextReply{ *channel, *state, rest };
-}
-
-std::optional<LinkEvent> finishProperty(PropertyReply reply, QByteArray rest)
-{
-    const std::optional<QByteArray> name = takeField(rest);
-    const auto type = name ? panelPropertyType(reply.kind, *name) : std::nullopt;
-    if (!type) {
-        return std::nullopt;
-    }
-    reply.name = *name;
-    reply.value = *type == PropertyType::Text ? QVariant(rest) : QVariant(static_cast<qint64>(rest.toLongLong()));
-    return reply;
-}
-
-std::optional<LinkEvent> parseProperty(QByteArray rest)
-{
-    PropertyReply reply;
-    const auto channel = takePrefix(rest, "property:") ? takeNumberField(rest) : std::nullopt;
-    if (!channel) {
-        return std::nullopt;
-    }
-    reply.channel = *channel;
-    return finishProperty(reply, rest);
-}
-
-std::optional<LinkEvent> parseStateProperty(QByteArray rest)
-{
-    PropertyReply reply;
-    reply.kind = PropertyKind::State;
-    const auto channel = takePrefix(rest, "stateproperty:") ? takeNumberField(rest) : std::nullopt;
-    const auto state = channel ? takeNumberField(rest) : std::nullopt;
-    if (!state) {
-        return std::nullopt;
-    }
-    reply.channel = *channel;
-    reply.stateIndex = *state;
-    return finishProperty(reply, rest);
-}
-
-std::optional<LinkEvent> parsePageProperty(QByteArray rest)
-{
-    PropertyReply reply;
-    reply.kind = PropertyKind::Page;
-    const auto page = takePrefix(rest, "pageproperty:") ? takeField(rest) : std::nullopt;
-    if (!page) {
-        return std::nullopt;
-    }
-    reply.page = *page;
-    return finishProperty(reply, rest);
+    return PanelAnswer{ question, *type == PropertyType::Text
+                                      ? QVariant(fields.back())
+                                      : QVariant(static_cast<qint64>(fields.back().toLongLong())) };
 }
 } // namespace
 
 std::optional<LinkEvent> parseLinkEvent(quint8 code, const QByteArray &body)
 {
+    using Kind = PanelQuestion::Kind;
     switch (code) {
     case LinkCode::kHandshake:
         return parseHandshake(body);
@@ -197,13 +147,14 @@ std::optional<LinkEvent> parseLinkEvent(quint8 code, const QByteArray &body)
     case LinkCode::kStatusReply:
         return parseStatus(body);
     case LinkCode::kButtonTextReply:
-        return parseButtonText(body);
+        return parseAnswer(linkMessage<LinkCode::kButtonTextReply>(), Kind::Text, std::nullopt, body);
     case LinkCode::kPropertyReply:
-        return parseProperty(body);
+        return parseAnswer(linkMessage<LinkCode::kPropertyReply>(), Kind::ButtonProperty, PropertyKind::Button, body);
     case LinkCode::kStatePropertyReply:
-        return parseStateProperty(body);
+        return parseAnswer(linkMessage<LinkCode::kStatePropertyReply>(), Kind::StateProperty, PropertyKind::State,
+                           body);
     case LinkCode::kPagePropertyReply:
-        return parsePageProperty(body);
+        return parseAnswer(linkMessage<LinkCode::kPagePropertyReply>(), Kind::PageProperty, PropertyKind::Page, body);
     case LinkCode::kInformationRequest:
         return InformationRequest();
     case LinkCode::kTextCommand:

@@ -34,28 +34,11 @@ struct LevelReport
     int value = 0;
 };
 
-struct StatusReply
+struct PanelAnswer
 {
-    int device = 0;
-    int channel = 0;
-    int status = 0;
-};
-
-struct ButtonTextReply
-{
-    int channel = 0;
-    int stateIndex = 0;
-    QByteArray text;
-};
-
-struct PropertyReply
-{
-    PropertyKind kind = PropertyKind::Button; // Button, State or Page
-    int channel = 0;                          // not of a page
-    int stateIndex = 0;                       // of a state only
-    QByteArray page;                          // of a page only
-    QByteArray name;
-    QVariant value; // QByteArray for a text property, else qint64
+    PanelQuestion question;
+    QVariant value;  // of a status an int, of a text a QByteArray, of a property as its type says
+    int device = -1; // that a status names; -1: the panel itself
 };
 
 struct InformationRequest
@@ -76,8 +59,8 @@ struct OtherFrame // of a code that the session does not know; its checksum is r
     Frame frame;
 };
 
-using LinkEvent = std::variant<PeerIntroduced, ButtonReport, LevelReport, StatusReply, ButtonTextReply, PropertyReply,
-                               InformationRequest, TextCommand, ControllerMessage, OtherFrame>;
+using LinkEvent = std::variant<PeerIntroduced, ButtonReport, LevelReport, PanelAnswer, InformationRequest, TextCommand,
+                               ControllerMessage, OtherFrame>;
 
 /// Reads the body of a frame, without its message id where the code has one. Nothing when the body is malformed:
 /// fields missing, a negative number where none may be, an unknown property.

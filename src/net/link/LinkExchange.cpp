@@ -1,5 +1,5 @@
 #include "net/link/LinkExchange.h"
-#include "net/link/LinkCodes.h"
+#include "net/link/LinkTable.h"
 
 std::vector<Frame> &LinkExchange::cut(const char *bytes, int count)
 {
@@ -8,28 +8,27 @@ std::vector<Frame> &LinkExchange::cut(const char *bytes, int count)
     return m_frames;
 }
 
-void LinkExchange::sendMessage(quint8 code, const QByteArray &body, qint64 nowMs)
+quint32 LinkExchange::sendMessage(quint8 code, const QByteArray &body, qint64 nowMs)
 {
     const quint32 id = nextMessageId();
     const QByteArray frame = messageFrameBytes(code, id, body);
     m_pending.add(id, frame, nowMs);
     sendFrame(frame);
+    return id;
 }
 
 void LinkExchange::sendLevel(int levelCode, int level, qint64 nowMs)
 {
     const quint32 id = nextMessageId();
-    const QByteArray body = QByteArray::number(levelCode) + ':' + QByteArray::number(level);
-    const QByteArray frame = messageFrameBytes(LinkCode::kLevel, id, body);
+    const QByteArray frame = messageFrameBytes(LinkCode::kLevel, id, linkBody<LinkCode::kLevel>(levelCode, level));
     m_pending.addLevel(id, levelCode, frame, nowMs);
     sendFrame(frame);
 }
 
-void LinkExchange::takeAcknowledgement(const Frame &frame)
+std::optional<quint32> LinkExchange::takeAcknowledgement(const Frame &frame)
 {
-    if (const std::optional<quint32> id = messageIdOf(frame.body)) {
-        m_pending.acknowledge(*id);
-    }
+    const std::optional<quint32> id = messageIdOf(frame.body);
+    return id && m_pending.acknowledge(*id) ? id : std::nullopt;
 }
 
 std::optional<QByteArray> LinkExchange::takeMessage(const Frame &frame, qint64 nowMs)

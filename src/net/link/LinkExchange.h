@@ -26,6 +26,7 @@ public:
 
     OutBuffer &output() { return m_output; }
     const OutBuffer &output() const { return m_output; }
+    quint32 lastMessageId() const { return m_lastMessageId; }
     int pendingMessages() const { return m_pending.pending(); }
     qint64 pendingBytes() const { return m_pending.bytes(); }
     qint64 heldBytes() const { return m_output.size() + m_pending.bytes() + m_parser.heldBytes(); } // for the peer
@@ -36,15 +37,15 @@ public:
 
     void sendFrame(const QByteArray &frame) { m_output.append(frame); } // a whole one
     void sendPlain(quint8 code, const QByteArray &body) { sendFrame(frameBytes(code, body)); }
-    void sendMessage(quint8 code, const QByteArray &body, qint64 nowMs);
+    quint32 sendMessage(quint8 code, const QByteArray &body, qint64 nowMs); // its id
     void sendLevel(int levelCode, int level, qint64 nowMs); // replaces an unconfirmed one of the same level
 
-    void takeAcknowledgement(const Frame &frame);
+    std::optional<quint32> takeAcknowledgement(const Frame &frame); // of a message that was pending
 
     /// Confirms a message. Its body without the id when it is new; nothing when it came before or has no whole id.
     std::optional<QByteArray> takeMessage(const Frame &frame, qint64 nowMs);
 
-    void forgetOld(qint64 nowMs) { m_pending.forgetOld(nowMs); }
+    int forgetOld(qint64 nowMs) { return m_pending.forgetOld(nowMs); } // how many the peer has not confirmed in 5 s
     void sendAgain(qint64 nowMs); // what is due, unless earlier bytes still wait in output()
 
 private:

@@ -1,9 +1,9 @@
 #pragma once
+#include "base/PanelProperties.h"
 #include "io/HostNetwork.h"
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
-#include <QVariant>
 
 #include <functional>
 #include <memory>
@@ -31,19 +31,12 @@ public:
     virtual bool isFull() const { return false; }
 };
 
-/// Answers of panels to the program's queries, and a tool's question for an IR code. Called on the main thread.
-/// A property value holds a QByteArray for a text property, otherwise a qint64.
+/// Answers of panels to the program's questions, and a tool's question for an IR code. Called on the main thread.
 class PanelReplies
 {
 public:
     virtual ~PanelReplies() = default;
-    virtual void gotButtonStatus(int deviceId, int channelCode, int status) = 0;
-    virtual void gotButtonText(int deviceId, int channelCode, int stateIndex, const QByteArray &text) = 0;
-    virtual void gotButtonProperty(int deviceId, int channelCode, const QByteArray &name, const QVariant &value) = 0;
-    virtual void gotPageProperty(int deviceId, const QByteArray &page, const QByteArray &name,
-                                 const QVariant &value) = 0;
-    virtual void gotButtonStateProperty(int deviceId, int channelCode, int stateIndex, const QByteArray &name,
-                                        const QVariant &value) = 0;
+    virtual void panelAnswered(int deviceId, const PanelQuestion &question, const QVariant &value) = 0;
     virtual void queryIRCode(int number) = 0; // answered through NetworkManager::sendIrCode
 };
 

@@ -1,4 +1,5 @@
 #include "net/link/LinkSession.h"
+#include "net/link/LinkTable.h"
 
 #include <algorithm>
 #include <utility>
@@ -68,16 +69,12 @@ void LinkSession::takeFrame(const Frame &frame, qint64 nowMs, std::vector<LinkEv
     case LinkCode::kAcknowledgement:
         m_exchange.takeAcknowledgement(frame);
         return;
-    case LinkCode::kPush:
-    case LinkCode::kRelease:
-    case LinkCode::kLevelReport:
-    case LinkCode::kController:
-        if (const std::optional<QByteArray> body = m_exchange.takeMessage(frame, nowMs)) {
+    default:
+        if (!isConfirmed<LinkMessageRow::To::Controller>(frame.code)) {
+            addEvent(frame.code, frame.body, events);
+        } else if (const std::optional<QByteArray> body = m_exchange.takeMessage(frame, nowMs)) {
             addEvent(frame.code, *body, events);
         }
-        return;
-    default:
-        addEvent(frame.code, frame.body, events);
         return;
     }
 }
@@ -100,8 +97,7 @@ bool LinkSession::mayTake(quint8 code) const
 
 void LinkSession::keep(Frame &&frame)
 {
-    const bool isMessage =
-        frame.code == LinkCode::kController || (frame.code >= LinkCode::kPush && frame.code <= LinkCode::kLevelReport);
+    const bool isMessage = isConfirmed<LinkMessageRow::To::Controller>(frame.code);
     const bool isNew =
         std::none_of(m_early.begin(), m_early.end(), [&frame](const Frame &each) { return each.body == frame.body; });
     const int bytes = frame.body.size() + static_cast<int>(sizeof(Frame));

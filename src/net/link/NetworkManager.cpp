@@ -2,12 +2,8 @@
 #include "base/Messages.h"
 #include "base/Monitor.h"
 #include "base/MonitorHistory.h"
-#include "base/Overloaded.h"
-#include "base/SystemNumber.h"
 #include "io/ListenSocket.h"
-#include "net/link/LinkCodes.h"
-#include "net/link/MonitorPast.h"
-#include <QDateTime>
+#include "net/link/LinkTable.h"
 
 #include <algorithm>
 #include <limits>
@@ -16,7 +12,6 @@
 
 namespace {
 constexpr int kNoHandlersNumber = 100; // tools and controllers: no online event, no snapshot
-constexpr int kMaxPropertyBody = 4076; // panels take a message of 4096 bytes, 20 of them around the body
 constexpr int kFirstPanelNumber = 9001;
 constexpr int kLastPanelNumber = 32767;
 
@@ -35,61 +30,6 @@ int allowManyDescriptors()
     return static_cast<int>(std::min<rlim_t>(limit.rlim_cur, std::numeric_limits<int>::max()) / 4 * 3);
 }
 
-void sayFailed(SocketClient &client, const LinkServices::Problem &problem)
-{
-    if (problem) {
-        client.sendPlain(LinkCode::kTextReply, "failed:" + problem->toUtf8());
-    }
-}
-
-/// The parts joined by ":".
-template <class First, class... More>
-QByteArray fields(const First &first, const More &...more)
-{
-    const auto text = [](const auto &part) {
-        if constexpr (std::is_convertible_v<decltype(part), QByteArray>) {
-            return QByteArray(part);
-        } else {
-            return QByteArray::number(part);
-        }
-    };
-    QByteArray joined = text(first);
-    ((joined += ':', joined += text(more)), ...);
-    return joined;
-}
-
-template <class Number>
-QByteArray joinedNumbers(const QVector<Number> &numbers)
-{
-    QByteArray joined;
-    for (const Number number : numbers) {
-        if (!joined.isEmpty()) {
-            joined += ',';
-        }
-        joined += QByteArray::number(number);
-    }
-    return joined;
-}
-
-/// Key and value in turn, all joined by ":"; a value that is missing is 0.
-QByteArray joinedPairs(const QVector<qint64> &keys, const QVector<qint64> &values)
-{
-    QByteArray joined;
-    for (int index = 0; index < keys.size(); ++index) {
-        if (index > 0) {
-            joined += ':';
-        }
-        joined += fields(keys.at(index), values.value(index));
-    }
-    return joined;
-}
-
-QByteArray propertyText(PropertyKind kind, const QByteArray &name, const QVariant &value)
-{
-    return panelPropertyType(kind, name) == PropertyType::Text ? value.toByteArray()
-                                                               : QByteArray::number(value.toLongLong());
-}
-
 void notify(const QString &text)
 {
     monitorLog(MonitorMessageType::Connection, text);
@@ -99,6 +39,7 @@ void notify(const QString &text)
 NetworkManager::NetworkManager(const LinkHooks &hooks, QObject *parent)
     : QObject(parent)
     , m_hooks(hooks)
+    , m_requests(hooks, m_registry, m_backlog)
 {
     // Direct: a line reaches the tools also while a program keeps the main thread busy.
     connect(&NotificationCenter::instance(), &NotificationCenter::line, this, &NetworkManager::sendMonitorLine,
@@ -112,7 +53,7 @@ NetworkManager::~NetworkManager()
 
 void NetworkManager::setMonitorHistory(MonitorHistory &history)
 {
-    m_history = &history;
+    m_requests.setMonitorHistory(history);
     disconnect(&NotificationCenter::instance(), nullptr, this, nullptr);
     connect(&history, &MonitorHistory::line, this, &NetworkManager::sendMonitorLine, Qt::DirectConnection);
 }
@@ -158,50 +99,36 @@ void NetworkManager::stop()
     m_port = 0;
 }
 
-void NetworkManager::queryButtonStatus(int deviceId, int channelCode)
+void NetworkManager::askPanel(int deviceId, const PanelQuestion &question)
 {
-    sendPlain(deviceId, LinkCode::kStatusQuery, fields(channelCode));
+    send(deviceId, PanelMessages::question(question));
 }
 
-void NetworkManager::queryButtonText(int deviceId, int channelCode, int stateIndex)
+void NetworkManager::setOnPanel(int deviceId, const PanelSetting &setting)
 {
-    sendPlain(deviceId, LinkCode::kTextQuery, fields("text", channelCode, stateIndex));
-}
-
-void NetworkManager::queryButtonProperty(int deviceId, int channelCode, const QByteArray &name)
-{
-    sendPlain(deviceId, LinkCode::kPropertyQuery, fields("property", channelCode, name));
-}
-
-void NetworkManager::queryButtonStateProperty(int deviceId, int channelCode, int stateIndex, const QByteArray &name)
-{
-    sendPlain(deviceId, LinkCode::kStatePropertyQuery, fields("stateproperty", channelCode, stateIndex, name));
-}
-
-void NetworkManager::queryPageProperty(int deviceId, const QByteArray &page, const QByteArray &name)
-{
-    sendPlain(deviceId, LinkCode::kPagePropertyQuery, fields("pageproperty", page, name));
-}
-
-void NetworkManager::setRangeButtonStatus(int deviceId, int channelCode, int status, int first, int last)
-{
-    const QByteArray range = QByteArray::number(first) + '-' + QByteArray::number(last);
-    sendMessage(deviceId, LinkCode::kChannelStatus, fields(channelCode, status, range));
-}
-
-void NetworkManager::setRangeButtonStatusVals(int deviceId, const QVector<qint64> &channelCodes,
-                                              const QVector<qint64> &statuses)
-{
-    if (channelCodes.size() == 1) {
-        sendMessage(deviceId, LinkCode::kChannelStatus, fields(channelCodes.first(), statuses.value(0), "0-0"));
-    } else if (!channelCodes.isEmpty()) {
-        sendMessage(deviceId, LinkCode::kChannelStatus, joinedPairs(channelCodes, statuses));
+    const PanelMessages::Message message = PanelMessages::setting(setting);
+    if (const char *const problem = PanelMessages::problemOf(setting, message)) {
+        Q_EMIT programError(translated(problem));
+    } else {
+        send(deviceId, message);
     }
 }
 
-void NetworkManager::setListButtonStatus(int deviceId, int channelCode, int status, const QVector<int> &buttons)
+void NetworkManager::setButtonStatusRange(int deviceId, int channel, int status, int first, int last)
 {
-    sendMessage(deviceId, LinkCode::kListStatus, fields(channelCode, status, joinedNumbers(buttons)));
+    send(deviceId, PanelMessages::statusRange(channel, status, first, last));
+}
+
+void NetworkManager::setButtonStatusList(int deviceId, int channel, int status, const QVector<int> &channels)
+{
+    send(deviceId, PanelMessages::statusList(channel, status, channels));
+}
+
+void NetworkManager::setButtonStatuses(int deviceId, const QVector<qint64> &channels, const QVector<qint64> &statuses)
+{
+    if (!channels.isEmpty()) {
+        send(deviceId, PanelMessages::statuses(channels, statuses));
+    }
 }
 
 void NetworkManager::sendLevel(int deviceId, int levelCode, int level)
@@ -209,101 +136,14 @@ void NetworkManager::sendLevel(int deviceId, int levelCode, int level)
     m_registry.visitNumber(deviceId, [&](SocketClient &client) { client.sendLevel(levelCode, level); });
 }
 
-void NetworkManager::sendLevels(int deviceId, const QVector<qint64> &levelCodes, const QVector<qint64> &levels)
+void NetworkManager::sendLevels(int deviceId, const QVector<qint64> &codes, const QVector<qint64> &levels)
 {
-    sendMessage(deviceId, LinkCode::kLevel, joinedPairs(levelCodes, levels));
+    send(deviceId, PanelMessages::levels(codes, levels));
 }
 
 void NetworkManager::sendCommand(int deviceId, const QByteArray &data)
 {
-    sendMessage(deviceId, LinkCode::kCommand, data);
-}
-
-void NetworkManager::setButtonProperty(int deviceId, const QVector<qint64> &channelCodes, const QByteArray &name,
-                                       const QVariant &value)
-{
-    const QByteArray body = fields("setproperty", joinedNumbers(channelCodes), name,
-                                   propertyText(PropertyKind::SettableButton, name, value));
-    if (isSendable(body, QT_TRANSLATE_NOOP("messages", "Too long message in set_button_property function"))) {
-        sendMessage(deviceId, LinkCode::kSetProperty, body);
-    }
-}
-
-void NetworkManager::setButtonStateProperty(int deviceId, const QVector<qint64> &channelCodes, const QByteArray &name,
-                                            int stateIndex, const QVariant &value)
-{
-    const QByteArray body = fields("setstateproperty", joinedNumbers(channelCodes), name, stateIndex,
-                                   propertyText(PropertyKind::State, name, value));
-    if (isSendable(body, QT_TRANSLATE_NOOP("messages", "Too long message in set_button_state_property function"))) {
-        sendMessage(deviceId, LinkCode::kSetStateProperty, body);
-    }
-}
-
-void NetworkManager::setPageProperty(int deviceId, const QByteArray &page, const QByteArray &name,
-                                     const QVariant &value)
-{
-    sendMessage(deviceId, LinkCode::kSetPageProperty,
-                fields("setpageproperty", page, name, propertyText(PropertyKind::SettablePage, name, value)));
-}
-
-void NetworkManager::setContainerProperty(int deviceId, const QVector<qint64> &channelCodes, const QByteArray &name,
-                                          const QByteArray &data)
-{
-    const QByteArray body = fields("setcontainerproperty", joinedNumbers(channelCodes), name, data);
-    if (isSendable(body, QT_TRANSLATE_NOOP("messages", "Too long message in set_container_property function"))) {
-        sendMessage(deviceId, LinkCode::kSetContainerProperty, body);
-    }
-}
-
-void NetworkManager::containerCall(int deviceId, const QVector<qint64> &channelCodes, const QByteArray &method,
-                                   const QByteArray &data)
-{
-    const QByteArray body = fields("containercall", joinedNumbers(channelCodes), method, data);
-    if (isSendable(body, QT_TRANSLATE_NOOP("messages", "Too long message in container_call function"))) {
-        sendMessage(deviceId, LinkCode::kContainerCall, body);
-    }
-}
-
-LinkServices::Problem NetworkManager::changeSystemNumber(int number)
-{
-    if (!isSystemNumber(number)) {
-        return std::nullopt;
-    }
-    const LinkServices::Problem problem = m_hooks.services.setSystemNumber(number);
-    m_registry.visitType(PeerType::kController, [](SocketClient &client) { client.close(); });
-    return problem;
-}
-
-void NetworkManager::makeStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
-                                  const QString &mac)
-{
-    changeNetwork({ false, ip, netmask, gateway, dns }, mac, LinkServices::Trial::Wanted);
-}
-
-void NetworkManager::makeDHCP(const QString &mac)
-{
-    changeNetwork({}, mac, LinkServices::Trial::Wanted);
-}
-
-void NetworkManager::changeNetwork(const HostNetwork &network, const QString &mac, LinkServices::Trial trial,
-                                   const std::weak_ptr<SocketClient> &asker)
-{
-    m_hooks.services.setNetwork(network, mac, trial, [this, asker](const QString &problem) {
-        if (problem.isEmpty()) {
-            rebootUnless(std::nullopt);
-            return;
-        }
-        monitorLog(MonitorMessageType::Error,
-                   translated(QT_TRANSLATE_NOOP("messages", "The network stays as it was: %1")).arg(problem));
-        if (const auto client = asker.lock()) {
-            client->sendPlain(LinkCode::kTextReply, "network:" + problem.toUtf8());
-        }
-    });
-}
-
-LinkServices::Problem NetworkManager::setMacAddress(const QString &mac)
-{
-    return rebootUnless(m_hooks.services.setMac(mac));
+    send(deviceId, { LinkCode::kCommand, data });
 }
 
 void NetworkManager::sendIrCode(int number, const QByteArray &code)
@@ -421,33 +261,12 @@ void NetworkManager::pauseWhenFull(SocketClient &client) const
     }
 }
 
-void NetworkManager::take(SocketClient &client, const StatusReply &reply)
+void NetworkManager::take(SocketClient &client, const PanelAnswer &answer)
 {
-    onMainThread(client, Backlog::Kind::Answer, 0,
-                 [this, reply] { m_hooks.replies.gotButtonStatus(reply.device, reply.channel, reply.status); });
-}
-
-void NetworkManager::take(SocketClient &client, const ButtonTextReply &reply)
-{
-    const int bytes = reply.text.size();
-    onMainThread(client, Backlog::Kind::Answer, bytes, [this, reply, number = client.deviceNumber()] {
-        m_hooks.replies.gotButtonText(number, reply.channel, reply.stateIndex, reply.text);
-    });
-}
-
-void NetworkManager::take(SocketClient &client, const PropertyReply &reply)
-{
-    const int bytes = reply.page.size() + reply.value.toByteArray().size();
-    onMainThread(client, Backlog::Kind::Answer, bytes, [this, reply, number = client.deviceNumber()] {
-        PanelReplies &replies = m_hooks.replies;
-        if (reply.kind == PropertyKind::Page) {
-            replies.gotPageProperty(number, reply.page, reply.name, reply.value);
-        } else if (reply.kind == PropertyKind::State) {
-            replies.gotButtonStateProperty(number, reply.channel, reply.stateIndex, reply.name, reply.value);
-        } else {
-            replies.gotButtonProperty(number, reply.channel, reply.name, reply.value);
-        }
-    });
+    const int bytes = answer.question.page.size() + answer.value.toByteArray().size();
+    const int device = answer.device >= 0 ? answer.device : client.deviceNumber();
+    onMainThread(client, Backlog::Kind::Answer, bytes,
+                 [this, answer, device] { m_hooks.replies.panelAnswered(device, answer.question, answer.value); });
 }
 
 void NetworkManager::take(SocketClient &client, const InformationRequest &)
@@ -457,9 +276,7 @@ void NetworkManager::take(SocketClient &client, const InformationRequest &)
 
 void NetworkManager::take(SocketClient &client, const TextCommand &command)
 {
-    if (const std::optional<Management::Command> known = Management::parse(command.text)) {
-        perform(client, *known);
-    }
+    m_requests.take(client, command.text);
 }
 
 void NetworkManager::take(SocketClient &client, const ControllerMessage &message)
@@ -477,83 +294,6 @@ void NetworkManager::take(SocketClient &client, const OtherFrame &other)
     } else if (code == LinkCode::kPortTestRequest || code == LinkCode::kPortTestReport) {
         m_portTests->request(client, other.frame.body);
     }
-}
-
-void NetworkManager::perform(SocketClient &client, const Management::Command &command)
-{
-    using namespace Management;
-    const auto reply = [&client](const QByteArray &text) { client.sendPlain(LinkCode::kTextReply, text); };
-    const auto trialOf = [](bool isTried) {
-        return isTried ? LinkServices::Trial::Wanted : LinkServices::Trial::Never;
-    };
-    const auto replyWhenFailed = [&client](const LinkServices::Problem &problem) { sayFailed(client, problem); };
-    const auto request = [this, &client](int textBytes, auto job) {
-        onMainThread(client, Backlog::Kind::Request, textBytes, std::move(job));
-    };
-    const Overloaded performers{
-        [&](const SetSystemNumber &set) {
-            notify(translated(QT_TRANSLATE_NOOP("messages", "Set system number")));
-            replyWhenFailed(changeSystemNumber(set.number));
-        },
-        [&](const Reboot &) {
-            notify(translated(QT_TRANSLATE_NOOP("messages", "Reboot device")));
-            m_hooks.services.reboot();
-        },
-        [&](const UseDhcp &use) {
-            notify(translated(QT_TRANSLATE_NOOP("messages", "Change to DHCP mode")));
-            changeNetwork({}, use.mac, trialOf(use.isTried), client.weak_from_this());
-        },
-        [&](const UseStaticIp &use) {
-            notify(translated(QT_TRANSLATE_NOOP("messages", "Set ip address: %1")).arg(use.ip));
-            changeNetwork({ false, use.ip, use.netmask, use.gateway, use.dns }, use.mac, trialOf(use.isTried),
-                          client.weak_from_this());
-        },
-        [&](const AskDateTime &) {
-            const QDateTime now = QDateTime::currentDateTime();
-            reply("datetime:" + now.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).toLatin1());
-        },
-        [&](const SetDateTime &set) {
-            request(set.text.size(), [this, text = set.text] { m_hooks.services.setDateTime(text); });
-            reply("datetimeSet");
-        },
-        [&](const AskIrCode &ask) { request(0, [this, number = ask.number] { m_hooks.replies.queryIRCode(number); }); },
-        [&](const AskListenAddresses &) {
-            reply("listening:" + m_hooks.services.listenAddresses().join(QLatin1Char('\n')).toUtf8());
-        },
-        [&](const AskListenStatus &ask) {
-            request(ask.text.size(), [this, weak = client.weak_from_this(), text = ask.text] {
-                const LinkServices::Problem problem =
-                    text.trimmed().isEmpty() ? std::nullopt
-                                             : m_hooks.services.setListenAddresses(text.split(QLatin1Char('\n')));
-                if (const auto asker = weak.lock()) {
-                    sayFailed(*asker, problem);
-                    asker->sendPlain(LinkCode::kTextReply, "listenstatus:" + m_hooks.services.listenStatus());
-                }
-            });
-        },
-        [&](const AskMonitorHistory &ask) { tellPast(client, ask.ageMs); },
-    };
-    std::visit(performers, command);
-}
-
-void NetworkManager::tellPast(SocketClient &client, qint64 ageMs) const
-{
-    const auto reply = [&client](const MonitorPast::Reply &told) {
-        client.sendPlain(LinkCode::kTextReply, MonitorPast::encode(told));
-    };
-    if (!m_history) {
-        reply(MonitorPast::NotKept());
-        return;
-    }
-    // Only the seam is sent under the lock of the history: lines of other threads wait no longer than that.
-    const MonitorHistory::Past past =
-        m_history->since(QDateTime::currentMSecsSinceEpoch(), ageMs, [&reply](const MonitorHistory::Past &asked) {
-            reply(MonitorPast::Seam{ asked.nowMs, asked.lostUntilMs });
-        });
-    for (const MonitorPast::Lines &page : MonitorPast::pages(past.lines)) {
-        reply(page);
-    }
-    reply(MonitorPast::End());
 }
 
 void NetworkManager::welcome(const std::weak_ptr<SocketClient> &client, int deviceNumber)
@@ -579,36 +319,16 @@ void NetworkManager::sendMonitorLine(int type, const QString &text)
     });
 }
 
-LinkServices::Problem NetworkManager::rebootUnless(const Problem &problem)
-{
-    if (!problem) {
-        monitorLog(MonitorMessageType::System, translated(QT_TRANSLATE_NOOP("messages", "Reboot device")));
-        m_hooks.services.reboot();
-    }
-    return problem;
-}
-
 template <class Job>
 bool NetworkManager::onMainThread(SocketClient &client, Backlog::Kind kind, int textBytes, Job job)
 {
     return m_backlog.post(client.shared_from_this(), textBytes, kind, std::move(job));
 }
 
-void NetworkManager::sendPlain(int deviceId, quint8 code, const QByteArray &body)
+void NetworkManager::send(int deviceId, const PanelMessages::Message &message)
 {
-    m_registry.visitNumber(deviceId, [&](SocketClient &client) { client.sendPlain(code, body); });
-}
-
-void NetworkManager::sendMessage(int deviceId, quint8 code, const QByteArray &body)
-{
-    m_registry.visitNumber(deviceId, [&](SocketClient &client) { client.sendMessage(code, body); });
-}
-
-bool NetworkManager::isSendable(const QByteArray &body, const char *errorText)
-{
-    if (body.size() <= kMaxPropertyBody) {
-        return true;
-    }
-    Q_EMIT programError(translated(errorText));
-    return false;
+    const bool isMessage = isConfirmed<LinkMessageRow::To::Peer>(message.code);
+    m_registry.visitNumber(deviceId, [&](SocketClient &client) {
+        isMessage ? client.sendMessage(message.code, message.body) : client.sendPlain(message.code, message.body);
+    });
 }

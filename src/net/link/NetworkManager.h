@@ -1,8 +1,10 @@
 #pragma once
+#include "devices/DeviceLinks.h"
 #include "net/link/ConnectionRegistry.h"
 #include "net/link/Discovery.h"
 #include "net/link/LinkHooks.h"
-#include "net/link/ManagementCommand.h"
+#include "net/link/LinkRequests.h"
+#include "net/link/PanelMessages.h"
 #include "net/link/SocketClient.h"
 #include "net/porttest/PortTests.h"
 #include <QHostAddress>
@@ -14,8 +16,6 @@
 #include <memory>
 #include <optional>
 #include <vector>
-
-class MonitorHistory;
 
 struct LinkOptions
 {
@@ -34,7 +34,7 @@ struct LinkOptions
 /// Thread: made, started, stopped and destroyed on the main thread. The sending functions may be called from any
 ///       thread; they never wait for a peer: what a socket does not take at once is buffered.
 /// Ends: with its owner; stop() first closes every connection without offline events.
-class NetworkManager : public QObject, private LinkEventSink
+class NetworkManager : public QObject, public PanelLink, private LinkEventSink
 {
     Q_OBJECT
 public:
@@ -52,43 +52,22 @@ public:
     std::optional<QString> start(const LinkOptions &options);
     void stop();
 
-    /// \name Questions to a panel. The answers arrive through PanelReplies. Nobody with that number: nothing happens.
-    void queryButtonStatus(int deviceId, int channelCode);
-    void queryButtonText(int deviceId, int channelCode, int stateIndex);
-    void queryButtonProperty(int deviceId, int channelCode, const QByteArray &name);
-    void queryButtonStateProperty(int deviceId, int channelCode, int stateIndex, const QByteArray &name);
-    void queryPageProperty(int deviceId, const QByteArray &page, const QByteArray &name);
+    /// The answers arrive through PanelReplies.
+    void askPanel(int deviceId, const PanelQuestion &question) override;
 
     /// \name What a panel shows. Acknowledged and sent again until the panel confirms or 5 s have passed.
-    void setRangeButtonStatus(int deviceId, int channelCode, int status, int first, int last);
-    void setRangeButtonStatusVals(int deviceId, const QVector<qint64> &channelCodes, const QVector<qint64> &statuses);
-    void setListButtonStatus(int deviceId, int channelCode, int status, const QVector<int> &buttons);
-    void sendLevel(int deviceId, int levelCode, int level); // replaces an unconfirmed one of the same level
-    void sendLevels(int deviceId, const QVector<qint64> &levelCodes, const QVector<qint64> &levels);
-    void sendCommand(int deviceId, const QByteArray &data);
+    void setOnPanel(int deviceId, const PanelSetting &setting) override; // what is too long is a programError
+    void setButtonStatusRange(int deviceId, int channel, int status, int first, int last) override;
+    void setButtonStatusList(int deviceId, int channel, int status, const QVector<int> &channels) override;
+    void setButtonStatuses(int deviceId, const QVector<qint64> &channels, const QVector<qint64> &statuses) override;
+    void sendLevel(int deviceId, int levelCode, int level) override; // replaces an unconfirmed one of the same level
+    void sendLevels(int deviceId, const QVector<qint64> &codes, const QVector<qint64> &levels) override;
+    void sendCommand(int deviceId, const QByteArray &data) override;
 
-    /// \name Properties. A message longer than 4076 bytes is refused with programError, except that of a page.
-    void setButtonProperty(int deviceId, const QVector<qint64> &channelCodes, const QByteArray &name,
-                           const QVariant &value);
-    void setButtonStateProperty(int deviceId, const QVector<qint64> &channelCodes, const QByteArray &name,
-                                int stateIndex, const QVariant &value);
-    void setPageProperty(int deviceId, const QByteArray &page, const QByteArray &name, const QVariant &value);
-    void setContainerProperty(int deviceId, const QVector<qint64> &channelCodes, const QByteArray &name,
-                              const QByteArray &data);
-    void containerCall(int deviceId, const QVector<qint64> &channelCodes, const QByteArray &method,
-                       const QByteArray &data);
+    LinkRequests &requests() { return m_requests; } // of management tools, by link or by the console port
 
-    /// \name Requests of management tools, by link or by the console port. What went wrong, if anything. Any thread.
-    using Problem = LinkServices::Problem;
-    Problem changeSystemNumber(int number); // none: ignored; other controllers reconnect and learn the new one
-    void makeStaticIp(const QString &ip, const QString &netmask, const QString &gateway, const QString &dns,
-                      const QString &mac);
-    void makeDHCP(const QString &mac);
-    Problem setMacAddress(const QString &mac);
     void sendIrCode(int number, const QByteArray &code); // to every connection
-
-    /// \name Other controllers that listen to this one.
-    void sendInternalMsg(const QByteArray &body); // code 3F, to each of them; any thread
+    void sendInternalMsg(const QByteArray &body);        // code 3F, to every controller that listens to this one
 
     /// A thread for one more handler. While the network runs; the handler is gone when stop() returns.
     IoThread &nextThread() { return *m_threads.at(m_servedCount++ % m_threads.size()); }
@@ -114,34 +93,24 @@ private:
     void take(SocketClient &client, const PeerIntroduced &peer);
     void take(SocketClient &client, const ButtonReport &report);
     void take(SocketClient &client, const LevelReport &report);
-    void take(SocketClient &client, const StatusReply &reply);
-    void take(SocketClient &client, const ButtonTextReply &reply);
-    void take(SocketClient &client, const PropertyReply &reply);
+    void take(SocketClient &client, const PanelAnswer &answer);
     void take(SocketClient &client, const InformationRequest &request);
     void take(SocketClient &client, const TextCommand &command);
     void take(SocketClient &client, const ControllerMessage &message);
     void take(SocketClient &client, const OtherFrame &other);
-    void perform(SocketClient &client, const Management::Command &command);
-    void tellPast(SocketClient &client, qint64 ageMs) const;
-
     void welcome(const std::weak_ptr<SocketClient> &client, int deviceNumber); // main thread
     void sendMonitorLine(int type, const QString &text);                       // any thread
-    Problem rebootUnless(const Problem &problem);                              // any thread
-    void changeNetwork(const HostNetwork &network, const QString &mac, LinkServices::Trial trial,
-                       const std::weak_ptr<SocketClient> &asker = {}); // any thread; tells the asker what is wrong
 
     template <class Job>
     bool onMainThread(SocketClient &client, Backlog::Kind kind, int textBytes, Job job);
-    void sendPlain(int deviceId, quint8 code, const QByteArray &body);
-    void sendMessage(int deviceId, quint8 code, const QByteArray &body);
-    bool isSendable(const QByteArray &body, const char *errorText); // else reports the error
+    void send(int deviceId, const PanelMessages::Message &message);
 
     const LinkHooks m_hooks;
     ControllerMessageHook m_controllerMessage;
     FileTransfers *m_transfers = nullptr; // borrowed
-    MonitorHistory *m_history = nullptr;  // borrowed; nullptr: none is kept
     ConnectionRegistry m_registry;
-    Backlog m_backlog;                      // of what all peers want of the main thread, but for pushes
+    Backlog m_backlog; // of what all peers want of the main thread, but for pushes
+    LinkRequests m_requests;
     std::unique_ptr<PortTests> m_portTests; // outlives the I/O threads, which use it
     std::vector<std::unique_ptr<IoThread>> m_threads;
     std::atomic<unsigned> m_servedCount{ 0 }; // deals the connections out to the threads
