@@ -40,13 +40,6 @@ void closeToOthers(const QString &path)
 }
 } // namespace
 
-DataFolder::~DataFolder()
-{
-    if (m_lock >= 0) {
-        ::close(m_lock);
-    }
-}
-
 std::optional<QString> DataFolder::take()
 {
     QDir().mkpath(m_path);
@@ -65,20 +58,20 @@ std::optional<QString> DataFolder::take()
 bool DataFolder::lock(qint64 &holder)
 {
     // A lock of this kind tells its holder, and a program that a script starts does not inherit it.
-    m_lock = ::open(QFile::encodeName(m_path + QStringLiteral("/lock")).constData(),
-                    O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+    m_lock = Descriptor(::open(QFile::encodeName(m_path + QStringLiteral("/lock")).constData(),
+                               O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
     struct flock whole
     {};
     whole.l_type = F_WRLCK;
     whole.l_whence = SEEK_SET;
-    if (m_lock < 0) {
+    if (!m_lock.isOpen()) {
         qWarning().noquote() << QStringLiteral("Cannot lock %1: %2").arg(m_path, qt_error_string(errno));
         return true;
     }
-    if (::fcntl(m_lock, F_SETLK, &whole) == 0 || (errno != EAGAIN && errno != EACCES)) {
+    if (::fcntl(m_lock.get(), F_SETLK, &whole) == 0 || (errno != EAGAIN && errno != EACCES)) {
         return true;
     }
-    ::fcntl(m_lock, F_GETLK, &whole);
+    ::fcntl(m_lock.get(), F_GETLK, &whole);
     holder = whole.l_pid;
     return false;
 }

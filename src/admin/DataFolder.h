@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include <QString>
 
 #include <optional>
@@ -11,9 +12,6 @@ public:
     explicit DataFolder(const QString &path)
         : m_path(path)
     {}
-    ~DataFolder();
-    DataFolder(const DataFolder &) = delete;
-    DataFolder &operator=(const DataFolder &) = delete;
 
     QString path() const { return m_path; }
 
@@ -26,5 +24,5 @@ private:
     void mendModes() const;
 
     const QString m_path;
-    int m_lock = -1;
+    Descriptor m_lock;
 };

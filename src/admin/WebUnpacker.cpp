@@ -1,5 +1,6 @@
 #include "admin/WebUnpacker.h"
 #include "admin/ZipArchive.h"
+#include "base/Descriptor.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
 #include <QDebug>
@@ -109,11 +110,8 @@ bool addMissing(const fs::path &old, const fs::path &fresh, std::error_code &err
 /// So that files whose names are in place also have their content after a power cut.
 void syncDisk(const QString &folder)
 {
-    const int descriptor = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        ::syncfs(descriptor);
-        ::close(descriptor);
-    }
+    const Descriptor descriptor(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ::syncfs(descriptor.get());
 }
 
 /// Exchanges what is in the folder, one entry after the other.

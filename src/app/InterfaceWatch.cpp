@@ -4,8 +4,6 @@
 
 #include <QSocketNotifier>
 
-#include <unistd.h>
-
 namespace {
 constexpr int kMomentMs = 200;
 }
@@ -15,21 +13,14 @@ InterfaceWatch::InterfaceWatch()
 {
     m_moment.setSingleShot(true);
     connect(&m_moment, &QTimer::timeout, this, &InterfaceWatch::changed);
-    if (m_descriptor < 0) {
+    if (!m_descriptor.isOpen()) {
         return;
     }
-    auto *notifier = new QSocketNotifier(m_descriptor, QSocketNotifier::Read, this);
+    auto *notifier = new QSocketNotifier(m_descriptor.get(), QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [this] {
-        takeInterfaceEvents(m_descriptor);
+        takeInterfaceEvents(m_descriptor.get());
         if (!m_moment.isActive()) {
             m_moment.start(kMomentMs);
         }
     });
-}
-
-InterfaceWatch::~InterfaceWatch()
-{
-    if (m_descriptor >= 0) {
-        ::close(m_descriptor);
-    }
 }

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include <QObject>
 #include <QTimer>
 
@@ -9,12 +10,11 @@ class InterfaceWatch : public QObject
     Q_OBJECT
 public:
     InterfaceWatch();
-    ~InterfaceWatch() override;
 
 Q_SIGNALS:
     void changed();
 
 private:
-    const int m_descriptor;
+    const Descriptor m_descriptor;
     QTimer m_moment;
 };

@@ -1,4 +1,5 @@
 #include "base/FileReplacement.h"
+#include "base/Descriptor.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -35,16 +36,14 @@ QByteArray temporaryOf(const QString &place)
 std::optional<QString> syncDirectoryOf(const QString &path)
 {
     const QByteArray name = QFile::encodeName(QFileInfo(path).absolutePath());
-    const int directory = ::open(name.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (directory < 0) {
+    const Descriptor directory(::open(name.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory.isOpen()) {
         return systemError();
     }
-    std::optional<QString> problem;
-    if (::fsync(directory) != 0 && errno != EINVAL) { // a file system that has nothing to sync
-        problem = systemError();
+    if (::fsync(directory.get()) != 0 && errno != EINVAL) { // a file system that has nothing to sync
+        return systemError();
     }
-    ::close(directory);
-    return problem;
+    return std::nullopt;
 }
 } // namespace
 

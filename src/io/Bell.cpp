@@ -5,7 +5,7 @@
 
 Bell::Bell(std::function<void()> work)
     : m_event(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
-    , m_notifier(m_event, QSocketNotifier::Read)
+    , m_notifier(m_event.get(), QSocketNotifier::Read)
 {
     QObject::connect(&m_notifier, &QSocketNotifier::activated, &m_notifier, std::move(work));
 }
@@ -13,17 +13,16 @@ Bell::Bell(std::function<void()> work)
 Bell::~Bell()
 {
     m_notifier.setEnabled(false);
-    ::close(m_event);
 }
 
 void Bell::ring()
 {
     const quint64 one = 1;
-    [[maybe_unused]] const ssize_t written = ::write(m_event, &one, sizeof one);
+    [[maybe_unused]] const ssize_t written = ::write(m_event.get(), &one, sizeof one);
 }
 
 void Bell::hush()
 {
     quint64 rings = 0;
-    [[maybe_unused]] const ssize_t count = ::read(m_event, &rings, sizeof rings);
+    [[maybe_unused]] const ssize_t count = ::read(m_event.get(), &rings, sizeof rings);
 }

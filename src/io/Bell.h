@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include <QSocketNotifier>
 
 #include <functional>
@@ -17,6 +18,6 @@ public:
     void hush();
 
 private:
-    const int m_event;
+    const Descriptor m_event;
     QSocketNotifier m_notifier;
 };

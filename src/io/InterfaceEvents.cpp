@@ -5,20 +5,15 @@
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
-int openInterfaceEvents()
+Descriptor openInterfaceEvents()
 {
-    const int descriptor = ::socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE);
-    if (descriptor < 0) {
-        return -1;
-    }
+    Descriptor descriptor(::socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE));
     sockaddr_nl wanted{};
     wanted.nl_family = AF_NETLINK;
     wanted.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR;
-    if (::bind(descriptor, reinterpret_cast<const sockaddr *>(&wanted), sizeof wanted) != 0) {
-        ::close(descriptor);
-        return -1;
+    if (::bind(descriptor.get(), reinterpret_cast<const sockaddr *>(&wanted), sizeof wanted) != 0) {
+        return {};
     }
     return descriptor;
 }

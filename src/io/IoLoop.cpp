@@ -4,7 +4,6 @@
 #include <chrono>
 
 #include <sys/epoll.h>
-#include <unistd.h>
 
 qint64 linkClockMs()
 {
@@ -41,8 +40,8 @@ private:
 
 bool IoLoop::open()
 {
-    m_epoll = ::epoll_create1(EPOLL_CLOEXEC);
-    return m_epoll >= 0;
+    m_epoll = Descriptor(::epoll_create1(EPOLL_CLOEXEC));
+    return m_epoll.isOpen();
 }
 
 void IoLoop::removeAll()
@@ -56,10 +55,7 @@ void IoLoop::removeAll()
 void IoLoop::close()
 {
     removeAll();
-    if (m_epoll >= 0) {
-        ::close(m_epoll);
-        m_epoll = -1;
-    }
+    m_epoll.close();
 }
 
 bool IoLoop::add(std::shared_ptr<IoHandler> handler, quint32 epollEvents)
@@ -71,7 +67,7 @@ bool IoLoop::add(std::shared_ptr<IoHandler> handler, quint32 epollEvents)
     event.events = epollEvents;
     event.data.ptr = key;
     const int descriptor = key->descriptor();
-    if (descriptor < 0 || ::epoll_ctl(m_epoll, EPOLL_CTL_ADD, descriptor, &event) == 0) {
+    if (descriptor < 0 || ::epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, descriptor, &event) == 0) {
         return true;
     }
     const Round round(*this);
@@ -84,7 +80,7 @@ void IoLoop::watch(IoHandler &handler, quint32 epollEvents)
     epoll_event event{};
     event.events = epollEvents;
     event.data.ptr = &handler;
-    ::epoll_ctl(m_epoll, EPOLL_CTL_MOD, handler.descriptor(), &event);
+    ::epoll_ctl(m_epoll.get(), EPOLL_CTL_MOD, handler.descriptor(), &event);
 }
 
 void IoLoop::remove(IoHandler &handler)
@@ -94,7 +90,7 @@ void IoLoop::remove(IoHandler &handler)
         return;
     }
     const Round round(*this);
-    ::epoll_ctl(m_epoll, EPOLL_CTL_DEL, handler.descriptor(), nullptr); // without a descriptor it fails, harmless
+    ::epoll_ctl(m_epoll.get(), EPOLL_CTL_DEL, handler.descriptor(), nullptr); // without a descriptor it fails, harmless
     handler.m_isServed = false;
     m_leaving.push_back(std::move(found->second));
     m_handlers.erase(found);
@@ -104,7 +100,7 @@ void IoLoop::remove(IoHandler &handler)
 int IoLoop::serve(int waitMs, int mostHandlers)
 {
     epoll_event events[kMostPerRound];
-    const int count = ::epoll_wait(m_epoll, events, std::min(mostHandlers, kMostPerRound), waitMs);
+    const int count = ::epoll_wait(m_epoll.get(), events, std::min(mostHandlers, kMostPerRound), waitMs);
     const Round round(*this);
     const qint64 nowMs = linkClockMs();
     for (int index = 0; index < count; ++index) { // a count of -1 is an interrupted wait

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include <QtGlobal>
 
 #include <memory>
@@ -50,7 +51,7 @@ public:
     void removeAll();
     void close(); // after removeAll()
 
-    int descriptor() const { return m_epoll; } // readable when some handler has something to do
+    int descriptor() const { return m_epoll.get(); } // readable when some handler has something to do
     bool isEmpty() const { return m_handlers.empty(); }
 
     bool add(std::shared_ptr<IoHandler> handler, quint32 epollEvents); // false: the system refuses, and it is removed()
@@ -66,7 +67,7 @@ private:
     static constexpr int kMostPerRound = 256;
     class Round; // within serve() or tickAll()
 
-    int m_epoll = -1;
+    Descriptor m_epoll;
     int m_rounds = 0; // nested in one another
     std::unordered_map<IoHandler *, std::shared_ptr<IoHandler>> m_handlers;
     std::vector<std::shared_ptr<IoHandler>> m_leaving; // removed within a round; later events of it may name them

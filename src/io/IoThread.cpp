@@ -1,4 +1,5 @@
 #include "io/IoThread.h"
+#include "base/Descriptor.h"
 
 #include <algorithm>
 
@@ -15,24 +16,18 @@ public:
         : m_thread(thread)
         , m_event(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
     {}
-    ~Wake() override
-    {
-        if (m_event >= 0) {
-            ::close(m_event);
-        }
-    }
 
     void call() const // any thread
     {
         const quint64 one = 1;
-        [[maybe_unused]] const ssize_t written = ::write(m_event, &one, sizeof one); // full means awake already
+        [[maybe_unused]] const ssize_t written = ::write(m_event.get(), &one, sizeof one); // full means awake already
     }
 
-    int descriptor() const override { return m_event; }
+    int descriptor() const override { return m_event.get(); }
     bool ready(quint32, qint64) override
     {
         quint64 calls = 0;
-        if (::read(m_event, &calls, sizeof calls) > 0) {
+        if (::read(m_event.get(), &calls, sizeof calls) > 0) {
             m_thread.takeAdded();
         }
         return true;
@@ -41,7 +36,7 @@ public:
 
 private:
     IoThread &m_thread;
-    const int m_event;
+    const Descriptor m_event;
 };
 
 int usableCores()

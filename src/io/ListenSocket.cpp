@@ -8,30 +8,26 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
-#include <unistd.h>
 
 namespace {
 constexpr int kBacklog = 1024; // a whole building's panels come back at once after a power cut
 
-int openSocket(const QHostAddress &address, quint16 port)
+Descriptor openSocket(const QHostAddress &address, quint16 port)
 {
     const SocketAddress where(address, port);
-    const int socket = ::socket(where.family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (socket < 0) {
-        return -1;
+    Descriptor socket(::socket(where.family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (!socket.isOpen()) {
+        return socket;
     }
     const int on = 1;
     const int off = 0;
-    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    where.allowToCome(socket);
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    where.allowToCome(socket.get());
     if (where.family() == AF_INET6) {
-        ::setsockopt(socket, IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
+        ::setsockopt(socket.get(), IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
     }
-    if (::bind(socket, where.get(), where.size) != 0 || ::listen(socket, kBacklog) != 0) {
-        const int reason = errno;
-        ::close(socket);
-        errno = reason;
-        return -1;
+    if (::bind(socket.get(), where.get(), where.size) != 0 || ::listen(socket.get(), kBacklog) != 0) {
+        socket.close();
     }
     return socket;
 }
@@ -40,20 +36,18 @@ int openSocket(const QHostAddress &address, quint16 port)
 bool ListenSocket::isHere(const QHostAddress &address)
 {
     const SocketAddress where(address, 0);
-    const int socket = ::socket(where.family(), SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const bool isAbsent = socket >= 0 && ::bind(socket, where.get(), where.size) != 0 && errno == EADDRNOTAVAIL;
-    ::close(socket);
-    return !isAbsent;
+    const Descriptor socket(::socket(where.family(), SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    return !socket.isOpen() || ::bind(socket.get(), where.get(), where.size) == 0 || errno != EADDRNOTAVAIL;
 }
 
 ListenSocket::Result ListenSocket::open(const QHostAddress &address, quint16 port, IoLoop &loop, Accepted accepted,
                                         int perTurn)
 {
-    int socket = openSocket(address, port);
-    if (socket < 0 && errno == EAFNOSUPPORT && address == QHostAddress(QHostAddress::Any)) {
+    Descriptor socket = openSocket(address, port);
+    if (!socket.isOpen() && errno == EAFNOSUPPORT && address == QHostAddress(QHostAddress::Any)) {
         socket = openSocket(QHostAddress(QHostAddress::AnyIPv4), port); // a kernel without IPv6
     }
-    if (socket < 0) {
+    if (!socket.isOpen()) {
         const QString reason = QString::fromLocal8Bit(std::strerror(errno));
         const QString where = address == QHostAddress(QHostAddress::Any) ? QStringLiteral("*") : address.toString();
         return { nullptr, translated(QT_TRANSLATE_NOOP("messages", "Cannot listen on address %1, TCP port %2: %3"))
@@ -61,34 +55,30 @@ ListenSocket::Result ListenSocket::open(const QHostAddress &address, quint16 por
                               .arg(port)
                               .arg(reason) };
     }
-    return { std::unique_ptr<ListenSocket>(new ListenSocket(socket, loop, std::move(accepted), perTurn)), QString() };
+    return { std::unique_ptr<ListenSocket>(new ListenSocket(std::move(socket), loop, std::move(accepted), perTurn)),
+             QString() };
 }
 
-ListenSocket::ListenSocket(int socket, IoLoop &loop, Accepted accepted, int perTurn)
-    : m_socket(socket)
+ListenSocket::ListenSocket(Descriptor socket, IoLoop &loop, Accepted accepted, int perTurn)
+    : m_socket(std::move(socket))
     , m_loop(loop)
     , m_accepted(std::move(accepted))
     , m_perTurn(perTurn)
 {}
 
-ListenSocket::~ListenSocket()
-{
-    removed();
-}
-
 quint16 ListenSocket::port() const
 {
     SocketAddress own;
-    ::getsockname(m_socket, own.get(), &own.size);
+    ::getsockname(m_socket.get(), own.get(), &own.size);
     return own.port();
 }
 
 bool ListenSocket::ready(quint32, qint64)
 {
-    for (int count = 0; count < m_perTurn && m_socket >= 0; ++count) {
+    for (int count = 0; count < m_perTurn && m_socket.isOpen(); ++count) {
         SocketAddress peer;
-        const int socket = ::accept4(m_socket, peer.get(), &peer.size, SOCK_NONBLOCK | SOCK_CLOEXEC);
-        if (socket < 0) {
+        Descriptor socket(::accept4(m_socket.get(), peer.get(), &peer.size, SOCK_NONBLOCK | SOCK_CLOEXEC));
+        if (!socket.isOpen()) {
             if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
                 m_isResting = true;
                 m_loop.watch(*this, 0);
@@ -96,10 +86,10 @@ bool ListenSocket::ready(quint32, qint64)
             return true;
         }
         const int on = 1;
-        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        m_accepted(socket, peer.host().toString());
+        ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        m_accepted(std::move(socket), peer.host().toString());
     }
-    return m_socket >= 0;
+    return m_socket.isOpen();
 }
 
 bool ListenSocket::tick(qint64)
@@ -113,8 +103,5 @@ bool ListenSocket::tick(qint64)
 
 void ListenSocket::removed()
 {
-    if (m_socket >= 0) {
-        ::close(m_socket);
-        m_socket = -1;
-    }
+    m_socket.close();
 }

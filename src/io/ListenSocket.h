@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include "io/IoLoop.h"
 #include <QHostAddress>
 #include <QString>
@@ -13,8 +14,8 @@
 class ListenSocket final : public IoHandler
 {
 public:
-    /// Called on the loop's thread with a connected non-blocking socket, which it takes over.
-    using Accepted = std::function<void(int socket, const QString &peerAddress)>;
+    /// Called on the loop's thread with a connected non-blocking socket.
+    using Accepted = std::function<void(Descriptor socket, const QString &peerAddress)>;
 
     struct Result
     {
@@ -31,19 +32,18 @@ public:
     /// \param perTurn  connections taken before the loop's other handlers are served
     static Result open(const QHostAddress &address, quint16 port, IoLoop &loop, Accepted accepted,
                        int perTurn = kManyPerTurn);
-    ~ListenSocket() override;
 
     quint16 port() const;
 
-    int descriptor() const override { return m_socket; }
+    int descriptor() const override { return m_socket.get(); }
     bool ready(quint32 epollEvents, qint64 nowMs) override;
     bool tick(qint64 nowMs) override;
     void removed() override;
 
 private:
-    ListenSocket(int socket, IoLoop &loop, Accepted accepted, int perTurn);
+    ListenSocket(Descriptor socket, IoLoop &loop, Accepted accepted, int perTurn);
 
-    int m_socket; // -1: removed
+    Descriptor m_socket; // none: removed
     IoLoop &m_loop;
     Accepted m_accepted;
     const int m_perTurn;

@@ -26,11 +26,6 @@ bool wouldBlock()
 }
 } // namespace
 
-HttpSocket::~HttpSocket()
-{
-    ::close(m_socket);
-}
-
 HttpSocket::Progress HttpSocket::send(HttpOutput &output)
 {
     OutBuffer &bytes = output.bytes();
@@ -38,7 +33,7 @@ HttpSocket::Progress HttpSocket::send(HttpOutput &output)
         return sendFile(output);
     }
     const int flags = MSG_NOSIGNAL | (output.hasFile() ? MSG_MORE : 0); // a head leaves with what is behind it
-    const ssize_t count = ::send(m_socket, bytes.data(), static_cast<size_t>(bytes.size()), flags);
+    const ssize_t count = ::send(m_socket.get(), bytes.data(), static_cast<size_t>(bytes.size()), flags);
     if (count < 0) {
         return wouldBlock() ? Progress::Blocked : Progress::Broken;
     }
@@ -49,12 +44,12 @@ HttpSocket::Progress HttpSocket::send(HttpOutput &output)
 HttpSocket::Progress HttpSocket::sendFile(HttpOutput &output)
 {
     off_t offset = output.fileOffset();
-    ssize_t count =
-        ::sendfile(m_socket, output.file(), &offset, static_cast<size_t>(std::min(output.fileBytes(), kFilePiece)));
+    ssize_t count = ::sendfile(m_socket.get(), output.file(), &offset,
+                               static_cast<size_t>(std::min(output.fileBytes(), kFilePiece)));
     if (count < 0 && (errno == EINVAL || errno == ENOSYS)) { // a file system that cannot
         count = ::pread(output.file(), scratch().data(), std::min<size_t>(kPiece, output.fileBytes()), offset);
         if (count > 0) {
-            count = ::send(m_socket, scratch().data(), static_cast<size_t>(count), MSG_NOSIGNAL);
+            count = ::send(m_socket.get(), scratch().data(), static_cast<size_t>(count), MSG_NOSIGNAL);
         }
     }
     if (count > 0) {
@@ -66,21 +61,21 @@ HttpSocket::Progress HttpSocket::sendFile(HttpOutput &output)
 
 void HttpSocket::beginLingering(qint64 nowMs)
 {
-    ::shutdown(m_socket, SHUT_WR);
+    ::shutdown(m_socket.get(), SHUT_WR);
     m_lingersUntilMs = nowMs + kLingerMs;
 }
 
 bool HttpSocket::lingerOn()
 {
-    const ssize_t count = ::recv(m_socket, scratch().data(), scratch().size(), 0);
+    const ssize_t count = ::recv(m_socket.get(), scratch().data(), scratch().size(), 0);
     return count > 0 || (count < 0 && wouldBlock());
 }
 
-HttpConnectionHandler::HttpConnectionHandler(const HttpConnectionHandlerPool::Newcomer &client, IoThread &thread,
+HttpConnectionHandler::HttpConnectionHandler(HttpConnectionHandlerPool::Newcomer client, IoThread &thread,
                                              const HttpSettings &settings, HttpRequestHandler &handler,
                                              HttpConnectionHandlerPool &pool)
     : HttpPlace(client.address, linkClockMs())
-    , m_socket(client.socket)
+    , m_socket(std::move(client.socket))
     , m_thread(thread)
     , m_pool(pool)
     , m_conversation(settings, handler, linkClockMs())
@@ -183,8 +178,8 @@ void HttpConnectionHandler::watch(bool isBlocked)
     }
 }
 
-HttpTurnedAway::HttpTurnedAway(int socket, qint64 nowMs, std::atomic<int> &count)
-    : m_socket(socket)
+HttpTurnedAway::HttpTurnedAway(Descriptor socket, qint64 nowMs, std::atomic<int> &count)
+    : m_socket(std::move(socket))
     , m_count(count)
 {
     ++m_count;

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include "io/IoThread.h"
 #include "web/HttpConnectionHandlerPool.h"
 #include "web/HttpConversation.h"
@@ -10,13 +11,10 @@ class HttpSocket
 public:
     static constexpr qint64 kLingerMs = 2000;
 
-    explicit HttpSocket(int socket) // takes it over; it does not block
-        : m_socket(socket)
+    explicit HttpSocket(Descriptor socket) // it does not block
+        : m_socket(std::move(socket))
     {}
-    ~HttpSocket();
-    HttpSocket(const HttpSocket &) = delete;
-    HttpSocket &operator=(const HttpSocket &) = delete;
-    int descriptor() const { return m_socket; }
+    int descriptor() const { return m_socket.get(); }
 
     enum class Progress { Some, Blocked, Broken };
     Progress send(HttpOutput &output); // a piece of it
@@ -30,7 +28,7 @@ public:
 private:
     Progress sendFile(HttpOutput &output);
 
-    const int m_socket;
+    const Descriptor m_socket;
     qint64 m_lingersUntilMs = 0;
 };
 
@@ -39,9 +37,9 @@ private:
 class HttpConnectionHandler final : public IoHandler, public HttpPlace
 {
 public:
-    /// Takes over a connected non-blocking socket. All the others outlive it.
-    HttpConnectionHandler(const HttpConnectionHandlerPool::Newcomer &client, IoThread &thread,
-                          const HttpSettings &settings, HttpRequestHandler &handler, HttpConnectionHandlerPool &pool);
+    /// The socket is connected and does not block. All the others outlive it.
+    HttpConnectionHandler(HttpConnectionHandlerPool::Newcomer client, IoThread &thread, const HttpSettings &settings,
+                          HttpRequestHandler &handler, HttpConnectionHandlerPool &pool);
 
     int descriptor() const override { return m_socket.descriptor(); }
     bool ready(quint32 epollEvents, qint64 nowMs) override;
@@ -68,7 +66,7 @@ class HttpTurnedAway final : public IoHandler
 {
 public:
     /// Takes the socket over and writes at once. The counter outlives it: of those that there are.
-    HttpTurnedAway(int socket, qint64 nowMs, std::atomic<int> &count);
+    HttpTurnedAway(Descriptor socket, qint64 nowMs, std::atomic<int> &count);
     ~HttpTurnedAway() override;
 
     int descriptor() const override { return m_socket.descriptor(); }

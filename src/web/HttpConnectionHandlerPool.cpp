@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <utility>
 
-#include <unistd.h>
-
 HttpConnectionHandlerPool::HttpConnectionHandlerPool(int maxHandlers, Serve serve)
     : m_maxHandlers(static_cast<size_t>(maxHandlers))
     , m_serve(std::move(serve))
@@ -23,7 +21,7 @@ int HttpConnectionHandlerPool::size() const
     return static_cast<int>(m_places.size());
 }
 
-bool HttpConnectionHandlerPool::take(const Newcomer &newcomer)
+bool HttpConnectionHandlerPool::take(Newcomer &newcomer)
 {
     std::shared_ptr<HttpPlace> loser;
     {
@@ -31,7 +29,7 @@ bool HttpConnectionHandlerPool::take(const Newcomer &newcomer)
         if (!makeRoom(newcomer.address, loser)) {
             const bool mayWait = m_waiting.size() < m_maxHandlers && !m_isStopped;
             if (mayWait) {
-                m_waiting.push_back(newcomer);
+                m_waiting.push_back(std::move(newcomer));
             }
             return mayWait;
         }
@@ -40,7 +38,7 @@ bool HttpConnectionHandlerPool::take(const Newcomer &newcomer)
     if (loser) {
         loser->giveUp();
     }
-    m_serve(newcomer);
+    m_serve(std::move(newcomer));
     return true;
 }
 
@@ -59,20 +57,18 @@ void HttpConnectionHandlerPool::remove(const HttpPlace &place)
         if (m_places.erase(&place) == 0 || m_waiting.empty()) {
             return;
         }
-        next = m_waiting.front();
+        next = std::move(m_waiting.front());
         m_waiting.pop_front();
         ++m_promised;
     }
-    m_serve(next);
+    m_serve(std::move(next));
 }
 
 void HttpConnectionHandlerPool::stop()
 {
     const std::lock_guard lock(m_mutex);
     m_isStopped = true;
-    for (const Newcomer &newcomer : std::exchange(m_waiting, {})) {
-        ::close(newcomer.socket);
-    }
+    m_waiting.clear();
 }
 
 bool HttpConnectionHandlerPool::beginLingering()
@@ -84,12 +80,12 @@ bool HttpConnectionHandlerPool::beginLingering()
     return false;
 }
 
-std::vector<int> HttpConnectionHandlerPool::tick(qint64 nowMs)
+std::vector<Descriptor> HttpConnectionHandlerPool::tick(qint64 nowMs)
 {
-    std::vector<int> sockets;
+    std::vector<Descriptor> sockets;
     std::unique_lock lock(m_mutex);
     for (std::shared_ptr<HttpPlace> loser; !m_waiting.empty() && makeRoom(m_waiting.front().address, loser);) {
-        const Newcomer next = m_waiting.front(); // somebody stalls by now
+        Newcomer next = std::move(m_waiting.front()); // somebody stalls by now
         m_waiting.pop_front();
         ++m_promised;
         lock.unlock();
@@ -97,11 +93,11 @@ std::vector<int> HttpConnectionHandlerPool::tick(qint64 nowMs)
             loser->giveUp();
             loser.reset();
         }
-        m_serve(next);
+        m_serve(std::move(next));
         lock.lock();
     }
     while (!m_waiting.empty() && nowMs - m_waiting.front().sinceMs >= kWaitMs) {
-        sockets.push_back(m_waiting.front().socket);
+        sockets.push_back(std::move(m_waiting.front().socket));
         m_waiting.pop_front();
     }
     return sockets;

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include <QString>
 
 #include <atomic>
@@ -44,23 +45,23 @@ public:
 
     struct Newcomer
     {
-        int socket = -1;
+        Descriptor socket{};
         QString address{};
         qint64 sinceMs = 0;
     };
-    using Serve = std::function<void(const Newcomer &newcomer)>; // is to add() a place for it
+    using Serve = std::function<void(Newcomer newcomer)>; // is to add() a place for it
 
     HttpConnectionHandlerPool(int maxHandlers, Serve serve);
     ~HttpConnectionHandlerPool();
 
     int size() const;
-    bool take(const Newcomer &newcomer); // serves it now or later. False: too many wait
+    bool take(Newcomer &newcomer); // serves it now or later. False: too many wait, and it stays the caller's
     void add(const std::shared_ptr<HttpPlace> &place);
     void remove(const HttpPlace &place); // one that has none any more: nothing
     void stop();                         // nobody is served any more
     bool beginLingering();               // of a connection that gave up its place; false: too many do
     void endLingering() { --m_lingering; }
-    std::vector<int> tick(qint64 nowMs); // serves who waits; sockets for which no place has become free
+    std::vector<Descriptor> tick(qint64 nowMs); // serves who waits; sockets for which no place has become free
 
 private:
     bool makeRoom(const QString &address, std::shared_ptr<HttpPlace> &loser); // the mutex is held, like in the next

@@ -6,8 +6,6 @@
 
 #include <QDebug>
 
-#include <unistd.h>
-
 namespace {
 constexpr int kMostTurnedAway = 100; // at once; more are closed without a word
 }
@@ -24,8 +22,8 @@ public:
     bool ready(quint32, qint64) override { return true; }
     bool tick(qint64 nowMs) override
     {
-        for (const int socket : m_listener.m_pool.tick(nowMs)) {
-            m_listener.turnAway(socket);
+        for (Descriptor &socket : m_listener.m_pool.tick(nowMs)) {
+            m_listener.turnAway(std::move(socket));
         }
         return true;
     }
@@ -37,7 +35,7 @@ private:
 HttpListener::HttpListener(const HttpSettings &settings, HttpRequestHandler &handler, int threads)
     : m_settings(settings)
     , m_handler(handler)
-    , m_pool(settings.maxThreads, [this](const HttpConnectionHandlerPool::Newcomer &newcomer) { serve(newcomer); })
+    , m_pool(settings.maxThreads, [this](HttpConnectionHandlerPool::Newcomer newcomer) { serve(std::move(newcomer)); })
 {
     const int count = threads > 0 ? threads : usableCores();
     const quint16 port = settings.port.value_or(0);
@@ -85,10 +83,11 @@ void HttpListener::listen(int threads)
         }
     }
     IoThread &first = *m_threads.front();
-    ListenSocket::Result listening =
-        ListenSocket::open(m_settings.host, *m_settings.port, first.loop(), [this](int socket, const QString &address) {
-            if (!m_pool.take({ socket, address, linkClockMs() })) {
-                turnAway(socket);
+    ListenSocket::Result listening = ListenSocket::open(
+        m_settings.host, *m_settings.port, first.loop(), [this](Descriptor socket, const QString &address) {
+            HttpConnectionHandlerPool::Newcomer newcomer{ std::move(socket), address, linkClockMs() };
+            if (!m_pool.take(newcomer)) {
+                turnAway(std::move(newcomer.socket));
             }
         });
     m_error = listening.error;
@@ -99,26 +98,28 @@ void HttpListener::listen(int threads)
     }
 }
 
-void HttpListener::serve(const HttpConnectionHandlerPool::Newcomer &newcomer)
+void HttpListener::serve(HttpConnectionHandlerPool::Newcomer newcomer)
 {
     if (m_tls) {
-        m_tls->accept(newcomer);
+        m_tls->accept(std::move(newcomer));
         return;
     }
     IoThread &thread = *m_threads[m_nextThread++ % m_threads.size()];
-    const auto connection = std::make_shared<HttpConnectionHandler>(newcomer, thread, m_settings, m_handler, m_pool);
+    const auto connection =
+        std::make_shared<HttpConnectionHandler>(std::move(newcomer), thread, m_settings, m_handler, m_pool);
     m_pool.add(connection);
     thread.add(connection);
 }
 
-void HttpListener::turnAway(int socket)
+void HttpListener::turnAway(Descriptor socket)
 {
     qDebug("HttpListener: Too many incoming connections");
     if (m_turnedAway >= kMostTurnedAway) {
-        ::close(socket);
-    } else if (m_tls) {
-        m_tls->turnAway(socket, m_turnedAway);
+        return;
+    }
+    if (m_tls) {
+        m_tls->turnAway(std::move(socket), m_turnedAway);
     } else {
-        m_threads.front()->add(std::make_shared<HttpTurnedAway>(socket, linkClockMs(), m_turnedAway));
+        m_threads.front()->add(std::make_shared<HttpTurnedAway>(std::move(socket), linkClockMs(), m_turnedAway));
     }
 }

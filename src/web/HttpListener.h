@@ -34,8 +34,8 @@ public:
 private:
     void startTls(int threads);
     void listen(int threads);
-    void serve(const HttpConnectionHandlerPool::Newcomer &newcomer); // any thread
-    void turnAway(int socket);                                       // on the thread that accepts
+    void serve(HttpConnectionHandlerPool::Newcomer newcomer); // any thread
+    void turnAway(Descriptor socket);                         // on the thread that accepts
     class Waiting;
 
     const HttpSettings m_settings;

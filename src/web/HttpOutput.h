@@ -1,25 +1,8 @@
 #pragma once
+#include "base/Descriptor.h"
 #include "io/OutBuffer.h"
 
 #include <memory>
-
-#include <unistd.h>
-
-/// A descriptor that is closed with its last holder.
-class OpenFile
-{
-public:
-    explicit OpenFile(int descriptor)
-        : m_descriptor(descriptor)
-    {}
-    ~OpenFile() { ::close(m_descriptor); }
-    OpenFile(const OpenFile &) = delete;
-    OpenFile &operator=(const OpenFile &) = delete;
-    int descriptor() const { return m_descriptor; }
-
-private:
-    const int m_descriptor;
-};
 
 /// What a connection has to send: bytes, and behind them at most one piece of a file, which is read only when it goes.
 /// Owns: the bytes; holds the file. Thread: that of its connection. Ends: with it.
@@ -31,7 +14,7 @@ public:
     bool hasFile() const { return m_fileBytes > 0; }
     bool isEmpty() const { return m_bytes.isEmpty() && !hasFile(); }
 
-    int file() const { return m_file->descriptor(); }
+    int file() const { return m_file->get(); }
     off_t fileOffset() const { return m_fileOffset; }
     qint64 fileBytes() const { return m_fileBytes; }
 
@@ -41,7 +24,7 @@ public:
         m_bytes.append(bytes);
     }
 
-    void appendFile(std::shared_ptr<const OpenFile> file, qint64 offset, qint64 count)
+    void appendFile(std::shared_ptr<const Descriptor> file, qint64 offset, qint64 count)
     {
         Q_ASSERT(!hasFile());
         m_file = std::move(file);
@@ -60,7 +43,7 @@ public:
 
 private:
     OutBuffer m_bytes;
-    std::shared_ptr<const OpenFile> m_file;
+    std::shared_ptr<const Descriptor> m_file;
     off_t m_fileOffset = 0;
     qint64 m_fileBytes = 0;
 };

@@ -115,7 +115,7 @@ void HttpResponse::write(const QByteArray &bytes, Part part)
     }
 }
 
-void HttpResponse::writeFile(std::shared_ptr<const OpenFile> file, qint64 offset, qint64 count)
+void HttpResponse::writeFile(std::shared_ptr<const Descriptor> file, qint64 offset, qint64 count)
 {
     Q_ASSERT(!m_isComplete && hasHeader("Content-Length"));
     if (!m_isHeadWritten) {

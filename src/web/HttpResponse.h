@@ -41,7 +41,7 @@ public:
     enum class Part { More, Last };
     void write(const QByteArray &bytes, Part part);
     /// The rest of the body is a piece of a file. Content-Length has been set.
-    void writeFile(std::shared_ptr<const OpenFile> file, qint64 offset, qint64 count);
+    void writeFile(std::shared_ptr<const Descriptor> file, qint64 offset, qint64 count);
 
 private:
     void writeHead();

@@ -34,20 +34,19 @@ bool hasRoom(int descriptor, long long bytes)
 HttpTemporaryFile::Result HttpTemporaryFile::make(long long expected)
 {
     QByteArray name = QFile::encodeName(QDir::tempPath() + QStringLiteral("/arkivon-body-XXXXXX"));
-    const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
-    if (descriptor < 0) {
+    Descriptor descriptor(::mkostemp(name.data(), O_CLOEXEC));
+    if (!descriptor.isOpen()) {
         return { errno == ENOSPC ? Made::NoRoom : Made::Refused, nullptr };
     }
     ::unlink(name.constData());
-    std::shared_ptr<HttpTemporaryFile> file(new HttpTemporaryFile(descriptor));
-    if (!hasRoom(descriptor, expected)) {
+    if (!hasRoom(descriptor.get(), expected)) {
         return { Made::NoRoom, nullptr };
     }
-    return { Made::Yes, std::move(file) };
+    return { Made::Yes, std::shared_ptr<HttpTemporaryFile>(new HttpTemporaryFile(std::move(descriptor))) };
 }
 
-HttpTemporaryFile::HttpTemporaryFile(int descriptor)
-    : m_descriptor(descriptor)
+HttpTemporaryFile::HttpTemporaryFile(Descriptor descriptor)
+    : m_descriptor(std::move(descriptor))
 {}
 
 HttpTemporaryFile::~HttpTemporaryFile()
@@ -55,19 +54,18 @@ HttpTemporaryFile::~HttpTemporaryFile()
     if (m_mapped) {
         ::munmap(m_mapped, static_cast<size_t>(m_size));
     }
-    ::close(m_descriptor);
     bytesTogether -= m_size;
 }
 
 bool HttpTemporaryFile::append(const char *bytes, int count)
 {
-    if (bytesTogether.fetch_add(count) + count > kMaxBytesTogether || !hasRoom(m_descriptor, count)) {
+    if (bytesTogether.fetch_add(count) + count > kMaxBytesTogether || !hasRoom(m_descriptor.get(), count)) {
         bytesTogether -= count;
         return false;
     }
     m_size += count;
     while (count > 0) {
-        const ssize_t written = ::write(m_descriptor, bytes, static_cast<size_t>(count));
+        const ssize_t written = ::write(m_descriptor.get(), bytes, static_cast<size_t>(count));
         if (written < 0 && errno != EINTR) {
             return false;
         }
@@ -80,7 +78,8 @@ bool HttpTemporaryFile::append(const char *bytes, int count)
 std::string_view HttpTemporaryFile::content()
 {
     if (!m_mapped && m_size > 0) {
-        void *const mapped = ::mmap(nullptr, static_cast<size_t>(m_size), PROT_READ, MAP_PRIVATE, m_descriptor, 0);
+        void *const mapped =
+            ::mmap(nullptr, static_cast<size_t>(m_size), PROT_READ, MAP_PRIVATE, m_descriptor.get(), 0);
         m_mapped = mapped == MAP_FAILED ? nullptr : mapped;
     }
     return m_mapped ? std::string_view(static_cast<const char *>(m_mapped), static_cast<size_t>(m_size))

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include <memory>
 #include <string_view>
 
@@ -27,9 +28,9 @@ public:
     std::string_view content();                // all of it, mapped; append nothing from now on. Empty when it fails.
 
 private:
-    explicit HttpTemporaryFile(int descriptor);
+    explicit HttpTemporaryFile(Descriptor descriptor);
 
-    const int m_descriptor;
+    const Descriptor m_descriptor;
     long long m_size = 0;
     void *m_mapped = nullptr;
 };

@@ -77,10 +77,16 @@ QString faultOf(const QSslConfiguration &configuration)
                            socket.error() == QAbstractSocket::SslInvalidUserDataError;
     return isRefused ? socket.errorString() : QString();
 }
+
+/// For an event, which has to be copyable.
+std::shared_ptr<Descriptor> shared(Descriptor &&descriptor)
+{
+    return std::make_shared<Descriptor>(std::move(descriptor));
+}
 } // namespace
 
-HttpTlsConnection::HttpTlsConnection(int socket, const QSslConfiguration &configuration, const HttpService &service,
-                                     std::shared_ptr<Place> place, QObject *parent)
+HttpTlsConnection::HttpTlsConnection(Descriptor socket, const QSslConfiguration &configuration,
+                                     const HttpService &service, std::shared_ptr<Place> place, QObject *parent)
     : QObject(parent)
     , m_service(service)
     , m_place(std::move(place))
@@ -92,13 +98,13 @@ HttpTlsConnection::HttpTlsConnection(int socket, const QSslConfiguration &config
     connect(m_socket, &QSslSocket::encryptedBytesWritten, this, &HttpTlsConnection::move);
     connect(m_socket, &QSslSocket::disconnected, this, &QObject::deleteLater);
     connect(m_socket, &QSslSocket::errorOccurred, this, &QObject::deleteLater);
-    if (!m_socket->setSocketDescriptor(socket)) {
+    if (!m_socket->setSocketDescriptor(socket.get())) {
         qDebug("HttpConnectionHandler (%p): cannot initialize socket: %s", static_cast<void *>(this),
                qPrintable(m_socket->errorString()));
-        ::close(socket);
         deleteLater();
         return;
     }
+    socket.release();
     m_socket->setReadBufferSize(kTlsPiece);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     qDebug("HttpConnectionHandler (%p): Starting encryption", static_cast<void *>(this));
@@ -213,22 +219,23 @@ void HttpTlsThreads::onSomeLane(Make make)
         connections, [make, connections] { make(connections); }, Qt::QueuedConnection);
 }
 
-void HttpTlsThreads::accept(const HttpConnectionHandlerPool::Newcomer &client)
+void HttpTlsThreads::accept(HttpConnectionHandlerPool::Newcomer client)
 {
     auto place = std::make_shared<HttpTlsConnection::Place>(client.address, linkClockMs());
     m_service.pool.add(place);
-    onSomeLane([this, socket = client.socket, place](QObject *connections) {
-        new HttpTlsConnection(socket, m_configuration, m_service, place, connections);
+    onSomeLane([this, socket = shared(std::move(client.socket)), place](QObject *connections) {
+        new HttpTlsConnection(std::move(*socket), m_configuration, m_service, place, connections);
     });
 }
 
-void HttpTlsThreads::turnAway(int socket, std::atomic<int> &count)
+void HttpTlsThreads::turnAway(Descriptor socket, std::atomic<int> &count)
 {
     ++count;
-    onSomeLane([this, socket, &count](QObject *connections) {
+    onSomeLane([this, socket = shared(std::move(socket)), &count](QObject *connections) {
         const HttpService service{ m_briefly, *m_noPlace, m_service.pool };
         auto place = std::make_shared<HttpTlsConnection::Place>(QString(), linkClockMs()); // of none in the pool
-        auto *const connection = new HttpTlsConnection(socket, m_configuration, service, place, connections);
+        auto *const connection =
+            new HttpTlsConnection(std::move(*socket), m_configuration, service, place, connections);
         QObject::connect(connection, &QObject::destroyed, connections, [&count] { --count; });
     });
 }

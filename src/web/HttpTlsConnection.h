@@ -33,7 +33,7 @@ public:
         std::atomic<bool> isGivenUp{ false };
     };
 
-    HttpTlsConnection(int socket, const QSslConfiguration &configuration, const HttpService &service,
+    HttpTlsConnection(Descriptor socket, const QSslConfiguration &configuration, const HttpService &service,
                       std::shared_ptr<Place> place, QObject *parent);
     ~HttpTlsConnection() override;
 
@@ -61,10 +61,10 @@ public:
     HttpTlsThreads(const HttpTlsThreads &) = delete;
     HttpTlsThreads &operator=(const HttpTlsThreads &) = delete;
 
-    void accept(const HttpConnectionHandlerPool::Newcomer &client); // its socket is taken over
+    void accept(HttpConnectionHandlerPool::Newcomer client);
     /// Tells the client that there is no place, as soon as it has asked for something. The counter outlives this: of
     /// those that there are.
-    void turnAway(int socket, std::atomic<int> &count);
+    void turnAway(Descriptor socket, std::atomic<int> &count);
 
     /// A server's configuration with the key and the certificates of two PEM files; why there is none.
     static std::optional<QSslConfiguration> configure(const HttpSettings &settings, QString &problem);

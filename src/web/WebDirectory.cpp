@@ -43,10 +43,10 @@ QByteArray realPath(int descriptor)
     return size > 0 ? QByteArray(path, static_cast<int>(size)) : QByteArray();
 }
 
-std::shared_ptr<OpenFile> openFile(const QByteArray &path, int flags)
+std::shared_ptr<Descriptor> openFile(const QByteArray &path, int flags)
 {
     const int descriptor = ::open(path.constData(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    return descriptor < 0 ? nullptr : std::make_shared<OpenFile>(descriptor);
+    return descriptor < 0 ? nullptr : std::make_shared<Descriptor>(descriptor);
 }
 
 QByteArray readStart(int descriptor, int count)
@@ -112,7 +112,7 @@ WebDirectory::Opened WebDirectory::openKept(const QByteArray &fullPath,
     struct stat status
     {};
     const auto opened = openFile(fullPath, O_RDONLY);
-    if (!opened || ::fstat(opened->descriptor(), &status) != 0 || !(identityOf(status) == file->identity)) {
+    if (!opened || ::fstat(opened->get(), &status) != 0 || !(identityOf(status) == file->identity)) {
         return {};
     }
     return { Access::Open, file, opened };
@@ -125,15 +125,15 @@ WebDirectory::Opened WebDirectory::openInside(const QByteArray &name, const QByt
     const auto named = openFile(fullPath, O_PATH);
     struct stat status
     {};
-    if (!directory || !named || ::fstat(named->descriptor(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        !realPath(named->descriptor()).startsWith(realPath(directory->descriptor()) + '/')) {
+    if (!directory || !named || ::fstat(named->get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        !realPath(named->get()).startsWith(realPath(directory->get()) + '/')) {
         return {};
     }
-    const auto opened = openFile(pathOfDescriptor(named->descriptor()), O_RDONLY);
+    const auto opened = openFile(pathOfDescriptor(named->get()), O_RDONLY);
     if (!opened) {
         return { errno == EACCES || errno == EPERM ? Access::Unreadable : Access::Missing, nullptr, nullptr };
     }
-    if (::fstat(opened->descriptor(), &status) != 0) {
+    if (::fstat(opened->get(), &status) != 0) {
         return {};
     }
     const auto file = examine(name, *opened, status);
@@ -141,13 +141,13 @@ WebDirectory::Opened WebDirectory::openInside(const QByteArray &name, const QByt
     return { Access::Open, file, opened };
 }
 
-std::shared_ptr<const WebFile> WebDirectory::examine(const QByteArray &name, const OpenFile &opened,
+std::shared_ptr<const WebFile> WebDirectory::examine(const QByteArray &name, const Descriptor &opened,
                                                      const struct stat &status) const
 {
     auto file = std::make_shared<WebFile>();
     file->identity = identityOf(status);
     const bool isSmall = status.st_size <= kMaxKeptFile;
-    const QByteArray start = readStart(opened.descriptor(), isSmall ? static_cast<int>(status.st_size) : kTypeBytes);
+    const QByteArray start = readStart(opened.get(), isSmall ? static_cast<int>(status.st_size) : kTypeBytes);
     file->contentType =
         QMimeDatabase().mimeTypeForFileNameAndData(QFile::decodeName(name), start.left(kTypeBytes)).name().toLatin1();
     file->lastModified = HttpText::date(status.st_mtim.tv_sec);

@@ -51,8 +51,8 @@ public:
     struct Opened
     {
         Access access = Access::Missing;
-        std::shared_ptr<const WebFile> file;        // when it is open
-        std::shared_ptr<const OpenFile> descriptor; // to read it from; null when its content is kept
+        std::shared_ptr<const WebFile> file;          // when it is open
+        std::shared_ptr<const Descriptor> descriptor; // to read it from; null when its content is kept
     };
 
     /// \param name  relative, decoded, from outside: any bytes
@@ -61,7 +61,7 @@ public:
 
 private:
     Opened openKept(const QByteArray &fullPath, const std::shared_ptr<const WebFile> &file) const;
-    std::shared_ptr<const WebFile> examine(const QByteArray &name, const OpenFile &opened,
+    std::shared_ptr<const WebFile> examine(const QByteArray &name, const Descriptor &opened,
                                            const struct stat &status) const;
     Opened openInside(const QByteArray &name, const QByteArray &fullPath);
     std::shared_ptr<const WebFile> kept(const QByteArray &name) const;

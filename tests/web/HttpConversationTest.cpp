@@ -48,7 +48,7 @@ public:
             response.write(path, HttpResponse::Part::Last);
         } else if (path == "/file") {
             response.setHeader("Content-Length", "5");
-            response.writeFile(std::make_shared<OpenFile>(::dup(0)), 0, 5);
+            response.writeFile(std::make_shared<Descriptor>(::dup(0)), 0, 5);
         } else {
             response.write(request.body().isEmpty() ? path : request.body(), HttpResponse::Part::Last);
         }

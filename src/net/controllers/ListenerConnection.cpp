@@ -9,28 +9,23 @@
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
-/// A socket on its way to the target; -1 when the system refuses.
-int beginConnecting(const QHostAddress &target, const ListenerOptions &options)
+/// A socket on its way to the target; not open when the system refuses.
+Descriptor beginConnecting(const QHostAddress &target, const ListenerOptions &options)
 {
     const SocketAddress where(target, options.port);
-    const int socket = ::socket(where.family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (socket < 0) {
-        return -1;
-    }
+    Descriptor socket(::socket(where.family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     const int on = 1;
-    ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     bool isGood = true;
     if (options.bindAddress.protocol() == QAbstractSocket::IPv4Protocol) {
         const SocketAddress from(options.bindAddress, 0);
-        ::setsockopt(socket, IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, &on, sizeof on);
-        isGood = ::bind(socket, from.get(), from.size) == 0;
+        ::setsockopt(socket.get(), IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, &on, sizeof on);
+        isGood = ::bind(socket.get(), from.get(), from.size) == 0;
     }
-    if (!isGood || (::connect(socket, where.get(), where.size) != 0 && errno != EINPROGRESS)) {
-        ::close(socket);
-        return -1;
+    if (!isGood || (::connect(socket.get(), where.get(), where.size) != 0 && errno != EINPROGRESS)) {
+        return {};
     }
     return socket;
 }
@@ -39,22 +34,22 @@ int beginConnecting(const QHostAddress &target, const ListenerOptions &options)
 std::shared_ptr<ListenerConnection> ListenerConnection::open(const QHostAddress &target, const ListenerOptions &options,
                                                              IoThread &thread, Told told)
 {
-    const int socket = beginConnecting(target, options);
-    if (socket < 0) {
+    Descriptor socket = beginConnecting(target, options);
+    if (!socket.isOpen()) {
         return nullptr;
     }
     std::shared_ptr<ListenerConnection> connection(
-        new ListenerConnection(socket, target, options.handshake, thread, std::move(told)));
+        new ListenerConnection(std::move(socket), target, options.handshake, thread, std::move(told)));
     thread.add(connection);
     return connection;
 }
 
-ListenerConnection::ListenerConnection(int socket, const QHostAddress &target, const QByteArray &handshake,
+ListenerConnection::ListenerConnection(Descriptor socket, const QHostAddress &target, const QByteArray &handshake,
                                        IoThread &thread, Told told)
     : m_target(target)
     , m_handshake(handshake)
     , m_told(std::move(told))
-    , m_socket(socket, thread, *this)
+    , m_socket(std::move(socket), thread, *this)
     , m_session(handshake, linkClockMs())
 {
     m_socket.trust(); // it is of our own list

@@ -45,7 +45,7 @@ public:
     void removed() override;
 
 private:
-    ListenerConnection(int socket, const QHostAddress &target, const QByteArray &handshake, IoThread &thread,
+    ListenerConnection(Descriptor socket, const QHostAddress &target, const QByteArray &handshake, IoThread &thread,
                        Told told);
     bool finishConnecting(quint32 epollEvents, qint64 nowMs);
     bool readAvailable(qint64 nowMs);

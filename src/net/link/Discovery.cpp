@@ -1,4 +1,5 @@
 #include "net/link/Discovery.h"
+#include "base/Descriptor.h"
 #include "base/Messages.h"
 #include "io/InterfaceEvents.h"
 #include "io/SocketAddress.h"
@@ -14,7 +15,6 @@
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 const QHostAddress &groupAddress()
@@ -23,13 +23,13 @@ const QHostAddress &groupAddress()
     return address;
 }
 
-int openDatagramSocket(const QHostAddress &address, bool isShared)
+Descriptor openDatagramSocket(const QHostAddress &address, bool isShared)
 {
-    const int socket = ::socket(SocketAddress(address, 0).family(), SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    Descriptor socket(::socket(SocketAddress(address, 0).family(), SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     const int on = 1;
-    ::setsockopt(socket, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
     if (isShared) {
-        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     }
     return socket;
 }
@@ -104,24 +104,22 @@ public:
     enum class Role { AnswersOnly, AlsoBroadcasts };
 
     /// \param interfaceIndex  where it has joined the group; 0: nowhere
-    DiscoverySocket(int socket, std::shared_ptr<Discovery> discovery, Role role, int interfaceIndex)
-        : m_socket(socket)
+    DiscoverySocket(Descriptor socket, std::shared_ptr<Discovery> discovery, Role role, int interfaceIndex)
+        : m_socket(std::move(socket))
         , m_discovery(std::move(discovery))
         , m_role(role)
         , m_interfaceIndex(interfaceIndex)
         , m_broadcastAtMs(linkClockMs() + Discovery::kBroadcastMs)
     {}
 
-    ~DiscoverySocket() override { ::close(m_socket); }
-
-    int descriptor() const override { return m_socket; }
+    int descriptor() const override { return m_socket.get(); }
     int interfaceIndex() const { return m_interfaceIndex; }
     void leave() { m_isLeft = true; } // at the next tick
 
     /// False: the system has not taken it. A datagram may get lost all the same.
     bool sendTo(const SocketAddress &receiver, const QByteArray &datagram) const
     {
-        return ::sendto(m_socket, datagram.constData(), static_cast<size_t>(datagram.size()), MSG_NOSIGNAL,
+        return ::sendto(m_socket.get(), datagram.constData(), static_cast<size_t>(datagram.size()), MSG_NOSIGNAL,
                         receiver.get(), receiver.size) >= 0;
     }
 
@@ -129,7 +127,7 @@ public:
     {
         char bytes[kMaxDatagram]; // of a longer one only the beginning counts
         SocketAddress sender;
-        const ssize_t count = ::recvfrom(m_socket, bytes, sizeof bytes, 0, sender.get(), &sender.size);
+        const ssize_t count = ::recvfrom(m_socket.get(), bytes, sizeof bytes, 0, sender.get(), &sender.size);
         if (count > 0) {
             m_discovery->takeDatagram(bytes, static_cast<int>(count), sender);
         }
@@ -152,7 +150,7 @@ public:
     }
 
 private:
-    const int m_socket;
+    const Descriptor m_socket;
     const std::shared_ptr<Discovery> m_discovery;
     const Role m_role;
     const int m_interfaceIndex;
@@ -164,18 +162,16 @@ private:
 class DiscoveryWatch final : public IoHandler
 {
 public:
-    DiscoveryWatch(int descriptor, std::shared_ptr<Discovery> discovery)
-        : m_descriptor(descriptor)
+    DiscoveryWatch(Descriptor descriptor, std::shared_ptr<Discovery> discovery)
+        : m_descriptor(std::move(descriptor))
         , m_discovery(std::move(discovery))
     {}
 
-    ~DiscoveryWatch() override { ::close(m_descriptor); }
-
-    int descriptor() const override { return m_descriptor; }
+    int descriptor() const override { return m_descriptor.get(); }
 
     bool ready(quint32, qint64) override
     {
-        takeInterfaceEvents(m_descriptor);
+        takeInterfaceEvents(m_descriptor.get());
         m_hasChanged = true;
         return true;
     }
@@ -189,7 +185,7 @@ public:
     }
 
 private:
-    const int m_descriptor;
+    const Descriptor m_descriptor;
     const std::shared_ptr<Discovery> m_discovery;
     bool m_hasChanged = true; // something may have come before it watched
 };
@@ -204,8 +200,8 @@ void Discovery::start(IoThread &thread, LinkServices &services, const QHostAddre
     for (std::shared_ptr<DiscoverySocket> &socket : sockets) { // only now: the list of all is the thread's from here on
         thread.add(std::move(socket));
     }
-    if (const int events = openInterfaceEvents(); events >= 0) {
-        thread.add(std::make_shared<DiscoveryWatch>(events, discovery));
+    if (Descriptor events = openInterfaceEvents(); events.isOpen()) {
+        thread.add(std::make_shared<DiscoveryWatch>(std::move(events), discovery));
     }
 }
 
@@ -226,11 +222,11 @@ bool Discovery::isAnyAddress() const
 Discovery::Sockets Discovery::openDirectSockets()
 {
     const auto open = [this](const QHostAddress &address, quint16 port, bool isShared, DiscoverySocket::Role role) {
-        const int socket = openDatagramSocket(address, isShared);
-        if (!bindTo(socket, address, port)) {
+        Descriptor socket = openDatagramSocket(address, isShared);
+        if (!bindTo(socket.get(), address, port)) {
             tellProblem(address, port); // it still sends
         }
-        auto made = std::make_shared<DiscoverySocket>(socket, shared_from_this(), role, 0);
+        auto made = std::make_shared<DiscoverySocket>(std::move(socket), shared_from_this(), role, 0);
         m_sockets.push_back(made.get());
         return made;
     };
@@ -253,11 +249,11 @@ Discovery::Sockets Discovery::openGroupSockets()
             continue;
         }
         const QHostAddress where = isAnyAddress() ? QHostAddress(QHostAddress::AnyIPv4) : groupAddress();
-        const int socket = openDatagramSocket(where, true);
-        if (!bindTo(socket, where, m_ports.group) || !joinGroup(socket, card.index())) {
+        Descriptor socket = openDatagramSocket(where, true);
+        if (!bindTo(socket.get(), where, m_ports.group) || !joinGroup(socket.get(), card.index())) {
             tellProblem(where, m_ports.group);
         }
-        sockets.push_back(std::make_shared<DiscoverySocket>(socket, shared_from_this(),
+        sockets.push_back(std::make_shared<DiscoverySocket>(std::move(socket), shared_from_this(),
                                                             DiscoverySocket::Role::AnswersOnly, card.index()));
         m_sockets.push_back(sockets.back().get());
     }

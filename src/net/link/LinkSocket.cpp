@@ -7,14 +7,13 @@
 
 #include <sys/epoll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 std::atomic<qint64> heldTogether{ 0 };
 }
 
-LinkSocket::LinkSocket(int socket, IoThread &thread, IoHandler &handler)
-    : m_socket(socket)
+LinkSocket::LinkSocket(Descriptor socket, IoThread &thread, IoHandler &handler)
+    : m_socket(std::move(socket))
     , m_thread(thread)
     , m_handler(handler)
 {}
@@ -22,7 +21,6 @@ LinkSocket::LinkSocket(int socket, IoThread &thread, IoHandler &handler)
 LinkSocket::~LinkSocket()
 {
     heldTogether -= m_held;
-    ::close(m_socket);
 }
 
 void LinkSocket::setReading(bool isReading)
@@ -41,7 +39,7 @@ void LinkSocket::flush(LinkExchange &exchange)
 {
     OutBuffer &output = exchange.output();
     while (isOpen() && !m_waitsForRoom && !output.isEmpty()) {
-        const ssize_t count = ::send(m_socket, output.data(), static_cast<size_t>(output.size()), MSG_NOSIGNAL);
+        const ssize_t count = ::send(m_socket.get(), output.data(), static_cast<size_t>(output.size()), MSG_NOSIGNAL);
         if (count >= 0) {
             output.consume(static_cast<int>(count));
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
@@ -63,7 +61,7 @@ void LinkSocket::hangUp(LinkExchange &exchange, End why)
     if (isOpen()) {
         m_end = why;
         exchange.output().clear();
-        ::shutdown(m_socket, SHUT_RDWR);
+        ::shutdown(m_socket.get(), SHUT_RDWR);
     }
 }
 
@@ -81,7 +79,7 @@ bool LinkSocket::mayKeep(const LinkExchange &exchange)
 void LinkSocket::cutOff(LinkExchange &exchange, End why)
 {
     const linger dropUnsent{ 1, 0 }; // what the system still holds for it goes too
-    ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &dropUnsent, sizeof dropUnsent);
+    ::setsockopt(m_socket.get(), SOL_SOCKET, SO_LINGER, &dropUnsent, sizeof dropUnsent);
     hangUp(exchange, why);
 }
 

@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include "io/IoThread.h"
 
 class LinkExchange;
@@ -22,13 +23,13 @@ public:
     static constexpr int kLeastBytes = 4 * 1024;
     enum class End { None, Plain, DoesNotRead, TakesTooMuch };
 
-    /// Takes over a non-blocking socket, which the handler serves on the thread.
-    LinkSocket(int socket, IoThread &thread, IoHandler &handler);
+    /// A non-blocking socket, which the handler serves on the thread.
+    LinkSocket(Descriptor socket, IoThread &thread, IoHandler &handler);
     ~LinkSocket();
     LinkSocket(const LinkSocket &) = delete;
     LinkSocket &operator=(const LinkSocket &) = delete;
 
-    int descriptor() const { return m_socket; }
+    int descriptor() const { return m_socket.get(); }
     bool isOpen() const { return m_end == End::None; }
     End end() const { return m_end; } // why it is not open
     bool isReading() const { return m_isReading; }
@@ -45,7 +46,7 @@ private:
     bool mayKeep(const LinkExchange &exchange);
     void cutOff(LinkExchange &exchange, End why);
 
-    const int m_socket;
+    const Descriptor m_socket;
     IoThread &m_thread;
     IoHandler &m_handler;
     End m_end = End::None;

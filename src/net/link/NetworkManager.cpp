@@ -73,9 +73,9 @@ std::optional<QString> NetworkManager::start(const LinkOptions &options)
         }
     }
     IoThread &first = *m_threads.front();
-    ListenSocket::Result listening =
-        ListenSocket::open(options.bindAddress, options.port, first.loop(),
-                           [this](int socket, const QString &peerAddress) { accept(socket, peerAddress); });
+    ListenSocket::Result listening = ListenSocket::open(
+        options.bindAddress, options.port, first.loop(),
+        [this](Descriptor socket, const QString &peerAddress) { accept(std::move(socket), peerAddress); });
     if (!listening.socket) {
         stop();
         return listening.error;
@@ -187,11 +187,11 @@ void NetworkManager::clientClosed(SocketClient &client)
     }
 }
 
-void NetworkManager::accept(int socket, const QString &peerAddress)
+void NetworkManager::accept(Descriptor socket, const QString &peerAddress)
 {
     IoThread &thread = nextThread();
     const auto client =
-        std::make_shared<SocketClient>(socket, peerAddress, thread, static_cast<LinkEventSink &>(*this));
+        std::make_shared<SocketClient>(std::move(socket), peerAddress, thread, static_cast<LinkEventSink &>(*this));
     if (!m_registry.add(*client)) {
         constexpr qint64 kTellAgainMs = 1000;
         if (const qint64 nowMs = linkClockMs(); nowMs - m_refusedAtMs >= kTellAgainMs) {

@@ -89,7 +89,7 @@ private:
     void clientClosed(SocketClient &client) override;
     bool isFull() const override { return m_hooks.events.isFull(); }
     void pauseWhenFull(SocketClient &client) const;
-    void accept(int socket, const QString &peerAddress);
+    void accept(Descriptor socket, const QString &peerAddress);
     void take(SocketClient &client, const PeerIntroduced &peer);
     void take(SocketClient &client, const ButtonReport &report);
     void take(SocketClient &client, const LevelReport &report);

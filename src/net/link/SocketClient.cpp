@@ -15,11 +15,11 @@ bool isForProgram(const LinkEvent &event)
 }
 } // namespace
 
-SocketClient::SocketClient(int socket, const QString &peerAddress, IoThread &thread, LinkEventSink &sink)
+SocketClient::SocketClient(Descriptor socket, const QString &peerAddress, IoThread &thread, LinkEventSink &sink)
     : m_peerAddress(peerAddress)
     , m_thread(thread)
     , m_sink(sink)
-    , m_socket(socket, thread, *this)
+    , m_socket(std::move(socket), thread, *this)
     , m_session(linkClockMs())
 {}
 

@@ -32,8 +32,8 @@ class SocketClient final : public IoHandler,
 public:
     static constexpr int kMaxWaitingBytes = LinkSocket::kMaxWaitingBytes;
 
-    /// Takes over a connected non-blocking socket. The thread and the sink outlive the client.
-    SocketClient(int socket, const QString &peerAddress, IoThread &thread, LinkEventSink &sink);
+    /// A connected non-blocking socket. The thread and the sink outlive the client.
+    SocketClient(Descriptor socket, const QString &peerAddress, IoThread &thread, LinkEventSink &sink);
     ~SocketClient() override;
 
     QString peerAddress() const { return m_peerAddress; }

@@ -3,7 +3,6 @@
 #include "io/ListenSocket.h"
 
 #include <sys/epoll.h>
-#include <unistd.h>
 
 namespace {
 constexpr int kAcceptedPerTurn = 4; // each runs the program's handlers
@@ -13,11 +12,9 @@ AcceptingSocket::~AcceptingSocket() = default;
 
 bool AcceptingSocket::listen()
 {
-    const auto accepted = [weak = weak_from_this()](int socket, const QString &) {
+    const auto accepted = [weak = weak_from_this()](Descriptor socket, const QString &) {
         if (const auto self = std::static_pointer_cast<AcceptingSocket>(weak.lock())) {
-            self->accept(socket);
-        } else {
-            ::close(socket);
+            self->accept(std::move(socket));
         }
     };
     ListenSocket::Result result =
@@ -41,15 +38,15 @@ void AcceptingSocket::close()
     }
 }
 
-void AcceptingSocket::accept(int socket)
+void AcceptingSocket::accept(Descriptor socket)
 {
     if (m_connections < kMostConnections) {
         m_hasRefused = false;
         ++m_connections;
-        take(socket);
+        take(std::move(socket));
         return;
     }
-    ::close(socket);
+    socket.close();
     if (!std::exchange(m_hasRefused, true)) {
         events().error(localPort(), QAbstractSocket::SocketResourceError);
     }

@@ -24,11 +24,11 @@ public:
     void close() override;
 
 protected:
-    virtual void take(int socket) = 0; // one more connection, which has been counted
+    virtual void take(Descriptor socket) = 0; // one more connection, which has been counted
     void release() { --m_connections; }
 
 private:
-    void accept(int socket);
+    void accept(Descriptor socket);
 
     const quint16 m_port;
     std::shared_ptr<ListenSocket> m_listener;

@@ -6,26 +6,23 @@
 
 #include <netinet/in.h>
 #include <sys/epoll.h>
-#include <unistd.h>
 
 namespace {
-int openDescriptor(const SocketAddress &own, const SocketAddress *peer)
+Descriptor openDescriptor(const SocketAddress &own, const SocketAddress *peer)
 {
-    const int socket = ::socket(own.family(), SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (socket < 0) {
-        return -1;
+    Descriptor socket(::socket(own.family(), SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (!socket.isOpen()) {
+        return socket;
     }
     const int on = 1;
     const int off = 0;
-    ::setsockopt(socket, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
     if (own.family() == AF_INET6) {
-        ::setsockopt(socket, IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
+        ::setsockopt(socket.get(), IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
     }
-    if (::bind(socket, own.get(), own.size) != 0 || (peer && ::connect(socket, peer->get(), peer->size) != 0)) {
-        const int reason = errno;
-        ::close(socket);
-        errno = reason;
-        return -1;
+    if (::bind(socket.get(), own.get(), own.size) != 0 ||
+        (peer && ::connect(socket.get(), peer->get(), peer->size) != 0)) {
+        socket.close();
     }
     return socket;
 }
@@ -39,20 +36,20 @@ quint32 inputEvents(DatagramSocket::Input input)
 DatagramSocket::Result DatagramSocket::open(SocketLoop &loop, const SocketAddress &own, const SocketAddress *peer,
                                             Input input, std::shared_ptr<Owner> owner)
 {
-    const int descriptor = openDescriptor(own, peer);
-    if (descriptor < 0) {
+    Descriptor descriptor = openDescriptor(own, peer);
+    if (!descriptor.isOpen()) {
         return { nullptr, socketErrorOf(errno) };
     }
-    std::shared_ptr<DatagramSocket> socket(new DatagramSocket(loop, descriptor, input, std::move(owner)));
+    std::shared_ptr<DatagramSocket> socket(new DatagramSocket(loop, std::move(descriptor), input, std::move(owner)));
     if (!loop.add(socket, inputEvents(input))) {
         return { nullptr, QAbstractSocket::SocketResourceError };
     }
     return { std::move(socket), kNoSocketError };
 }
 
-DatagramSocket::DatagramSocket(SocketLoop &loop, int socket, Input input, std::shared_ptr<Owner> owner)
+DatagramSocket::DatagramSocket(SocketLoop &loop, Descriptor socket, Input input, std::shared_ptr<Owner> owner)
     : m_loop(loop)
-    , m_socket(socket)
+    , m_socket(std::move(socket))
     , m_input(input)
     , m_owner(std::move(owner))
 {}
@@ -65,7 +62,7 @@ DatagramSocket::~DatagramSocket()
 int DatagramSocket::send(const QByteArray &bytes, const SocketAddress *destination)
 {
     const auto sendOnce = [&] {
-        return ::sendto(m_socket, bytes.constData(), static_cast<size_t>(bytes.size()), MSG_NOSIGNAL,
+        return ::sendto(m_socket.get(), bytes.constData(), static_cast<size_t>(bytes.size()), MSG_NOSIGNAL,
                         destination ? destination->get() : nullptr, destination ? destination->size : 0);
     };
     if (sendOnce() >= 0) {
@@ -94,7 +91,7 @@ bool DatagramSocket::ready(quint32 epollEvents, qint64)
     int error = 0;
     if ((epollEvents & EPOLLERR) != 0) {
         socklen_t size = sizeof error;
-        ::getsockopt(m_socket, SOL_SOCKET, SO_ERROR, &error, &size);
+        ::getsockopt(m_socket.get(), SOL_SOCKET, SO_ERROR, &error, &size);
     }
     if ((epollEvents & EPOLLIN) != 0 && m_input == Input::Read && error == 0) {
         const std::vector<Datagram> datagrams = readAvailable(error);
@@ -105,15 +102,12 @@ bool DatagramSocket::ready(quint32 epollEvents, qint64)
     if (error != 0) {
         tell([error](Owner &owner) { owner.failed(socketErrorOf(error)); });
     }
-    return m_socket >= 0;
+    return m_socket.isOpen();
 }
 
 void DatagramSocket::removed()
 {
-    if (m_socket >= 0) {
-        ::close(m_socket);
-        m_socket = -1;
-    }
+    m_socket.close();
     m_owner.reset();
 }
 
@@ -123,7 +117,7 @@ std::vector<DatagramSocket::Datagram> DatagramSocket::readAvailable(int &error) 
     std::vector<Datagram> datagrams;
     while (datagrams.size() < kMostPerTurn) {
         SocketAddress sender;
-        const ssize_t count = ::recvfrom(m_socket, buffer.data(), buffer.size(), 0, sender.get(), &sender.size);
+        const ssize_t count = ::recvfrom(m_socket.get(), buffer.data(), buffer.size(), 0, sender.get(), &sender.size);
         if (count < 0) {
             error = errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR ? 0 : errno;
             break;
@@ -143,7 +137,7 @@ void DatagramSocket::tell(Call call)
     m_isTelling = true;
     call(*owner);
     m_isTelling = false;
-    if (std::exchange(m_isMuted, false) && m_socket >= 0) {
+    if (std::exchange(m_isMuted, false) && m_socket.isOpen()) {
         m_loop.io().watch(*this, inputEvents(m_input));
     }
 }

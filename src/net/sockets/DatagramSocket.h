@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include "io/IoLoop.h"
 #include "io/SocketAddress.h"
 #include "net/sockets/SocketErrors.h"
@@ -49,19 +50,19 @@ public:
     int send(const QByteArray &bytes, const SocketAddress *destination = nullptr);
     void close();
 
-    int descriptor() const override { return m_socket; }
+    int descriptor() const override { return m_socket.get(); }
     bool ready(quint32 epollEvents, qint64 nowMs) override;
     bool tick(qint64) override { return true; }
     void removed() override;
 
 private:
-    DatagramSocket(SocketLoop &loop, int socket, Input input, std::shared_ptr<Owner> owner);
+    DatagramSocket(SocketLoop &loop, Descriptor socket, Input input, std::shared_ptr<Owner> owner);
     std::vector<Datagram> readAvailable(int &error) const;
     template <class Call>
     void tell(Call call);
 
     SocketLoop &m_loop;
-    int m_socket; // -1: removed
+    Descriptor m_socket; // none: removed
     const Input m_input;
     std::shared_ptr<Owner> m_owner;
     bool m_isTelling = false;

@@ -1,4 +1,5 @@
 #include "net/sockets/HostLookup.h"
+#include "base/Descriptor.h"
 
 #include "base/StopSignals.h"
 #include "io/SocketAddress.h"
@@ -24,14 +25,6 @@ struct HostLookup::Shared
         : name(hostName.toStdString())
         , done(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
     {}
-    ~Shared()
-    {
-        if (done >= 0) {
-            ::close(done);
-        }
-    }
-    Shared(const Shared &) = delete;
-    Shared &operator=(const Shared &) = delete;
 
     void run() // on the thread
     {
@@ -46,20 +39,20 @@ struct HostLookup::Shared
             ::freeaddrinfo(found);
         }
         const quint64 one = 1;
-        [[maybe_unused]] const ssize_t written = ::write(done, &one, sizeof one);
+        [[maybe_unused]] const ssize_t written = ::write(done.get(), &one, sizeof one);
         --runningLookups;
     }
 
     const std::string name;
-    const int done;   // an eventfd
-    std::mutex mutex; // guards what follows
+    const Descriptor done; // an eventfd
+    std::mutex mutex;      // guards what follows
     std::vector<SocketAddress> addresses;
 };
 
 bool HostLookup::start(SocketLoop &loop, const QString &name, Found found)
 {
     const auto shared = std::make_shared<Shared>(name);
-    if (shared->done < 0 || runningLookups >= kMostAtOnce) {
+    if (!shared->done.isOpen() || runningLookups >= kMostAtOnce) {
         return false;
     }
     const std::shared_ptr<HostLookup> lookup(new HostLookup(shared, std::move(found)));
@@ -85,13 +78,13 @@ HostLookup::HostLookup(std::shared_ptr<Shared> shared, Found found)
 
 int HostLookup::descriptor() const
 {
-    return m_shared->done;
+    return m_shared->done.get();
 }
 
 bool HostLookup::ready(quint32, qint64)
 {
     quint64 count = 0;
-    if (::read(m_shared->done, &count, sizeof count) < 0) {
+    if (::read(m_shared->done.get(), &count, sizeof count) < 0) {
         return true;
     }
     QList<QHostAddress> addresses;

@@ -1,4 +1,5 @@
 #include "net/sockets/OneShotSends.h"
+#include "base/Descriptor.h"
 
 #include "base/StopSignals.h"
 #include "io/IoLoop.h"
@@ -15,7 +16,6 @@
 
 #include <netdb.h>
 #include <poll.h>
-#include <unistd.h>
 
 namespace {
 struct Message
@@ -26,53 +26,37 @@ struct Message
 };
 using Send = void (*)(const Message &);
 
-/// A descriptor that is closed at the end.
-class Socket
+Descriptor openSocket(int family, int type)
 {
-public:
-    Socket(int family, int type)
-        : m_socket(::socket(family, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0))
-    {}
-    ~Socket()
-    {
-        if (m_socket >= 0) {
-            ::close(m_socket);
-        }
-    }
-    Socket(const Socket &) = delete;
-    Socket &operator=(const Socket &) = delete;
-    int get() const { return m_socket; }
+    return Descriptor(::socket(family, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+}
 
-    bool waitUntilWritable(qint64 untilMs) const
-    {
-        pollfd wanted{ m_socket, POLLOUT, 0 };
-        const qint64 leftMs = untilMs - linkClockMs();
-        return leftMs > 0 && ::poll(&wanted, 1, static_cast<int>(leftMs)) == 1;
-    }
+bool waitUntilWritable(const Descriptor &socket, qint64 untilMs)
+{
+    pollfd wanted{ socket.get(), POLLOUT, 0 };
+    const qint64 leftMs = untilMs - linkClockMs();
+    return leftMs > 0 && ::poll(&wanted, 1, static_cast<int>(leftMs)) == 1;
+}
 
-private:
-    const int m_socket;
-};
-
-bool connectUntil(const Socket &socket, const addrinfo &address, qint64 untilMs)
+bool connectUntil(const Descriptor &socket, const addrinfo &address, qint64 untilMs)
 {
     if (::connect(socket.get(), address.ai_addr, address.ai_addrlen) == 0) {
         return true;
     }
     int error = errno;
     socklen_t size = sizeof error;
-    return error == EINPROGRESS && socket.waitUntilWritable(untilMs) &&
+    return error == EINPROGRESS && waitUntilWritable(socket, untilMs) &&
            ::getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
-void writeUntil(const Socket &socket, const std::string &data, qint64 untilMs)
+void writeUntil(const Descriptor &socket, const std::string &data, qint64 untilMs)
 {
     for (size_t sent = 0; sent < data.size();) {
         const ssize_t count = ::send(socket.get(), data.data() + sent, data.size() - sent, MSG_NOSIGNAL);
         if (count >= 0) {
             sent += static_cast<size_t>(count);
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            if (!socket.waitUntilWritable(untilMs)) {
+            if (!waitUntilWritable(socket, untilMs)) {
                 return;
             }
         } else if (errno != EINTR) {
@@ -104,8 +88,8 @@ void sendByTcp(const Message &message)
     const auto addresses = addressesOf(message, SOCK_STREAM, 0);
     const qint64 untilMs = linkClockMs() + OneShotSends::kConnectMs;
     for (const addrinfo *address = addresses.get(); address; address = address->ai_next) {
-        const Socket socket(address->ai_family, SOCK_STREAM);
-        if (socket.get() >= 0 && connectUntil(socket, *address, untilMs)) {
+        const Descriptor socket = openSocket(address->ai_family, SOCK_STREAM);
+        if (socket.isOpen() && connectUntil(socket, *address, untilMs)) {
             writeUntil(socket, message.data, linkClockMs() + OneShotSends::kWriteMs);
             return;
         }
@@ -118,14 +102,14 @@ void sendByUdp(const Message &message)
     if (!addresses) {
         return;
     }
-    const Socket socket(addresses->ai_family, SOCK_DGRAM);
+    const Descriptor socket = openSocket(addresses->ai_family, SOCK_DGRAM);
     const int on = 1;
     ::setsockopt(socket.get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
     const auto sendIt = [&] {
         return ::sendto(socket.get(), message.data.data(), message.data.size(), MSG_NOSIGNAL, addresses->ai_addr,
                         addresses->ai_addrlen);
     };
-    if (sendIt() < 0 && errno == EAGAIN && socket.waitUntilWritable(linkClockMs() + OneShotSends::kWriteMs)) {
+    if (sendIt() < 0 && errno == EAGAIN && waitUntilWritable(socket, linkClockMs() + OneShotSends::kWriteMs)) {
         sendIt();
     }
 }

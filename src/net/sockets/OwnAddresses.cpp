@@ -1,12 +1,11 @@
 #include "net/sockets/OwnAddresses.h"
+#include "base/Descriptor.h"
 
 #include "io/SocketAddress.h"
 
 #include <QNetworkInterface>
 
 #include <algorithm>
-
-#include <unistd.h>
 
 namespace {
 bool isUp(const QNetworkInterface &interface)
@@ -18,15 +17,12 @@ bool isUp(const QNetworkInterface &interface)
 void sendDatagram(const QHostAddress &address, quint16 port, const QByteArray &datagram)
 {
     const SocketAddress where(address, port);
-    const int socket = ::socket(where.family(), SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (socket < 0) {
-        return;
-    }
+    const Descriptor socket(::socket(where.family(), SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     const int on = 1;
-    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    ::setsockopt(socket, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
-    ::sendto(socket, datagram.constData(), static_cast<size_t>(datagram.size()), MSG_NOSIGNAL, where.get(), where.size);
-    ::close(socket);
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    ::sendto(socket.get(), datagram.constData(), static_cast<size_t>(datagram.size()), MSG_NOSIGNAL, where.get(),
+             where.size);
 }
 
 std::vector<QHostAddress> broadcastAddresses()

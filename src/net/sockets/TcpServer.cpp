@@ -13,9 +13,10 @@ void TcpServer::send(const QByteArray &data)
     }
 }
 
-void TcpServer::take(int socket)
+void TcpServer::take(Descriptor socket)
 {
-    const std::shared_ptr<TcpStream> stream = TcpStream::accepted(loop(), socket, { shared_from_this(), this });
+    const std::shared_ptr<TcpStream> stream =
+        TcpStream::accepted(loop(), std::move(socket), { shared_from_this(), this });
     if (!stream) {
         release();
         return;

@@ -12,7 +12,7 @@ public:
     void send(const QByteArray &data) override;
 
 private:
-    void take(int socket) override;
+    void take(Descriptor socket) override;
     void connected(ByteStream &stream) override;
     void received(ByteStream &stream, const QByteArray &bytes) override;
     void ended(ByteStream &stream, int error) override;

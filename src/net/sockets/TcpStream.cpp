@@ -11,7 +11,6 @@
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
-#include <unistd.h>
 
 namespace {
 constexpr size_t kReadSize = 64UL * 1024;
@@ -65,18 +64,16 @@ char *readBuffer()
 TcpStream::Result TcpStream::connectTo(SocketLoop &loop, const SocketAddress &address, quint16 boundPort,
                                        std::shared_ptr<Owner> owner)
 {
-    const int socket = ::socket(address.family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (socket < 0) {
+    Descriptor socket(::socket(address.family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (!socket.isOpen()) {
         return { nullptr, socketErrorOf(errno) };
     }
-    setUp(socket);
-    const bool isBound = boundPort == 0 || bindTo(socket, address.family(), boundPort);
-    if (!isBound || (::connect(socket, address.get(), address.size) != 0 && errno != EINPROGRESS)) {
-        const int error = socketErrorOf(errno);
-        ::close(socket);
-        return { nullptr, error };
+    setUp(socket.get());
+    const bool isBound = boundPort == 0 || bindTo(socket.get(), address.family(), boundPort);
+    if (!isBound || (::connect(socket.get(), address.get(), address.size) != 0 && errno != EINPROGRESS)) {
+        return { nullptr, socketErrorOf(errno) };
     }
-    std::shared_ptr<TcpStream> stream(new TcpStream(loop, socket, std::move(owner), State::Connecting));
+    std::shared_ptr<TcpStream> stream(new TcpStream(loop, std::move(socket), std::move(owner), State::Connecting));
     stream->m_deadlineMs = Clock::instance().monotonicMs() + kConnectMs;
     stream->m_watched = EPOLLOUT;
     if (!loop.add(stream, EPOLLOUT)) {
@@ -85,11 +82,11 @@ TcpStream::Result TcpStream::connectTo(SocketLoop &loop, const SocketAddress &ad
     return { std::move(stream), kNoSocketError };
 }
 
-std::shared_ptr<TcpStream> TcpStream::accepted(SocketLoop &loop, int socket, std::shared_ptr<Owner> owner)
+std::shared_ptr<TcpStream> TcpStream::accepted(SocketLoop &loop, Descriptor socket, std::shared_ptr<Owner> owner)
 {
-    setUp(socket);
-    std::shared_ptr<TcpStream> stream(new TcpStream(loop, socket, std::move(owner), State::Open));
-    stream->m_peer = peerOf(socket);
+    setUp(socket.get());
+    std::shared_ptr<TcpStream> stream(new TcpStream(loop, std::move(socket), std::move(owner), State::Open));
+    stream->m_peer = peerOf(stream->descriptor());
     stream->m_watched = EPOLLIN;
     if (!loop.add(stream, EPOLLIN)) {
         return nullptr;
@@ -97,9 +94,9 @@ std::shared_ptr<TcpStream> TcpStream::accepted(SocketLoop &loop, int socket, std
     return stream;
 }
 
-TcpStream::TcpStream(SocketLoop &loop, int socket, std::shared_ptr<Owner> owner, State state)
+TcpStream::TcpStream(SocketLoop &loop, Descriptor socket, std::shared_ptr<Owner> owner, State state)
     : m_loop(loop)
-    , m_socket(socket)
+    , m_socket(std::move(socket))
     , m_owner(std::move(owner))
     , m_state(state)
 {}
@@ -149,11 +146,11 @@ void TcpStream::close(Close how)
     }
     if (m_state != State::Closed) {
         if (m_state == State::Open && how == Close::Forget) {
-            ::shutdown(m_socket, SHUT_WR); // leaves ahead of the reset
+            ::shutdown(m_socket.get(), SHUT_WR); // leaves ahead of the reset
         }
         m_state = State::Closed;
         const linger dropUnsent{ 1, 0 }; // and its own port is free at once
-        ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &dropUnsent, sizeof dropUnsent);
+        ::setsockopt(m_socket.get(), SOL_SOCKET, SO_LINGER, &dropUnsent, sizeof dropUnsent);
         m_loop.io().remove(*this);
     }
 }
@@ -168,7 +165,7 @@ bool TcpStream::isDelivered() const
 {
     int unconfirmed = 0;
     return m_state != State::Open ||
-           (m_out.isEmpty() && (::ioctl(m_socket, SIOCOUTQ, &unconfirmed) != 0 || unconfirmed == 0));
+           (m_out.isEmpty() && (::ioctl(m_socket.get(), SIOCOUTQ, &unconfirmed) != 0 || unconfirmed == 0));
 }
 
 bool TcpStream::goesTo(const SocketAddress &address) const
@@ -221,10 +218,7 @@ bool TcpStream::tick(qint64 nowMs)
 
 void TcpStream::removed()
 {
-    if (m_socket >= 0) {
-        ::close(m_socket);
-        m_socket = -1;
-    }
+    m_socket.close();
     m_out.clear();
     noteWaiting();
     m_state = State::Closed;
@@ -249,12 +243,12 @@ bool TcpStream::finishConnecting()
 {
     int error = 0;
     socklen_t size = sizeof error;
-    if (::getsockopt(m_socket, SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0) {
+    if (::getsockopt(m_socket.get(), SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0) {
         return fail(socketErrorOf(error != 0 ? error : errno));
     }
     m_state = State::Open;
     m_deadlineMs = 0;
-    m_peer = peerOf(m_socket);
+    m_peer = peerOf(m_socket.get());
     watch();
     announce();
     return m_state != State::Closed;
@@ -262,7 +256,7 @@ bool TcpStream::finishConnecting()
 
 bool TcpStream::readOnce()
 {
-    const ssize_t count = ::recv(m_socket, readBuffer(), kReadSize, 0);
+    const ssize_t count = ::recv(m_socket.get(), readBuffer(), kReadSize, 0);
     if (count < 0 && wouldWait(errno)) {
         return true;
     }
@@ -278,7 +272,7 @@ bool TcpStream::readOnce()
 /// throw away what is on its way to the peer.
 bool TcpStream::discard()
 {
-    const ssize_t count = ::recv(m_socket, readBuffer(), kReadSize, 0);
+    const ssize_t count = ::recv(m_socket.get(), readBuffer(), kReadSize, 0);
     return count > 0 || (count < 0 && wouldWait(errno));
 }
 
@@ -306,7 +300,7 @@ void TcpStream::noteWaiting()
 void TcpStream::flush()
 {
     while (!m_out.isEmpty()) {
-        const ssize_t count = ::send(m_socket, m_out.data(), static_cast<size_t>(m_out.size()), MSG_NOSIGNAL);
+        const ssize_t count = ::send(m_socket.get(), m_out.data(), static_cast<size_t>(m_out.size()), MSG_NOSIGNAL);
         if (count >= 0) {
             m_out.consume(static_cast<int>(count));
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
@@ -319,7 +313,7 @@ void TcpStream::flush()
     noteWaiting();
     if (m_state == State::Closing && !m_isShutDown) {
         m_isShutDown = true;
-        ::shutdown(m_socket, SHUT_WR);
+        ::shutdown(m_socket.get(), SHUT_WR);
     }
 }
 

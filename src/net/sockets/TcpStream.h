@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include "io/IoLoop.h"
 #include "io/OutBuffer.h"
 #include "io/SocketAddress.h"
@@ -26,8 +27,8 @@ public:
     /// Begins to connect. \param boundPort  the own port; 0: any
     static Result connectTo(SocketLoop &loop, const SocketAddress &address, quint16 boundPort,
                             std::shared_ptr<Owner> owner);
-    /// Takes over an accepted socket; nullptr: the system does not. The owner hears of it by announce().
-    static std::shared_ptr<TcpStream> accepted(SocketLoop &loop, int socket, std::shared_ptr<Owner> owner);
+    /// Of an accepted socket; nullptr: the system does not. The owner hears of it by announce().
+    static std::shared_ptr<TcpStream> accepted(SocketLoop &loop, Descriptor socket, std::shared_ptr<Owner> owner);
     void announce();
 
     ~TcpStream() override;
@@ -41,14 +42,14 @@ public:
     bool goesTo(const SocketAddress &address) const;
     void setHolding(bool isHolding) override;
 
-    int descriptor() const override { return m_socket; }
+    int descriptor() const override { return m_socket.get(); }
     bool ready(quint32 epollEvents, qint64 nowMs) override;
     bool tick(qint64 nowMs) override;
     void removed() override;
 
 private:
     enum class State { Connecting, Open, Closing, Closed };
-    TcpStream(SocketLoop &loop, int socket, std::shared_ptr<Owner> owner, State state);
+    TcpStream(SocketLoop &loop, Descriptor socket, std::shared_ptr<Owner> owner, State state);
 
     template <class Call>
     void tell(Call call);
@@ -63,7 +64,7 @@ private:
     void unmute();
 
     SocketLoop &m_loop;
-    int m_socket; // -1: removed
+    Descriptor m_socket; // none: removed
     std::shared_ptr<Owner> m_owner;
     State m_state;
     SocketPeer m_peer;

@@ -10,10 +10,10 @@ void WebSocketServer::send(const QByteArray &data)
     }
 }
 
-void WebSocketServer::take(int socket)
+void WebSocketServer::take(Descriptor socket)
 {
     const std::shared_ptr<WebSocketLink> link = WebSocketLink::asServer(loop(), m_server, { shared_from_this(), this });
-    const std::shared_ptr<TcpStream> stream = TcpStream::accepted(loop(), socket, link);
+    const std::shared_ptr<TcpStream> stream = TcpStream::accepted(loop(), std::move(socket), link);
     if (!stream) {
         release();
         return;

@@ -16,7 +16,7 @@ public:
     void send(const QByteArray &data) override;
 
 private:
-    void take(int socket) override;
+    void take(Descriptor socket) override;
     void opened(WebSocketLink &link) override;
     void message(WebSocketLink &link, const QByteArray &bytes) override;
     void ended(WebSocketLink &link, int error) override;
