@@ -6,7 +6,7 @@ import sys
 
 FLOORS = [
     {"base", "cli"}, {"model"}, {"program"}, {"interp"}, {"events"}, {"library", "io"}, {"devices"},
-    {"net", "compiler"}, {"admin", "web"}, {"app", "tools"}, {"pages"},
+    {"net", "compiler"}, {"admin", "web"}, {"app", "tools"}, {"manpages"},
 ]
 LEVEL = {name: level for level, names in enumerate(FLOORS) for name in names}
 INCLUDE = re.compile(r'^\s*#include "([a-z]+)/[^"]*"')

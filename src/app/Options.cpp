@@ -4,6 +4,7 @@
 #include "base/MonitorHistory.h"
 #include "cli/CommandLine.h"
 
+#include <CLI/CLI.hpp>
 #include <QCoreApplication>
 
 namespace {

@@ -3,6 +3,8 @@
 #include "cli/CommandText.h"
 #include "cli/HelpText.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -244,5 +246,14 @@ int guarded(const char *program, const std::function<int()> &run) noexcept
         std::fprintf(stderr, "%s: %s\n", program, error.what());
         return 1;
     }
+}
+void addVersion(CLI::App &app)
+{
+    app.set_version_flag("--version", app.get_name() + ' ' + version())->description("Show the version");
+}
+
+bool isGiven(const CLI::App &word)
+{
+    return word.parsed();
 }
 } // namespace CommandLine

@@ -1,12 +1,18 @@
 #pragma once
-#include <CLI/CLI.hpp>
-
 #include <functional>
 #include <initializer_list>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+// CLI/CLI.hpp takes seconds to compile: only who describes words or makes an app includes it.
+namespace CLI {
+class App;
+class Option;
+class Success;
+class Validator;
+} // namespace CLI
 
 /// What a program says of its command line beside the options themselves. Help, man page and completions are made of
 /// it and of the described CLI::App: see HelpText.h, ManPage.h, BashCompletion.h, ZshCompletion.h and FishCompletion.h.
@@ -54,6 +60,8 @@ std::string valueName(const CLI::Option &option); // what its value is called in
 /// \param refuse  says what is wrong with the command line, and gives the status for it
 std::optional<int> parse(CLI::App &app, int argc, char **argv,
                          const std::function<int(const std::string &what)> &refuse);
+
+bool isGiven(const CLI::App &word); // on the command line that was parsed
 
 /// Shows the help or version that was asked for. The status to end with: 1 when it could not be written.
 int show(const CLI::App &app, const CLI::Success &asked);

@@ -1,5 +1,7 @@
 #include "cli/CommandText.h"
 
+#include <CLI/CLI.hpp>
+
 #include <sstream>
 
 namespace CommandLine {

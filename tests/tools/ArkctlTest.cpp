@@ -2,13 +2,13 @@
 #include "support/Table.h"
 #include "tools/arkctl/IrText.h"
 #include "tools/arkctl/LinkRun.h"
-#include "tools/arkctl/ListenCommand.h"
 #include "tools/arkctl/MonitorFilter.h"
 #include "tools/arkctl/PanelActions.h"
 #include "tools/arkctl/PanelState.h"
-#include "tools/arkctl/PortTestCommand.h"
 #include "tools/arkctl/Rendering.h"
 #include "tools/arkctl/SinceTime.h"
+#include "tools/arkctl/commands/ListenCommand.h"
+#include "tools/arkctl/commands/PortTestCommand.h"
 #include <QDateTime>
 #include <QtTest>
 

@@ -4,6 +4,8 @@
 #include "tools/arkc/Files.h"
 #include "tools/arkc/Report.h"
 
+#include <CLI/CLI.hpp>
+
 namespace arkc {
 namespace {
 struct CheckArguments

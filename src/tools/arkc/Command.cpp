@@ -1,4 +1,8 @@
 #include "tools/arkc/Command.h"
+#include "base/StandardStreams.h"
+
+#include <CLI/CLI.hpp>
+#include <QCoreApplication>
 
 namespace arkc {
 std::vector<Command> describeCommandLine(CLI::App &app)
@@ -25,5 +29,22 @@ Outcome wrongUse(const std::string &what)
 {
     complain(QString::fromStdString(what), QStringLiteral("see arkc --help"));
     return Outcome::WrongUse;
+}
+int run(int argc, char **argv)
+{
+    keepStandardStreams();
+    CLI::App app;
+    const std::vector<Command> commands = describeCommandLine(app);
+    const auto refuse = [](const std::string &what) { return static_cast<int>(wrongUse(what)); };
+    if (const std::optional<int> status = CommandLine::parse(app, argc, argv, refuse)) {
+        return *status;
+    }
+    QCoreApplication application(argc, argv);
+    for (const Command &command : commands) {
+        if (CommandLine::isGiven(*command.word)) {
+            return static_cast<int>(command.run());
+        }
+    }
+    return static_cast<int>(wrongUse("no command given"));
 }
 } // namespace arkc

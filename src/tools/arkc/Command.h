@@ -21,5 +21,7 @@ Command formatCommand(CLI::App &app);
 /// The whole command line, as main() and whatever describes the program elsewhere need it.
 std::vector<Command> describeCommandLine(CLI::App &app);
 
+int run(int argc, char **argv); // the whole program
+
 Outcome wrongUse(const std::string &what); // says so, and where help is
 } // namespace arkc

@@ -2,6 +2,8 @@
 #include "tools/arkc/Command.h"
 #include "tools/arkc/Files.h"
 
+#include <CLI/CLI.hpp>
+
 namespace arkc {
 namespace {
 struct DumpArguments

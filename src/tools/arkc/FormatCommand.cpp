@@ -4,6 +4,7 @@
 #include "tools/arkc/LineDiff.h"
 #include "tools/arkc/Report.h"
 
+#include <CLI/CLI.hpp>
 #include <QFileInfo>
 
 namespace arkc {

@@ -2,6 +2,8 @@
 
 #include "tools/arkc/Console.h"
 
+#include <CLI/CLI.hpp>
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>

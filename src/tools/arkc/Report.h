@@ -1,7 +1,6 @@
 #pragma once
+#include "cli/CommandLine.h"
 #include "compiler/Diagnostics.h"
-
-#include <CLI/CLI.hpp>
 
 namespace arkc {
 /// What the compiler has to say, for people or for programs.

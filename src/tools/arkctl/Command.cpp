@@ -1,5 +1,7 @@
 #include "tools/arkctl/Command.h"
 
+#include <CLI/CLI.hpp>
+
 Outcome wrongUse(const std::string &what)
 {
     Console::complain(what, "see arkctl --help");

@@ -1,4 +1,8 @@
 #include "tools/arkctl/Program.h"
+#include "base/StandardStreams.h"
+
+#include <CLI/CLI.hpp>
+#include <QCoreApplication>
 
 namespace {
 constexpr auto kAllCommands = {
@@ -19,6 +23,18 @@ CommandLine::Explanation explanation()
         { { "arkivon", "8" }, { "arkc", "1" } },
     };
 }
+
+Outcome run(const Command &command, const CommonOptions &common)
+{
+    if (!command.needsController) {
+        return command.run({});
+    }
+    const std::optional<Endpoint> endpoint = parseEndpoint(QString::fromStdString(common.host));
+    if (!endpoint) {
+        return wrongUse("not an address such as 10.0.0.5 or 10.0.0.5:6139: \"" + common.host + '"');
+    }
+    return command.run({ *endpoint, static_cast<int>(common.timeoutSeconds * 1000) });
+}
 } // namespace
 
 std::vector<Command> describeProgram(CLI::App &app, CommonOptions &common)
@@ -38,4 +54,23 @@ std::vector<Command> describeProgram(CLI::App &app, CommonOptions &common)
         commands.push_back(describeCommand(app));
     }
     return commands;
+}
+
+int runProgram(int argc, char **argv)
+{
+    keepStandardStreams();
+    CLI::App app;
+    CommonOptions common;
+    const std::vector<Command> commands = describeProgram(app, common);
+    const auto refuse = [](const std::string &what) { return static_cast<int>(wrongUse(what)); };
+    if (const std::optional<int> status = CommandLine::parse(app, argc, argv, refuse)) {
+        return *status;
+    }
+    QCoreApplication application(argc, argv);
+    for (const Command &command : commands) {
+        if (CommandLine::isGiven(*command.word)) {
+            return static_cast<int>(run(command, common));
+        }
+    }
+    return static_cast<int>(wrongUse("no command given"));
 }

@@ -2,6 +2,8 @@
 
 #include "tools/arkhost/HostDisplay.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 
 namespace {
@@ -76,8 +78,11 @@ void describeHost(CLI::App &app, HostCommandLine &line)
     describeStatus(app, line);
 }
 
-std::optional<int> parseHost(CLI::App &app, HostCommandLine &line, const std::vector<std::string> &arguments)
+std::variant<HostCommandLine, int> parseHost(const std::vector<std::string> &arguments)
 {
+    CLI::App app;
+    HostCommandLine line;
+    describeHost(app, line);
     const auto dashes = std::find(arguments.begin(), arguments.end(), "--");
     std::vector<std::string> own(arguments.begin(), dashes);
     std::reverse(own.begin(), own.end()); // as the parser wants them
@@ -96,5 +101,5 @@ std::optional<int> parseHost(CLI::App &app, HostCommandLine &line, const std::ve
     if (dashes != arguments.end()) {
         line.arguments.insert(line.arguments.end(), dashes + 1, arguments.end());
     }
-    return std::nullopt;
+    return line;
 }

@@ -1,8 +1,8 @@
 #pragma once
 #include "cli/CommandLine.h"
 
-#include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 /// What the command line asks for.
@@ -27,4 +27,4 @@ struct HostCommandLine
 void describeHost(CLI::App &app, HostCommandLine &line);
 
 /// Reads the arguments; what follows -- is the controller's, as it is. A status: the process ends with it.
-std::optional<int> parseHost(CLI::App &app, HostCommandLine &line, const std::vector<std::string> &arguments);
+std::variant<HostCommandLine, int> parseHost(const std::vector<std::string> &arguments);

@@ -53,12 +53,11 @@ int run(int argc, char **argv)
 {
     keepStandardStreams();
     std::signal(SIGPIPE, SIG_IGN); // a terminal that has gone is no reason to end
-    CLI::App app;
-    HostCommandLine line;
-    describeHost(app, line);
-    if (const std::optional<int> status = parseHost(app, line, { argv + 1, argv + argc })) {
+    const auto parsed = parseHost({ argv + 1, argv + argc });
+    if (const int *status = std::get_if<int>(&parsed)) {
         return *status;
     }
+    const auto &line = std::get<HostCommandLine>(parsed);
     QCoreApplication application(argc, argv);
     return line.wantsStatus ? runStatusCommand(line.wantsJson, static_cast<int>(line.timeoutSeconds * 1000))
                             : supervise(line);

@@ -1,7 +1,9 @@
-#include "tools/arkctl/MonitorCommand.h"
+#include "tools/arkctl/commands/MonitorCommand.h"
 #include "base/Overloaded.h"
 #include "tools/arkctl/Command.h"
 #include "tools/arkctl/SinceTime.h"
+
+#include <CLI/CLI.hpp>
 #include <QDateTime>
 #include <QTimer>
 

@@ -1,6 +1,8 @@
-#include "tools/arkctl/IrCommand.h"
+#include "tools/arkctl/commands/IrCommand.h"
 #include "tools/arkctl/Command.h"
 #include "tools/arkctl/IrText.h"
+
+#include <CLI/CLI.hpp>
 #include <QFile>
 #include <QSaveFile>
 

@@ -1,6 +1,8 @@
-#include "tools/arkctl/PortTestCommand.h"
+#include "tools/arkctl/commands/PortTestCommand.h"
 #include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
+
+#include <CLI/CLI.hpp>
 #include <QDateTime>
 #include <QTimer>
 

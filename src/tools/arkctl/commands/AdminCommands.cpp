@@ -1,8 +1,10 @@
-#include "tools/arkctl/AdminCommands.h"
+#include "tools/arkctl/commands/AdminCommands.h"
 #include "base/SystemNumber.h"
 #include "io/HostNetwork.h"
 #include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
+
+#include <CLI/CLI.hpp>
 #include <QRegularExpression>
 #include <QTimer>
 

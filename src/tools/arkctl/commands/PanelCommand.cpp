@@ -1,7 +1,9 @@
-#include "tools/arkctl/PanelCommand.h"
+#include "tools/arkctl/commands/PanelCommand.h"
 #include "tools/arkctl/Command.h"
 #include "tools/arkctl/LineInput.h"
 #include "tools/arkctl/screen/PanelScreen.h"
+
+#include <CLI/CLI.hpp>
 #include <QDateTime>
 #include <QTimer>
 

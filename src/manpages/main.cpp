@@ -7,6 +7,8 @@
 #include "tools/arkctl/Program.h"
 #include "tools/arkhost/HostCommandLine.h"
 
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>

@@ -1,8 +1,10 @@
-#include "tools/arkctl/DiscoverCommand.h"
+#include "tools/arkctl/commands/DiscoverCommand.h"
 #include "base/Frame.h"
 #include "net/link/Discovery.h"
 #include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
+
+#include <CLI/CLI.hpp>
 #include <QCoreApplication>
 #include <QNetworkDatagram>
 #include <QNetworkInterface>

@@ -1,5 +1,7 @@
-#include "tools/arkctl/ListenCommand.h"
+#include "tools/arkctl/commands/ListenCommand.h"
 #include "tools/arkctl/Command.h"
+
+#include <CLI/CLI.hpp>
 #include <QHostAddress>
 
 namespace {

@@ -1,7 +1,9 @@
-#include "tools/arkctl/TransferCommands.h"
+#include "tools/arkctl/commands/TransferCommands.h"
 #include "base/Monitor.h"
 #include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
+
+#include <CLI/CLI.hpp>
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QTimer>
