@@ -18,11 +18,11 @@ Console::Console(QObject *parent)
     sigaddset(&wishes, SIGTERM);
     sigprocmask(SIG_BLOCK, &wishes, nullptr);
     std::signal(SIGPIPE, SIG_IGN); // a write that fails says the same
-    m_signals = ::signalfd(-1, &wishes, SFD_CLOEXEC | SFD_NONBLOCK);
-    m_notifier = new QSocketNotifier(m_signals, QSocketNotifier::Read, this);
+    m_signals = Descriptor(::signalfd(-1, &wishes, SFD_CLOEXEC | SFD_NONBLOCK));
+    m_notifier = new QSocketNotifier(m_signals.get(), QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] {
         signalfd_siginfo taken{};
-        if (::read(m_signals, &taken, sizeof taken) > 0) {
+        if (::read(m_signals.get(), &taken, sizeof taken) > 0) {
             Q_EMIT stopRequested();
         }
     });
@@ -31,7 +31,6 @@ Console::Console(QObject *parent)
 Console::~Console()
 {
     delete m_notifier;
-    ::close(m_signals);
 }
 
 void Console::print(const std::string &line)

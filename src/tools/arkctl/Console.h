@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include <QObject>
 
 #include <string>
@@ -32,7 +33,7 @@ Q_SIGNALS:
     void stopRequested(); // interrupted, or nobody reads the output any more
 
 private:
-    int m_signals = -1;
+    Descriptor m_signals;
     QSocketNotifier *m_notifier = nullptr; // Qt child
     bool m_isBroken = false;               // the reader of the output has gone
 };

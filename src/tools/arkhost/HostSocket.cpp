@@ -56,9 +56,6 @@ HostSocket::~HostSocket()
     for (QObject *child : m_server.children()) {
         child->disconnect(this);
     }
-    if (m_lock >= 0) {
-        ::close(m_lock);
-    }
 }
 
 std::optional<QString> HostSocket::listen()
@@ -86,8 +83,8 @@ bool HostSocket::takeLock()
     // Held by the kernel for as long as the process lives; a file that cannot be had (another user's) is no obstacle,
     // the question whether somebody listens comes still.
     const QString path = QDir(QDir::tempPath()).filePath(HostProtocol::serverName() + QStringLiteral(".lock"));
-    m_lock = ::open(path.toLocal8Bit().constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    return m_lock < 0 || ::flock(m_lock, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+    m_lock = Descriptor(::open(path.toLocal8Bit().constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    return !m_lock.isOpen() || ::flock(m_lock.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 void HostSocket::takeConnections()

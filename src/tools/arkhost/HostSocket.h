@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include "base/Frame.h"
 
 #include <QLocalServer>
@@ -46,7 +47,7 @@ private:
 
     const Questions m_questions;
     const PortFrames m_portFrames;
-    int m_lock = -1; // descriptor of the lock file
+    Descriptor m_lock; // of the lock file
     QLocalServer m_server;
     QPointer<QLocalSocket> m_controller; // the server's child
     QList<QLocalSocket *> m_tools;       // oldest first; the server's children

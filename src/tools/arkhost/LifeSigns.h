@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include <QObject>
 #include <QProcessEnvironment>
 #include <QTimer>
@@ -14,7 +15,6 @@ public:
 
     /// \param limitMs  0: nobody is watched
     explicit LifeSigns(int limitMs);
-    ~LifeSigns() override;
 
     int limitMs() const { return m_limitMs; }
     bool isMissed() const { return m_isMissed; } // of the controller that was started last
@@ -31,7 +31,7 @@ private:
     void lookOnce();
 
     const int m_limitMs;
-    int m_socket = -1; // -1: nobody is watched
+    Descriptor m_socket; // none: nobody is watched
     QString m_name;
     QTimer m_patience;
     bool m_isMissed = false;

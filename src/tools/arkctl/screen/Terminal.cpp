@@ -222,10 +222,7 @@ void Terminal::close()
     delete m_signalNotifier;
     m_keyNotifier = nullptr;
     m_signalNotifier = nullptr;
-    if (m_signals >= 0) {
-        ::close(m_signals);
-        m_signals = -1;
-    }
+    m_signals.close();
     askForMouse(false);
     ::endwin();
     ::delscreen(m_screen);
@@ -249,8 +246,8 @@ void Terminal::listen()
     ::sigaddset(&wishes, SIGTSTP);
     ::sigaddset(&wishes, SIGHUP);
     ::sigprocmask(SIG_BLOCK, &wishes, nullptr);
-    m_signals = ::signalfd(-1, &wishes, SFD_CLOEXEC | SFD_NONBLOCK);
-    m_signalNotifier = new QSocketNotifier(m_signals, QSocketNotifier::Read, this);
+    m_signals = Descriptor(::signalfd(-1, &wishes, SFD_CLOEXEC | SFD_NONBLOCK));
+    m_signalNotifier = new QSocketNotifier(m_signals.get(), QSocketNotifier::Read, this);
     connect(m_signalNotifier, &QSocketNotifier::activated, this, &Terminal::takeSignals);
     m_keyNotifier = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
     connect(m_keyNotifier, &QSocketNotifier::activated, this, &Terminal::readKeys);
@@ -292,7 +289,7 @@ std::optional<Key> Terminal::keyFrom(bool isFunction, wint_t code)
 void Terminal::takeSignals()
 {
     signalfd_siginfo taken{};
-    while (::read(m_signals, &taken, sizeof taken) == sizeof taken) {
+    while (::read(m_signals.get(), &taken, sizeof taken) == sizeof taken) {
         if (taken.ssi_signo == SIGHUP) {
             Q_EMIT vanished();
             return;

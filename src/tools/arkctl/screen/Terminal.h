@@ -1,4 +1,5 @@
 #pragma once
+#include "base/Descriptor.h"
 #include "tools/arkctl/screen/MouseReport.h"
 #include <QObject>
 
@@ -45,7 +46,7 @@ private:
 
     screen *m_screen = nullptr;
     MouseReport m_mouse;
-    int m_signals = -1;
+    Descriptor m_signals;
     QSocketNotifier *m_keyNotifier = nullptr;    // Qt child
     QSocketNotifier *m_signalNotifier = nullptr; // Qt child
     bool m_hasColours = false;
