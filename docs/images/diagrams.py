@@ -19,7 +19,7 @@ STYLE = """
 
 # Highest first; floors of one row know nothing of each other. The last field: what the row lets others implement.
 FLOORS = [
-    ([("pages", "writes man pages and completions when the programs are built")], ""),
+    ([("manpages", "writes man pages and completions when the programs are built")], ""),
     ([("app", "start-up; ties all together"), ("tools", "arkc, arkctl, arkhost")], ""),
     ([("web", "the web server"), ("admin", "settings, files, console port")], ""),
     ([("net", "panels, controllers, sockets"), ("compiler", "source to object file and back")], "LinkHooks, FileTransfers"),
