@@ -7,7 +7,6 @@
 #include <QCoreApplication>
 
 #include <algorithm>
-#include <cstring>
 
 ValueView ValueView::of(const BasicType *value)
 {
@@ -43,22 +42,21 @@ ValueRef ValueView::toValue() const
 
 Array::Array(int typeCode)
     : BasicType(ValueClass::Array, typeCode)
-    , m_packing(packingOf(typeCode))
+    , m_elements(typeCode)
 {}
 
 Array::Array(std::string_view bytes)
     : BasicType(ValueClass::Array, CharType)
     , m_length(static_cast<int>(bytes.size()))
     , m_maxLength(m_length)
-    , m_packing(Packing::Bytes)
-    , m_bytes(bytes.begin(), bytes.end())
+    , m_elements(bytes)
 {}
 
 void Array::setLength(int length)
 {
     m_length = std::max(length, 0);
     if (m_length == 0) {
-        forgetNumbers();
+        m_elements.forgetNumbers();
     }
 }
 
@@ -77,16 +75,16 @@ Place Array::place(int index)
             if (index < 1 || index > capacity()) {
                 return {};
             }
-            if (!mayGrowDense(index)) {
-                unpack();
-                makeSparse();
+            if (!m_elements.isNear(index)) {
+                m_elements.unpack();
+                m_elements.makeSparse();
                 return place(index);
             }
-            growPacked(index);
+            m_elements.makeNumber(index);
         }
         return { nullptr, this, index, nullptr, 0 };
     }
-    if (BasicType *stored = storedObject(index)) {
+    if (BasicType *stored = object(index)) {
         return { stored, nullptr, 0, nullptr, 0 };
     }
     if (index < 1 || index > capacity()) {
@@ -97,23 +95,14 @@ Place Array::place(int index)
         return {};
     }
     BasicType *element = made.get();
-    storeObject(index, std::move(made));
+    m_elements.setObject(index, std::move(made));
     return { element, nullptr, 0, nullptr, 0 };
-}
-
-bool Array::hasElement(int index) const
-{
-    if (!isPacked()) {
-        return storedObject(index) != nullptr;
-    }
-    const auto offset = static_cast<size_t>(index) - 1;
-    return index >= 1 && offset < storedCount() && (!m_holes || !m_holes->missing[offset]);
 }
 
 ValueView Array::view(int index) const
 {
     if (hasElement(index)) {
-        return isPacked() ? ValueView::ofNumber(number(index), typeCode()) : ValueView::of(storedObject(index));
+        return isPacked() ? ValueView::ofNumber(number(index), typeCode()) : ValueView::of(object(index));
     }
     if (index < 1 || index > capacity()) {
         return {};
@@ -130,11 +119,6 @@ bool Array::firstIsArray() const
     return asArray(object(1)) != nullptr;
 }
 
-const BasicType *Array::object(int index) const
-{
-    return isPacked() ? nullptr : storedObject(index);
-}
-
 void Array::setElement(int index, std::unique_ptr<BasicType> value)
 {
     if (!value) {
@@ -142,84 +126,31 @@ void Array::setElement(int index, std::unique_ptr<BasicType> value)
     }
     value->setName(Name()); // elements have no name of their own, so they move no level
     const bool packable = value->isNumber() && value->typeCode() == typeCode() && !value->isConst();
-    if (isPacked() && packable && index >= 1 && mayGrowDense(index)) {
+    if (isPacked() && packable && index >= 1 && m_elements.isNear(index)) {
         setNumber(index, static_cast<const Double &>(*value).value());
         return;
     }
     if (isPacked()) {
-        unpack();
+        m_elements.unpack();
     }
     if (!value->isArray()) {
-        Array *row = asArray(storedObject(index));
+        Array *row = asArray(object(index));
         if (row) {
             row->setElement(index, std::move(value));
             row->m_length = std::max(row->m_length, 1);
             return;
         }
-        const Array *templateRow = asArray(storedObject(1));
-        if (templateRow && !storedObject(index)) {
+        const Array *templateRow = asArray(object(1));
+        if (templateRow && !object(index)) {
             std::unique_ptr<BasicType> newRow = templateRow->clone();
             Array *cells = asArray(newRow.get());
             cells->setElement(1, std::move(value));
             cells->m_length = std::max(cells->m_length, 1);
-            storeObject(index, std::move(newRow));
+            m_elements.setObject(index, std::move(newRow));
             return;
         }
     }
-    storeObject(index, std::move(value));
-}
-
-double Array::number(int index) const
-{
-    const auto offset = static_cast<size_t>(index) - 1;
-    if (index < 1 || offset >= storedCount()) {
-        return 0;
-    }
-    return m_packing == Packing::Bytes ? static_cast<quint8>(m_bytes[m_begin + offset]) : m_numbers[offset];
-}
-
-void Array::setNumber(int index, double value)
-{
-    Q_ASSERT(isPacked() && index >= 1);
-    if (!hasElement(index)) {
-        growPacked(index);
-    }
-    setPackedNumber(index, value);
-    const auto offset = static_cast<size_t>(index) - 1;
-    if (m_packing == Packing::Bytes) {
-        m_bytes[m_begin + offset] = static_cast<char>(integerPart(value));
-    } else {
-        m_numbers[offset] = normalised(typeCode(), value);
-    }
-}
-
-std::string_view Array::bytes(QByteArray &hold) const
-{
-    if (m_packing == Packing::Bytes && !m_holes) {
-        const size_t count = std::min(storedCount(), static_cast<size_t>(m_length));
-        return { m_bytes.data() + m_begin, count };
-    }
-    hold.clear();
-    const int stored = isPacked() ? static_cast<int>(std::min(storedCount(), static_cast<size_t>(m_length))) : m_length;
-    if (m_packing == Packing::Sparse) {
-        for (auto it = m_sparse->lower_bound(1); it != m_sparse->end() && it->first <= m_length; ++it) {
-            if (const Double *element = asDouble(it->second.get())) {
-                hold.append(static_cast<char>(integerPart(element->value())));
-            }
-        }
-    } else {
-        for (int index = 1; index <= stored && (isPacked() || static_cast<size_t>(index) <= m_objects.size());
-             ++index) {
-            if (isPacked()) {
-                if (hasElement(index)) {
-                    hold.append(static_cast<char>(integerPart(number(index))));
-                }
-            } else if (const Double *element = asDouble(storedObject(index))) {
-                hold.append(static_cast<char>(integerPart(element->value())));
-            }
-        }
-    }
-    return { hold.constData(), static_cast<size_t>(hold.size()) };
+    m_elements.setObject(index, std::move(value));
 }
 
 QByteArray Array::toBytes() const
@@ -232,53 +163,20 @@ QByteArray Array::toBytes() const
 void Array::assignBytes(std::string_view bytes)
 {
     const size_t room = m_maxLength > 0 ? std::min(bytes.size(), static_cast<size_t>(m_maxLength)) : bytes.size();
-    if (m_packing == Packing::Bytes && (!m_holes || room >= storedCount())) {
-        m_holes.reset();
-        if (m_bytes.size() - m_begin < room) {
-            // No aliasing: bytes never are this array's own (the copy rule skips a copy to itself).
-            m_bytes.resize(m_begin + room);
-        }
-        std::copy_n(bytes.begin(), room, m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin));
-        setLength(static_cast<int>(room));
-        return;
-    }
+    const bool isDone = m_elements.overwriteBytes(bytes.substr(0, room));
     setLength(static_cast<int>(room));
-    for (size_t offset = 0; offset < room; ++offset) {
+    for (size_t offset = 0; !isDone && offset < room; ++offset) {
         assignValue(place(static_cast<int>(offset) + 1),
                     ValueView::ofNumber(static_cast<quint8>(bytes[offset]), CharType));
     }
 }
 
-void Array::assignText(std::string_view bytes)
-{
-    if (m_packing == Packing::Bytes && !bytes.empty()) {
-        assignBytes(bytes);
-        setInitialised(true);
-    } else {
-        const Array text(bytes);
-        assignFrom(ValueView::of(&text));
-    }
-}
-
 void Array::appendBytes(std::string_view bytes)
 {
-    const auto length = static_cast<size_t>(m_length);
     if (m_maxLength > 0) {
-        const auto limit = static_cast<size_t>(m_maxLength);
-        bytes = bytes.substr(0, limit > length ? limit - length : 0);
+        bytes = bytes.substr(0, static_cast<size_t>(std::max(m_maxLength - m_length, 0)));
     }
-    if (m_packing == Packing::Bytes && !m_holes && storedCount() >= length) {
-        if (m_begin > 4096 && m_begin > m_bytes.size() / 2) { // move the rest down once it is the smaller part
-            m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin));
-            m_begin = 0;
-        }
-        const size_t end = m_begin + length;
-        if (end == m_bytes.size()) {
-            m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
-        } else {
-            m_bytes.resize(std::max(m_bytes.size(), end + bytes.size()));
-            std::copy(bytes.begin(), bytes.end(), m_bytes.begin() + static_cast<std::ptrdiff_t>(end));
-        }
+    if (m_elements.appendBytes(m_length, bytes)) {
         m_length += static_cast<int>(bytes.size());
         return;
     }
@@ -291,16 +189,7 @@ void Array::appendBytes(std::string_view bytes)
 void Array::dropFront(int count)
 {
     count = std::clamp(count, 0, m_length);
-    if (m_packing == Packing::Bytes && !m_holes) {
-        m_begin += std::min(static_cast<size_t>(count), storedCount());
-        if (m_begin == m_bytes.size()) {
-            m_bytes.clear();
-            m_begin = 0;
-        }
-    } else if (m_packing == Packing::Numbers && !m_holes) {
-        const size_t dropped = std::min(static_cast<size_t>(count), m_numbers.size());
-        m_numbers.erase(m_numbers.begin(), m_numbers.begin() + static_cast<std::ptrdiff_t>(dropped));
-    } else {
+    if (!m_elements.dropFront(count)) {
         for (int index = 1; index + count <= m_length; ++index) {
             assignValue(place(index), view(index + count));
         }
@@ -310,13 +199,7 @@ void Array::dropFront(int count)
 
 void Array::clearElements()
 {
-    m_bytes.clear();
-    m_begin = 0;
-    m_numbers.clear();
-    m_holes.reset();
-    m_objects.clear();
-    m_sparse.reset();
-    m_packing = packingOf(typeCode());
+    m_elements.clear();
     m_length = 0;
 }
 
@@ -324,61 +207,15 @@ void Array::swapContent(Array &other)
 {
     std::swap(m_length, other.m_length);
     std::swap(m_maxLength, other.m_maxLength);
-    std::swap(m_packing, other.m_packing);
-    m_bytes.swap(other.m_bytes);
-    std::swap(m_begin, other.m_begin);
-    m_numbers.swap(other.m_numbers);
-    m_holes.swap(other.m_holes);
-    m_objects.swap(other.m_objects);
-    m_sparse.swap(other.m_sparse);
+    std::swap(m_elements, other.m_elements);
 }
 
 void Array::setType(int code)
 {
     const int before = typeCode();
     BasicType::setType(code);
-    if (typeCode() == before) {
-        return;
-    }
-    if (!isPacked()) {
-        for (const auto &element : m_objects) {
-            if (element) {
-                element->setType(code);
-            }
-        }
-        if (m_sparse) {
-            for (const auto &[index, element] : *m_sparse) {
-                element->setType(code);
-            }
-        }
-        if (m_objects.empty() && !m_sparse) {
-            m_packing = packingOf(code);
-        }
-        return;
-    }
-    const Packing packing = packingOf(code);
-    if (storedCount() == 0) {
-        m_packing = packing;
-        return;
-    }
-    std::vector<double> numbers(storedCount());
-    for (size_t offset = 0; offset < numbers.size(); ++offset) {
-        numbers[offset] = normalised(code, number(static_cast<int>(offset) + 1));
-    }
-    m_packing = packing == Packing::Objects ? Packing::Numbers : packing;
-    if (m_packing == Packing::Bytes) {
-        m_numbers.clear();
-        m_begin = 0;
-        m_bytes.resize(numbers.size());
-        std::transform(numbers.begin(), numbers.end(), m_bytes.begin(),
-                       [](double value) { return static_cast<char>(static_cast<quint8>(value)); });
-    } else {
-        m_bytes.clear();
-        m_begin = 0;
-        m_numbers = std::move(numbers);
-    }
-    if (packing == Packing::Objects) {
-        unpack();
+    if (typeCode() != before) {
+        m_elements.setType(code);
     }
 }
 
@@ -388,20 +225,7 @@ std::unique_ptr<BasicType> Array::clone() const
     copy->copyAttributes(*this);
     copy->m_length = m_length;
     copy->setMaxLength(m_maxLength != 0 ? m_maxLength : m_length);
-    copy->m_packing = m_packing;
-    copy->m_bytes.assign(m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin), m_bytes.end());
-    copy->m_numbers = m_numbers;
-    copy->m_holes = m_holes ? std::make_unique<Holes>(*m_holes) : nullptr;
-    copy->m_objects.reserve(m_objects.size());
-    for (const auto &element : m_objects) {
-        copy->m_objects.push_back(element ? element->clone() : nullptr);
-    }
-    if (m_sparse) {
-        copy->m_sparse = std::make_unique<SparseElements>();
-        for (const auto &[index, element] : *m_sparse) {
-            copy->m_sparse->emplace(index, element->clone());
-        }
-    }
+    copy->m_elements = m_elements.clone();
     return copy;
 }
 
@@ -426,9 +250,9 @@ void Array::writeTo(RecordWriter &writer) const
 
 void Array::readFrom(RecordReader &reader)
 {
-    clearElements();
     BasicType::readFrom(reader);
-    m_packing = packingOf(typeCode());
+    m_elements = ElementStore(typeCode());
+    m_length = 0;
     setMaxLength(reader.readInt());
     const int length = reader.readInt();
     for (int index = 1; index <= length && reader.isGood(); ++index) {
@@ -478,23 +302,16 @@ void Array::assignSizes(const Array &source)
 void Array::assignElements(const Array &source)
 {
     const int count = capacity() > 0 ? std::min(source.m_length, capacity()) : 0;
-    if (m_packing == Packing::Bytes && source.m_packing == Packing::Bytes && !source.m_holes &&
-        source.storedCount() >= static_cast<size_t>(source.m_length) && mayGrowDense(std::max(count, 1))) {
+    const bool isWhole =
+        !source.m_elements.hasHoles() && source.m_elements.size() >= static_cast<size_t>(source.m_length);
+    if (isWhole && isPackedBytes() && source.isPackedBytes() && m_elements.isNear(std::max(count, 1))) {
         const int length = m_length;
-        assignBytes({ source.m_bytes.data() + source.m_begin, static_cast<size_t>(count) });
+        QByteArray hold;
+        assignBytes(source.bytes(hold).substr(0, static_cast<size_t>(count)));
         m_length = length;
         return;
     }
-    if (m_packing == Packing::Numbers && source.m_packing == Packing::Numbers && !m_holes && !source.m_holes &&
-        source.m_numbers.size() >= static_cast<size_t>(source.m_length)) {
-        const auto size = static_cast<size_t>(count);
-        m_numbers.resize(std::max(m_numbers.size(), size));
-        if (source.typeCode() == typeCode()) {
-            std::copy_n(source.m_numbers.begin(), size, m_numbers.begin());
-        } else {
-            std::transform(source.m_numbers.begin(), source.m_numbers.begin() + static_cast<std::ptrdiff_t>(size),
-                           m_numbers.begin(), [code = typeCode()](double number) { return normalised(code, number); });
-        }
+    if (isWhole && m_elements.overwriteNumbers(source.m_elements, count)) {
         return;
     }
     for (int index = 1; index <= count; ++index) {
@@ -509,124 +326,9 @@ void Array::assignElements(const Array &source)
     }
 }
 
-Array::Packing Array::packingOf(int typeCode)
-{
-    if (typeCode == CharType) {
-        return Packing::Bytes;
-    }
-    return isNumericType(typeCode) ? Packing::Numbers : Packing::Objects;
-}
-
-size_t Array::storedCount() const
-{
-    switch (m_packing) {
-    case Packing::Bytes:
-        return m_bytes.size() - m_begin;
-    case Packing::Numbers:
-        return m_numbers.size();
-    case Packing::Objects:
-    case Packing::Sparse:
-        break;
-    }
-    return m_objects.size();
-}
-
-bool Array::mayGrowDense(int index) const
-{
-    return index <= kDenseLimit || static_cast<size_t>(index) <= 2 * storedCount();
-}
-
-void Array::growPacked(int index)
-{
-    const auto offset = static_cast<size_t>(index) - 1;
-    const size_t stored = storedCount();
-    if (offset < stored) { // a hole
-        m_holes->missing[offset] = false;
-        if (m_packing == Packing::Bytes) {
-            m_bytes[m_begin + offset] = 0;
-        } else {
-            m_numbers[offset] = 0;
-        }
-        if (--m_holes->count == 0) {
-            m_holes.reset();
-        }
-        return;
-    }
-    if (m_packing == Packing::Bytes) {
-        m_bytes.resize(m_begin + offset + 1);
-    } else {
-        m_numbers.resize(offset + 1);
-    }
-    if (offset > stored && !m_holes) {
-        m_holes = std::make_unique<Holes>();
-        m_holes->missing.resize(stored, false);
-    }
-    if (m_holes) {
-        m_holes->missing.resize(offset, true);
-        m_holes->missing.push_back(false);
-        m_holes->count += static_cast<int>(offset - stored);
-    }
-}
-
-void Array::unpack()
-{
-    std::vector<std::unique_ptr<BasicType>> objects(storedCount());
-    for (size_t offset = 0; offset < objects.size(); ++offset) {
-        const int index = static_cast<int>(offset) + 1;
-        if (hasElement(index)) {
-            objects[offset] = std::make_unique<Double>(number(index), typeCode());
-            objects[offset]->setInitialised(true);
-        }
-    }
-    m_bytes.clear();
-    m_begin = 0;
-    m_numbers.clear();
-    m_holes.reset();
-    m_objects = std::move(objects);
-    m_packing = Packing::Objects;
-}
-
-void Array::makeSparse()
-{
-    m_sparse = std::make_unique<SparseElements>();
-    for (size_t offset = 0; offset < m_objects.size(); ++offset) {
-        if (m_objects[offset]) {
-            m_sparse->emplace(static_cast<int>(offset) + 1, std::move(m_objects[offset]));
-        }
-    }
-    m_objects.clear();
-    m_packing = Packing::Sparse;
-}
-
-BasicType *Array::storedObject(int index) const
-{
-    if (m_packing == Packing::Sparse) {
-        const auto found = m_sparse->find(index);
-        return found != m_sparse->end() ? found->second.get() : nullptr;
-    }
-    const auto offset = static_cast<size_t>(index) - 1;
-    return index >= 1 && offset < m_objects.size() ? m_objects[offset].get() : nullptr;
-}
-
-void Array::storeObject(int index, std::unique_ptr<BasicType> value)
-{
-    if (m_packing == Packing::Objects && (index < 1 || !mayGrowDense(index))) {
-        makeSparse();
-    }
-    if (m_packing == Packing::Sparse) {
-        (*m_sparse)[index] = std::move(value);
-        return;
-    }
-    const auto offset = static_cast<size_t>(index) - 1;
-    if (offset >= m_objects.size()) {
-        m_objects.resize(offset + 1);
-    }
-    m_objects[offset] = std::move(value);
-}
-
 std::unique_ptr<BasicType> Array::makeElement() const
 {
-    const BasicType *first = storedObject(1);
+    const BasicType *first = object(1);
     if (!first) {
         return makeValue(typeCode());
     }
@@ -652,20 +354,4 @@ std::unique_ptr<Array> Array::emptyRow() const
         row->setElement(1, inner->emptyRow());
     }
     return row;
-}
-
-void Array::forgetNumbers()
-{
-    if (isPacked()) {
-        m_bytes.clear();
-        m_begin = 0;
-        m_numbers.clear();
-        m_holes.reset();
-        return;
-    }
-    const auto isNumber = [](const std::unique_ptr<BasicType> &element) { return element && element->isNumber(); };
-    if (m_sparse) {
-        std::erase_if(*m_sparse, [&](const auto &element) { return isNumber(element.second); });
-    }
-    std::replace_if(m_objects.begin(), m_objects.end(), isNumber, nullptr);
 }

@@ -1,11 +1,9 @@
 #pragma once
-#include "model/BasicType.h"
+#include "model/ElementStore.h"
 
 #include <QByteArray>
 
-#include <map>
 #include <string_view>
-#include <vector>
 
 class Array;
 
@@ -40,10 +38,9 @@ struct ValueView
     ValueRef toValue() const; // a new value: a Double of the number, a clone of the object; empty for none
 };
 
-/// Elements from index 1 on; a character array is a string, its length the string's length.
-/// Numbers that differ only in value are packed: bytes for CHAR, doubles for the other numeric types; rows, structures,
-/// devices and elements of a type of their own are objects. Elements may be missing inside the bounds, and may exist
-/// behind the length; both keep their rules whatever the packing.
+/// Elements from index 1 on; a character array is a string, its length the string's length. Elements may be missing
+/// inside the bounds, and may exist behind the length; both keep their rules however the elements are stored, which is
+/// the matter of ElementStore.
 class Array : public BasicType
 {
 public:
@@ -64,64 +61,34 @@ public:
     /// The same where only an object will do; nullptr for packed elements and outside the bounds.
     BasicType *elementObject(int index)
     {
-        const auto offset = static_cast<size_t>(index) - 1;
-        if (m_packing == Packing::Objects && offset < m_objects.size() && m_objects[offset]) {
-            return m_objects[offset].get();
-        }
-        return place(index).object;
+        BasicType *const stored = m_elements.quickObject(index);
+        return stored ? stored : place(index).object;
     }
-    bool hasElement(int index) const; // stored now, whatever the length
+    bool hasElement(int index) const { return m_elements.has(index); } // stored now, whatever the length
     /// The stored element; inside the bounds a missing one reads as place() would make it. Makes no numbers.
     ValueView view(int index) const;
-    bool firstIsArray() const;                // element 1 is stored and is an array: this is a matrix
-    const BasicType *object(int index) const; // stored element that is an object, else nullptr
-    BasicType *object(int index) { return const_cast<BasicType *>(std::as_const(*this).object(index)); }
+    bool firstIsArray() const; // element 1 is stored and is an array: this is a matrix
+    const BasicType *object(int index) const { return m_elements.object(index); } // stored and an object, else nullptr
+    BasicType *object(int index) { return m_elements.object(index); }
 
     /// Stores value at index and owns it; into the row when a row stands there. Does not change the length.
     void setElement(int index, std::unique_ptr<BasicType> value);
 
-    /// Packed numbers, for prepared code. number() is defined for 1 <= index <= packedCount() while isPacked().
-    bool isPackedBytes() const { return m_packing == Packing::Bytes; }
-    bool isPackedNumbers() const { return m_packing == Packing::Numbers; }
-    bool isPacked() const { return m_packing <= Packing::Numbers; }
-    bool packedNumber(int index, double &number) const // false: go the long way round
-    {
-        const auto offset = static_cast<size_t>(index) - 1;
-        if (m_packing == Packing::Numbers && offset < m_numbers.size() && !m_holes) {
-            number = m_numbers[offset];
-            return true;
-        }
-        if (m_packing == Packing::Bytes && offset < m_bytes.size() - m_begin && !m_holes) {
-            number = static_cast<quint8>(m_bytes[m_begin + offset]);
-            return true;
-        }
-        return false;
-    }
-    bool setPackedNumber(int index, double number) // number in any range; false: go the long way round
-    {
-        const auto offset = static_cast<size_t>(index) - 1;
-        if (m_packing == Packing::Numbers && offset < m_numbers.size() && !m_holes) {
-            m_numbers[offset] = normalised(typeCode(), number);
-            return true;
-        }
-        if (m_packing == Packing::Bytes && offset < m_bytes.size() - m_begin && !m_holes) {
-            m_bytes[m_begin + offset] = static_cast<char>(integerPart(number));
-            return true;
-        }
-        return false;
-    }
-    double number(int index) const;          // of a packed element, 0 when missing
-    void setNumber(int index, double value); // of a packed element; index within place()'s bounds
+    /// Packed numbers, for prepared code.
+    bool isPackedBytes() const { return m_elements.isBytes(); }
+    bool isPacked() const { return m_elements.isPacked(); }
+    bool packedNumber(int index, double &number) const { return m_elements.packedNumber(index, number); }
+    bool setPackedNumber(int index, double number) { return m_elements.setPackedNumber(index, number); }
+    double number(int index) const { return m_elements.number(index); }             // of a packed element
+    void setNumber(int index, double value) { m_elements.setNumber(index, value); } // within place()'s bounds
 
     /// The bytes of elements 1 to length that are stored and numbers: the low 8 bits of each integer part.
     /// Borrowed from the array where it holds just these bytes, else built in hold.
-    std::string_view bytes(QByteArray &hold) const;
+    std::string_view bytes(QByteArray &hold) const { return m_elements.bytes(m_length, hold); }
     QByteArray toBytes() const;
 
     /// Overwrites elements from 1 with bytes and sets the length, as far as the maximum length allows.
     void assignBytes(std::string_view bytes);
-    /// The copy rule with a string of these bytes as source.
-    void assignText(std::string_view bytes);
     /// Adds bytes behind the length; what passes the maximum length is cut off.
     void appendBytes(std::string_view bytes);
     /// Takes the first count of the elements 1 to length away; the rest moves down. Cost: the count, not the rest.
@@ -139,39 +106,14 @@ public:
     void assignFrom(const ValueView &source);
 
 private:
-    enum class Packing : quint8 { Bytes, Numbers, Objects, Sparse };
-    struct Holes
-    {
-        std::vector<bool> missing; // per stored element
-        int count = 0;
-    };
-    using SparseElements = std::map<int, std::unique_ptr<BasicType>>;
-    static constexpr int kDenseLimit = 1 << 20; // an index further out is dense only near what is stored
-
-    static Packing packingOf(int typeCode);
-    size_t storedCount() const; // dense packings: one more than the highest index
-    bool mayGrowDense(int index) const;
-    void growPacked(int index); // makes element index exist, with 0
-    void unpack();              // to objects
-    void makeSparse();
-    BasicType *storedObject(int index) const;
-    void storeObject(int index, std::unique_ptr<BasicType> value);
     std::unique_ptr<BasicType> makeElement() const; // what place() makes for a missing element of objects
     std::unique_ptr<Array> emptyRow() const;        // of the same sizes, with nothing in it
-    void forgetNumbers();
     void assignElements(const Array &source);
     void assignSizes(const Array &source);
-    void readElement(RecordReader &reader, int index);
 
     int m_length = 0;
     int m_maxLength = 0;
-    Packing m_packing;
-    std::vector<char> m_bytes; // from m_begin on
-    size_t m_begin = 0;
-    std::vector<double> m_numbers;
-    std::unique_ptr<Holes> m_holes; // of packed elements; nullptr: none is missing
-    std::vector<std::unique_ptr<BasicType>> m_objects;
-    std::unique_ptr<SparseElements> m_sparse; // set when the packing is Sparse
+    ElementStore m_elements;
 };
 
 inline const Array *asArray(const BasicType *value)
