@@ -1,9 +1,9 @@
 #include "compiler/Compiler.h"
 
 #include "base/Clock.h"
-#include "compiler/Braces.h"
-#include "compiler/ProgramParser.h"
 #include "compiler/checks/Checks.h"
+#include "compiler/lexing/Braces.h"
+#include "compiler/parsing/ProgramParser.h"
 #include "events/ObjectFile.h"
 
 #include <QDataStream>

@@ -2,7 +2,7 @@
 
 #include "base/Clock.h"
 #include "compiler/Compiler.h"
-#include "compiler/ProgramWriter.h"
+#include "compiler/writing/ProgramWriter.h"
 #include "events/ObjectFile.h"
 #include "program/AST.h"
 

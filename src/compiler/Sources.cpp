@@ -1,6 +1,6 @@
 #include "compiler/Sources.h"
 
-#include "compiler/Lexer.h"
+#include "compiler/lexing/Lexer.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -1,6 +1,7 @@
 #include "compiler/Symbols.h"
 
-#include "compiler/Words.h"
+#include "compiler/lexing/Spelling.h"
+#include "compiler/lexing/Words.h"
 #include "library/Library.h"
 
 namespace {
@@ -146,7 +147,7 @@ bool Symbols::addRoutine(const CallableSymbol &symbol)
 
 int Symbols::typeCodeOf(const QString &name) const
 {
-    const int code = typeCodeOfWord(name);
+    const int code = codeOfWord(name, Word::Type);
     if (code >= 0) {
         return code;
     }
@@ -156,7 +157,7 @@ int Symbols::typeCodeOf(const QString &name) const
 
 QString Symbols::typeText(const StaticType &type) const
 {
-    QString text = wordOfTypeCode(type.code);
+    QString text = wordOfCode(type.code, Word::Type);
     if (text.isEmpty()) {
         text = m_program.typeName(type.code);
     }
@@ -232,7 +233,7 @@ QString Symbols::closestType(const QString &name) const
         names += info->name();
     }
     for (int code = IntegerType; code <= DeviceType; ++code) {
-        names += wordOfTypeCode(code);
+        names += wordOfCode(code, Word::Type);
     }
     for (const auto &[typeName, code] : m_typeCodes) {
         names += typeName;

@@ -1,6 +1,6 @@
 #pragma once
 #include "base/Names.h"
-#include "compiler/TokenCursor.h"
+#include "compiler/lexing/TokenCursor.h"
 #include "program/AST.h"
 
 #include <map>

@@ -1,7 +1,7 @@
 #pragma once
 #include "compiler/Constants.h"
 #include "compiler/Symbols.h"
-#include "compiler/TokenCursor.h"
+#include "compiler/lexing/TokenCursor.h"
 
 #include <map>
 

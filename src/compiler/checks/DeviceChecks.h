@@ -1,5 +1,5 @@
 #pragma once
-#include "compiler/ExpressionParser.h"
+#include "compiler/parsing/ExpressionParser.h"
 
 #include <map>
 

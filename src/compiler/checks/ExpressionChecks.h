@@ -1,5 +1,5 @@
 #pragma once
-#include "compiler/ExpressionParser.h"
+#include "compiler/parsing/ExpressionParser.h"
 
 /// Warns of expressions that are allowed and hardly meant.
 class ExpressionChecks

@@ -1,7 +1,8 @@
 #include "compiler/checks/UsageChecks.h"
 
-#include "compiler/Words.h"
 #include "compiler/checks/Builtins.h"
+#include "compiler/lexing/Spelling.h"
+#include "compiler/lexing/Words.h"
 #include "interp/FunctionCode.h"
 
 #include <algorithm>

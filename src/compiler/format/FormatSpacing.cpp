@@ -1,6 +1,6 @@
 #include "compiler/format/FormatSpacing.h"
 
-#include "compiler/Words.h"
+#include "compiler/lexing/Words.h"
 
 namespace {
 bool isOpening(const std::vector<FormatToken> &tokens, int index)
@@ -61,7 +61,7 @@ bool wouldFuse(const FormatToken &first, const FormatToken &second)
 
 bool isTypeWord(const FormatToken &token)
 {
-    return token.is(TokenKind::Name) && typeCodeOfWord(token.text) >= 0;
+    return token.is(TokenKind::Name) && codeOfWord(token.text, Word::Type) >= 0;
 }
 
 /// Before an opening parenthesis or bracket.

@@ -1,20 +1,10 @@
 #include "compiler/format/FormatStructure.h"
 
-#include "compiler/Words.h"
+#include "compiler/lexing/Words.h"
 
 #include <algorithm>
-#include <initializer_list>
 
 namespace {
-bool isAnyOf(const FormatToken &token, std::initializer_list<const char *> words)
-{
-    return std::any_of(words.begin(), words.end(), [&token](const char *word) { return token.isWord(word); });
-}
-
-constexpr std::initializer_list<const char *> kDefinitionWords = { "function",   "routine",     "struct",
-                                                                   "start",      "mainline",    "button_event",
-                                                                   "data_event", "level_event", "timeline_event" };
-
 /// Behind these a value is expected, so a brace begins a list.
 bool expectsValue(TokenKind kind)
 {
@@ -181,8 +171,7 @@ private:
     bool closesCondition(int open)
     {
         const int head = frame().head;
-        return head >= 0 && open == head + 1 && at(open).is(TokenKind::LeftParen) &&
-               isAnyOf(at(head), { "if", "while", "for" });
+        return head >= 0 && open == head + 1 && at(open).is(TokenKind::LeftParen) && at(head).isWord(Word::HasTest);
     }
 
     void readInBlock()
@@ -257,14 +246,12 @@ private:
         if (frame().kind == Kind::Structure) { // the names of members may be words of the language
             return isHead && isReservedWord(token.text);
         }
-        if (isReservedWord(token.text) || (isSwitchingWord(token.text) && next.is(TokenKind::LeftBracket))) {
+        if (isReservedWord(token.text) || (isWord(token.text, Word::Switches) && next.is(TokenKind::LeftBracket))) {
             return true;
         }
         if (frame().kind == Kind::TopLevel && isHead) {
-            return (token.isWord("program") && next.is(TokenKind::Text)) ||
-                   (token.isWord("exclusive") && next.is(TokenKind::LeftBracket)) ||
-                   (token.isWord("combine") && next.is(TokenKind::LeftParen)) ||
-                   (token.isWord("start") && next.is(TokenKind::LeftBrace));
+            const Word *const word = findWord(token.text);
+            return word && (word->uses & Word::Declares) != 0 && next.is(word->token);
         }
         return token.isWord("capture") && next.is(TokenKind::LeftParen) && m_index > frame().head + 1 &&
                at(frame().head).isWord("wait");
@@ -278,11 +265,10 @@ private:
             return false;
         }
         FormatToken &word = at(head);
-        const bool isPlain =
-            isAnyOf(word, { "default", "push", "release", "online", "offline", "string", "command", "onerror" });
+        const bool isPlain = word.isWord(Word::Label);
         const bool isHold =
             word.isWord("hold") && at(head + 1).is(TokenKind::LeftBracket) && at(head + 1).partner == m_index - 1;
-        if (!(isPlain && head == m_index - 1) && !isHold && !isAnyOf(word, { "case", "active" })) {
+        if (!(isPlain && head == m_index - 1) && !isHold && !word.isWord(Word::ValueLabel)) {
             return false;
         }
         current().isLabelColon = true;
@@ -350,9 +336,9 @@ private:
         }
         const bool isTypeOfConstant =
             frame().kind == Kind::TopLevel && last.is(TokenKind::Name) && frame().head == m_index - 2 &&
-            (at(frame().head).isWord("const") || storageCodeOfWord(at(frame().head).text) >= 0);
-        return isTypeOfConstant || (isAlone && (frame().kind == Kind::TopLevel || isSwitchingWord(last.text))) ||
-               (last.isKeyword && !isAnyOf(last, { "break", "continue", "return", "cancel_all_wait" }));
+            (at(frame().head).isWord("const") || codeOfWord(at(frame().head).text, Word::Storage) >= 0);
+        return isTypeOfConstant || (isAlone && (frame().kind == Kind::TopLevel || isWord(last.text, Word::Switches))) ||
+               (last.isKeyword && !last.isWord(Word::Complete));
     }
 
     void readBrace()
@@ -372,14 +358,10 @@ private:
         }
     }
 
-    bool beginsDefinition() { return frame().head >= 0 && isAnyOf(at(frame().head), kDefinitionWords); }
+    bool beginsDefinition() { return frame().head >= 0 && at(frame().head).isWord(Word::HasBody); }
 
     /// Whether a block, or a statement in its place, has to follow.
-    static bool isBlockHead(const FormatToken &word)
-    {
-        return isAnyOf(word, kDefinitionWords) ||
-               isAnyOf(word, { "if", "else", "while", "for", "switch", "select", "wait", "case", "default", "active" });
-    }
+    static bool isBlockHead(const FormatToken &word) { return word.isWord(Word::HasBody | Word::Nests); }
 
     /// Whether the head of a switch, select or wait is complete before the current token, beyond doubt.
     bool endsHead()

@@ -1,5 +1,6 @@
 #pragma once
-#include "compiler/Lexer.h"
+#include "compiler/lexing/Lexer.h"
+#include "compiler/lexing/Words.h"
 
 /// A comment as it stands in the source.
 struct SourceComment
@@ -41,6 +42,7 @@ struct FormatToken
     {
         return kind == TokenKind::Name && text.compare(QLatin1String(lowerCase), Qt::CaseInsensitive) == 0;
     }
+    bool isWord(unsigned uses) const { return kind == TokenKind::Name && ::isWord(text, uses); }
     bool hasLineEndBefore() const;
 };
 
