@@ -42,14 +42,6 @@ void MakeBssCmdFunc::call(const ArgumentList &arguments)
     }
 }
 
-EscapeBssCmdFunc::EscapeBssCmdFunc(const QString &name)
-    : BssConvertFunc(name, AudioFrames::escaped)
-{}
-
-UnescapeBssCmdFunc::UnescapeBssCmdFunc(const QString &name)
-    : BssConvertFunc(name, AudioFrames::unescaped)
-{}
-
 void BssConvertFunc::call(const ArgumentList &arguments)
 {
     if (arguments.count() < 1) {
@@ -119,14 +111,6 @@ void BssCommandFunc::call(const ArgumentList &arguments)
         setTextResult(viewOf(AudioFrames::escaped(viewOf(*frame))));
     }
 }
-
-BssParaPresetFunc::BssParaPresetFunc(const QString &name)
-    : BssPresetFunc(name, AudioFrames::ParameterPreset)
-{}
-
-BssVenuePresetFunc::BssVenuePresetFunc(const QString &name)
-    : BssPresetFunc(name, AudioFrames::VenuePreset)
-{}
 
 void BssPresetFunc::call(const ArgumentList &arguments)
 {

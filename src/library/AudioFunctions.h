@@ -35,18 +35,6 @@ private:
     Conversion m_convert;
 };
 
-class EscapeBssCmdFunc : public BssConvertFunc
-{
-public:
-    explicit EscapeBssCmdFunc(const QString &name);
-};
-
-class UnescapeBssCmdFunc : public BssConvertFunc
-{
-public:
-    explicit UnescapeBssCmdFunc(const QString &name);
-};
-
 /// What follows the address of an audio command.
 struct BssParameter
 {
@@ -136,16 +124,4 @@ public:
 
 private:
     quint8 m_messageType;
-};
-
-class BssParaPresetFunc : public BssPresetFunc
-{
-public:
-    explicit BssParaPresetFunc(const QString &name);
-};
-
-class BssVenuePresetFunc : public BssPresetFunc
-{
-public:
-    explicit BssVenuePresetFunc(const QString &name);
 };

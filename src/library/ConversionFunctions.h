@@ -84,22 +84,6 @@ private:
     int m_typeCode;
 };
 
-class Ch2WcFunc : public RetypeFunc
-{
-public:
-    explicit Ch2WcFunc(const QString &name)
-        : RetypeFunc(name, WideCharType)
-    {}
-};
-
-class Wc2ChFunc : public RetypeFunc
-{
-public:
-    explicit Wc2ChFunc(const QString &name)
-        : RetypeFunc(name, CharType)
-    {}
-};
-
 enum class ByteOrder { BigEndian, LittleEndian };
 
 /// raw_be(value), raw_le(value): the bytes of a number, or of an array's first element, in the width of its type.
@@ -116,22 +100,6 @@ private:
     ByteOrder m_order;
 };
 
-class RawBeFunc : public RawFunc
-{
-public:
-    explicit RawBeFunc(const QString &name)
-        : RawFunc(name, ByteOrder::BigEndian)
-    {}
-};
-
-class RawLeFunc : public RawFunc
-{
-public:
-    explicit RawLeFunc(const QString &name)
-        : RawFunc(name, ByteOrder::LittleEndian)
-    {}
-};
-
 /// array_to_float(array), array_to_double(array): the IEEE 754 number in the first 4 or 8 elements.
 class ArrayToRealFunc : public QuietFunction
 {
@@ -146,22 +114,6 @@ private:
     int m_typeCode;
 };
 
-class ArrayToFloatFunc : public ArrayToRealFunc
-{
-public:
-    explicit ArrayToFloatFunc(const QString &name)
-        : ArrayToRealFunc(name, FloatType)
-    {}
-};
-
-class ArrayToDoubleFunc : public ArrayToRealFunc
-{
-public:
-    explicit ArrayToDoubleFunc(const QString &name)
-        : ArrayToRealFunc(name, DoubleType)
-    {}
-};
-
 /// float_to_array(number), double_to_array(number): its IEEE 754 bytes, most significant first.
 class RealToArrayFunc : public QuietFunction
 {
@@ -174,20 +126,4 @@ public:
 
 private:
     int m_typeCode;
-};
-
-class FloatToArrayFunc : public RealToArrayFunc
-{
-public:
-    explicit FloatToArrayFunc(const QString &name)
-        : RealToArrayFunc(name, FloatType)
-    {}
-};
-
-class DoubleToArrayFunc : public RealToArrayFunc
-{
-public:
-    explicit DoubleToArrayFunc(const QString &name)
-        : RealToArrayFunc(name, DoubleType)
-    {}
 };

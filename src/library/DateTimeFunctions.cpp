@@ -42,38 +42,10 @@ QTime timeOf(std::string_view text)
 }
 } // namespace
 
-DateToDayFunc::DateToDayFunc(const QString &name)
-    : DateFieldFunc(name, [](const QDate &date) { return date.day(); })
-{}
-
-DateToMonthFunc::DateToMonthFunc(const QString &name)
-    : DateFieldFunc(name, [](const QDate &date) { return date.month(); })
-{}
-
-DateToYearFunc::DateToYearFunc(const QString &name)
-    : DateFieldFunc(name, [](const QDate &date) { return date.year(); })
-{}
-
-DayOfWeekFunc::DayOfWeekFunc(const QString &name)
-    : DateFieldFunc(name, [](const QDate &date) { return date.dayOfWeek(); })
-{}
-
 void DateFieldFunc::call(const ArgumentList &arguments)
 {
     setResult(m_field(dateOf(arguments.value(0).bytes()))); // every field of an invalid date is 0
 }
-
-TimeToHourFunc::TimeToHourFunc(const QString &name)
-    : TimeFieldFunc(name, &QTime::hour)
-{}
-
-TimeToMinuteFunc::TimeToMinuteFunc(const QString &name)
-    : TimeFieldFunc(name, &QTime::minute)
-{}
-
-TimeToSecondFunc::TimeToSecondFunc(const QString &name)
-    : TimeFieldFunc(name, &QTime::second)
-{}
 
 void TimeFieldFunc::call(const ArgumentList &arguments)
 {

@@ -4,7 +4,8 @@
 class QDate;
 class QTime;
 
-/// One field of a date "MM/dd/yy" of the years 2000 to 2099; 0 when the text is no such date.
+/// One field of a date "MM/dd/yy" of the years 2000 to 2099; 0 when the text is no such date. Of
+/// the days of the week Monday is 1.
 class DateFieldFunc : public QuietFunction
 {
 public:
@@ -17,30 +18,6 @@ public:
 
 private:
     Field m_field;
-};
-
-class DateToDayFunc : public DateFieldFunc
-{
-public:
-    explicit DateToDayFunc(const QString &name);
-};
-
-class DateToMonthFunc : public DateFieldFunc
-{
-public:
-    explicit DateToMonthFunc(const QString &name);
-};
-
-class DateToYearFunc : public DateFieldFunc
-{
-public:
-    explicit DateToYearFunc(const QString &name);
-};
-
-class DayOfWeekFunc : public DateFieldFunc // Monday is 1
-{
-public:
-    explicit DayOfWeekFunc(const QString &name);
 };
 
 /// One field of a time "hh:mm:ss" or "hh:mm"; no result when the text is no such time.
@@ -56,22 +33,4 @@ public:
 
 private:
     Field m_field;
-};
-
-class TimeToHourFunc : public TimeFieldFunc
-{
-public:
-    explicit TimeToHourFunc(const QString &name);
-};
-
-class TimeToMinuteFunc : public TimeFieldFunc
-{
-public:
-    explicit TimeToMinuteFunc(const QString &name);
-};
-
-class TimeToSecondFunc : public TimeFieldFunc
-{
-public:
-    explicit TimeToSecondFunc(const QString &name);
 };

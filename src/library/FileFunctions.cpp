@@ -213,10 +213,6 @@ FileCopyFunc::FileCopyFunc(const QString &name)
     })
 {}
 
-FileRenameFunc::FileRenameFunc(const QString &name)
-    : FileTransferFunc(name, QFile::rename)
-{}
-
 void FileTransferFunc::call(const ArgumentList &arguments)
 {
     const QString source = textArgument(arguments, 0);

@@ -22,7 +22,8 @@ public:
 };
 
 /// FILE_READ(handle, buffer, count), FILE_READ_LINE(handle, buffer, count): bytes go into the buffer's elements from 1
-/// on; those that it does not have are skipped, and its length stays.
+/// on; those that it does not have are skipped, and its length stays. A line has at most count - 1, its line feed
+/// included.
 class FileInputFunc : public LibraryFunction
 {
 public:
@@ -37,22 +38,6 @@ private:
     int read(const ArgumentList &arguments) const;
 
     Unit m_unit;
-};
-
-class FileReadFunc : public FileInputFunc
-{
-public:
-    explicit FileReadFunc(const QString &name)
-        : FileInputFunc(name, Unit::Bytes)
-    {}
-};
-
-class FileReadLineFunc : public FileInputFunc // at most count - 1 bytes, with the line feed
-{
-public:
-    explicit FileReadLineFunc(const QString &name)
-        : FileInputFunc(name, Unit::Line)
-    {}
 };
 
 /// FILE_WRITE(handle, buffer, count), FILE_WRITE_LINE(handle, buffer, count): elements 1 to count, also those behind
@@ -70,22 +55,6 @@ private:
     qint64 write(const ArgumentList &arguments) const;
 
     const char *m_terminator;
-};
-
-class FileWriteFunc : public FileOutputFunc
-{
-public:
-    explicit FileWriteFunc(const QString &name)
-        : FileOutputFunc(name, "")
-    {}
-};
-
-class FileWriteLineFunc : public FileOutputFunc
-{
-public:
-    explicit FileWriteLineFunc(const QString &name)
-        : FileOutputFunc(name, "\r")
-    {}
 };
 
 /// FILE_SEEK(handle, position): the new position, from 0.
@@ -118,12 +87,6 @@ class FileCopyFunc : public FileTransferFunc
 {
 public:
     explicit FileCopyFunc(const QString &name);
-};
-
-class FileRenameFunc : public FileTransferFunc
-{
-public:
-    explicit FileRenameFunc(const QString &name);
 };
 
 /// file_delete(name)

@@ -1,5 +1,6 @@
 #include "library/Library.h"
 
+#include "library/AudioFrames.h"
 #include "library/AudioFunctions.h"
 #include "library/ConversionFunctions.h"
 #include "library/DateTimeFunctions.h"
@@ -12,16 +13,23 @@
 #include "library/TimelineFunctions.h"
 #include "program/AST.h"
 
+#include <QDateTime>
+#include <QFile>
 #include <QHash>
 
+#include <cmath>
+
 namespace {
+using Made = std::unique_ptr<BuiltinFunction>;
+
 template <class Func>
-std::unique_ptr<BuiltinFunction> make(const QString &name)
+Made make(const QString &name)
 {
     return std::make_unique<Func>(name);
 }
 
-// Every built-in, in registration order. A new one is a class in its family's file and a row here.
+// Every built-in, in registration order. A new one is a class in its family's file, unless it
+// differs from a sibling by a value, and a row here.
 // Columns: name, alias, declared result, least and most arguments, maker.
 // clang-format off
 constexpr Builtin kBuiltins[] = {
@@ -33,7 +41,7 @@ constexpr Builtin kBuiltins[] = {
     { "max_value", Alias::Lower, ResultKind::Number, 2, 2, make<MaxValueFunc> },
     { "min_value", Alias::Lower, ResultKind::Number, 2, 2, make<MinValueFunc> },
     { "random_number", Alias::None, ResultKind::Number, 1, 1, make<RandomNumberFunc> },
-    { "length_string", Alias::Lower, ResultKind::Number, 1, 1, make<LengthStringFunc> },
+    { "length_string", Alias::Lower, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new ArraySizeFunc(name, &Array::length)); } },
     { "compare_string", Alias::Lower, ResultKind::Number, 2, 2, make<CompareStringFunc> },
     { "find_string", Alias::Lower, ResultKind::Number, 2, 3, make<FindStringFunc> },
     { "left_string", Alias::None, ResultKind::None, 2, 2, make<LeftStringFunc> },
@@ -42,7 +50,7 @@ constexpr Builtin kBuiltins[] = {
     { "upper_string", Alias::Lower, ResultKind::None, 1, 1, make<UpperStringFunc> },
     { "mid_string", Alias::None, ResultKind::None, 2, 3, make<MidStringFunc> },
     { "remove_string", Alias::None, ResultKind::None, 2, 3, make<RemoveStringFunc> },
-    { "length_array", Alias::Lower, ResultKind::Number, 1, 1, make<LengthArrayFunc> },
+    { "length_array", Alias::Lower, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new ArraySizeFunc(name, &Array::length, kWrongArgument)); } },
     { "atoi", Alias::None, ResultKind::Number, 1, 1, make<AToIFunc> },
     { "itoa", Alias::None, ResultKind::None, 1, 1, make<IToAFunc> },
     { "atol", Alias::None, ResultKind::Number, 1, 1, make<AToLFunc> },
@@ -51,27 +59,27 @@ constexpr Builtin kBuiltins[] = {
     { "itohex", Alias::None, ResultKind::None, 1, 1, make<IToHexFunc> },
     { "hextoi", Alias::None, ResultKind::Number, 1, 1, make<HexToIFunc> },
     { "uncombine_devices", Alias::Lower, ResultKind::None, 1, kAnyNumber, make<UncombineDeviceFunc> },
-    { "exp_value", Alias::None, ResultKind::Number, 1, 1, make<ExpValueFunc> },
-    { "log_value", Alias::None, ResultKind::Number, 1, 1, make<LogValueFunc> },
-    { "log10_value", Alias::None, ResultKind::Number, 1, 1, make<Log10ValueFunc> },
+    { "exp_value", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new StandardMathFunc(name, ::exp)); } },
+    { "log_value", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new StandardMathFunc(name, ::log)); } },
+    { "log10_value", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new StandardMathFunc(name, ::log10)); } },
     { "power_value", Alias::None, ResultKind::Number, 2, 2, make<PowerValueFunc> },
-    { "sqrt_value", Alias::None, ResultKind::Number, 1, 1, make<SqrtValueFunc> },
+    { "sqrt_value", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new StandardMathFunc(name, ::sqrt)); } },
     { "ip_client_open", Alias::None, ResultKind::None, 3, 4, make<IpClientOpenFunc> },
-    { "ip_bound_client_open", Alias::None, ResultKind::None, 4, 5, make<IpBoundClientOpenFunc> },
+    { "ip_bound_client_open", Alias::None, ResultKind::None, 4, 5, [](const QString &name) { return Made(new IpClientOpenFunc(name, IpClientOpenFunc::Bound::Yes)); } },
     { "format", Alias::None, ResultKind::None, 2, 2, make<FormatFunc> },
     { "sin_value", Alias::None, ResultKind::Number, 1, 1, make<SinValueFunc> },
     { "cos_value", Alias::None, ResultKind::Number, 1, 1, make<CosValueFunc> },
     { "reboot", Alias::Lower, ResultKind::None, 1, 1, make<RebootFunc> },
-    { "ip_client_close", Alias::Lower, ResultKind::None, 1, 1, make<IpClientCloseFunc> },
+    { "ip_client_close", Alias::Lower, ResultKind::None, 1, 1, [](const QString &name) { return Made(new SocketCloseFunc(name, &SocketActions::closeClient)); } },
     { "ip_server_open", Alias::Lower, ResultKind::None, 2, 3, make<IpServerOpenFunc> },
     { "ip_server_close", Alias::None, ResultKind::None, 1, 1, make<IpServerCloseFunc> },
-    { "date_to_day", Alias::None, ResultKind::Number, 1, 1, make<DateToDayFunc> },
-    { "date_to_month", Alias::None, ResultKind::Number, 1, 1, make<DateToMonthFunc> },
-    { "date_to_year", Alias::None, ResultKind::Number, 1, 1, make<DateToYearFunc> },
-    { "day_of_week", Alias::None, ResultKind::Number, 1, 1, make<DayOfWeekFunc> },
-    { "time_to_hour", Alias::None, ResultKind::Number, 1, 1, make<TimeToHourFunc> },
-    { "time_to_minute", Alias::None, ResultKind::Number, 1, 1, make<TimeToMinuteFunc> },
-    { "time_to_second", Alias::None, ResultKind::Number, 1, 1, make<TimeToSecondFunc> },
+    { "date_to_day", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new DateFieldFunc(name, [](const QDate &date) { return date.day(); })); } },
+    { "date_to_month", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new DateFieldFunc(name, [](const QDate &date) { return date.month(); })); } },
+    { "date_to_year", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new DateFieldFunc(name, [](const QDate &date) { return date.year(); })); } },
+    { "day_of_week", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new DateFieldFunc(name, [](const QDate &date) { return date.dayOfWeek(); })); } },
+    { "time_to_hour", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new TimeFieldFunc(name, &QTime::hour)); } },
+    { "time_to_minute", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new TimeFieldFunc(name, &QTime::minute)); } },
+    { "time_to_second", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new TimeFieldFunc(name, &QTime::second)); } },
     { "get_buffer_char", Alias::None, ResultKind::Array, 1, 1, make<GetBufferCharFunc> },
     { "type_cast", Alias::None, ResultKind::Number, 1, 1, make<TypeCastFunc> },
     { "timeline_create", Alias::None, ResultKind::Number, 3, 5, make<TimelineCreateFunc> },
@@ -83,15 +91,15 @@ constexpr Builtin kBuiltins[] = {
     { "timeline_pause", Alias::None, ResultKind::None, 1, 1, make<TimelinePauseFunc> },
     { "timeline_restart", Alias::None, ResultKind::None, 1, 1, make<TimelineRestartFunc> },
     { "get_last", Alias::None, ResultKind::None, 1, 1, make<GetLastFunc> },
-    { "max_length_array", Alias::None, ResultKind::None, 1, 1, make<MaxLengthArrayFunc> },
-    { "max_length_string", Alias::None, ResultKind::None, 1, 1, make<MaxLengthStringFunc> },
+    { "max_length_array", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new ArraySizeFunc(name, &Array::capacity)); } },
+    { "max_length_string", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new ArraySizeFunc(name, &Array::capacity)); } },
     { "get_master_build", Alias::None, ResultKind::None, 0, 0, make<GetMasterBuildFunc> },
     { "get_system_number", Alias::None, ResultKind::None, 0, 0, make<GetSystemNumberFunc> },
-    { "ch_to_wc", Alias::None, ResultKind::None, 1, 1, make<Ch2WcFunc> },
-    { "wc_to_ch", Alias::None, ResultKind::None, 1, 1, make<Wc2ChFunc> },
+    { "ch_to_wc", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new RetypeFunc(name, WideCharType)); } },
+    { "wc_to_ch", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new RetypeFunc(name, CharType)); } },
     { "device_id", Alias::None, ResultKind::None, 1, 1, make<DeviceIdFunc> },
-    { "process_start", Alias::None, ResultKind::None, 2, 2, make<ProcessStartFunc> },
-    { "url_open", Alias::None, ResultKind::None, 2, 2, make<OpenUrlFunc> },
+    { "process_start", Alias::None, ResultKind::None, 2, 2, [](const QString &name) { return Made(new PanelCommandFunc(name, "process-")); } },
+    { "url_open", Alias::None, ResultKind::None, 2, 2, [](const QString &name) { return Made(new PanelCommandFunc(name, "url-")); } },
     { "button_text", Alias::None, ResultKind::None, 3, 3, make<ButtonTextFunc> },
     { "button_property", Alias::None, ResultKind::None, 3, 3, make<ButtonPropertyFunc> },
     { "set_button_property", Alias::None, ResultKind::None, 4, 4, make<SetButtonPropertyFunc> },
@@ -102,54 +110,54 @@ constexpr Builtin kBuiltins[] = {
     { "modbus_crc16", Alias::None, ResultKind::Number, 1, 1, make<ModbusCRC16Func> },
     { "base64_to_array", Alias::None, ResultKind::Array, 1, 1, make<Base64ToArrayFunc> },
     { "array_to_base64", Alias::None, ResultKind::Array, 1, 1, make<ArrayToBase64Func> },
-    { "array_to_float", Alias::None, ResultKind::Number, 1, 1, make<ArrayToFloatFunc> },
-    { "float_to_array", Alias::None, ResultKind::Array, 1, 1, make<FloatToArrayFunc> },
-    { "array_to_double", Alias::None, ResultKind::Number, 1, 1, make<ArrayToDoubleFunc> },
-    { "double_to_array", Alias::None, ResultKind::Array, 1, 1, make<DoubleToArrayFunc> },
+    { "array_to_float", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new ArrayToRealFunc(name, FloatType)); } },
+    { "float_to_array", Alias::None, ResultKind::Array, 1, 1, [](const QString &name) { return Made(new RealToArrayFunc(name, FloatType)); } },
+    { "array_to_double", Alias::None, ResultKind::Number, 1, 1, [](const QString &name) { return Made(new ArrayToRealFunc(name, DoubleType)); } },
+    { "double_to_array", Alias::None, ResultKind::Array, 1, 1, [](const QString &name) { return Made(new RealToArrayFunc(name, DoubleType)); } },
     { "bss_gain_value", Alias::None, ResultKind::None, 1, 1, make<BssGainFunc> },
     { "bss_make_cmd", Alias::None, ResultKind::None, 4, 4, make<MakeBssCmdFunc> },
-    { "bss_escape_cmd", Alias::None, ResultKind::None, 1, 1, make<EscapeBssCmdFunc> },
-    { "bss_unescape_cmd", Alias::None, ResultKind::None, 1, 1, make<UnescapeBssCmdFunc> },
+    { "bss_escape_cmd", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new BssConvertFunc(name, AudioFrames::escaped)); } },
+    { "bss_unescape_cmd", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new BssConvertFunc(name, AudioFrames::unescaped)); } },
     { "bss_gain_mono_vol", Alias::None, ResultKind::Array, 2, 2, make<BssGainMonoVolFunc> },
     { "bss_gain_mono_mute", Alias::None, ResultKind::Array, 2, 2, make<BssGainMonoMuteFunc> },
     { "bss_gain_ninput_vol", Alias::None, ResultKind::Array, 3, 3, make<BssGainNInputVolFunc> },
     { "bss_gain_ninput_mute", Alias::None, ResultKind::Array, 3, 3, make<BssGainNInputMuteFunc> },
     { "bss_meter_trigger_meter", Alias::None, ResultKind::None, 1, 1, make<BssMeterTriggerReadMeterFunc> },
-    { "bss_para_preset", Alias::None, ResultKind::Array, 1, 1, make<BssParaPresetFunc> },
-    { "bss_venue_preset", Alias::None, ResultKind::Array, 1, 1, make<BssVenuePresetFunc> },
+    { "bss_para_preset", Alias::None, ResultKind::Array, 1, 1, [](const QString &name) { return Made(new BssPresetFunc(name, AudioFrames::ParameterPreset)); } },
+    { "bss_venue_preset", Alias::None, ResultKind::Array, 1, 1, [](const QString &name) { return Made(new BssPresetFunc(name, AudioFrames::VenuePreset)); } },
     { "bss_source_matrix", Alias::None, ResultKind::Array, 3, 3, make<BssSourceMatrixFunc> },
     { "bss_source_selector", Alias::None, ResultKind::Array, 2, 2, make<BssSourceSelectorFunc> },
     { "bss_matrix_mixer_joint", Alias::None, ResultKind::None, 4, 4, make<BssMatrixMixerJointFunc> },
     { "bss_matrix_router", Alias::None, ResultKind::None, 4, 4, make<BssMatrixRouterFunc> },
     { "websocket_server_open", Alias::None, ResultKind::None, 3, 3, make<WebSocketServerOpenFunc> },
-    { "websocket_server_close", Alias::None, ResultKind::None, 1, 1, make<WebSocketServerCloseFunc> },
+    { "websocket_server_close", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new SocketCloseFunc(name, &SocketActions::closeWebSocketServer)); } },
     { "websocket_client_open", Alias::None, ResultKind::None, 2, 2, make<WebSocketClientOpenFunc> },
-    { "websocket_client_close", Alias::None, ResultKind::None, 1, 1, make<WebSocketClientCloseFunc> },
+    { "websocket_client_close", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new SocketCloseFunc(name, &SocketActions::closeWebSocketClient)); } },
     { "file_open", Alias::None, ResultKind::None, 2, 2, make<FileOpenFunc> },
     { "file_close", Alias::None, ResultKind::None, 1, 1, make<FileCloseFunc> },
     { "file_copy", Alias::None, ResultKind::None, 2, 2, make<FileCopyFunc> },
     { "file_delete", Alias::None, ResultKind::None, 1, 1, make<FileDeleteFunc> },
-    { "FILE_RENAME", Alias::None, ResultKind::None, 2, 2, make<FileRenameFunc> },
-    { "FILE_READ", Alias::None, ResultKind::None, 3, 3, make<FileReadFunc> },
-    { "FILE_READ_LINE", Alias::None, ResultKind::None, 3, 3, make<FileReadLineFunc> },
+    { "FILE_RENAME", Alias::None, ResultKind::None, 2, 2, [](const QString &name) { return Made(new FileTransferFunc(name, QFile::rename)); } },
+    { "FILE_READ", Alias::None, ResultKind::None, 3, 3, [](const QString &name) { return Made(new FileInputFunc(name, FileInputFunc::Unit::Bytes)); } },
+    { "FILE_READ_LINE", Alias::None, ResultKind::None, 3, 3, [](const QString &name) { return Made(new FileInputFunc(name, FileInputFunc::Unit::Line)); } },
     { "FILE_SEEK", Alias::None, ResultKind::None, 2, 2, make<FileSeekFunc> },
-    { "FILE_WRITE", Alias::None, ResultKind::None, 3, 3, make<FileWriteFunc> },
-    { "FILE_WRITE_LINE", Alias::None, ResultKind::None, 3, 3, make<FileWriteLineFunc> },
+    { "FILE_WRITE", Alias::None, ResultKind::None, 3, 3, [](const QString &name) { return Made(new FileOutputFunc(name, "")); } },
+    { "FILE_WRITE_LINE", Alias::None, ResultKind::None, 3, 3, [](const QString &name) { return Made(new FileOutputFunc(name, "\r")); } },
     { "SET_PULSE_TIME", Alias::None, ResultKind::None, 1, 1, make<SetPulseTimeFunc> },
     { "MD5_VALUE", Alias::None, ResultKind::None, 1, 2, make<Md5Func> },
-    { "raw_be", Alias::None, ResultKind::None, 1, 1, make<RawBeFunc> },
-    { "raw_le", Alias::None, ResultKind::None, 1, 1, make<RawLeFunc> },
+    { "raw_be", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new RawFunc(name, ByteOrder::BigEndian)); } },
+    { "raw_le", Alias::None, ResultKind::None, 1, 1, [](const QString &name) { return Made(new RawFunc(name, ByteOrder::LittleEndian)); } },
     { "get_ip_addr", Alias::None, ResultKind::None, 0, 1, make<GetIPFunc> },
     { "get_mac_addr", Alias::None, ResultKind::None, 0, 1, make<GetMACFunc> },
-    { "play_sound", Alias::None, ResultKind::None, 2, 2, make<PlaySoundFunc> },
+    { "play_sound", Alias::None, ResultKind::None, 2, 2, [](const QString &name) { return Made(new PanelCommandFunc(name, "play-")); } },
     { "wakeup_onlan", Alias::None, ResultKind::None, 1, 3, make<WakeupOnLanFunc> },
     { "save_var", Alias::None, ResultKind::None, 2, 2, make<SaveParamFunc> },
     { "load_var", Alias::None, ResultKind::None, 2, 2, make<LoadParamFunc> },
     { "delete_all_vars", Alias::None, ResultKind::None, 0, 0, make<DeleteAllParamFunc> },
     { "set_container_property", Alias::None, ResultKind::None, 4, 4, make<SetContainerPropertyFunc> },
     { "container_call", Alias::None, ResultKind::None, 3, 4, make<ContainerCallFunc> },
-    { "tcp_send", Alias::None, ResultKind::None, 3, 3, make<TcpSendFunc> },
-    { "udp_send", Alias::None, ResultKind::None, 3, 3, make<UdpSendFunc> },
+    { "tcp_send", Alias::None, ResultKind::None, 3, 3, [](const QString &name) { return Made(new SendOnceFunc(name, SocketActions::Protocol::Tcp)); } },
+    { "udp_send", Alias::None, ResultKind::None, 3, 3, [](const QString &name) { return Made(new SendOnceFunc(name, SocketActions::Protocol::Udp)); } },
 };
 // clang-format on
 

@@ -42,22 +42,6 @@ void RandomNumberFunc::call(const ArgumentList &arguments)
     setResult(n == 0 ? 0 : static_cast<double>(drawn % n));
 }
 
-ExpValueFunc::ExpValueFunc(const QString &name)
-    : StandardMathFunc(name, ::exp)
-{}
-
-LogValueFunc::LogValueFunc(const QString &name)
-    : StandardMathFunc(name, ::log)
-{}
-
-Log10ValueFunc::Log10ValueFunc(const QString &name)
-    : StandardMathFunc(name, ::log10)
-{}
-
-SqrtValueFunc::SqrtValueFunc(const QString &name)
-    : StandardMathFunc(name, ::sqrt)
-{}
-
 SinValueFunc::SinValueFunc(const QString &name)
     : StandardMathFunc(name, ::sin,
                        { QT_TRANSLATE_NOOP("messages", "Too less sin function arguments"),

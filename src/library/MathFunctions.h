@@ -52,30 +52,6 @@ private:
     const char *m_wrongArgument;
 };
 
-class ExpValueFunc : public StandardMathFunc
-{
-public:
-    explicit ExpValueFunc(const QString &name);
-};
-
-class LogValueFunc : public StandardMathFunc
-{
-public:
-    explicit LogValueFunc(const QString &name);
-};
-
-class Log10ValueFunc : public StandardMathFunc
-{
-public:
-    explicit Log10ValueFunc(const QString &name);
-};
-
-class SqrtValueFunc : public StandardMathFunc
-{
-public:
-    explicit SqrtValueFunc(const QString &name);
-};
-
 class SinValueFunc : public StandardMathFunc // radians
 {
 public:

@@ -123,30 +123,6 @@ private:
     const char *m_prefix;
 };
 
-class OpenUrlFunc : public PanelCommandFunc
-{
-public:
-    explicit OpenUrlFunc(const QString &name)
-        : PanelCommandFunc(name, "url-")
-    {}
-};
-
-class PlaySoundFunc : public PanelCommandFunc
-{
-public:
-    explicit PlaySoundFunc(const QString &name)
-        : PanelCommandFunc(name, "play-")
-    {}
-};
-
-class ProcessStartFunc : public PanelCommandFunc
-{
-public:
-    explicit ProcessStartFunc(const QString &name)
-        : PanelCommandFunc(name, "process-")
-    {}
-};
-
 /// reboot(target): a device or a whole number; 0 is this controller, any other target does nothing.
 class RebootFunc : public LibraryFunction
 {

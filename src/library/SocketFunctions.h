@@ -32,14 +32,6 @@ private:
     const Bound m_bound;
 };
 
-class IpBoundClientOpenFunc : public IpClientOpenFunc
-{
-public:
-    explicit IpBoundClientOpenFunc(const QString &name)
-        : IpClientOpenFunc(name, Bound::Yes)
-    {}
-};
-
 /// ip_server_open(P, port [, protocol]): 0, or a status below it.
 class IpServerOpenFunc : public SocketFunction
 {
@@ -88,14 +80,6 @@ private:
     const Close m_close;
 };
 
-class IpClientCloseFunc : public SocketCloseFunc
-{
-public:
-    explicit IpClientCloseFunc(const QString &name)
-        : SocketCloseFunc(name, &SocketActions::closeClient)
-    {}
-};
-
 class IpServerCloseFunc : public SocketCloseFunc // the only one with a result
 {
 public:
@@ -103,22 +87,6 @@ public:
         : SocketCloseFunc(name, &SocketActions::closeServer)
     {}
     void call(const ArgumentList &arguments) override;
-};
-
-class WebSocketServerCloseFunc : public SocketCloseFunc
-{
-public:
-    explicit WebSocketServerCloseFunc(const QString &name)
-        : SocketCloseFunc(name, &SocketActions::closeWebSocketServer)
-    {}
-};
-
-class WebSocketClientCloseFunc : public SocketCloseFunc
-{
-public:
-    explicit WebSocketClientCloseFunc(const QString &name)
-        : SocketCloseFunc(name, &SocketActions::closeWebSocketClient)
-    {}
 };
 
 /// tcp_send(host, port, data), udp_send(address, port, data): in the background, on a socket of its own.
@@ -133,22 +101,6 @@ public:
 
 private:
     const SocketActions::Protocol m_protocol;
-};
-
-class TcpSendFunc : public SendOnceFunc
-{
-public:
-    explicit TcpSendFunc(const QString &name)
-        : SendOnceFunc(name, SocketActions::Protocol::Tcp)
-    {}
-};
-
-class UdpSendFunc : public SendOnceFunc
-{
-public:
-    explicit UdpSendFunc(const QString &name)
-        : SendOnceFunc(name, SocketActions::Protocol::Udp)
-    {}
 };
 
 /// get_ip_addr([form]): this controller's addresses as texts; with 1 as rows of four numbers.

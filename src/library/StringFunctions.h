@@ -4,7 +4,8 @@
 // Strings are CHAR arrays, read and built as bytes. The built-ins that take bytes from a variable are the ones that
 // consume a receive buffer: their cost is what they take, not what is left.
 
-/// length_string, length_array, max_length_string, max_length_array: one size of an array.
+/// length_string, length_array, max_length_string, max_length_array: one size of an array. Without a declared size an
+/// array can hold what it holds.
 class ArraySizeFunc : public QuietFunction
 {
 public:
@@ -20,33 +21,6 @@ private:
     Size m_size;
     const char *m_noArray; // the text for anything but an array; nullptr: silence
 };
-
-class LengthStringFunc : public ArraySizeFunc
-{
-public:
-    explicit LengthStringFunc(const QString &name)
-        : ArraySizeFunc(name, &Array::length)
-    {}
-};
-
-class LengthArrayFunc : public ArraySizeFunc
-{
-public:
-    explicit LengthArrayFunc(const QString &name)
-        : ArraySizeFunc(name, &Array::length, kWrongArgument)
-    {}
-};
-
-/// Without a declared size an array can hold what it holds.
-class MaxLengthStringFunc : public ArraySizeFunc
-{
-public:
-    explicit MaxLengthStringFunc(const QString &name)
-        : ArraySizeFunc(name, &Array::capacity)
-    {}
-};
-
-using MaxLengthArrayFunc = MaxLengthStringFunc;
 
 /// set_length_string(variable, length) and set_length_array: nothing is reported and nothing given.
 class SetLengthArrayFunc : public LibraryFunction

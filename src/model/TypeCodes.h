@@ -28,8 +28,6 @@ inline bool isBuiltInType(int code)
     return code >= IntegerType && code <= DeviceType;
 }
 
-QString storageClassName(int code); // empty for an unknown code
-QString placementName(int code);
 QString builtInTypeName(int code); // empty for WIDECHAR and for codes that are not built in
 
 /// A number as its type holds it: INTEGER modulo 2^32, CHAR modulo 2^8, FLOAT in single precision and so on.

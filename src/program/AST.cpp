@@ -246,16 +246,6 @@ const CustomTypeInfo *AST::findType(int code) const
     return found != m_types.end() ? found->second.get() : nullptr;
 }
 
-int AST::findTypeCode(const QString &name) const
-{
-    for (const auto &[code, info] : m_types) {
-        if (info->name().compare(name, Qt::CaseInsensitive) == 0) {
-            return code;
-        }
-    }
-    return -1;
-}
-
 QString AST::typeName(int code) const
 {
     QString builtIn = builtInTypeName(code);

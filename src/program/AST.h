@@ -55,8 +55,7 @@ public:
     int registerCustomType(std::unique_ptr<CustomTypeInfo> info); // the code it gets
     void setCustomType(int code, std::unique_ptr<CustomTypeInfo> info);
     const CustomTypeInfo *findType(int code) const override;
-    int findTypeCode(const QString &name) const; // any case; -1: no type has that name
-    QString typeName(int code) const;            // built-in or of the program; empty for an unknown code
+    QString typeName(int code) const; // built-in or of the program; empty for an unknown code
     const std::map<int, std::unique_ptr<CustomTypeInfo>> &customTypes() const { return m_types; }
 
     /// The addresses that one device stands for: the other members of its groups for a virtual device, else itself.

@@ -40,7 +40,6 @@ public:
     void moveTo(size_t index) { m_index = index; }
     void setRange(TokenRange range);
     TokenRange range() const { return m_range; }
-    TokenRange restOfRange() const { return { m_index, m_range.last }; }
 
     /// Past a bracket of any kind and all up to the one that closes it. False: it has no end in the range.
     bool skipBalanced();

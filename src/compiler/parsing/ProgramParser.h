@@ -59,7 +59,6 @@ private:
     std::unique_ptr<Statement> parseEventBody(TokenRange body, const char *dataName, int dataType);
     TokenRange bodyAtCursor();
     std::vector<std::unique_ptr<ButtonExpression>> parseTriggers(TokenRange range, ExpressionParser::ButtonUse use);
-    std::optional<ExpressionParser::DeviceName> parseDeviceName();
     void appendReference(std::vector<DeviceReference> &references, const DeviceAddress &address, const QString &name);
     DeviceReference referenceTo(const DeviceAddress &address, const QString &name);
     void warnUnlessDeclared(const DeviceAddress &address, SourcePosition position);

@@ -10,7 +10,6 @@ class SourceLines
 public:
     void add(const QString &line) { m_lines += QString(m_depth * 4, QLatin1Char(' ')) + line; }
     void addBlank();
-    void appendToLast(const QString &text) { m_lines.last() += text; }
     void open() { ++m_depth; }
     void close() { --m_depth; }
     QString text() const { return m_lines.join(QLatin1Char('\n')) + QLatin1Char('\n'); }
