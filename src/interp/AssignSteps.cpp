@@ -2,47 +2,20 @@
 #include "interp/ChannelSteps.h"
 #include "interp/Interpreter.h"
 #include "interp/Operands.h"
+#include "interp/PathCode.h"
 #include "interp/Places.h"
+#include "interp/PlainNumbers.h"
 #include "interp/Preparer.h"
 #include "interp/Statements.h"
 #include "interp/TextCode.h"
-#include "interp/VariableCode.h"
 #include "model/Values.h"
 #include "program/AST.h"
 
 #include <QCoreApplication>
 
-// Assignments, ++ and -- as statements.
+// Assignments.
 
 namespace {
-const char *const kConstant =
-    QT_TRANSLATE_NOOP("messages", "Reassign value to const data. Assignment will be ignored.");
-
-struct LocalTarget
-{
-    int slot;
-    double &get(Run &run) const { return run.frame[slot].number; }
-};
-
-struct StaticTarget
-{
-    double *storage;
-    double &get(Run &) const { return *storage; }
-};
-
-/// Brings a number into the range of the target's type; the frequent types are known when this is compiled.
-template <int Type>
-struct FixedFit
-{
-    double operator()(double number) const { return normalised(Type, number); }
-};
-
-struct AnyFit
-{
-    int typeCode;
-    double operator()(double number) const { return normalised(typeCode, number); }
-};
-
 /// A plain number takes the number of an expression that cannot be an array.
 template <class Fit, class Target, class Source>
 class AssignNumber : public Step
@@ -67,29 +40,6 @@ private:
     Source m_source;
 };
 
-/// A plain number moves by a constant: x++, x-- as statements.
-template <class Fit, class Target>
-class MoveNumber : public Step
-{
-public:
-    MoveNumber(Fit fit, Target target, double by)
-        : m_fit(fit)
-        , m_target(target)
-        , m_by(by)
-    {}
-    Flow execute(Run &run) const override
-    {
-        double &number = m_target.get(run);
-        number = m_fit(number + m_by);
-        return Flow::Next;
-    }
-
-private:
-    [[no_unique_address]] Fit m_fit;
-    Target m_target;
-    double m_by;
-};
-
 /// Any variable.
 class AssignVariable : public Step
 {
@@ -105,7 +55,7 @@ public:
             return Flow::Next;
         }
         if (target.object && target.object->isConst()) {
-            run.error(kConstant);
+            run.error(kConstantStays);
             return Flow::Next;
         }
         ValueRef hold;
@@ -137,7 +87,7 @@ public:
             return Flow::Next;
         }
         if (array->isConst()) {
-            run.error(kConstant);
+            run.error(kConstantStays);
             return Flow::Next;
         }
         ScratchBytes scratch(run);
@@ -221,7 +171,7 @@ public:
                 return Flow::Next;
             }
             if (target.object->isConst()) {
-                run.error(kConstant);
+                run.error(kConstantStays);
                 return Flow::Next;
             }
         }
@@ -256,7 +206,7 @@ public:
             return Flow::Next;
         }
         if (target->isConst()) {
-            run.error(kConstant);
+            run.error(kConstantStays);
             return Flow::Next;
         }
         const Number value = m_source->number(run);
@@ -272,72 +222,6 @@ private:
     std::unique_ptr<Code> m_target;
     std::unique_ptr<Code> m_source;
 };
-
-/// ++ and -- of anything that is not a plain number.
-class MoveStored : public Step
-{
-public:
-    MoveStored(std::unique_ptr<Code> target, double by)
-        : m_target(std::move(target))
-        , m_by(by)
-    {}
-    Flow execute(Run &run) const override
-    {
-        const Place target = m_target->place(run);
-        const ValueView before = ValueView::of(target);
-        if (!before.isNumber()) {
-            return Flow::Next;
-        }
-        if (target.object && target.object->isConst()) {
-            run.error(kConstant);
-            return Flow::Next;
-        }
-        assignValue(target, ValueView::ofNumber(before.number + m_by, DoubleType));
-        storeChanged(run, *m_target);
-        return Flow::Next;
-    }
-
-private:
-    std::unique_ptr<Code> m_target;
-    double m_by;
-};
-
-/// Calls make(fit) with what brings a number into the range of a type.
-template <class Make>
-std::unique_ptr<Step> withFit(int typeCode, Make make)
-{
-    switch (typeCode) {
-    case IntegerType:
-        return make(FixedFit<IntegerType>{});
-    case CharType:
-        return make(FixedFit<CharType>{});
-    case DoubleType:
-        return make(FixedFit<DoubleType>{});
-    default:
-        return make(AnyFit{ typeCode });
-    }
-}
-
-/// Whether a variable is nothing but its number: no level, no store and no message hangs on a change.
-bool isPlainNumber(const VariableAccess &variable, const Preparer &preparer)
-{
-    if (variable.kind == VariableAccess::Kind::LocalNumber) {
-        return true;
-    }
-    const BasicType *object = variable.object;
-    return variable.kind == VariableAccess::Kind::StaticNumber && object->storageClass() == Volatile &&
-           !object->isConst() && !preparer.mayMoveLevels(object->name());
-}
-
-/// Calls make(target) with the target that reaches a plain number.
-template <class Make>
-std::unique_ptr<Step> withTarget(const VariableAccess &variable, Make make)
-{
-    if (variable.kind == VariableAccess::Kind::LocalNumber) {
-        return make(LocalTarget{ variable.slot });
-    }
-    return make(StaticTarget{ static_cast<Double *>(variable.object)->storage() });
-}
 
 std::unique_ptr<Step> assignPlainNumber(const VariableAccess &variable, std::unique_ptr<Code> source)
 {
@@ -405,24 +289,6 @@ std::unique_ptr<Step> assignElement(const ArrayExpression &target, std::unique_p
     }
     return std::make_unique<AssignPart>(std::make_unique<PathCode>(preparer, target), std::move(source));
 }
-
-std::unique_ptr<Step> prepareMove(const StepStatement &node, Preparer &preparer, double by)
-{
-    if (!node.operand) {
-        return makeNothingStep();
-    }
-    if (const auto *target = as<VarExpression>(node.operand.get())) {
-        const VariableAccess variable = findVariable(preparer, target->name);
-        if (isPlainNumber(variable, preparer)) {
-            return withFit(variable.typeCode, [&](auto fit) {
-                return withTarget(variable, [&](auto place) -> std::unique_ptr<Step> {
-                    return std::make_unique<MoveNumber<decltype(fit), decltype(place)>>(fit, place, by);
-                });
-            });
-        }
-    }
-    return std::make_unique<MoveStored>(preparer.expression(node.operand), by);
-}
 } // namespace
 
 std::unique_ptr<Step> AssignStatement::prepare(Preparer &preparer) const
@@ -448,14 +314,4 @@ std::unique_ptr<Step> AssignStatement::prepare(Preparer &preparer) const
         return std::make_unique<AssignPart>(std::move(path), std::move(source));
     }
     return makeNothingStep();
-}
-
-std::unique_ptr<Step> IncStatement::prepare(Preparer &preparer) const
-{
-    return prepareMove(*this, preparer, 1);
-}
-
-std::unique_ptr<Step> DecStatement::prepare(Preparer &preparer) const
-{
-    return prepareMove(*this, preparer, -1);
 }

@@ -90,13 +90,7 @@ private:
     Operand parseBinary(int leastBinding);
     Operand combine(const Token &sign, Operand left, Operand right);
     Operand parseUnary();
-    Operand parseStep(bool isIncrement);
-    Operand parsePostfix();
-    Operand parseSuffixes(Operand operand);
-    Operand parseElement(Operand base);
-    Operand parseMember(Operand base);
     Operand parsePrimary();
-    Operand parseVariable();
     Operand parseNumber();
     Operand parseParentheses();
     Operand parseTextList();
@@ -108,6 +102,14 @@ private:
     void checkButton(const std::vector<Operand> &operands, ButtonUse use, SourcePosition position);
     void checkPart(double part, int index, SourcePosition position);
     std::optional<Constant> constantValue(const Operand &operand);
+
+    // PlaceParser.cpp
+    Operand parseVariable();
+    Operand parsePostfix();
+    Operand parseStep(bool isIncrement);
+    Operand parseSuffixes(Operand operand);
+    Operand parseElement(Operand base);
+    Operand parseMember(Operand base);
 
     bool m_isStructured = false; // lists keep their texts and lists apart
 };
