@@ -2,6 +2,8 @@
 
 #include "compiler/checks/Checks.h"
 #include "compiler/lexing/Words.h"
+#include "compiler/parsing/DeviceGroupParser.h"
+#include "compiler/parsing/HandlerParser.h"
 #include "library/Library.h"
 
 void ProgramParser::nameCallables()
@@ -77,8 +79,10 @@ void ProgramParser::parse()
     if (m_outline.programName != 0 && !token(m_outline.programName).text.isEmpty()) {
         program().setProgramName(token(m_outline.programName).text);
     }
+    DeviceGroupParser groups(m_work);
+    HandlerParser handlers(m_work, m_statements);
     for (const TokenRange &range : m_outline.exclusives) {
-        parseExclusive(range);
+        groups.parseExclusive(range);
     }
     for (const Outline::Callable &function : m_outline.functions) {
         parseFunction(function);
@@ -89,13 +93,13 @@ void ProgramParser::parse()
     program().startBlock = parseOnlyBlock(m_outline.startBlocks);
     program().mainlineBlock = parseOnlyBlock(m_outline.mainlineBlocks);
     for (const Outline::Handler &handler : m_outline.handlers) {
-        parseHandler(handler);
+        handlers.parse(handler);
     }
     for (const TokenRange &range : m_outline.combinations) {
-        parseCombination(range);
+        groups.parseCombination(range);
     }
     for (const Outline::Binding &binding : m_outline.levels) {
-        parseLevel(binding);
+        groups.parseLevel(binding);
     }
 }
 

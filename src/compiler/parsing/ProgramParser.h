@@ -1,8 +1,5 @@
 #pragma once
 #include "compiler/parsing/StatementParser.h"
-#include "events/EventHandlers.h"
-
-#include <functional>
 
 /// Reads the parts of a program behind its variables into the program object, in the order of the object file.
 class ProgramParser
@@ -40,28 +37,6 @@ private:
     void parseFunction(const Outline::Callable &outline);
     void parseRoutine(const Outline::Callable &outline);
     std::unique_ptr<StatementList> parseOnlyBlock(const std::vector<Outline::Block> &blocks);
-
-    // Handlers.cpp
-    void parseExclusive(TokenRange range);
-    std::unique_ptr<Exclusive> parseExclusiveChannels();
-    void parseCombination(TokenRange range);
-    void parseLevel(const Outline::Binding &binding);
-    void parseHandler(const Outline::Handler &outline);
-    void parseButtonHandler(const Outline::Handler &outline);
-    void parseDataHandler(const Outline::Handler &outline);
-    void parseLevelHandler(const Outline::Handler &outline);
-    void parseTimelineHandler(const Outline::Handler &outline);
-    using Handlers = std::vector<std::unique_ptr<SubEventHandler>>;
-    using PartSeen = std::function<void(const QString &part, SourcePosition position)>;
-    bool parseParts(TokenRange body, bool isData, Handlers &handlers, const PartSeen &seen);
-    std::unique_ptr<SubEventHandler> parsePartHead(bool isData);
-    std::unique_ptr<SubEventHandler> parseHold();
-    std::unique_ptr<Statement> parseEventBody(TokenRange body, const char *dataName, int dataType);
-    TokenRange bodyAtCursor();
-    std::vector<std::unique_ptr<ButtonExpression>> parseTriggers(TokenRange range, ExpressionParser::ButtonUse use);
-    void appendReference(std::vector<DeviceReference> &references, const DeviceAddress &address, const QString &name);
-    DeviceReference referenceTo(const DeviceAddress &address, const QString &name);
-    void warnUnlessDeclared(const DeviceAddress &address, SourcePosition position);
 
     Workspace &m_work;
     Globals &m_globals;
