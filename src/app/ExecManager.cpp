@@ -7,7 +7,7 @@
 #include "base/Monitor.h"
 #include "devices/DeviceManager.h"
 #include "devices/SwitchNotice.h"
-#include "interp/Statements.h"
+#include "interp/nodes/Statements.h"
 #include "library/ControlProgram.h"
 #include "net/sockets/IpMonitor.h"
 #include "net/sockets/ProgramSockets.h"

@@ -1,6 +1,6 @@
 #include "compiler/Constants.h"
 
-#include "interp/Expressions.h"
+#include "interp/nodes/Expressions.h"
 #include "program/AST.h"
 
 namespace {

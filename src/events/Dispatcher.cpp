@@ -4,9 +4,9 @@
 #include "base/Messages.h"
 #include "events/EventData.h"
 #include "events/HandlerTable.h"
-#include "interp/BlockSteps.h"
-#include "interp/ChannelSteps.h"
-#include "interp/Statements.h"
+#include "interp/nodes/Statements.h"
+#include "interp/steps/BlockSteps.h"
+#include "interp/steps/ChannelSteps.h"
 #include "program/AST.h"
 
 #include <QCoreApplication>

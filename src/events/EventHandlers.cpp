@@ -1,6 +1,6 @@
 #include "events/EventHandlers.h"
 
-#include "interp/Statements.h"
+#include "interp/nodes/Statements.h"
 #include "program/NodeStream.h"
 
 // How the handlers match events is in HandlerTable.

@@ -1,6 +1,6 @@
 #pragma once
 #include "events/Events.h"
-#include "interp/Expressions.h"
+#include "interp/nodes/Expressions.h"
 #include "program/Exclusive.h"
 
 struct NodeTables;

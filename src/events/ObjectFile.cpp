@@ -3,7 +3,7 @@
 #include "base/Clock.h"
 #include "events/EventHandlers.h"
 #include "interp/ProgramFunction.h"
-#include "interp/Statements.h"
+#include "interp/nodes/Statements.h"
 #include "program/AST.h"
 #include "program/NodeStream.h"
 

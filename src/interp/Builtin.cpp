@@ -1,6 +1,6 @@
 #include "interp/Builtin.h"
 
-#include "interp/FunctionCode.h"
+#include "interp/code/FunctionCode.h"
 #include "model/ProgramContext.h"
 #include "model/Values.h"
 

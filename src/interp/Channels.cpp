@@ -1,10 +1,10 @@
 #include "interp/Channels.h"
 
-#include "interp/Expressions.h"
 #include "interp/Interpreter.h"
 #include "interp/Preparer.h"
 #include "interp/Run.h"
-#include "interp/TextCode.h"
+#include "interp/code/TextCode.h"
+#include "interp/nodes/Expressions.h"
 #include "model/Values.h"
 #include "program/AST.h"
 

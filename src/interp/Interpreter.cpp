@@ -1,8 +1,8 @@
 #include "interp/Interpreter.h"
 
-#include "interp/FunctionCode.h"
 #include "interp/ProgramFunction.h"
 #include "interp/Run.h"
+#include "interp/code/FunctionCode.h"
 
 #include <QCoreApplication>
 

@@ -1,6 +1,6 @@
 #include "interp/ProgramFunction.h"
 
-#include "interp/FunctionCode.h"
+#include "interp/code/FunctionCode.h"
 #include "program/NodeStream.h"
 
 ProgramFunction::ProgramFunction(const QString &name)

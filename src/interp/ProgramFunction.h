@@ -1,5 +1,5 @@
 #pragma once
-#include "interp/Statements.h"
+#include "interp/nodes/Statements.h"
 #include "program/Function.h"
 
 class NodeReader;

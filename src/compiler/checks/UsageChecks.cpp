@@ -3,7 +3,7 @@
 #include "compiler/checks/Builtins.h"
 #include "compiler/lexing/Spelling.h"
 #include "compiler/lexing/Words.h"
-#include "interp/FunctionCode.h"
+#include "interp/code/FunctionCode.h"
 
 #include <algorithm>
 

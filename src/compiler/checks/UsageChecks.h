@@ -1,6 +1,6 @@
 #pragma once
 #include "compiler/checks/ExpressionChecks.h"
-#include "interp/Statements.h"
+#include "interp/nodes/Statements.h"
 
 #include <map>
 #include <set>

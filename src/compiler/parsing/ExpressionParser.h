@@ -1,6 +1,6 @@
 #pragma once
 #include "compiler/Workspace.h"
-#include "interp/Expressions.h"
+#include "interp/nodes/Expressions.h"
 
 /// An expression that has been read. node is missing when it could not be.
 struct Operand

@@ -1,7 +1,7 @@
 #include "compiler/parsing/Globals.h"
 
 #include "compiler/lexing/Words.h"
-#include "interp/FunctionCode.h"
+#include "interp/code/FunctionCode.h"
 
 #include <limits>
 

@@ -1,5 +1,5 @@
 #include "compiler/Constants.h"
-#include "interp/FunctionCode.h"
+#include "interp/code/FunctionCode.h"
 #include "program/AST.h"
 
 #include <algorithm>

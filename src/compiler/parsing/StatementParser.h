@@ -1,9 +1,9 @@
 #pragma once
 #include "compiler/parsing/ExpressionParser.h"
 #include "compiler/parsing/Globals.h"
-#include "interp/DeviceStatements.h"
 #include "interp/ProgramFunction.h"
-#include "interp/WaitStatements.h"
+#include "interp/nodes/DeviceStatements.h"
+#include "interp/nodes/WaitStatements.h"
 
 /// Reads statements and blocks. After an error it goes on behind the end of the statement.
 class StatementParser : public ExpressionParser

@@ -1,6 +1,6 @@
 #pragma once
 #include "compiler/writing/ExpressionWriter.h"
-#include "interp/StatementTypes.h"
+#include "interp/nodes/StatementTypes.h"
 
 #include <QStringList>
 

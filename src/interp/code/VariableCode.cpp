@@ -1,8 +1,8 @@
-#include "interp/VariableCode.h"
+#include "interp/code/VariableCode.h"
 
-#include "interp/Expressions.h"
-#include "interp/Operands.h"
-#include "interp/PathCode.h"
+#include "interp/code/Operands.h"
+#include "interp/code/PathCode.h"
+#include "interp/nodes/Expressions.h"
 #include "model/Values.h"
 #include "program/AST.h"
 

@@ -1,8 +1,8 @@
-#include "interp/CallCode.h"
+#include "interp/code/CallCode.h"
 
-#include "interp/Expressions.h"
-#include "interp/FunctionCode.h"
 #include "interp/ProgramFunction.h"
+#include "interp/code/FunctionCode.h"
+#include "interp/nodes/Expressions.h"
 #include "model/Values.h"
 #include "program/AST.h"
 

@@ -1,7 +1,7 @@
 #pragma once
-#include "interp/DeviceStatements.h"
-#include "interp/Statements.h"
-#include "interp/WaitStatements.h"
+#include "interp/nodes/DeviceStatements.h"
+#include "interp/nodes/Statements.h"
+#include "interp/nodes/WaitStatements.h"
 
 using StatementTypes =
     NodeTypes<Statement, SendStringStatement, AssignStatement, CompoundStatement, BlockItemDefStatement, WaitStatement,

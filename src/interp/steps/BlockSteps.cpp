@@ -1,10 +1,10 @@
-#include "interp/BlockSteps.h"
+#include "interp/steps/BlockSteps.h"
 
 #include "base/Messages.h"
-#include "interp/FunctionCode.h"
 #include "interp/Interpreter.h"
 #include "interp/Preparer.h"
-#include "interp/Statements.h"
+#include "interp/code/FunctionCode.h"
+#include "interp/nodes/Statements.h"
 #include "model/Values.h"
 #include "program/AST.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "interp/Expressions.h"
+#include "interp/nodes/Expressions.h"
 
 class WaitStatement : public Tagged<104, Statement>
 {

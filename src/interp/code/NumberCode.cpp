@@ -1,7 +1,7 @@
 #include "base/Messages.h"
-#include "interp/Expressions.h"
-#include "interp/Operands.h"
 #include "interp/Preparer.h"
+#include "interp/code/Operands.h"
+#include "interp/nodes/Expressions.h"
 #include "model/Values.h"
 #include "program/AST.h"
 

@@ -1,6 +1,6 @@
-#include "interp/PathCode.h"
+#include "interp/code/PathCode.h"
 
-#include "interp/Expressions.h"
+#include "interp/nodes/Expressions.h"
 #include "model/Values.h"
 #include "program/AST.h"
 

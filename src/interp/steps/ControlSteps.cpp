@@ -1,8 +1,8 @@
-#include "interp/BlockSteps.h"
-#include "interp/CallCode.h"
-#include "interp/Operands.h"
 #include "interp/Preparer.h"
-#include "interp/Statements.h"
+#include "interp/code/CallCode.h"
+#include "interp/code/Operands.h"
+#include "interp/nodes/Statements.h"
+#include "interp/steps/BlockSteps.h"
 #include "model/Values.h"
 
 #include <QCoreApplication>

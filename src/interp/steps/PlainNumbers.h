@@ -1,5 +1,5 @@
 #pragma once
-#include "interp/VariableCode.h"
+#include "interp/code/VariableCode.h"
 #include "program/AST.h"
 
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
-#include "interp/BlockSteps.h"
 #include "interp/Interpreter.h"
-#include "interp/PlainNumbers.h"
-#include "interp/Statements.h"
+#include "interp/nodes/Statements.h"
+#include "interp/steps/BlockSteps.h"
+#include "interp/steps/PlainNumbers.h"
 
 // ++ and -- as statements.
 

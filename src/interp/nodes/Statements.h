@@ -1,5 +1,5 @@
 #pragma once
-#include "interp/Expressions.h"
+#include "interp/nodes/Expressions.h"
 
 /// The statement classes of the object file. Tags, fields and their order: docs/formats/object-file.md.
 

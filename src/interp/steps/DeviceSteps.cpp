@@ -1,10 +1,10 @@
-#include "interp/BlockSteps.h"
 #include "interp/Channels.h"
-#include "interp/DeviceStatements.h"
 #include "interp/Interpreter.h"
 #include "interp/Preparer.h"
 #include "interp/Run.h"
-#include "interp/VariableCode.h"
+#include "interp/code/VariableCode.h"
+#include "interp/nodes/DeviceStatements.h"
+#include "interp/steps/BlockSteps.h"
 #include "model/Values.h"
 #include "program/AST.h"
 

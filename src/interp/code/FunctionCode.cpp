@@ -1,6 +1,6 @@
-#include "interp/FunctionCode.h"
+#include "interp/code/FunctionCode.h"
 
-#include "interp/Statements.h"
+#include "interp/nodes/Statements.h"
 #include "model/ProgramContext.h"
 #include "model/Values.h"
 

@@ -1,6 +1,6 @@
-#include "interp/Expressions.h"
 #include "interp/Preparer.h"
 #include "interp/Run.h"
+#include "interp/nodes/Expressions.h"
 
 // Device addresses as values.
 

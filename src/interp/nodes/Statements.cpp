@@ -1,6 +1,6 @@
-#include "interp/Statements.h"
+#include "interp/nodes/Statements.h"
 
-#include "interp/StatementTypes.h"
+#include "interp/nodes/StatementTypes.h"
 #include "model/ProgramContext.h"
 #include "program/NodeStream.h"
 
@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-// What of the records does not fit on a line. What the statements do is in the *Steps.cpp files.
+// What of the records does not fit on a line. What the statements do is in steps/.
 
 namespace {
 /// Tells the program which variable a statement changes: the one at the root of its target.

@@ -1,6 +1,6 @@
 #pragma once
-#include "interp/Places.h"
 #include "interp/Preparer.h"
+#include "interp/code/Places.h"
 #include "model/Values.h"
 
 #include <QString>

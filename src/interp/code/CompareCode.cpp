@@ -1,6 +1,6 @@
-#include "interp/Expressions.h"
-#include "interp/Operands.h"
 #include "interp/Preparer.h"
+#include "interp/code/Operands.h"
+#include "interp/nodes/Expressions.h"
 #include "model/Values.h"
 
 #include <QCoreApplication>

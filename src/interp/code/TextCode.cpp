@@ -1,8 +1,8 @@
-#include "interp/TextCode.h"
+#include "interp/code/TextCode.h"
 
-#include "interp/Expressions.h"
 #include "interp/Preparer.h"
 #include "interp/Run.h"
+#include "interp/nodes/Expressions.h"
 #include "model/Values.h"
 
 #include <algorithm>

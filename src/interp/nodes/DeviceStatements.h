@@ -1,5 +1,5 @@
 #pragma once
-#include "interp/Expressions.h"
+#include "interp/nodes/Expressions.h"
 
 /// Statements that act on devices.
 

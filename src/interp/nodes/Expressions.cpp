@@ -1,9 +1,9 @@
-#include "interp/Expressions.h"
+#include "interp/nodes/Expressions.h"
 
 #include "model/ProgramContext.h"
 #include "program/NodeStream.h"
 
-// What of the records does not fit on a line. What the expressions compute is in the *Code.cpp files.
+// What of the records does not fit on a line. What the expressions compute is in code/.
 
 namespace {
 /// The alternative of an item that is read or written; while reading, it is made.

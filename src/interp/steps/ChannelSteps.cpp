@@ -1,12 +1,12 @@
-#include "interp/ChannelSteps.h"
+#include "interp/steps/ChannelSteps.h"
 
 #include "base/Clock.h"
-#include "interp/BlockSteps.h"
 #include "interp/Channels.h"
-#include "interp/DeviceStatements.h"
 #include "interp/Interpreter.h"
 #include "interp/Preparer.h"
 #include "interp/Run.h"
+#include "interp/nodes/DeviceStatements.h"
+#include "interp/steps/BlockSteps.h"
 #include "program/AST.h"
 
 #include <QPointer>

@@ -1,8 +1,8 @@
-#include "interp/BlockSteps.h"
 #include "interp/Interpreter.h"
 #include "interp/Preparer.h"
 #include "interp/Run.h"
-#include "interp/WaitStatements.h"
+#include "interp/nodes/WaitStatements.h"
+#include "interp/steps/BlockSteps.h"
 #include "model/Values.h"
 #include "program/AST.h"
 
