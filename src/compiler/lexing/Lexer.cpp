@@ -295,13 +295,13 @@ private:
     /// text.
     void readQuotedText()
     {
-        static const QRegularExpression kWords(QStringLiteral("(?<![$\\w])([A-Za-z_]\\w*)[ \\t]+([A-Za-z_]\\w*)"));
+        static const QRegularExpression kTwoWords(QStringLiteral("(?<![$\\w])([A-Za-z_]\\w*)[ \\t]+([A-Za-z_]\\w*)"));
         const int close = m_isInQuotes ? endOfQuotes() : -1;
         if (close < 0) {
             return;
         }
         const QString content = m_text.mid(m_at, close - m_at);
-        const QRegularExpressionMatch words = kWords.match(content);
+        const QRegularExpressionMatch words = kTwoWords.match(content);
         const bool areWords = words.hasMatch() && !isWord(words.captured(1), Word::Operator) &&
                               !isWord(words.captured(2), Word::Operator);
         if (!areWords && !content.contains(QLatin1Char('\\'))) {

@@ -2,6 +2,7 @@
 
 #include "interp/ProgramFunction.h"
 #include "interp/code/FunctionCode.h"
+#include "interp/code/VariableCode.h"
 #include "interp/nodes/Expressions.h"
 #include "model/Values.h"
 #include "program/AST.h"
@@ -17,13 +18,6 @@ const char *const kNoResult = QT_TRANSLATE_NOOP("messages", "Function %1 has no 
 bool isPlainNumberType(const std::optional<ReturnType> &type)
 {
     return type && isNumericType(type->typeCode) && type->sizes.empty();
-}
-
-Number numberIn(const ValueView &value)
-{
-    Number number;
-    number.ok = numberOf(value, number.value);
-    return number;
 }
 
 /// A call of a function of the program.
