@@ -6,21 +6,6 @@
 #include <algorithm>
 #include <numeric>
 
-void DeviceReference::fields(auto &node, auto &visit)
-{
-    bool isPresent = node.kind != Absent;
-    visit(isPresent);
-    if (!isPresent) {
-        return;
-    }
-    visit(node.kind);
-    if (node.kind == Local || node.kind == Global) {
-        visit(node.name);
-    } else if (node.kind == Anonymous) {
-        visit.record(node.device);
-    }
-}
-
 const Device *DeviceReference::resolve(const AST &program) const
 {
     switch (kind) {

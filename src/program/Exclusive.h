@@ -16,7 +16,20 @@ struct DeviceReference
     std::unique_ptr<Device> device; // of an anonymous one
 
     explicit operator bool() const { return kind != Absent; }
-    static void fields(auto &node, auto &visit);
+    static void fields(auto &node, auto &visit)
+    {
+        bool isPresent = node.kind != Absent;
+        visit(isPresent);
+        if (!isPresent) {
+            return;
+        }
+        visit(node.kind);
+        if (node.kind == Local || node.kind == Global) {
+            visit(node.name);
+        } else if (node.kind == Anonymous) {
+            visit.record(node.device);
+        }
+    }
     const Device *resolve(const AST &program) const; // nullptr: no such device
 };
 
