@@ -38,7 +38,7 @@ install -D -m 0644 packaging/debian/lintian-overrides "$stage/usr/share/lintian/
 year=$(date -u -d "@$SOURCE_DATE_EPOCH" +%Y)
 {
     sed "s/@YEAR@/$year/" packaging/debian/copyright.in
-    for package in libcli11-dev nlohmann-json3-dev qttranslations5-l10n; do
+    for package in libcli11-dev nlohmann-json3-dev; do
         printf '\n-- %s\n\n' "$package"
         cat "/usr/share/doc/$package/copyright"
     done

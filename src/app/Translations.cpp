@@ -1,6 +1,7 @@
 #include "app/Translations.h"
 
 #include <QCoreApplication>
+#include <QLibraryInfo>
 #include <QLocale>
 
 namespace {
@@ -27,7 +28,7 @@ void Translations::install(const QString &code)
     if (m_own.load(QStringLiteral(":/arkivon_zh_CN"))) {
         QCoreApplication::installTranslator(&m_own);
     }
-    if (m_library.load(QStringLiteral(":/qt_zh_CN"))) {
+    if (m_library.load(QStringLiteral("qtbase_zh_CN"), QLibraryInfo::location(QLibraryInfo::TranslationsPath))) {
         QCoreApplication::installTranslator(&m_library);
     }
 }
