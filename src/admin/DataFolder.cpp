@@ -1,7 +1,9 @@
 #include "admin/DataFolder.h"
 #include "base/FileReplacement.h"
+#include "base/Messages.h"
 #include <QDebug>
 #include <QDir>
+#include <QTemporaryFile>
 
 #include <algorithm>
 #include <cerrno>
@@ -82,4 +84,15 @@ void DataFolder::mendModes() const
     for (const QString &name : QDir(m_path).entryList(QDir::Files | QDir::Hidden)) {
         closeToOthers(m_path + QLatin1Char('/') + name);
     }
+}
+
+std::optional<QString> DataFolder::whyNotWritable() const
+{
+    // Tried, not asked: permissions say nothing of a file system that is read-only.
+    QTemporaryFile probe(m_path + QStringLiteral("/probe"));
+    if (probe.open()) {
+        return std::nullopt;
+    }
+    return translated(QT_TRANSLATE_NOOP("messages", "Values are not kept: cannot write in %1: %2"))
+        .arg(m_path, probe.errorString());
 }

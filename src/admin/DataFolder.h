@@ -18,6 +18,7 @@ public:
     /// Makes the folder where it is missing and the modes what they are to be, and takes away what killed writers left.
     /// Why this process must not use it, if so: another one does. A folder that cannot be written is no reason.
     std::optional<QString> take();
+    std::optional<QString> whyNotWritable() const; // that values are not kept, and why
 
 private:
     bool lock(qint64 &holder);

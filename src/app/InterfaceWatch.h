@@ -1,5 +1,6 @@
 #pragma once
 #include "base/Descriptor.h"
+#include <QHostAddress>
 #include <QObject>
 #include <QTimer>
 
@@ -10,6 +11,10 @@ class InterfaceWatch : public QObject
     Q_OBJECT
 public:
     InterfaceWatch();
+
+    /// Says in the monitor that an address is not here yet, and when it comes: with a cable, or from a DHCP server in
+    /// an hour. Empty: it is here; else what was said.
+    QString expect(const QHostAddress &address);
 
 Q_SIGNALS:
     void changed();

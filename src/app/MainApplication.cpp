@@ -17,26 +17,22 @@
 #include "app/TerminalMonitor.h"
 #include "app/Translations.h"
 #include "app/Uploads.h"
+#include "app/WebPages.h"
 #include "base/FileReplacement.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
 #include "base/MonitorHistory.h"
 #include "base/StopSignals.h"
 #include "devices/DeviceManager.h"
-#include "io/ListenSocket.h"
 #include "library/ControlProgram.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/NetworkManager.h"
 #include "net/sockets/OneShotSends.h"
-#include "web/FileController.h"
-#include "web/HttpListener.h"
 
 #include <QAbstractSocket>
-#include <QDebug>
 #include <QDir>
 #include <QFileInfo>
 #include <QSettings>
-#include <QTemporaryFile>
 #include <QThread>
 
 #include <cerrno>
@@ -61,41 +57,12 @@ void reportEverywhere(const QString &text)
     monitorLog(MonitorMessageType::Error, translated(QT_TRANSLATE_NOOP("messages", "Error:%1")).arg(text));
 }
 
-/// A room that keeps no values still has to work: the controller goes on.
-void reportUnlessWritable(const QString &directory)
-{
-    // Tried, not asked: permissions say nothing of a file system that is read-only.
-    QTemporaryFile probe(directory + QStringLiteral("/probe"));
-    if (!probe.open()) {
-        reportEverywhere(translated(QT_TRANSLATE_NOOP("messages", "Values are not kept: cannot write in %1: %2"))
-                             .arg(directory, probe.errorString()));
-    }
-}
-
 /// A setting that only an editor makes. "portLink": the device file of the line to the port hardware, which is
 /// simulated without it. "consolePort": of a tool's line. "webSocketOrigins": pages of other hosts that may come.
 QVariant setting(const SettingManager::Location &location, const char *name)
 {
     const QString key = QString::fromLatin1(name);
     return QSettings(location.settingsFile, QSettings::IniFormat).value(key);
-}
-
-/// The web settings that are built in, and over them those of the file "web.ini" in the data directory.
-HttpSettings webSettings(const QString &dataDirectory, const Options &options)
-{
-    HttpSettings web;
-    for (const QString &file : { QStringLiteral(":/web.ini"), dataDirectory + QStringLiteral("/web.ini") }) {
-        QSettings settings(file, QSettings::IniFormat);
-        settings.beginGroup(QStringLiteral("listener"));
-        web.take(settings, dataDirectory);
-    }
-    if (options.httpPort) {
-        web.port = options.httpPort;
-    }
-    if (options.bindAddress != QHostAddress(QHostAddress::Any)) {
-        web.host = options.bindAddress;
-    }
-    return web;
 }
 } // namespace
 
@@ -132,8 +99,7 @@ struct MainApplication::Parts
     QThread consoleThread;                   // its worker is deleted when it finishes
     std::unique_ptr<NetworkManager> network; // its threads end before the program does
     std::unique_ptr<ControllerLinks> links;
-    std::unique_ptr<FileController> webPages;
-    std::unique_ptr<HttpListener> web;
+    std::unique_ptr<WebPages> web;
     std::unique_ptr<StopSignals> signalsToStop;
     ServiceManagerLink serviceManager{ [this] { return serviceStatus(); } };
 };
@@ -310,7 +276,9 @@ void MainApplication::loadProgram(const Options &options)
         exec.setObjectFilePath(options.objectFilePath);
     }
     exec.setWebSocketOrigins(setting(m_parts->location, "webSocketOrigins").toStringList());
-    reportUnlessWritable(m_parts->location.dataDirectory);
+    if (const std::optional<QString> problem = m_folder->whyNotWritable()) {
+        reportEverywhere(*problem); // a room that keeps no values still has to work
+    }
     QString problem;
     switch (exec.loadProgram()) {
     case ExecManager::Load::Done:
@@ -362,58 +330,19 @@ std::optional<int> MainApplication::startNetwork(const Options &options)
         return refuse(*problem);
     }
     monitorLog(MonitorMessageType::System, translated(QT_TRANSLATE_NOOP("messages", "Network started.")));
-    tellWhatWaits(options.bindAddress);
+    if (const QString waits = parts.interfaces.expect(options.bindAddress); !waits.isEmpty()) {
+        sayOnStandardError(waits);
+    }
     startControllerLinks(options);
     serveConsolePort();
     return std::nullopt;
 }
 
-/// Everything listens already, also at an address that comes with a cable, or from a DHCP server, in an hour.
-void MainApplication::tellWhatWaits(const QHostAddress &bindAddress)
-{
-    if (ListenSocket::isHere(bindAddress)) {
-        return;
-    }
-    const QString address = bindAddress.toString();
-    const QString text =
-        translated(QT_TRANSLATE_NOOP("messages", "Waiting for the address %1, which this machine does not have yet"))
-            .arg(address);
-    sayOnStandardError(text);
-    monitorLog(MonitorMessageType::Warning, text);
-    auto *const watch = &m_parts->interfaces;
-    const auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = connect(watch, &InterfaceWatch::changed, this, [bindAddress, address, connection] {
-        if (ListenSocket::isHere(bindAddress)) {
-            disconnect(*connection);
-            monitorLog(MonitorMessageType::System,
-                       translated(QT_TRANSLATE_NOOP("messages", "The address %1 has come")).arg(address));
-        }
-    });
-}
-
 std::optional<int> MainApplication::startWebServer(const Options &options)
 {
-    Parts &parts = *m_parts;
-    const QString &directory = parts.location.dataDirectory;
-    const HttpSettings settings = webSettings(directory, options);
-    parts.webPages = std::make_unique<FileController>(directory + QStringLiteral("/web"));
-    parts.web = std::make_unique<HttpListener>(settings, *parts.webPages);
-    if (!parts.web->warning().isEmpty()) {
-        qWarning().noquote() << parts.web->warning();
-    }
-    if (parts.web->isListening()) {
-        if (settings.port == 0) { // nobody could know it otherwise
-            qInfo().noquote()
-                << translated(QT_TRANSLATE_NOOP("messages", "Web pages on port %1")).arg(parts.web->port());
-        }
-        return std::nullopt;
-    }
-    if (options.httpPort) {
-        return refuse(parts.web->error());
-    }
-    qWarning().noquote() << parts.web->error();
-    qWarning("Failed to listen on port %d", settings.port.value_or(0));
-    return std::nullopt;
+    auto &web = m_parts->web;
+    web = std::make_unique<WebPages>(m_parts->location.dataDirectory, options);
+    return options.httpPort && !web->error().isEmpty() ? std::optional(refuse(web->error())) : std::nullopt;
 }
 
 void MainApplication::startControllerLinks(const Options &options)

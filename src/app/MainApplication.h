@@ -26,7 +26,6 @@ public:
 private:
     struct Parts;
     std::optional<int> startParts(const Options &options);
-    void tellWhatWaits(const QHostAddress &bindAddress);
     void startSupervisorLink();
     void loadProgram(const Options &options);
     std::optional<int> startNetwork(const Options &options);
