@@ -2,7 +2,8 @@
 
     stores.py calls|cuts|kills|folder BIN CALLS_LIBRARY PANEL [--all] [--seconds N] [--seed N]
 
-BIN is the folder of the programs, CALLS_LIBRARY what SystemCalls.cpp becomes, PANEL the example panel.py.
+BIN is the folder of the programs, CALLS_LIBRARY what SystemCalls.cpp becomes, PANEL the example panel.py. What must be loaded
+before that library stands in PRELOAD_FIRST.
 
 calls: every system call of a short script, on files of the data folder, fails in turn: once, and from then on. No crash,
 each file old or new, always a line, and a tool's command that fails. --all tries each, otherwise a few of each kind.
@@ -81,7 +82,7 @@ class Room:
         environment = dict(os.environ, LC_ALL="C.UTF-8", TMPDIR=str(self.folder.parent))
         if calls:
             environment.update({f"CALLS_{name.upper()}": str(value) for name, value in calls.items()},
-                               CALLS_FOLDER=str(self.folder), LD_PRELOAD=self.options.library)
+                               CALLS_FOLDER=str(self.folder), LD_PRELOAD=f"{os.environ.get('PRELOAD_FIRST', '')} {self.options.library}")
         log = open(self.folder.parent / "output", "ab")
         self.process = subprocess.Popen([f"{self.options.bin}/arkivon", "--data-dir", self.folder, "--bind", self.address,
                                          "--monitor", "--no-system-changes"], cwd=self.folder.parent, env=environment,
