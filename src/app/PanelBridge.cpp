@@ -94,14 +94,18 @@ void PanelBridge::peerOffline(int deviceId)
 
 void PanelBridge::post(int kind, quint16 device, int code, int value, UntilHandled untilHandled)
 {
-    const std::lock_guard lock(m_waitingMutex);
-    if (m_isTaken) {
+    {
+        const std::lock_guard lock(m_waitingMutex);
+        if (!m_isTaken) {
+            return;
+        }
         m_waiting.push_back(std::make_unique<PanelEvent>(static_cast<PanelEvent::Kind>(kind), device, code, value,
                                                          std::move(untilHandled)));
-        if (!std::exchange(m_isRinging, true)) {
-            m_bell.ring();
+        if (std::exchange(m_isRinging, true)) {
+            return;
         }
     }
+    m_bell.ring(); // without the lock, which the main thread asks for at once
 }
 
 void PanelBridge::deliver(Turn turn)
