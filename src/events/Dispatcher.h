@@ -16,8 +16,8 @@ class AST;
 class HandlerTable;
 
 /// The one way of every event to the program's handlers.
-/// Owns: the prepared handlers and the button status stores. Thread: the main thread; other threads post PanelEvents.
-/// Ends: with the program, before its tree.
+/// Owns: the prepared handlers and the button status stores. Thread: the main thread; PanelEvents of other threads are
+/// brought to it. Ends: with the program, before its tree.
 class Dispatcher : public QObject, public EventRaiser
 {
     Q_OBJECT

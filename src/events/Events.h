@@ -44,7 +44,7 @@ struct DataFields
     int sourcePort = 0;
 };
 
-/// Posted from the threads of panel connections to the dispatcher, with this priority.
+/// From the threads of panel connections to the dispatcher, which takes it sent or posted; posted, with this priority.
 constexpr int kPanelEventPriority = 200;
 
 class PanelEvent : public QEvent
