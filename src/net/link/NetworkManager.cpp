@@ -224,26 +224,23 @@ void NetworkManager::take(SocketClient &client, const PeerIntroduced &peer)
 void NetworkManager::take(SocketClient &client, const ButtonReport &report)
 {
     const auto device = static_cast<quint16>(report.device);
-    if (report.isPressed) {
-        m_hooks.events.buttonPressed(device, report.channel, client.gatherUntilHandled());
-    } else {
-        m_hooks.events.buttonReleased(device, report.channel, client.gatherUntilHandled());
-    }
-    pauseWhenFull(client);
-    if (isMonitored()) {
+    if (isMonitored()) { // the line stands before what comes of it
         const char *const text =
             report.isPressed
                 ? QT_TRANSLATE_NOOP("messages", "Button pressed: device id %1, channel code %2, level code %3")
                 : QT_TRANSLATE_NOOP("messages", "Button released: device id %1, channel code %2, level code %3");
         notify(translated(text).arg(report.device).arg(report.channel).arg(report.level));
     }
+    if (report.isPressed) {
+        m_hooks.events.buttonPressed(device, report.channel, client.gatherUntilHandled());
+    } else {
+        m_hooks.events.buttonReleased(device, report.channel, client.gatherUntilHandled());
+    }
+    pauseWhenFull(client);
 }
 
 void NetworkManager::take(SocketClient &client, const LevelReport &report)
 {
-    m_hooks.events.levelChanged(static_cast<quint16>(report.device), report.level, report.value,
-                                client.gatherUntilHandled());
-    pauseWhenFull(client);
     if (isMonitored()) {
         notify(translated(QT_TRANSLATE_NOOP("messages",
                                             "level changed: device id %1, channel code %2, level code %3, level %4"))
@@ -252,6 +249,9 @@ void NetworkManager::take(SocketClient &client, const LevelReport &report)
                    .arg(report.level)
                    .arg(report.value));
     }
+    m_hooks.events.levelChanged(static_cast<quint16>(report.device), report.level, report.value,
+                                client.gatherUntilHandled());
+    pauseWhenFull(client);
 }
 
 void NetworkManager::pauseWhenFull(SocketClient &client) const
