@@ -152,6 +152,38 @@
         <translation>无法打开端口连接 %1：%2</translation>
     </message>
     <message>
+        <source>There is no GPIO line %1. The chips are: %2</source>
+        <translation>没有 GPIO 线 %1。现有芯片：%2</translation>
+    </message>
+    <message>
+        <source>There is no GPIO chip for the line %1</source>
+        <translation>没有 GPIO 芯片提供线 %1</translation>
+    </message>
+    <message>
+        <source>%1 has the lines 0 to %2 only, not %3</source>
+        <translation>%1 只有线 0 到 %2，没有 %3</translation>
+    </message>
+    <message>
+        <source>%1 is in use by &quot;%2&quot;</source>
+        <translation>%1 正被“%2”使用</translation>
+    </message>
+    <message>
+        <source>%1 is no infrared device, such as /dev/lirc0 is</source>
+        <translation>%1 不是红外设备（例如 /dev/lirc0）</translation>
+    </message>
+    <message>
+        <source>%1 can only receive</source>
+        <translation>%1 只能接收</translation>
+    </message>
+    <message>
+        <source>%1 does not tell pulses and spaces</source>
+        <translation>%1 不提供脉冲和间隔</translation>
+    </message>
+    <message>
+        <source>%1 does not take a code of %2 Hz and %3 durations</source>
+        <translation>%1 不接受 %2 Hz、%3 个时长的编码</translation>
+    </message>
+    <message>
         <source>Warning: Wrong port number was referred.</source>
         <translation>警告：引用了错误的端口号。</translation>
     </message>

@@ -1,3 +1,4 @@
+#include "devices/IrCode.h"
 #include "devices/IrFile.h"
 #include "devices/PortFrames.h"
 #include "devices/RemotePortMessage.h"
@@ -25,6 +26,10 @@ private Q_SLOTS:
     void remoteText();
     void irFiles_data();
     void irFiles();
+    void irCodes_data();
+    void irCodes();
+    void learnedCodes_data();
+    void learnedCodes();
 };
 
 namespace {
@@ -241,6 +246,103 @@ void PortFormatsTest::irFiles()
     const IrFile::Lookup lookup = IrFile::find(path, codeNumber);
     QCOMPARE(lookup.code.toHex(), code.toHex());
     QCOMPARE(lookup.outcome, code.isEmpty() ? IrFile::Outcome::NotFound : IrFile::Outcome::Found);
+}
+
+namespace {
+QByteArray shown(const IrCode::Durations &durations)
+{
+    QByteArrayList numbers;
+    for (const quint32 each : durations) {
+        numbers << QByteArray::number(each);
+    }
+    return numbers.join(' ');
+}
+
+QByteArray shown(const std::optional<IrCode> &code)
+{
+    return code ? QByteArray::number(code->carrierHz) + ": " + shown(code->once) + " / " + shown(code->repeat) : "none";
+}
+
+/// "IRP1", the carrier and the durations as text: their bytes.
+QByteArray irData(const QByteArray &numbers)
+{
+    QByteArray data = "IRP1";
+    for (const QByteArray &each : numbers.split(' ')) {
+        const quint32 number = each.toUInt();
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            data += static_cast<char>(number >> shift);
+        }
+    }
+    return data;
+}
+
+QByteArray times(int count, const QByteArray &text)
+{
+    return QByteArrayList(QVector<QByteArray>(count, text).toList()).join(' ');
+}
+} // namespace
+
+void PortFormatsTest::irCodes_data()
+{
+    const Table<QByteArray, QByteArray> row("data", "code");
+    row("the whole is repeated", irData("38000 900 450 56"), "38000: 900 450 56 / 900 450 56");
+    row("bytes", hex("49525031 00009470 00000384"), "38000: 900 / 900");
+    row("its own repeat", irData("38000 9000 4500 560 40000 0 9000 2250 560"),
+        "38000: 9000 4500 560 40000 / 9000 2250 560");
+    row("never repeated", irData("0 900 450 0"), "0: 900 450 / ");
+    row("two marks", irData("38000 900 0 900 0"), "none");
+    row("nothing to send once", irData("38000 0 900"), "none");
+    row("no durations", irData("38000"), "none");
+    row("cut", irData("38000 900 450").chopped(1), "none");
+    row("no carrier", "IRP1", "none");
+    row("half a carrier", hex("495250310000"), "none");
+    row("other data", hex("006D2202"), "none");
+    row("carrier too low", irData("9999 900"), "none");
+    row("carrier too high", irData("1000001 900"), "none");
+    row("a duration too long", irData("38000 900 1000001 900"), "none");
+    row("the longest burst", irData("38000 400000 9999 90001"), "38000: 400000 9999 90001 / 400000 9999 90001");
+    row("a burst too long", irData("38000 400000 9999 90002"), "none");
+    row("a pause parts bursts", irData("38000 400000 10000 400000"),
+        "38000: 400000 10000 400000 / 400000 10000 400000");
+    row("too many in a burst", irData("38000 " + times(512, "9 9") + " 9"), "none");
+    row("too many", irData("38000 " + times(2049, "9 10000")), "none");
+}
+
+void PortFormatsTest::irCodes()
+{
+    QFETCH(QByteArray, data);
+    const std::optional<IrCode> code = IrCode::parse(data);
+    QTEST(shown(code), "code");
+    if (code) {
+        QCOMPARE(code->written().toHex(), data.toHex());
+    }
+}
+
+void PortFormatsTest::learnedCodes_data()
+{
+    const Table<QByteArray, QByteArray> row("received", "code");
+    row("one frame", "900 450 56 169 56 56 56", "36000: 900 450 56 169 56 56 56 40000 / 900 450 56 169 56 56 56 40000");
+    row("the same again", "900 450 560 1690 560 560 560 90000 950 400 600 1600 500 600 520 80000",
+        "36000: 900 450 560 1690 560 560 560 90000 / 900 450 560 1690 560 560 560 90000");
+    row("another while held", "9000 4500 560 1690 560 560 560 40000 9000 2250 560 96000 9000 2250 560",
+        "36000: 9000 4500 560 1690 560 560 560 40000 / 9000 2250 560 96000");
+    row("three times", "2400 600 1200 600 600 600 1200 25000 2400 600 1200 600 600 600 1200",
+        "36000: 2400 600 1200 600 600 600 1200 25000 2400 600 1200 600 600 600 1200 25000 "
+        "2400 600 1200 600 600 600 1200 25000 / 2400 600 1200 600 600 600 1200 25000");
+    row("noise", "900 450 56 169 56", "none");
+    row("nothing", "", "none");
+}
+
+void PortFormatsTest::learnedCodes()
+{
+    QFETCH(QByteArray, received);
+    IrCode::Durations durations;
+    for (const QByteArray &each : received.split(' ')) {
+        if (!each.isEmpty()) {
+            durations.push_back(each.toUInt());
+        }
+    }
+    QTEST(shown(IrCode::learned(36000, durations)), "code");
 }
 
 QTEST_APPLESS_MAIN(PortFormatsTest)

@@ -1,0 +1,101 @@
+#include "devices/linux/GpioChips.h"
+
+#include "base/Messages.h"
+
+#include <QDir>
+#include <QStringList>
+
+#include <algorithm>
+#include <cstring>
+
+#include <fcntl.h>
+#include <linux/gpio.h>
+#include <sys/ioctl.h>
+
+namespace {
+using namespace GpioChips;
+
+QString fromKernel(const char (&text)[GPIO_MAX_NAME_SIZE])
+{
+    return QString::fromLocal8Bit(text, static_cast<int>(strnlen(text, sizeof text)));
+}
+
+int numberOf(const QString &chipName)
+{
+    return chipName.mid(static_cast<int>(qstrlen("gpiochip"))).toInt();
+}
+
+QString noSuchLine(const QString &line, const std::vector<Chip> &chips, const QString &refusal)
+{
+    QStringList known;
+    for (const Chip &chip : chips) {
+        known << QStringLiteral("%1 \"%2\"").arg(chip.name, chip.label);
+    }
+    if (!known.isEmpty()) {
+        return translated(QT_TRANSLATE_NOOP("messages", "There is no GPIO line %1. The chips are: %2"))
+            .arg(line, known.join(QStringLiteral(", ")));
+    }
+    return refusal.isEmpty()
+               ? translated(QT_TRANSLATE_NOOP("messages", "There is no GPIO chip for the line %1")).arg(line)
+               : refusal;
+}
+} // namespace
+
+std::vector<Chip> GpioChips::open(QString *refusal)
+{
+    QStringList names = QDir(QStringLiteral("/dev")).entryList({ QStringLiteral("gpiochip*") }, QDir::System);
+    std::sort(names.begin(), names.end(), [](const auto &a, const auto &b) { return numberOf(a) < numberOf(b); });
+    std::vector<Chip> chips;
+    for (const QString &name : qAsConst(names)) {
+        const QByteArray path = "/dev/" + name.toLocal8Bit();
+        Chip chip{ Descriptor(::open(path.constData(), O_RDWR | O_CLOEXEC)), name, {}, 0 };
+        gpiochip_info info{};
+        if (chip.descriptor.isOpen() && ioctl(chip.descriptor.get(), GPIO_GET_CHIPINFO_IOCTL, &info) == 0) {
+            chip.label = fromKernel(info.label);
+            chip.lineCount = info.lines;
+            chips.push_back(std::move(chip));
+        } else if (refusal) {
+            *refusal = QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(path), qt_error_string(errno));
+        }
+    }
+    return chips;
+}
+
+Line GpioChips::line(const Chip &chip, quint32 offset)
+{
+    gpio_v2_line_info info{};
+    info.offset = offset;
+    if (ioctl(chip.descriptor.get(), GPIO_V2_GET_LINEINFO_IOCTL, &info) != 0) {
+        return { offset, {}, {}, false, false };
+    }
+    return { offset, fromKernel(info.name), fromKernel(info.consumer), (info.flags & GPIO_V2_LINE_FLAG_USED) != 0,
+             (info.flags & GPIO_V2_LINE_FLAG_OUTPUT) != 0 };
+}
+
+std::variant<Place, QString> GpioChips::find(const QString &line)
+{
+    QString refusal;
+    std::vector<Chip> chips = open(&refusal);
+    const QString chipName = line.left(line.lastIndexOf(QLatin1Char(':')));
+    bool isNumber = false;
+    const quint32 number = line.mid(chipName.size() + 1).toUInt(&isNumber);
+    for (Chip &chip : chips) {
+        if (isNumber && (chip.name == chipName || chip.label == chipName)) {
+            if (number < chip.lineCount) {
+                return Place{ std::move(chip), number };
+            }
+            return translated(QT_TRANSLATE_NOOP("messages", "%1 has the lines 0 to %2 only, not %3"))
+                .arg(chipName)
+                .arg(chip.lineCount - 1)
+                .arg(number);
+        }
+    }
+    for (Chip &chip : chips) {
+        for (quint32 offset = 0; offset < chip.lineCount && !line.isEmpty(); ++offset) {
+            if (GpioChips::line(chip, offset).name == line) {
+                return Place{ std::move(chip), offset };
+            }
+        }
+    }
+    return noSuchLine(line, chips, refusal);
+}
