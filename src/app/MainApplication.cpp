@@ -24,6 +24,7 @@
 #include "base/MonitorHistory.h"
 #include "base/StopSignals.h"
 #include "devices/DeviceManager.h"
+#include "devices/PortLink.h"
 #include "library/ControlProgram.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/NetworkManager.h"
@@ -86,8 +87,8 @@ struct MainApplication::Parts
     NetworkSetup networkSetup{ settings, scripts };
     InterfaceWatch interfaces;
     std::unique_ptr<TerminalMonitor> monitor;
-    std::unique_ptr<MonitorHistory> history;         // nullptr: none is kept
-    SimulatedPortHardware *simulatedPorts = nullptr; // borrowed; nullptr when there is hardware
+    std::unique_ptr<MonitorHistory> history;  // nullptr: none is kept
+    SimulatedPorts *simulatedPorts = nullptr; // borrowed; nullptr when there is hardware
     std::unique_ptr<DeviceManager> devices;
     QThread daemonThread;
     DaemonWorker *daemon = nullptr; // deleted when its thread finishes
@@ -202,9 +203,9 @@ std::optional<int> MainApplication::startParts(const Options &options)
 
     std::unique_ptr<PortHardware> hardware;
     if (const QString device = setting(parts.location, "portLink").toString(); !device.isEmpty()) {
-        hardware = std::make_unique<SerialPortHardware>(device);
+        hardware = std::make_unique<PortLink>(device);
     } else {
-        auto simulated = std::make_unique<SimulatedPortHardware>();
+        auto simulated = std::make_unique<SimulatedPorts>();
         parts.simulatedPorts = simulated.get();
         hardware = std::move(simulated);
     }
@@ -254,7 +255,7 @@ void MainApplication::startSupervisorLink()
     parts.daemon = new DaemonWorker;
     connect(&parts.devices->ports(), &PortManager::sendLedInfo, parts.daemon, &DaemonWorker::sendLed);
     if (parts.simulatedPorts) {
-        connect(parts.simulatedPorts, &SimulatedPortHardware::frameWritten, parts.daemon, &DaemonWorker::sendPortFrame);
+        connect(parts.simulatedPorts, &SimulatedPorts::frameWritten, parts.daemon, &DaemonWorker::sendPortFrame);
     }
     connect(parts.daemon, &DaemonWorker::shouldQuit, this, &MainApplication::quitOnSupervisorsWish);
     // The wish itself must reach a program in an endless loop too, so its flag is set on the worker's thread.

@@ -321,13 +321,6 @@ void DeviceManager::performString(const QByteArray &text)
     }
 }
 
-void DeviceManager::performPortMessage(const QByteArray &bytes)
-{
-    if (const auto message = parseRemotePortMessage(bytes)) {
-        m_ports.perform(*message);
-    }
-}
-
 void DeviceManager::queryIRCode(int number)
 {
     m_ports.queryIRCode(number);

@@ -60,7 +60,6 @@ public:
     void performQuery(const QByteArray &text);
     void performCommand(const QByteArray &text);
     void performString(const QByteArray &text);
-    void performPortMessage(const QByteArray &bytes);
 
 public Q_SLOTS:
     void queryIRCode(int number); // answered by gotIRCode, where there is hardware

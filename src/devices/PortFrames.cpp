@@ -7,6 +7,7 @@
 namespace {
 enum FrameCode : int {
     SerialCode = 0x15,
+    RelayCode = 0x16,
     IoCode = 0x18,
     ClosingCode = 0x19,
     IrQueryCode = 0x22,
@@ -45,6 +46,11 @@ QByteArray PortFrames::serialSetup(int port, const SerialSetup &setup)
 QByteArray PortFrames::serialData(int port, const QByteArray &data)
 {
     return bytes({ SerialCode, port, 1 }) + data;
+}
+
+QByteArray PortFrames::relay(int relay, bool isOn)
+{
+    return bytes({ RelayCode, relay, isOn ? 1 : 0 });
 }
 
 QByteArray PortFrames::io(int number, int state)

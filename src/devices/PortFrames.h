@@ -18,7 +18,8 @@ constexpr int kMaxSerialData = 0xFFFF - 3; // bytes of one data frame: the port 
 
 QByteArray serialSetup(int port, const SerialSetup &setup);
 QByteArray serialData(int port, const QByteArray &data); // at most kMaxSerialData bytes
-QByteArray io(int number, int state);                    // state 1 drives the output low, 0 high
+QByteArray relay(int relay, bool isOn);
+QByteArray io(int number, int state); // state 1 drives the output low, 0 high
 QByteArray irOnce(int emitter, const QByteArray &code);
 QByteArray irRepeat(int emitter, const QByteArray &code); // until irEnd
 QByteArray irEnd(int emitter);

@@ -2,59 +2,36 @@
 #include <QByteArray>
 #include <QObject>
 
-#include <deque>
-#include <memory>
-#include <optional>
+struct SerialSetup;
 
-class SerialLine;
-
-/// What stands behind the ports of device 5001 and takes their frames.
-class PortHardware
-{
-public:
-    virtual ~PortHardware() = default;
-    virtual std::optional<QString> open() = 0; // what went wrong, with the device and the reason
-    virtual bool isOpen() const = 0;
-    virtual void write(const QByteArray &frame) = 0; // closed: nothing
-    virtual void finishWriting(int timeoutMs) = 0;   // returns when all is out, or after that time
-};
-
-/// The desktop's hardware: there is none; the frames can be watched.
-/// Owns: the latest frames. Thread: the main thread. Ends: with its port manager.
-class SimulatedPortHardware : public QObject, public PortHardware
+/// What stands behind the ports of device 5001: a door in both directions. Numbers count from 1: serial ports, relays
+/// and emitters to 8, IO to 8. What has no number there is not asked for.
+/// Thread: the main thread, the signals too; a kind that reads on another thread hands over what came in a little at a
+/// time, and reads no more while the program is behind. Ends: with its port manager.
+class PortHardware : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr size_t kKeptFrames = 1000;
+    enum class Play { Once, UntilEnded }; // an infrared code
 
-    std::optional<QString> open() override { return std::nullopt; }
-    bool isOpen() const override { return true; }
-    const std::deque<QByteArray> &frames() const { return m_frames; } // the latest, oldest first
-    void clearFrames() { m_frames.clear(); }
-    void write(const QByteArray &frame) override;
-    void finishWriting(int) override {}
+    PortHardware();
+    ~PortHardware() override;
+
+    virtual void open() = 0; // and it says itself what goes wrong, then and later
+
+    virtual void setUpSerial(int port, const SerialSetup &setup) = 0;
+    virtual void sendSerial(int port, const QByteArray &data) = 0;
+    virtual void switchRelay(int relay, bool isOn) = 0;
+    virtual void switchIo(int number, bool isOn) = 0; // makes it an output; on: low
+    virtual void playIr(int emitter, const QByteArray &code, Play play) = 0;
+    virtual void endIr(int emitter) = 0;
+    virtual void queryIr(int number) = 0; // answered by irLearned
+
+    virtual void close(int timeoutMs) = 0; // the program ends; returns when all is out, or after that time
 
 Q_SIGNALS:
-    void frameWritten(const QByteArray &frame);
-
-private:
-    std::deque<QByteArray> m_frames;
-};
-
-/// Port hardware on a serial line; frames as PortFrames::onPortLink. A frame for a line that is away is lost.
-/// What the line says is thrown away. Owns: the line. Thread: the main thread. Ends: with its port manager.
-class SerialPortHardware : public PortHardware
-{
-public:
-    explicit SerialPortHardware(const QString &deviceFile);
-    ~SerialPortHardware() override;
-
-    std::optional<QString> open() override;
-    bool isOpen() const override;
-    void write(const QByteArray &frame) override;
-    void finishWriting(int timeoutMs) override;
-
-private:
-    std::unique_ptr<SerialLine> m_line;
-    bool m_isStuck = false;
+    void serialReceived(int port, const QByteArray &data); // what arrived together
+    void ioChanged(int number, bool isOn);                 // a contact; also what it is at first, when that is on
+    void irLearned(int number, const QByteArray &code);
+    void portOnline(int port, bool isOnline); // of device 5001, when its hardware goes or is back
 };

@@ -6,8 +6,6 @@
 #include "devices/SerialSetup.h"
 #include "devices/SwitchNotice.h"
 
-#include <QDebug>
-
 namespace {
 constexpr int kLedOffAfterMs = 40;
 constexpr int kClosingTimeoutMs = 1000;
@@ -43,14 +41,14 @@ PortManager::PortManager(std::unique_ptr<PortHardware> hardware, QObject *parent
 
 PortManager::~PortManager() = default;
 
-void PortManager::switchPort(int port, PortAction action, int channel, int pulseMs)
+void PortManager::switchPort(int port, PortAction action, int channel)
 {
     if (port == Port::kRelays) {
         switchRelay(action, channel);
     } else if (port == Port::kIo) {
-        switchIo(action, channel, pulseMs);
+        switchIo(action, channel);
     } else if (port >= Port::kFirstIr && port <= kLastPlayingIrPort) {
-        switchIr(port, action, channel, pulseMs);
+        switchIr(port, action, channel);
     } else {
         warnOfWrongPort();
     }
@@ -63,7 +61,7 @@ void PortManager::setUpSerial(int port, const QByteArray &command)
         monitorLog(remark.type, remark.text);
     }
     if (parsed.setup) {
-        write(PortFrames::serialSetup(port, *parsed.setup));
+        m_hardware->setUpSerial(port, *parsed.setup);
     }
 }
 
@@ -85,16 +83,7 @@ void PortManager::sendSerial(int port, const QByteArray &data)
             Q_EMIT sendLedInfo(kSerialActivityLed, false);
         }
     });
-    int offset = 0;
-    do {
-        write(PortFrames::serialData(port, data.mid(offset, PortFrames::kMaxSerialData)));
-        offset += PortFrames::kMaxSerialData;
-    } while (offset < data.size());
-}
-
-void PortManager::perform(const RemotePortMessage &message)
-{
-    std::visit([this](const auto &request) { perform(request); }, message);
+    m_hardware->sendSerial(port, data);
 }
 
 void PortManager::queryStatus(int port, int channel)
@@ -109,14 +98,14 @@ void PortManager::queryStatus(int port, int channel)
 
 void PortManager::queryIRCode(int number)
 {
-    write(PortFrames::irQuery(number));
+    m_hardware->queryIr(number);
 }
 
 void PortManager::releaseHeldOutputs()
 {
     const std::vector<int> emitters = m_heldEmitters.takeAll();
     for (const int emitter : emitters) {
-        write(PortFrames::irEnd(emitter));
+        m_hardware->endIr(emitter);
     }
     if (!emitters.empty()) {
         for (int led = kFirstIrLed; led <= kLastIrLed; ++led) {
@@ -124,23 +113,18 @@ void PortManager::releaseHeldOutputs()
         }
     }
     for (const int number : m_heldIos.takeAll()) {
-        write(PortFrames::io(number, 0));
+        m_hardware->switchIo(number, false);
     }
 }
 
 void PortManager::writeClosingFrame()
 {
-    if (m_hardware->isOpen()) {
-        write(PortFrames::closing());
-        m_hardware->finishWriting(kClosingTimeoutMs);
-    }
+    m_hardware->close(kClosingTimeoutMs);
 }
 
 void PortManager::open()
 {
-    if (const std::optional<QString> problem = m_hardware->open()) {
-        qWarning().noquote() << *problem;
-    }
+    m_hardware->open();
 }
 
 void PortManager::switchRelay(PortAction action, int relay)
@@ -149,6 +133,9 @@ void PortManager::switchRelay(PortAction action, int relay)
     case PortAction::Off:
     case PortAction::On:
         m_relays.set(relay, action == PortAction::On);
+        if (relay >= 1 && relay <= Port::kRelayCount) {
+            m_hardware->switchRelay(relay, action == PortAction::On);
+        }
         return;
     case PortAction::Pulse:
     case PortAction::To:
@@ -157,30 +144,30 @@ void PortManager::switchRelay(PortAction action, int relay)
     }
 }
 
-void PortManager::switchIo(PortAction action, int number, int pulseMs)
+void PortManager::switchIo(PortAction action, int number)
 {
     if (number < 1 || number > Port::kIos) {
         return;
     }
     switch (action) {
     case PortAction::Off:
-        write(PortFrames::io(number, 0));
+        m_hardware->switchIo(number, false);
         return;
     case PortAction::On:
-        write(PortFrames::io(number, 1));
+        m_hardware->switchIo(number, true);
         return;
     case PortAction::Pulse:
-        write(PortFrames::io(number, 1));
-        m_delays.after(pulseMsOr(pulseMs), [this, number] { write(PortFrames::io(number, 0)); });
+        m_hardware->switchIo(number, true);
+        m_delays.after(pulseMs(), [this, number] { m_hardware->switchIo(number, false); });
         return;
     case PortAction::To:
-        write(PortFrames::io(number, 1));
+        m_hardware->switchIo(number, true);
         m_heldIos.add(number);
         return;
     }
 }
 
-void PortManager::switchIr(int port, PortAction action, int channel, int pulseMs)
+void PortManager::switchIr(int port, PortAction action, int channel)
 {
     if (channel < kFirstIrChannel) {
         return;
@@ -202,12 +189,12 @@ void PortManager::switchIr(int port, PortAction action, int channel, int pulseMs
     case IrFile::Outcome::NotFound:
         return;
     case IrFile::Outcome::Found:
-        playIr(port, action, lookup.code, pulseMs);
+        playIr(port, action, lookup.code);
         return;
     }
 }
 
-void PortManager::playIr(int port, PortAction action, const QByteArray &code, int pulseMs)
+void PortManager::playIr(int port, PortAction action, const QByteArray &code)
 {
     const int emitter = Port::emitterOf(port);
     const int led = irLed(port);
@@ -215,63 +202,26 @@ void PortManager::playIr(int port, PortAction action, const QByteArray &code, in
     case PortAction::Off:
     case PortAction::On:
         Q_EMIT sendLedInfo(led, true);
-        write(PortFrames::irOnce(emitter, code));
+        m_hardware->playIr(emitter, code, PortHardware::Play::Once);
         m_delays.after(kLedOffAfterMs, [this, led] { Q_EMIT sendLedInfo(led, false); });
         return;
     case PortAction::Pulse:
         Q_EMIT sendLedInfo(led, true);
-        write(PortFrames::irRepeat(emitter, code));
-        m_delays.after(pulseMsOr(pulseMs), [this, emitter, led] {
-            write(PortFrames::irEnd(emitter));
+        m_hardware->playIr(emitter, code, PortHardware::Play::UntilEnded);
+        m_delays.after(pulseMs(), [this, emitter, led] {
+            m_hardware->endIr(emitter);
             Q_EMIT sendLedInfo(led, false);
         });
         return;
     case PortAction::To:
         Q_EMIT sendLedInfo(led, true);
-        write(PortFrames::irRepeat(emitter, code));
+        m_hardware->playIr(emitter, code, PortHardware::Play::UntilEnded);
         m_heldEmitters.add(emitter);
         return;
     }
 }
 
-void PortManager::perform(const RemoteSerialSend &send)
+int PortManager::pulseMs() const
 {
-    write(PortFrames::serialSetup(send.port, send.setup));
-    if (isMonitored()) {
-        const QString text =
-            translated(QT_TRANSLATE_NOOP("messages", "send port command: port number is %1 and sended data is %2"));
-        monitorLog(MonitorMessageType::PortTraffic, text.arg(send.port).arg(printableOrHex(send.data)));
-    }
-    sendSerial(send.port, send.data);
-}
-
-void PortManager::perform(const RemoteSwitch &change)
-{
-    if (change.isInRange) {
-        switchPort(change.port, change.action, change.channel, change.pulseMs);
-    }
-    if (isMonitored()) {
-        const DeviceAddress address{ kControllerDevice, change.port, 0 };
-        if (const auto notice = SwitchNotice::of(address, change.action, change.channel, SwitchNotice::Place::Here)) {
-            monitorLog(notice->type, notice->text);
-        }
-    }
-}
-
-void PortManager::perform(const RemoteHeldRelease &)
-{
-    releaseHeldOutputs();
-}
-
-int PortManager::pulseMsOr(int pulseMs) const
-{
-    if (pulseMs > 0) {
-        return pulseMs;
-    }
     return m_pulseTime ? m_pulseTime() : kDefaultPulseMs;
-}
-
-void PortManager::write(const QByteArray &frame)
-{
-    m_hardware->write(frame);
 }

@@ -2,7 +2,6 @@
 #include "devices/Delays.h"
 #include "devices/HeldOutputs.h"
 #include "devices/PortHardware.h"
-#include "devices/RemotePortMessage.h"
 #include "program/DeviceActions.h"
 
 #include <QObject>
@@ -30,13 +29,11 @@ public:
     void setIrFilePath(IrFilePath lookup) { m_irFilePath = std::move(lookup); }
     void setPulseTime(PulseTime pulseTime) { m_pulseTime = std::move(pulseTime); }
 
-    /// \param pulseMs  of PortAction::Pulse; 0: the program's pulse time
-    void switchPort(int port, PortAction action, int channel, int pulseMs = 0);
+    void switchPort(int port, PortAction action, int channel);
     void setUpSerial(int port, const QByteArray &command);
     void sendSerial(int port, const QByteArray &data);
-    void perform(const RemotePortMessage &message); // with the monitor lines of its own
-    void queryStatus(int port, int channel);        // answered by gotPortStatus at once, or not at all
-    void queryIRCode(int number);                   // answered by gotIRCode, where there is hardware
+    void queryStatus(int port, int channel); // answered by gotPortStatus at once, or not at all
+    void queryIRCode(int number);            // answered by gotIRCode, where there is hardware
     void releaseHeldOutputs();
     void writeClosingFrame(); // and wait until it is out, at most a second
 
@@ -50,14 +47,10 @@ Q_SIGNALS:
 
 private:
     void switchRelay(PortAction action, int relay);
-    void switchIo(PortAction action, int number, int pulseMs);
-    void switchIr(int port, PortAction action, int channel, int pulseMs);
-    void playIr(int port, PortAction action, const QByteArray &code, int pulseMs);
-    void perform(const RemoteSerialSend &send);
-    void perform(const RemoteSwitch &change);
-    void perform(const RemoteHeldRelease &);
-    int pulseMsOr(int pulseMs) const;
-    void write(const QByteArray &frame);
+    void switchIo(PortAction action, int number);
+    void switchIr(int port, PortAction action, int channel);
+    void playIr(int port, PortAction action, const QByteArray &code);
+    int pulseMs() const;
 
     std::unique_ptr<PortHardware> m_hardware;
     IrFilePath m_irFilePath;

@@ -9,6 +9,7 @@
 /// The controller's own ports, of device 5001. IR emitter n stands at port n + 9.
 namespace Port {
 constexpr int kRelays = 9;
+constexpr int kRelayCount = 8;
 constexpr int kFirstIr = 10;
 constexpr int kLastIr = 17;
 constexpr int kIo = 18;

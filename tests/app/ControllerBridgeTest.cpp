@@ -10,6 +10,7 @@
 #include "base/SystemNumber.h"
 #include "compiler/Compiler.h"
 #include "devices/DeviceManager.h"
+#include "devices/FramedPorts.h"
 #include "library/ControlProgram.h"
 #include "net/client/LinkClient.h"
 #include "net/controllers/ControllerLinks.h"
@@ -89,7 +90,7 @@ void ControllerBridgeTest::init()
     m_monitor = std::make_unique<MonitorLines>();
     m_settings = std::make_unique<SettingManager>(SettingManager::locationIn(m_directory->path()));
     m_settings->setSystemNumber(7);
-    m_devices = std::make_unique<DeviceManager>(std::make_unique<SimulatedPortHardware>());
+    m_devices = std::make_unique<DeviceManager>(std::make_unique<SimulatedPorts>());
     m_panels = std::make_unique<PanelBridge>(*m_devices);
     m_bridge = std::make_unique<ControllerBridge>(*m_devices);
     m_devices->setControllerLink(m_bridge.get());

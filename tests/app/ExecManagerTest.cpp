@@ -4,6 +4,7 @@
 #include "base/Clock.h"
 #include "compiler/Compiler.h"
 #include "devices/DeviceManager.h"
+#include "devices/FramedPorts.h"
 #include "library/ControlProgram.h"
 #include "support/Files.h"
 #include "support/Table.h"
@@ -52,7 +53,7 @@ void ExecManagerTest::init()
     QVERIFY(QDir::setCurrent(m_directory->path()));
     m_clock = std::make_unique<Clock>(Clock::Drive::ByHand);
     m_monitor = std::make_unique<MonitorLines>();
-    m_devices = std::make_unique<DeviceManager>(std::make_unique<SimulatedPortHardware>());
+    m_devices = std::make_unique<DeviceManager>(std::make_unique<SimulatedPorts>());
     m_exec = std::make_unique<ExecManager>(m_directory->filePath(QStringLiteral("data/here")), *m_devices);
 }
 

@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "base/SystemNumber.h"
 #include "devices/AnswerLoop.h"
+#include "devices/FramedPorts.h"
 #include "events/Dispatcher.h"
 #include "interp/Interpreter.h"
 #include "program/AST.h"
@@ -120,7 +121,7 @@ private:
     std::unique_ptr<Interpreter> m_interpreter;
     std::unique_ptr<Dispatcher> m_dispatcher;
     std::unique_ptr<DeviceManager> m_devices;
-    SimulatedPortHardware *m_hardware = nullptr;
+    SimulatedPorts *m_hardware = nullptr;
     RecordingLinks m_links;
 };
 
@@ -133,7 +134,7 @@ void DeviceManagerTest::init()
     m_interpreter = std::make_unique<Interpreter>(*m_program);
     m_dispatcher = std::make_unique<Dispatcher>(*m_program, *m_interpreter);
     m_dispatcher->prepare();
-    auto hardware = std::make_unique<SimulatedPortHardware>();
+    auto hardware = std::make_unique<SimulatedPorts>();
     m_hardware = hardware.get();
     m_devices = std::make_unique<DeviceManager>(std::move(hardware));
     m_links = {};
@@ -175,8 +176,8 @@ void DeviceManagerTest::switching_data()
     const QString wrongPort = QStringLiteral("5 Warning: Wrong port number was referred.");
     const QString low = QStringLiteral("frame 1803000001");
     const QString high = QStringLiteral("frame 1803000000");
-    row("relay off", 5001, 9, 0, 0, {}, { "11 Off relay: 3" });
-    row("relay on", 5001, 9, 1, 1, {}, { "10 On relay: 3" });
+    row("relay off", 5001, 9, 0, 0, { "frame 160300" }, { "11 Off relay: 3" });
+    row("relay on", 5001, 9, 1, 1, { "frame 160301" }, { "10 On relay: 3" });
     row("relay pulse", 5001, 9, 0, 2, {}, { wrongPort, "9 Pulse relay: 3" });
     row("relay to", 5001, 9, 0, 3, {}, { wrongPort, "12 To relay: 3" });
     row("io off", 5001, 18, 0, 0, { high }, { "11 IO 3 output high" });

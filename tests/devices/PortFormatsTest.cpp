@@ -1,7 +1,6 @@
 #include "devices/IrCode.h"
 #include "devices/IrFile.h"
 #include "devices/PortFrames.h"
-#include "devices/RemotePortMessage.h"
 #include "devices/RemoteText.h"
 #include "devices/SerialSetup.h"
 #include "support/Table.h"
@@ -18,11 +17,6 @@ private Q_SLOTS:
     void frames();
     void serialSetup_data();
     void serialSetup();
-    void remoteSwitches_data();
-    void remoteSwitches();
-    void remoteSerial_data();
-    void remoteSerial();
-    void cutMessages();
     void remoteText();
     void irFiles_data();
     void irFiles();
@@ -100,94 +94,6 @@ void PortFormatsTest::serialSetup()
         QCOMPARE(remark.type, isError ? MonitorMessageType::Error : MonitorMessageType::Warning);
     }
     QCOMPARE(said, remarks);
-}
-
-void PortFormatsTest::remoteSwitches_data()
-{
-    // meaning: "port action channel pulse", "release", "notice only …", "none"
-    const Table<QByteArray, QString> row("bytes", "meaning");
-    row("relay off", hex("00000015 00000008 00"), "9 0 8 0");
-    row("relay on, any state", hex("00000015 00000001 80"), "9 1 1 0");
-    row("relay 9", hex("00000015 00000009 01"), "notice only 9 1 9 0");
-    row("relay pulse", hex("00000016 00000002 000003E8"), "9 2 2 1000");
-    row("relay 0 pulse", hex("00000016 00000000 000003E8"), "none");
-    row("relay to", hex("00000017 00000003 00000001"), "9 3 3 0");
-    row("relay, release", hex("00000017 00000003 00000002"), "release");
-    row("relay 9, release", hex("00000017 00000009 00000000"), "none");
-    row("ir", hex("0000001F 00000001 00000064"), "10 0 100 0");
-    row("ir emitter 9", hex("0000001F 00000009 00000064"), "none");
-    row("ir pulse", hex("00000020 000000C8 00000008 00000065"), "17 2 101 200");
-    row("ir to", hex("00000021 00000002 00000066 00000001"), "11 3 102 0");
-    row("ir, release", hex("00000021 00000002 00000066 00000000"), "release");
-    row("io on", hex("00000029 00000006 FF"), "18 1 6 0");
-    row("io 7", hex("00000029 00000007 00"), "notice only 18 0 7 0");
-    row("io pulse", hex("0000002A 00000008 00000000"), "18 2 8 0");
-    row("io to", hex("0000002B 00000001 00000001"), "18 3 1 0");
-    row("unknown code", hex("00000063 00000001 00000001"), "none");
-    row("empty", "", "none");
-}
-
-void PortFormatsTest::remoteSwitches()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, meaning);
-    QString actual = QStringLiteral("none");
-    const auto message = parseRemotePortMessage(bytes);
-    if (message && std::holds_alternative<RemoteHeldRelease>(*message)) {
-        actual = QStringLiteral("release");
-    } else if (message && std::holds_alternative<RemoteSwitch>(*message)) {
-        const auto &change = std::get<RemoteSwitch>(*message);
-        actual = QStringLiteral("%1 %2 %3 %4")
-                     .arg(change.port)
-                     .arg(static_cast<int>(change.action))
-                     .arg(change.channel)
-                     .arg(change.pulseMs);
-        actual.prepend(change.isInRange ? QString() : QStringLiteral("notice only "));
-    }
-    QCOMPARE(actual, meaning);
-}
-
-void PortFormatsTest::remoteSerial_data()
-{
-    // setup: empty: refused
-    const Table<QByteArray, QByteArray> row("bytes", "setup");
-    const QByteArray rate = "00002580";
-    const QByteArray data = "00000002 4142";
-    const auto message = [&](const char *head, const QByteArray &baud, const char *tail, const QByteArray &payload) {
-        return QByteArray::fromHex(QByteArray("0000000B ") + head + baud + tail + payload);
-    };
-    row("good", message("00000008 00000002", rate, "00000008 00000002 00000002", data),
-        hex("15 08 00 00 0E 00 00 25 80"));
-    row("port 9", message("00000009 00000001", rate, "00000008 00000000 00000001", data), "");
-    row("protocol 3", message("00000001 00000003", rate, "00000008 00000000 00000001", data), "");
-    row("slow", message("00000001 00000001", "000003E7", "00000008 00000000 00000001", data), "");
-    row("seven bits", message("00000001 00000001", rate, "00000007 00000000 00000001", data), "");
-    row("parity 3", message("00000001 00000001", rate, "00000008 00000003 00000001", data), "");
-    row("three stop bits", message("00000001 00000001", rate, "00000008 00000000 00000003", data), "");
-    row("no data", message("00000001 00000001", rate, "00000008 00000000 00000001", "00000000"), "");
-    row("data announced and missing", message("00000001 00000001", rate, "00000008 00000000 00000001", "7FFFFFFF 41"),
-        "");
-}
-
-void PortFormatsTest::remoteSerial()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QByteArray, setup);
-    const auto message = parseRemotePortMessage(bytes);
-    QCOMPARE(message.has_value(), !setup.isEmpty());
-    if (message) {
-        const auto &send = std::get<RemoteSerialSend>(*message);
-        QCOMPARE(PortFrames::serialSetup(send.port, send.setup).toHex(), setup.toHex());
-        QCOMPARE(send.data, QByteArray("AB"));
-    }
-}
-
-void PortFormatsTest::cutMessages()
-{
-    const QByteArray whole = hex("00000020 000000C8 00000008 00000065");
-    for (int length = 0; length < whole.size(); ++length) {
-        QVERIFY2(!parseRemotePortMessage(whole.left(length)), qPrintable(QString::number(length)));
-    }
 }
 
 void PortFormatsTest::remoteText()

@@ -1,6 +1,7 @@
 #include "devices/PortManager.h"
 #include "MonitorLines.h"
 #include "base/Clock.h"
+#include "devices/FramedPorts.h"
 #include "support/Table.h"
 
 #include <QTemporaryDir>
@@ -21,8 +22,6 @@ private Q_SLOTS:
     void ledOfSerialData();
     void longDataIsSplit();
     void heldOutputsGoOffTogether();
-    void remoteMessages_data();
-    void remoteMessages();
     void closing();
 
 private:
@@ -32,7 +31,7 @@ private:
     std::unique_ptr<Clock> m_clock;
     std::unique_ptr<MonitorLines> m_monitor;
     std::unique_ptr<PortManager> m_ports;
-    SimulatedPortHardware *m_hardware = nullptr;
+    SimulatedPorts *m_hardware = nullptr;
     QStringList m_leds;
     QTemporaryDir m_directory;
     int m_pulseMs = 500;
@@ -42,7 +41,7 @@ void PortManagerTest::init()
 {
     m_clock = std::make_unique<Clock>(Clock::Drive::ByHand);
     m_monitor = std::make_unique<MonitorLines>();
-    auto hardware = std::make_unique<SimulatedPortHardware>();
+    auto hardware = std::make_unique<SimulatedPorts>();
     m_hardware = hardware.get();
     m_ports = std::make_unique<PortManager>(std::move(hardware));
     m_pulseMs = 500;
@@ -102,12 +101,9 @@ void PortManagerTest::pulsesFollowTheProgramsTime()
 
     m_pulseMs = 100;
     m_ports->switchPort(18, PortAction::Pulse, 2);
-    m_ports->switchPort(18, PortAction::Pulse, 4, 300); // another controller says how long
     frames();
     m_clock->advance(100);
     QCOMPARE(frames(), QByteArrayList{ "1802000000" });
-    m_clock->advance(200);
-    QCOMPARE(frames(), QByteArrayList{ "1804000000" });
 
     m_ports->switchPort(18, PortAction::Pulse, 2);
     m_ports.reset();
@@ -167,7 +163,8 @@ void PortManagerTest::relays()
     QCOMPARE(m_monitor->take().size(), 2);
     m_ports->switchPort(9, PortAction::Off, 3);
     QVERIFY(!m_ports->isRelayOn(3));
-    QCOMPARE(frames(), QByteArrayList()); // states are kept, nothing is driven
+    m_ports->switchPort(9, PortAction::On, 9); // there is no such relay
+    QCOMPARE(frames(), (QByteArrayList{ "160301", "160300" }));
 }
 
 void PortManagerTest::ledOfSerialData()
@@ -218,38 +215,6 @@ void PortManagerTest::heldOutputsGoOffTogether()
     m_clock->advance(0);
     QCOMPARE(frames(), QByteArrayList());
     QCOMPARE(leds(), QStringList());
-}
-
-void PortManagerTest::remoteMessages_data()
-{
-    const Table<QByteArray, QByteArrayList, QStringList> row("message", "written", "lines");
-    const QString wrongPort = QStringLiteral("5 Warning: Wrong port number was referred.");
-    row("io on", "00000029 00000003 02", { "1803000001" }, { "10 IO 3 output low" });
-    row("io 7, only said", "00000029 00000007 00", {}, { "11 IO 7 output high" });
-    row("relay pulse", "00000016 00000001 00000000", {}, { wrongPort, "9 Pulse relay: 1" });
-    row("ir", "0000001F 00000001 00000069", { "2301a1a2" }, { "11 IR1 output ir code 105" });
-    row("ir to on emitter 5", "00000021 00000005 00000069 00000001", {}, { wrongPort, "12 IR5 to ir code 105" });
-    row("serial",
-        "0000000B 00000002 00000001 00002580 00000008 00000000 00000001"
-        "00000003 41420D",
-        { "150200010000002580", "15020141420d" },
-        { "6 send port command: port number is 2 and sended data is 41 42 0D" });
-    row("serial port 5", "0000000B 00000005 00000001 00002580 00000008 00000000 00000001 00000001 41",
-        { "150500010000002580" },
-        { "6 send port command: port number is 5 and sended data is A",
-          "4 Error: Wrong serial port port number in send_string statement." });
-}
-
-void PortManagerTest::remoteMessages()
-{
-    QFETCH(QByteArray, message);
-    QFETCH(QByteArrayList, written);
-    QFETCH(QStringList, lines);
-    const auto parsed = parseRemotePortMessage(QByteArray::fromHex(message));
-    QVERIFY(parsed);
-    m_ports->perform(*parsed);
-    QCOMPARE(frames(), written);
-    QCOMPARE(m_monitor->take(), lines);
 }
 
 void PortManagerTest::closing()
