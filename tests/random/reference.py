@@ -841,11 +841,10 @@ class Interpreter(Builtins, Values):
             if address[1] != group[0][1] or not self.group_holds(group, address[0], channel):
                 continue
             channels = range(group[2][0], group[2][1] + 1) if group[1] else group[2]
-            if action == "off":
-                self.say("off", address, channel)
-            else:
-                for other in channels:
-                    self.say("on" if other == channel else "off", address, other)
+            for other in channels:
+                if action != "off" and other != channel:
+                    self.say("off", address, other)
+            self.say("off" if action == "off" else "on", address, channel)
             return True
         return False
 

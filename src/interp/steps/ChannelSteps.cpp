@@ -24,13 +24,14 @@ bool switchInGroup(AST &program, const DeviceAddress &device, int channel, bool 
             continue;
         }
         DeviceActions &devices = *program.devices();
-        if (isOff) {
-            devices.switchChannel(device, PortAction::Off, channel);
-            return true;
+        if (!isOff) {
+            for (const int member : group->channels()) { // all open before one closes: motors and amplifiers hang there
+                if (member != channel) {
+                    devices.switchChannel(device, PortAction::Off, member);
+                }
+            }
         }
-        for (const int member : group->channels()) {
-            devices.switchChannel(device, member == channel ? PortAction::On : PortAction::Off, member);
-        }
+        devices.switchChannel(device, isOff ? PortAction::Off : PortAction::On, channel);
         return true;
     }
     return false;
