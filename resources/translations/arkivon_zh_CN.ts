@@ -4,10 +4,6 @@
 <context>
     <name>messages</name>
     <message>
-        <source>Online Event: 5001:%1:0</source>
-        <translation>上线事件：5001:%1:0</translation>
-    </message>
-    <message>
         <source>Error:%1</source>
         <translation>错误：%1</translation>
     </message>
@@ -718,6 +714,10 @@
     <message>
         <source>Online Event: 5001:%1:%2</source>
         <translation>上线事件：5001:%1:%2</translation>
+    </message>
+    <message>
+        <source>Offline Event: 5001:%1:%2</source>
+        <translation>下线事件：5001:%1:%2</translation>
     </message>
     <message>
         <source>[%1:%2:%3]got port data: %4</source>

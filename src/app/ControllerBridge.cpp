@@ -1,25 +1,12 @@
 #include "app/ControllerBridge.h"
 
 #include "admin/ConfigManager.h"
-#include "base/Messages.h"
-#include "base/Monitor.h"
 #include "base/SystemNumber.h"
 #include "devices/DeviceManager.h"
 #include "devices/SwitchNotice.h"
 #include "library/ControlProgram.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/NetworkManager.h"
-
-namespace {
-
-CustomEvent eventOf(EventType type, const DeviceAddress &device)
-{
-    CustomEvent event;
-    event.type = type;
-    event.device = device;
-    return event;
-}
-} // namespace
 
 ControllerBridge::ControllerBridge(DeviceManager &devices)
     : m_devices(devices)
@@ -153,46 +140,22 @@ void ControllerBridge::raise(const TargetNumber &number)
     }
     const int ports = ConfigManager().onlinePorts();
     for (int port = 1; port <= ports && m_program && !m_program->tree().stopRequested(); ++port) {
-        monitorLog(MonitorMessageType::Online,
-                   translated(QT_TRANSLATE_NOOP("messages", "Online Event: 5001:%1:%2")).arg(port).arg(number.system));
-        m_program->dispatcher().raiseData(eventOf(EventType::Online, { kControllerDevice, port, number.system }), {});
+        m_devices.raiseOnline(port, number.system);
     }
 }
 
 void ControllerBridge::raise(const TargetPortData &data)
 {
-    if (!m_program) {
-        return;
+    if (m_program) {
+        m_devices.raiseReceived(data.port, data.system, data.data);
     }
-    if (isMonitored()) {
-        monitorLog(MonitorMessageType::Received,
-                   translated(QT_TRANSLATE_NOOP("messages", "[%1:%2:%3]got port data: %4"))
-                       .arg(kControllerDevice)
-                       .arg(data.port)
-                       .arg(data.system)
-                       .arg(printableOrHex(data.data)));
-    }
-    CustomEvent event = eventOf(EventType::String, { kControllerDevice, data.port, data.system });
-    event.data = data.data;
-    DataFields fields;
-    fields.text = data.data;
-    m_program->dispatcher().raiseData(event, fields);
 }
 
 void ControllerBridge::raise(const TargetInput &input)
 {
-    if (!m_program) {
-        return;
+    if (m_program) {
+        m_devices.raiseContact(input.channel, input.system, input.isPush);
     }
-    if (isMonitored()) {
-        const char *const text = input.isPush ? QT_TRANSLATE_NOOP("messages", "got push event: [5001:18:%1, %2]")
-                                              : QT_TRANSLATE_NOOP("messages", "got release event: [5001:18:%1, %2]");
-        monitorLog(MonitorMessageType::RemoteIo, translated(text).arg(input.system).arg(input.channel));
-    }
-    CustomEvent event =
-        eventOf(input.isPush ? EventType::Push : EventType::Release, { kControllerDevice, Port::kIo, input.system });
-    event.channel = input.channel;
-    m_program->dispatcher().raiseChannel(event);
 }
 
 void ControllerBridge::raise(const TargetPortStatus &status)

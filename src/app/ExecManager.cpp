@@ -111,12 +111,7 @@ void ExecManager::runStart()
     m_program->dispatcher().runStartBlock();
     const int ports = ConfigManager().onlinePorts();
     for (int port = 1; port <= ports && !stopRequested(); ++port) {
-        monitorLog(MonitorMessageType::Online,
-                   translated(QT_TRANSLATE_NOOP("messages", "Online Event: 5001:%1:0")).arg(port));
-        CustomEvent online;
-        online.type = EventType::Online;
-        online.device = { kControllerDevice, port, 0 };
-        m_program->dispatcher().raiseData(online, {});
+        m_devices.raiseOnline(port, 0);
     }
 }
 

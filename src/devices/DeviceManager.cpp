@@ -33,10 +33,10 @@ bool isForUs(const DeviceAddress &device)
 }
 
 /// Monitor lines about data that goes to a device of another controller, or to a port or socket of this one.
-void logRemoteData(const char *source, const DeviceAddress &device, const QByteArray &data)
+void logRemoteData(MonitorMessageType type, const char *source, const DeviceAddress &device, const QByteArray &data)
 {
     if (isMonitored()) {
-        monitorLog(MonitorMessageType::PortTraffic,
+        monitorLog(type,
                    translated(source).arg(device.number).arg(device.port).arg(device.system).arg(printableOrHex(data)));
     }
 }
@@ -58,6 +58,14 @@ void logSwitch(const DeviceAddress &device, PortAction action, int channel, Swit
     }
 }
 
+CustomEvent portEvent(EventType type, int port, int system)
+{
+    CustomEvent event;
+    event.type = type;
+    event.device = { kControllerDevice, port, system };
+    return event;
+}
+
 void logLevel(int deviceNumber, qint64 levelCode, qint64 value)
 {
     if (isMonitored()) {
@@ -76,6 +84,12 @@ DeviceManager::DeviceManager(std::unique_ptr<PortHardware> hardware, QObject *pa
     theManager = this;
     m_ports.setPulseTime([this] { return m_program ? m_program->pulseTimeMs() : PortManager::kDefaultPulseMs; });
     connect(&m_ports, &PortManager::gotIRCode, this, &DeviceManager::gotIRCode);
+    connect(&m_ports, &PortManager::received, this,
+            [this](int port, const QByteArray &data) { raiseReceived(port, 0, data); });
+    connect(&m_ports, &PortManager::contactChanged, this,
+            [this](int number, bool isOn) { raiseContact(number, 0, isOn); });
+    connect(&m_ports, &PortManager::portOnline, this,
+            [this](int port, bool isOnline) { raiseOnline(port, 0, isOnline); });
     connect(&m_ports, &PortManager::gotPortStatus, this,
             [this](int port, int channel, int status) { Q_EMIT gotPortStatus(0, port, channel, status); });
 }
@@ -115,7 +129,8 @@ void DeviceManager::sendDeviceCommand(const DeviceAddress &device, const QByteAr
         return;
     }
     if (!isLocal(device)) {
-        logRemoteData(QT_TRANSLATE_NOOP("messages", "[%1:%2:%3]send device command: %4"), device, data);
+        logRemoteData(MonitorMessageType::PortTraffic,
+                      QT_TRANSLATE_NOOP("messages", "[%1:%2:%3]send device command: %4"), device, data);
         if (m_controllers) {
             m_controllers->sendListenCommand(device, data);
         }
@@ -143,7 +158,8 @@ void DeviceManager::sendPortString(const DeviceAddress &device, const QByteArray
         return;
     }
     if (!isLocal(device)) {
-        logRemoteData(QT_TRANSLATE_NOOP("messages", "[%1:%2:%3]send port command: %4"), device, data);
+        logRemoteData(MonitorMessageType::PortTraffic, QT_TRANSLATE_NOOP("messages", "[%1:%2:%3]send port command: %4"),
+                      device, data);
         if (m_controllers) {
             m_controllers->sendListenString(device, data);
         }
@@ -287,6 +303,46 @@ void DeviceManager::cancelRemoteToItems()
     if (m_controllers) {
         m_controllers->cancelToItem();
     }
+}
+
+void DeviceManager::raiseOnline(int port, int system, bool isOnline)
+{
+    if (!m_dispatcher) {
+        return;
+    }
+    const char *const text = isOnline ? QT_TRANSLATE_NOOP("messages", "Online Event: 5001:%1:%2")
+                                      : QT_TRANSLATE_NOOP("messages", "Offline Event: 5001:%1:%2");
+    monitorLog(MonitorMessageType::Online, translated(text).arg(port).arg(system));
+    m_dispatcher->raiseData(portEvent(isOnline ? EventType::Online : EventType::Offline, port, system), {});
+}
+
+void DeviceManager::raiseReceived(int port, int system, const QByteArray &data)
+{
+    if (!m_dispatcher) {
+        return;
+    }
+    logRemoteData(MonitorMessageType::Received, QT_TRANSLATE_NOOP("messages", "[%1:%2:%3]got port data: %4"),
+                  { kControllerDevice, port, system }, data);
+    CustomEvent event = portEvent(EventType::String, port, system);
+    event.data = data;
+    DataFields fields;
+    fields.text = data;
+    m_dispatcher->raiseData(event, fields);
+}
+
+void DeviceManager::raiseContact(int number, int system, bool isPush)
+{
+    if (!m_dispatcher) {
+        return;
+    }
+    if (isMonitored()) {
+        const char *const text = isPush ? QT_TRANSLATE_NOOP("messages", "got push event: [5001:18:%1, %2]")
+                                        : QT_TRANSLATE_NOOP("messages", "got release event: [5001:18:%1, %2]");
+        monitorLog(MonitorMessageType::RemoteIo, translated(text).arg(system).arg(number));
+    }
+    CustomEvent event = portEvent(isPush ? EventType::Push : EventType::Release, Port::kIo, system);
+    event.channel = number;
+    m_dispatcher->raiseChannel(event);
 }
 
 void DeviceManager::performSetup(const QByteArray &text)

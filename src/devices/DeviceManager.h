@@ -55,6 +55,11 @@ public:
     void releaseHeldOutputs() override;
     void cancelRemoteToItems() override;
 
+    /// \name What happens on the ports of this controller, system 0, or of another one; with the line that says so.
+    void raiseOnline(int port, int system, bool isOnline = true);
+    void raiseReceived(int port, int system, const QByteArray &data);
+    void raiseContact(int number, int system, bool isPush);
+
     /// \name What other controllers ask of this one; the prefix of the text forms is removed.
     void performSetup(const QByteArray &text);
     void performQuery(const QByteArray &text);

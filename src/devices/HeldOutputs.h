@@ -4,16 +4,16 @@
 #include <utility>
 #include <vector>
 
-/// The last Off or On of each relay.
-class RelayStateTable
+/// Which of the relays, or of the IO contacts and outputs, are on.
+class OutputStates
 {
 public:
-    bool isOn(int relay) const
+    bool isOn(int number) const
     {
-        const auto found = m_states.find(relay);
+        const auto found = m_states.find(number);
         return found != m_states.end() && found->second;
     }
-    void set(int relay, bool isOn) { m_states[relay] = isOn; }
+    void set(int number, bool isOn) { m_states[number] = isOn; }
 
 private:
     std::map<int, bool> m_states;

@@ -37,7 +37,12 @@ void warnOfWrongPort()
 PortManager::PortManager(std::unique_ptr<PortHardware> hardware, QObject *parent)
     : QObject(parent)
     , m_hardware(std::move(hardware))
-{}
+{
+    connect(m_hardware.get(), &PortHardware::serialReceived, this, &PortManager::takeReceived);
+    connect(m_hardware.get(), &PortHardware::ioChanged, this, &PortManager::takeContact);
+    connect(m_hardware.get(), &PortHardware::irLearned, this, &PortManager::gotIRCode);
+    connect(m_hardware.get(), &PortHardware::portOnline, this, &PortManager::portOnline);
+}
 
 PortManager::~PortManager() = default;
 
@@ -89,7 +94,7 @@ void PortManager::sendSerial(int port, const QByteArray &data)
 void PortManager::queryStatus(int port, int channel)
 {
     if (port == Port::kIo) {
-        Q_EMIT gotPortStatus(port, channel, 0);
+        Q_EMIT gotPortStatus(port, channel, m_ios.isOn(channel) ? 1 : 0);
     } else {
         monitorLog(MonitorMessageType::Error,
                    translated(QT_TRANSLATE_NOOP("messages", "Error: Wrong port status queried.")));
@@ -113,7 +118,7 @@ void PortManager::releaseHeldOutputs()
         }
     }
     for (const int number : m_heldIos.takeAll()) {
-        m_hardware->switchIo(number, false);
+        driveIo(number, false);
     }
 }
 
@@ -125,6 +130,21 @@ void PortManager::writeClosingFrame()
 void PortManager::open()
 {
     m_hardware->open();
+}
+
+void PortManager::takeReceived(int port, const QByteArray &data)
+{
+    for (int offset = 0; offset < data.size(); offset += kMostReceived) {
+        Q_EMIT received(port, data.mid(offset, kMostReceived));
+    }
+}
+
+void PortManager::takeContact(int number, bool isOn)
+{
+    if (m_ios.isOn(number) != isOn) { // what tells a state again has raised its event
+        m_ios.set(number, isOn);
+        Q_EMIT contactChanged(number, isOn);
+    }
 }
 
 void PortManager::switchRelay(PortAction action, int relay)
@@ -151,20 +171,26 @@ void PortManager::switchIo(PortAction action, int number)
     }
     switch (action) {
     case PortAction::Off:
-        m_hardware->switchIo(number, false);
+        driveIo(number, false);
         return;
     case PortAction::On:
-        m_hardware->switchIo(number, true);
+        driveIo(number, true);
         return;
     case PortAction::Pulse:
-        m_hardware->switchIo(number, true);
-        m_delays.after(pulseMs(), [this, number] { m_hardware->switchIo(number, false); });
+        driveIo(number, true);
+        m_delays.after(pulseMs(), [this, number] { driveIo(number, false); });
         return;
     case PortAction::To:
-        m_hardware->switchIo(number, true);
+        driveIo(number, true);
         m_heldIos.add(number);
         return;
     }
+}
+
+void PortManager::driveIo(int number, bool isOn)
+{
+    m_ios.set(number, isOn);
+    m_hardware->switchIo(number, isOn);
 }
 
 void PortManager::switchIr(int port, PortAction action, int channel)

@@ -20,11 +20,13 @@ public:
     using PulseTime = std::function<int()>;              // milliseconds
 
     static constexpr int kDefaultPulseMs = 500; // while no program says otherwise
+    static constexpr int kMostReceived = 4096;  // bytes in one event
 
     explicit PortManager(std::unique_ptr<PortHardware> hardware, QObject *parent = nullptr);
     ~PortManager() override;
 
     bool isRelayOn(int relay) const { return m_relays.isOn(relay); }
+    bool isIoOn(int number) const { return m_ios.isOn(number); } // a contact is closed, or an output low
 
     void setIrFilePath(IrFilePath lookup) { m_irFilePath = std::move(lookup); }
     void setPulseTime(PulseTime pulseTime) { m_pulseTime = std::move(pulseTime); }
@@ -41,13 +43,19 @@ public Q_SLOTS:
     void open();
 
 Q_SIGNALS:
+    void received(int port, const QByteArray &data); // on a serial port, at most kMostReceived bytes
+    void contactChanged(int number, bool isOn);
+    void portOnline(int port, bool isOnline);
     void gotPortStatus(int port, int channel, int status);
     void gotIRCode(int number, const QByteArray &data);
     void sendLedInfo(int led, bool on);
 
 private:
+    void takeReceived(int port, const QByteArray &data);
+    void takeContact(int number, bool isOn);
     void switchRelay(PortAction action, int relay);
     void switchIo(PortAction action, int number);
+    void driveIo(int number, bool isOn);
     void switchIr(int port, PortAction action, int channel);
     void playIr(int port, PortAction action, const QByteArray &code);
     int pulseMs() const;
@@ -55,7 +63,8 @@ private:
     std::unique_ptr<PortHardware> m_hardware;
     IrFilePath m_irFilePath;
     PulseTime m_pulseTime;
-    RelayStateTable m_relays;
+    OutputStates m_relays;
+    OutputStates m_ios;
     HeldOutputList m_heldEmitters;
     HeldOutputList m_heldIos;
     int m_litTransmissions = 0; // serial transmissions whose LED is still on

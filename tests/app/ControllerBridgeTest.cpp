@@ -49,6 +49,7 @@ private:
     std::unique_ptr<MonitorLines> m_monitor;
     std::unique_ptr<SettingManager> m_settings;
     std::unique_ptr<DeviceManager> m_devices;
+    SimulatedPorts *m_hardware = nullptr;
     std::unique_ptr<PanelBridge> m_panels;
     std::unique_ptr<ControllerBridge> m_bridge;
     SystemScripts m_scripts{ SystemScripts::Permission::Never };
@@ -90,7 +91,9 @@ void ControllerBridgeTest::init()
     m_monitor = std::make_unique<MonitorLines>();
     m_settings = std::make_unique<SettingManager>(SettingManager::locationIn(m_directory->path()));
     m_settings->setSystemNumber(7);
-    m_devices = std::make_unique<DeviceManager>(std::make_unique<SimulatedPorts>());
+    auto ports = std::make_unique<SimulatedPorts>();
+    m_hardware = ports.get();
+    m_devices = std::make_unique<DeviceManager>(std::move(ports));
     m_panels = std::make_unique<PanelBridge>(*m_devices);
     m_bridge = std::make_unique<ControllerBridge>(*m_devices);
     m_devices->setControllerLink(m_bridge.get());
@@ -170,15 +173,16 @@ void ControllerBridgeTest::ownPortsAreToldToListeners()
     LinkClient panel({ 1, 10001, "p", "1" });
     join(panel); // hears nothing of it
     join(listener);
-    raise(EventType::String, 2, 0, QByteArray("a:\0b", 4));
-    raise(EventType::Push, 18, 3);
-    raise(EventType::Release, 18, 3);
+    m_hardware->serialReceived(2, QByteArray("a:\0b", 4));
+    m_hardware->ioChanged(3, true);
+    m_devices->queryPortStatus({ 5001, 18, 0 }, 3);
+    m_hardware->ioChanged(3, false);
     raise(EventType::Push, 9, 4); // no input
     m_devices->queryPortStatus({ 5001, 18, 0 }, 5);
     m_exec->program()->dispatcher().press(10001, 6);
     m_devices->gotPortStatus(9, 18, 5, 1); // of another controller, which tells it itself
     raise(EventType::String, 1, 0, "end");
-    const QByteArrayList told{ QByteArray("string:7:2:a:\0b", 15), "io:7:0:3", "io:7:1:3", "query:5001:18:7:5:0",
+    const QByteArrayList told{ QByteArray("string:7:2:a:\0b", 15), "io:7:0:3", "query:5001:18:7:3:1", "io:7:1:3", "query:5001:18:7:5:0",
                                "string:7:1:end" };
     QTRY_COMPARE(m_heard, told);
 }

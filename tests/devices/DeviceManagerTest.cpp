@@ -414,7 +414,9 @@ void DeviceManagerTest::portQuestions()
 {
     m_devices->switchChannel({ 5001, 9, 0 }, PortAction::On, 3);
     QVERIFY(m_devices->askPortChannel({ 5001, 9, 1 }, 3));
-    QVERIFY(!m_devices->askPortChannel({ 5001, 18, 0 }, 3)); // inputs read 0
+    QVERIFY(!m_devices->askPortChannel({ 5001, 18, 0 }, 3));
+    m_hardware->ioChanged(3, true);
+    QVERIFY(m_devices->askPortChannel({ 5001, 18, 0 }, 3));
 
     m_links.onQuery = [this] { m_devices->gotPortStatus(2, 18, 3, 1); };
     QVERIFY(m_devices->askPortChannel({ 5001, 18, 2 }, 3));

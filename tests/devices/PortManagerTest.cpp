@@ -22,6 +22,7 @@ private Q_SLOTS:
     void ledOfSerialData();
     void longDataIsSplit();
     void heldOutputsGoOffTogether();
+    void input();
     void closing();
 
 private:
@@ -215,6 +216,28 @@ void PortManagerTest::heldOutputsGoOffTogether()
     m_clock->advance(0);
     QCOMPARE(frames(), QByteArrayList());
     QCOMPARE(leds(), QStringList());
+}
+
+void PortManagerTest::input()
+{
+    QStringList seen;
+    connect(m_ports.get(), &PortManager::received, this,
+            [&](int port, const QByteArray &data) { seen << QStringLiteral("%1:%2").arg(port).arg(data.size()); });
+    connect(m_ports.get(), &PortManager::contactChanged, this, [&](int number, bool isOn) {
+        seen << QStringLiteral("io%1%2").arg(number).arg(QLatin1Char(isOn ? '+' : '-'));
+    });
+    connect(m_ports.get(), &PortManager::gotPortStatus, this,
+            [&](int, int channel, int status) { seen << QStringLiteral("io%1=%2").arg(channel).arg(status); });
+    m_hardware->serialReceived(8, QByteArray(8193, 'x'));
+    m_hardware->serialReceived(1, QByteArray());
+    m_hardware->ioChanged(3, false); // as it was
+    m_hardware->ioChanged(3, true);
+    m_hardware->ioChanged(3, true);
+    m_ports->queryStatus(18, 3);
+    m_ports->switchPort(18, PortAction::On, 2); // an output is what it was driven to, and raises nothing
+    m_ports->queryStatus(18, 2);
+    m_hardware->ioChanged(3, false);
+    QCOMPARE(seen.join(QLatin1Char(' ')), QStringLiteral("8:4096 8:4096 8:1 io3+ io3=1 io2=1 io3-"));
 }
 
 void PortManagerTest::closing()
