@@ -130,6 +130,9 @@ void ToolsTest::refusals_data()
     row("another kind of file", "upload /etc/passwd", 2, "/etc/passwd: a controller takes .pobj");
     row("no such host", "--host host.invalid info", 1, "no connection to host.invalid:6139");
     row("not to be written", "ir build /dev/null -o /proc/x/ir1.ir", 1, "cannot write /proc/x");
+    row("learn from no device", "ir learn --device /proc/version -o x.txt On", 1,
+        "/proc/version is no infrared device");
+    row("learn twice", "ir learn -o x.txt 5=On 5=Off", 2, "no code number of its own from 0 to 255: 5=Off");
     row("listen", "listen add fe80::1", 2, "not an IPv4 address: fe80::1");
 }
 

@@ -1,5 +1,6 @@
 #include "net/link/MonitorPast.h"
 #include "support/Table.h"
+#include "tools/arkctl/IrNotation.h"
 #include "tools/arkctl/IrText.h"
 #include "tools/arkctl/LinkRun.h"
 #include "tools/arkctl/MonitorFilter.h"
@@ -45,6 +46,8 @@ private Q_SLOTS:
     void linesStayLines_data();
     void linesStayLines();
     void irTextBecomesAFile();
+    void irNotations_data();
+    void irNotations();
     void irTextFaults_data();
     void irTextFaults();
     void portTests_data();
@@ -180,11 +183,87 @@ void ArkctlTest::irTextBecomesAFile()
         "00000004 004f006e 000000ff 00000000 00000000 00000000 00000000 00000000 00000000 00000002 00ff"
         "00000000          00000000 00000001 00000002 00000003 00000004 00000005 fffffffa 00000001 0a";
     QCOMPARE(file.toHex(), QByteArray::fromHex(expected).toHex());
+    const auto pulses = IrText::parse("5 \"Off\" raw 38000 +900 -450 +56");
+    QCOMPARE(std::get<IrFile::Contents>(pulses).records.at(0).code.toHex(), QByteArray("49525031"
+                                                                                       "00009470"
+                                                                                       "00000384"
+                                                                                       "000001c2"
+                                                                                       "00000038"));
+    QCOMPARE(IrText::written(std::get<IrFile::Contents>(pulses)), QByteArray("5 \"Off\" raw 38000 900 450 56\n"));
     const auto read = IrFile::read(file);
     QVERIFY(read);
     QCOMPARE(IrText::written(*read), text);
     for (int length = 0; length < file.size(); ++length) {
         QVERIFY(!IrFile::read(file.left(length)));
+    }
+}
+
+namespace {
+QByteArray repeated(int count, const QByteArray &text)
+{
+    QByteArray whole;
+    for (int time = 0; time < count; ++time) {
+        whole += text;
+    }
+    return whole;
+}
+
+/// Bits as pulses of 563 us and spaces of that length, for a 1 three times that.
+QByteArray distances(const QByteArray &bits)
+{
+    return QByteArray(bits).replace(' ', "").replace('1', " 563 1689").replace('0', " 563 563");
+}
+} // namespace
+
+void ArkctlTest::irNotations_data()
+{
+    const Table<QByteArray, QByteArray> row("text", "raw");
+    // 9 ms and 4.5 ms, 32 bits from the lowest (16 of the first code are 1: 54 ms), a pulse; again every 108 ms.
+    row("nec 0x04FB", "raw 38000 9008 4504" + distances("00100000 11011111 11011111 00100000") +
+                          " 563 39877 repeat 9008 2252 563 96177");
+    row("necx 12340F", "raw 38000 9008 4504" + distances("01001000 00101100 11110000 00001111") +
+                           " 563 43255 repeat 9008 2252 563 96177");
+    // Start bits 1 1, toggle 0, address 00000, command 000001; a 1 is a space and a pulse of 889 us.
+    row("rc5 0001", "raw 36000 889 889 1778 889" + repeated(9, " 889 889") + " 889 1778 889 89775");
+    row("rc5 0001 toggle", "raw 36000 889 889 889 889 1778" + repeated(9, " 889 889") + " 1778 889 89775");
+    row("rc5 0041", "raw 36000 1778" + repeated(11, " 889 889") + " 1778 889 89775"); // the second start bit 0
+    // Leader, 1, mode 000, trailer 0 of twice the width, address 00, command 01; a 1 is a pulse and a space of 444 us.
+    row("rc6 0001",
+        "raw 36000 2664 888 444 888 444 444 444 444 444 888 888" + repeated(14, " 444 444") + " 444 888 84356");
+    row("rc6 0001 toggle",
+        "raw 36000 2664 888 444 888 444 444 444 444 1332 1332" + repeated(14, " 444 444") + " 888 84356");
+    // Command 0010101 and device 00001 from the lowest bit: 1200 us for a 1. Three times, every 45 ms.
+    const QByteArray sony = " 2400 600 1200 600 600 600 1200 600 600 600 1200 600 600 600 600 600 1200" +
+                            repeated(3, " 600 600") + " 600 600 25800";
+    row("sony12 10015", "raw 40000" + sony + sony + sony + " repeat" + sony);
+    row("pronto 0000 006D 0001 0001 0156 00AB 0156 0055", "raw 38029 8993 4497 repeat 8993 2235");
+    row("Pronto 0100 006D 0000 0001 0156 00AB", "raw 0 8993 4497");
+    row("raw 38000 pulse 900, space 450, pulse 56 repeat", "raw 38000 900 450 56 repeat");
+    row("raw 38000 -900", "no duration of a pulse: -900");
+    row("raw 38000 900 +450", "no duration of a space: +450");
+    row("raw 38000 900 pulse 450", "no duration of a space: pulse");
+    row("raw 900", "durations are 1 to 1000000 us");
+    row("raw hz 900", "the carrier in Hz must follow raw");
+    row("nec", "one hexadecimal number must follow nec, and nothing else");
+    row("nec 0x04FB toggle", "nec has no toggle bit");
+    row("sony12 20 10015", "one hexadecimal number must follow sony12, and nothing else");
+    row("sony12 10115", "a sony12 code is a hexadecimal number DD00CC");
+    row("pronto 5000 0000 0000 0000", "only learned codes can be read");
+    row("pronto 0000 006D 0001 0000 0156",
+        "there must be 2 numbers behind the first four, by what these say; there are 1");
+    row("pronto 0000 6D", "not four hexadecimal digits: 6d");
+}
+
+void ArkctlTest::irNotations()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QByteArray, raw);
+    QVERIFY(IrNotation::isOne(QString::fromLatin1(text)));
+    const auto parsed = IrNotation::parse(QString::fromLatin1(text));
+    if (const auto *what = std::get_if<std::string>(&parsed)) {
+        QCOMPARE(QByteArray::fromStdString(*what).left(raw.size()), raw);
+    } else {
+        QCOMPARE(IrNotation::written(std::get<IrCode>(parsed)).toLatin1(), raw);
     }
 }
 
@@ -197,6 +276,8 @@ void ArkctlTest::irTextFaults_data()
     row("5 \"On\" [1 2] 00", "1: there must be six numbers in the brackets, or no brackets");
     row("5 \"On\" 0 0F", "1: the code is not a row of bytes with two hexadecimal digits each: 0 0F");
     row("5 \"On\"", "1: the code is not a row of bytes with two hexadecimal digits each: ");
+    row("5 \"On\" rc5 2000",
+        "1: a rc5 code is a hexadecimal number AACC with an address up to 1F and a command up to 7F");
     row("5 \"On\" 00\n5 \"Off\" 01", "2: code number 5 is there already");
     row("header \"\"\nheader \"\"\nheader \"\"\nheader \"\"\nheader \"\"\nheader \"\"",
         "6: there are more than five headers");

@@ -1,6 +1,8 @@
 #include "tools/arkctl/IrText.h"
+#include "tools/arkctl/IrNotation.h"
 #include <QRegularExpression>
 
+#include <optional>
 #include <set>
 
 namespace {
@@ -16,6 +18,13 @@ QString quoted(QString text)
     text.replace(QRegularExpression(QStringLiteral(R"([\x00-\x1f])")), QStringLiteral(" ")); // a line stays a line
     return QLatin1Char('"') + text.replace(QRegularExpression(QStringLiteral(R"((["\\]))")), QStringLiteral("\\\\1")) +
            QLatin1Char('"');
+}
+
+QString shownCode(const QByteArray &code)
+{
+    const std::optional<IrCode> pulses = IrCode::parse(code);
+    return pulses && pulses->written() == code ? IrNotation::written(*pulses)
+                                               : QString::fromLatin1(code.toHex(' ').toUpper());
 }
 
 /// One line's record, or what is wrong with it.
@@ -39,6 +48,14 @@ std::variant<IrFile::Record, std::string> parseRecord(const QString &line)
     }
     for (int index = 0; index < numbers.size(); ++index) {
         record.unusedNumbers.at(static_cast<size_t>(index)) = numbers.at(index).toInt();
+    }
+    if (const QString code = match.captured(4); IrNotation::isOne(code)) {
+        const auto parsed = IrNotation::parse(code);
+        if (const auto *what = std::get_if<std::string>(&parsed)) {
+            return *what;
+        }
+        record.code = std::get<IrCode>(parsed).written();
+        return record;
     }
     static const QRegularExpression hexForm(QStringLiteral(R"(\A(?:\s*[0-9A-Fa-f]{2})+\s*\z)"));
     if (!hexForm.match(match.captured(4)).hasMatch()) {
@@ -100,7 +117,7 @@ QByteArray IrText::written(const IrFile::Contents &contents)
             }
             text += QStringLiteral(" [%1]").arg(numbers.join(QLatin1Char(' ')));
         }
-        text += QLatin1Char(' ') + QString::fromLatin1(record.code.toHex(' ').toUpper()) + QLatin1Char('\n');
+        text += QLatin1Char(' ') + shownCode(record.code) + QLatin1Char('\n');
     }
     return text.toUtf8();
 }

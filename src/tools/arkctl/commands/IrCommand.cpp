@@ -1,12 +1,15 @@
 #include "tools/arkctl/commands/IrCommand.h"
+#include "devices/linux/InfraredReceiver.h"
 #include "tools/arkctl/Command.h"
 #include "tools/arkctl/IrText.h"
 
 #include <CLI/CLI.hpp>
+#include <QEventLoop>
 #include <QFile>
 #include <QSaveFile>
 
 #include <optional>
+#include <set>
 
 namespace {
 std::optional<QByteArray> contentsOf(const std::string &path)
@@ -17,6 +20,16 @@ std::optional<QByteArray> contentsOf(const std::string &path)
         return std::nullopt;
     }
     return file.readAll();
+}
+
+bool save(const QByteArray &bytes, const std::string &filePath) // whole, or not at all
+{
+    QSaveFile file(QString::fromStdString(filePath));
+    const bool isSaved = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    if (!isSaved) {
+        Console::complain("cannot write " + filePath + ": " + file.errorString().toStdString(), "check the folder");
+    }
+    return isSaved;
 }
 
 Outcome outcomeOf(Console::Written written)
@@ -38,10 +51,7 @@ Outcome IrCommand::build(const std::string &textPath, const std::string &filePat
         return Outcome::Failed;
     }
     const IrFile::Contents &contents = std::get<IrFile::Contents>(parsed);
-    QSaveFile file(QString::fromStdString(filePath));
-    const QByteArray bytes = IrFile::written(contents);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        Console::complain("cannot write " + filePath + ": " + file.errorString().toStdString(), "check the folder");
+    if (!save(IrFile::written(contents), filePath)) {
         return Outcome::Failed;
     }
     return outcomeOf(Console::write(filePath + ": " + std::to_string(contents.records.size()) +
@@ -64,10 +74,79 @@ Outcome IrCommand::show(const std::string &filePath)
 }
 
 namespace {
+/// "Power on", or "5=Power on" with its code number; without one it is the next.
+std::optional<IrFile::Record> recordNamed(const std::string &text, int next)
+{
+    const QString name = QString::fromStdString(text);
+    IrFile::Record record;
+    bool isNumber = false;
+    record.codeNumber = name.section(QLatin1Char('='), 0, 0).toInt(&isNumber);
+    record.name = isNumber && name.contains(QLatin1Char('=')) ? name.section(QLatin1Char('='), 1) : name;
+    if (record.name.size() == name.size()) {
+        record.codeNumber = next;
+    }
+    const bool fits = record.codeNumber >= 0 && record.codeNumber <= IrFile::kLastCodeNumber;
+    return fits ? std::optional(record) : std::nullopt;
+}
+
+/// The next code that the device hears; nothing when the device goes away, or somebody interrupts.
+std::optional<IrCode> heard(InfraredReceiver &receiver, Console &console)
+{
+    std::optional<IrCode> code;
+    QEventLoop loop;
+    QObject::connect(&receiver, &InfraredReceiver::learned, &loop, [&](const IrCode &each) {
+        code = each;
+        loop.quit();
+    });
+    QObject::connect(&receiver, &InfraredReceiver::lost, &loop, [&](const QString &reason) {
+        Console::complain("the infrared device has gone: " + reason.toStdString(), "plug it in and start again");
+        loop.quit();
+    });
+    QObject::connect(&console, &Console::stopRequested, &loop, &QEventLoop::quit);
+    loop.exec();
+    return code;
+}
+} // namespace
+
+Outcome IrCommand::learn(const std::string &device, const std::string &filePath, const std::vector<std::string> &names)
+{
+    IrFile::Contents contents;
+    std::set<int> numbers;
+    for (const std::string &each : names) {
+        const auto record = recordNamed(each, contents.records.empty() ? 0 : contents.records.back().codeNumber + 1);
+        if (!record || !numbers.insert(record->codeNumber).second) {
+            return wrongUse("no code number of its own from 0 to 255: " + each);
+        }
+        contents.records.push_back(*record);
+    }
+    Console console;
+    InfraredReceiver receiver(QString::fromStdString(device));
+    if (const std::optional<QString> reason = receiver.open()) {
+        Console::complain(reason->toStdString(), "arkctl ports detect lists the devices of a controller");
+        return Outcome::Failed;
+    }
+    for (IrFile::Record &record : contents.records) {
+        console.print("Press \"" + record.name.toStdString() + "\" for a moment.");
+        const std::optional<IrCode> code = heard(receiver, console);
+        if (!code) {
+            return Outcome::Failed; // nothing is written
+        }
+        record.code = code->written();
+        console.print("  " + std::to_string(code->once.size()) + " durations at " + std::to_string(code->carrierHz) +
+                      " Hz");
+    }
+    const bool isBinary = QString::fromStdString(filePath).endsWith(QLatin1String(".ir"));
+    return save(isBinary ? IrFile::written(contents) : IrText::written(contents), filePath) ? Outcome::Done
+                                                                                            : Outcome::Failed;
+}
+
+namespace {
 struct IrArguments
 {
     std::string inputPath;
     std::string outputPath;
+    std::string device = "/dev/lirc0";
+    std::vector<std::string> names;
 };
 } // namespace
 
@@ -75,12 +154,17 @@ Command irCommand(CLI::App &app)
 {
     CLI::App *const word = app.add_subcommand("ir", "Make and show IR code files (needs no controller)");
     word->require_subcommand(1);
-    CommandLine::explain(*word, { R"(The readable form has a code in each line, for example: 5 "Power on" 00 6D 22 02)",
-                                  { { "arkctl ir build tv.txt -o ir1.ir", "then: arkctl upload ir1.ir" },
-                                    { "arkctl ir show ir1.ir > tv.txt", "back again" } } });
+    CommandLine::explain(*word,
+                         { "The readable form has a code in each line, for example: 5 \"Power on\" nec 0x04FB. "
+                           "A code is a scancode (nec, necx, rc5, rc6, rc6-mce, sony12, sony15 or sony20 and a "
+                           "hexadecimal number), Pronto hex (pronto 0000 006D ...), pulses and spaces behind their "
+                           "carrier (raw 38000 9000 4500 560), or an emitter's own bytes (00 6D 22 02).",
+                           { { "arkctl ir build tv.txt -o ir1.ir", "then: arkctl upload ir1.ir" },
+                             { "arkctl ir learn -o tv.txt \"Power on\" \"Power off\"", "from a remote control" },
+                             { "arkctl ir show ir1.ir > tv.txt", "back again" } } });
     const auto arguments = std::make_shared<IrArguments>();
     CLI::App *const build = word->add_subcommand("build", "Make an IR code file from its readable form");
-    build->add_option("TEXT", arguments->inputPath, "A code a line: NUMBER \"NAME\" BYTES in hexadecimal")
+    build->add_option("TEXT", arguments->inputPath, "A code a line: NUMBER \"NAME\" CODE")
         ->required()
         ->check(CommandLine::files());
     build->add_option("-o", arguments->outputPath, "The file to make: ir1.ir to ir8.ir by emitter")
@@ -91,7 +175,19 @@ Command irCommand(CLI::App &app)
     show->add_option("FILE", arguments->inputPath, "For example ir1.ir")
         ->required()
         ->check(CommandLine::files({ "ir" }));
-    const auto run = [build, arguments](const RunOptions &) {
+    CLI::App *const learn = word->add_subcommand("learn", "Learn the codes of a remote control, button by button");
+    learn->add_option("--device", arguments->device, "The infrared receiver of this machine")
+        ->type_name("FILE")
+        ->capture_default_str();
+    learn->add_option("-o", arguments->outputPath, "The file to make: in the form that build reads, or NAME.ir")
+        ->type_name("FILE")
+        ->required();
+    learn->add_option("NAME", arguments->names, "What to call each button; \"5=Power on\" with its code number")
+        ->required();
+    const auto run = [build, learn, arguments](const RunOptions &) {
+        if (*learn) {
+            return IrCommand::learn(arguments->device, arguments->outputPath, arguments->names);
+        }
         return *build ? IrCommand::build(arguments->inputPath, arguments->outputPath)
                       : IrCommand::show(arguments->inputPath);
     };
