@@ -6,20 +6,25 @@
 #include <QTimer>
 
 #include <array>
+#include <utility>
 
 #include <linux/lirc.h>
 #include <sys/ioctl.h>
 
 namespace {
 constexpr size_t kMostReceived = 1024; // durations of one press: more than a second of most protocols
-constexpr quint32 kUsualCarrierHz = 38000;
 } // namespace
 
-InfraredReceiver::InfraredReceiver(QString device, QObject *parent)
+InfraredReceiver::InfraredReceiver(QString device, quint32 carrierHz, QObject *parent)
     : QObject(parent)
     , m_device(std::move(device))
+    , m_carrierHz(carrierHz)
     , m_look(new QTimer(this))
+    , m_silence(new QTimer(this))
 {
+    m_silence->setSingleShot(true);
+    m_silence->setInterval(kSilenceMs);
+    connect(m_silence, &QTimer::timeout, this, &InfraredReceiver::finish);
     m_look->setInterval(kLookMs);
     connect(m_look, &QTimer::timeout, this, [this] {
         if (!isOpen() && !tryToOpen()) {
@@ -42,17 +47,11 @@ std::optional<QString> InfraredReceiver::tryToOpen()
     }
     m_descriptor = std::move(std::get<Descriptor>(attempt));
     quint32 mode = LIRC_MODE_MODE2;
-    quint32 yes = 1;
-    quint32 silenceUs = 125000; // what a held button repeats belongs to one press
     if (ioctl(m_descriptor.get(), LIRC_SET_REC_MODE, &mode) != 0) {
         const QString reason = QStringLiteral("%1: %2").arg(m_device, qt_error_string(errno));
         m_descriptor.close();
         return reason;
     }
-    ioctl(m_descriptor.get(), LIRC_SET_REC_TIMEOUT, &silenceUs); // where the device can do these two
-    ioctl(m_descriptor.get(), LIRC_SET_MEASURE_CARRIER_MODE, &yes);
-    m_durations.clear();
-    m_isOver = false;
     m_notifier = new QSocketNotifier(m_descriptor.get(), QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &InfraredReceiver::readAvailable);
     return std::nullopt;
@@ -72,28 +71,27 @@ void InfraredReceiver::readAvailable()
 
 void InfraredReceiver::take(quint32 sample)
 {
-    const bool isPulse = LIRC_IS_PULSE(sample);
-    if (LIRC_IS_FREQUENCY(sample)) {
-        m_carrierHz = LIRC_VALUE(sample);
-    } else if (LIRC_IS_TIMEOUT(sample)) {
-        finish();
-        m_isOver = false;
-    } else if (LIRC_IS_OVERFLOW(sample)) {
-        m_durations.clear(); // what comes now begins in the middle
-        m_isOver = true;
-    } else if (!m_isOver && isPulse == (m_durations.size() % 2 == 0)) { // no space at the beginning
-        m_durations.push_back(LIRC_VALUE(sample));
-        if (m_durations.size() >= kMostReceived) {
-            finish();
-            m_isOver = true;
-        }
+    const bool isExpected = LIRC_IS_PULSE(sample) == (m_durations.size() % 2 == 0); // no space at the beginning
+    const quint32 silentUs = std::exchange(m_silentUs, LIRC_IS_TIMEOUT(sample) ? LIRC_VALUE(sample) : 0);
+    if (LIRC_IS_OVERFLOW(sample)) {
+        m_durations.clear();
+    } else if ((LIRC_IS_PULSE(sample) || LIRC_IS_SPACE(sample)) && isExpected && m_durations.size() < kMostReceived) {
+        m_durations.push_back(LIRC_VALUE(sample) + (LIRC_IS_SPACE(sample) ? silentUs : 0));
+    }
+    if (LIRC_IS_PULSE(sample)) {
+        m_silence->start();
     }
 }
 
 void InfraredReceiver::finish()
 {
-    const auto code = IrCode::learned(m_carrierHz == 0 ? kUsualCarrierHz : m_carrierHz, m_durations);
+    readAvailable(); // whoever was busy for long has not heard the rest yet
+    if (m_silence->isActive()) {
+        return;
+    }
+    const std::optional<IrCode> code = IrCode::learned(m_carrierHz, m_durations);
     m_durations.clear();
+    m_silentUs = 0;
     if (code) {
         Q_EMIT learned(*code);
     }
@@ -101,6 +99,8 @@ void InfraredReceiver::finish()
 
 void InfraredReceiver::lose(int reason)
 {
+    m_silence->stop();
+    m_durations.clear();
     m_notifier->setEnabled(false); // it is telling us just now
     m_notifier->deleteLater();
     m_notifier = nullptr;

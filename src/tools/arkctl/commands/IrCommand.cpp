@@ -108,7 +108,7 @@ std::optional<IrCode> heard(InfraredReceiver &receiver, Console &console)
 }
 } // namespace
 
-Outcome IrCommand::learn(const std::string &device, const std::string &filePath, const std::vector<std::string> &names)
+Outcome IrCommand::learn(const Remote &remote, const std::string &filePath, const std::vector<std::string> &names)
 {
     IrFile::Contents contents;
     std::set<int> numbers;
@@ -120,7 +120,7 @@ Outcome IrCommand::learn(const std::string &device, const std::string &filePath,
         contents.records.push_back(*record);
     }
     Console console;
-    InfraredReceiver receiver(QString::fromStdString(device));
+    InfraredReceiver receiver(QString::fromStdString(remote.device), remote.carrierHz);
     if (const std::optional<QString> reason = receiver.open()) {
         Console::complain(reason->toStdString(), "arkctl ports detect lists the devices of a controller");
         return Outcome::Failed;
@@ -145,7 +145,7 @@ struct IrArguments
 {
     std::string inputPath;
     std::string outputPath;
-    std::string device = "/dev/lirc0";
+    IrCommand::Remote remote;
     std::vector<std::string> names;
 };
 } // namespace
@@ -176,8 +176,11 @@ Command irCommand(CLI::App &app)
         ->required()
         ->check(CommandLine::files({ "ir" }));
     CLI::App *const learn = word->add_subcommand("learn", "Learn the codes of a remote control, button by button");
-    learn->add_option("--device", arguments->device, "The infrared receiver of this machine")
+    learn->add_option("--device", arguments->remote.device, "The infrared receiver of this machine")
         ->type_name("FILE")
+        ->capture_default_str();
+    learn->add_option("--carrier", arguments->remote.carrierHz, "The carrier of the remote control, in Hz")
+        ->check(CLI::Range(10000, 1000000))
         ->capture_default_str();
     learn->add_option("-o", arguments->outputPath, "The file to make: in the form that build reads, or NAME.ir")
         ->type_name("FILE")
@@ -186,7 +189,7 @@ Command irCommand(CLI::App &app)
         ->required();
     const auto run = [build, learn, arguments](const RunOptions &) {
         if (*learn) {
-            return IrCommand::learn(arguments->device, arguments->outputPath, arguments->names);
+            return IrCommand::learn(arguments->remote, arguments->outputPath, arguments->names);
         }
         return *build ? IrCommand::build(arguments->inputPath, arguments->outputPath)
                       : IrCommand::show(arguments->inputPath);

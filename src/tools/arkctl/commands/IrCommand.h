@@ -8,6 +8,12 @@
 namespace IrCommand {
 Outcome build(const std::string &textPath, const std::string &filePath); // the file is replaced whole, or not at all
 Outcome show(const std::string &filePath);
+
+struct Remote
+{
+    std::string device = "/dev/lirc0";
+    unsigned carrierHz = 38000; // receivers do not tell it
+};
 /// The codes of one button after the other, as an infrared device hears them.
-Outcome learn(const std::string &device, const std::string &filePath, const std::vector<std::string> &names);
+Outcome learn(const Remote &remote, const std::string &filePath, const std::vector<std::string> &names);
 } // namespace IrCommand
