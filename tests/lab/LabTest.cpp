@@ -1,0 +1,319 @@
+#include "devices/linux/GpioChips.h"
+#include "devices/linux/GpioLine.h"
+#include "devices/linux/InfraredEmitter.h"
+#include "devices/linux/InfraredReceiver.h"
+#include "support/Table.h"
+#include "tools/arkctl/IrNotation.h"
+
+#include <QtTest>
+
+#include <fcntl.h>
+#include <linux/lirc.h>
+#include <sys/ioctl.h>
+
+/// GPIO lines and infrared against the kernel: its simulated chips, its infrared loopback and decoders. In the lab
+/// only.
+class LabTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void findsLines_data();
+    void findsLines();
+    void switchesOutputs_data();
+    void switchesOutputs();
+    void hearsInputs_data();
+    void hearsInputs();
+    void chipGoesAndComesBack();
+    void learnsWhatItSends_data();
+    void learnsWhatItSends();
+    void kernelUnderstands_data();
+    void kernelUnderstands();
+    void refusesCodes();
+};
+
+namespace {
+bool writeTo(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush();
+}
+
+QByteArray readFrom(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
+}
+
+/// A chip of the kernel's, with the name as its label; one whose label begins with "mute" does not tell of edges.
+class SimulatedChip
+{
+public:
+    explicit SimulatedChip(const QString &label)
+        : m_folder(QStringLiteral("/sys/kernel/config/gpio-sim/%1").arg(label))
+    {
+        QDir().mkpath(m_folder + QStringLiteral("/bank0/line2"));
+        writeTo(m_folder + QStringLiteral("/bank0/num_lines"), "8");
+        writeTo(m_folder + QStringLiteral("/bank0/label"), label.toLatin1());
+        writeTo(m_folder + QStringLiteral("/bank0/line2/name"), label.toLatin1() + " two");
+    }
+    ~SimulatedChip()
+    {
+        unplug();
+        for (const char *folder : { "/bank0/line2", "/bank0", "" }) {
+            QDir().rmdir(m_folder + QLatin1String(folder));
+        }
+    }
+    bool plug() { return writeTo(m_folder + QStringLiteral("/live"), "1"); }
+    bool unplug() { return writeTo(m_folder + QStringLiteral("/live"), "0"); }
+    QByteArray value(int line) const { return readFrom(lineFile(line, "value")); }
+    bool pull(int line, const QByteArray &where) { return writeTo(lineFile(line, "pull"), "pull-" + where); }
+
+private:
+    QString lineFile(int line, const char *name) const
+    {
+        return QStringLiteral("/sys/devices/platform/%1/%2/sim_gpio%3/%4")
+            .arg(QString::fromLatin1(readFrom(m_folder + QStringLiteral("/dev_name"))),
+                 QString::fromLatin1(readFrom(m_folder + QStringLiteral("/bank0/chip_name"))))
+            .arg(line)
+            .arg(QLatin1String(name));
+    }
+    const QString m_folder;
+};
+
+QList<bool> changes(const QSignalSpy &spy)
+{
+    QList<bool> found;
+    for (const QVariantList &each : spy) {
+        found << each.first().toBool();
+    }
+    return found;
+}
+
+IrCode code(const QByteArray &notation)
+{
+    return std::get<IrCode>(IrNotation::parse(QString::fromLatin1(notation)));
+}
+
+Descriptor lirc(quint32 receiveMode)
+{
+    Descriptor device(::open("/dev/lirc0", O_RDONLY | O_NONBLOCK));
+    ioctl(device.get(), LIRC_SET_REC_MODE, &receiveMode);
+    return device;
+}
+
+const QString kLirc = QStringLiteral("/dev/lirc0");
+} // namespace
+
+void LabTest::initTestCase()
+{
+    QVERIFY2(qEnvironmentVariableIsSet("LAB_GUEST"), "run it with tests/lab/lab.sh");
+    qRegisterMetaType<IrCode>();
+}
+
+void LabTest::findsLines_data()
+{
+    const Table<QString, QString> row("line", "answer");
+    row("relays:7", "7");
+    row("gpiochip0:7", "7");
+    row("relays two", "2"); // the line's own name
+    row("relays:8", "relays has the lines 0 to 7 only, not 8");
+    row("lamps:0", "There is no GPIO line lamps:0. The chips are: gpiochip0 \"relays\"");
+    row("relays:-1", "There is no GPIO line relays:-1. The chips are: gpiochip0 \"relays\"");
+    row("relays", "There is no GPIO line relays. The chips are: gpiochip0 \"relays\"");
+    row("", "There is no GPIO line . The chips are: gpiochip0 \"relays\"");
+}
+
+void LabTest::findsLines()
+{
+    SimulatedChip chip(QStringLiteral("relays"));
+    QVERIFY(chip.plug());
+    QFETCH(QString, line);
+    const auto found = GpioChips::find(line);
+    const auto *place = std::get_if<GpioChips::Place>(&found);
+    QTEST(place ? QString::number(place->offset) : std::get<QString>(found), "answer");
+}
+
+void LabTest::switchesOutputs_data()
+{
+    const Table<bool, QByteArray, QByteArray> row("isActiveLow", "off", "on");
+    row("active high", false, "0", "1");
+    row("active low", true, "1", "0");
+}
+
+void LabTest::switchesOutputs()
+{
+    QFETCH(bool, isActiveLow);
+    QFETCH(QByteArray, off);
+    QFETCH(QByteArray, on);
+    SimulatedChip chip(QStringLiteral("relays"));
+    QVERIFY(chip.plug() && chip.pull(1, "up")); // what the line has before and after
+    {
+        const GpioLine::Setting setting{ QStringLiteral("relays:1"), GpioLine::Direction::Output, isActiveLow };
+        GpioLine line(setting);
+        QCOMPARE(line.open(), std::nullopt);
+        QCOMPARE(chip.value(1), off);
+        QVERIFY(line.set(true));
+        QCOMPARE(chip.value(1), on);
+        GpioLine second(setting);
+        QCOMPARE(second.open(), std::optional(QStringLiteral("gpiochip0:1 is in use by \"arkivon\"")));
+        QCOMPARE(chip.value(1), on);
+    }
+    QCOMPARE(chip.value(1), QByteArray("1"));
+}
+
+void LabTest::hearsInputs_data()
+{
+    const Table<QString, bool, QByteArray, QString> row("chip", "isActiveLow", "whenOn", "whenOff");
+    row("edges", "contacts", false, "up", "down");
+    row("active low", "contacts", true, "down", "up");
+    row("asked", "mute", false, "up", "down");
+}
+
+void LabTest::hearsInputs()
+{
+    QFETCH(QString, chip);
+    QFETCH(bool, isActiveLow);
+    QFETCH(QByteArray, whenOn);
+    QFETCH(QString, whenOff);
+    const QByteArray off = whenOff.toLatin1();
+    SimulatedChip simulated(chip);
+    QVERIFY(simulated.plug() && simulated.pull(3, off));
+    const GpioLine::Setting plain{ chip + QStringLiteral(":3"), GpioLine::Direction::Input, isActiveLow };
+    {
+        GpioLine line(plain);
+        QSignalSpy changed(&line, &GpioLine::changed);
+        QCOMPARE(line.open(), std::nullopt);
+        QCOMPARE(line.isPolled(), chip == QLatin1String("mute"));
+        for (int count = 1; count <= 4; ++count) {
+            QVERIFY(simulated.pull(3, count % 2 == 1 ? whenOn : off));
+            QTRY_COMPARE(changed.count(), count);
+        }
+        QCOMPARE(changes(changed), QList<bool>({ true, false, true, false }));
+    }
+    GpioLine::Setting setting = plain;
+    setting.debounceMs = 300;
+    GpioLine line(setting);
+    QSignalSpy changed(&line, &GpioLine::changed);
+    QCOMPARE(line.open(), std::nullopt);
+    for (const QByteArray &bounce : { whenOn, off, whenOn, off, whenOn }) {
+        QVERIFY(simulated.pull(3, bounce));
+    }
+    QTRY_COMPARE(changes(changed), QList<bool>({ true }));
+    QVERIFY(simulated.pull(3, off));
+    QTRY_COMPARE(changes(changed), QList<bool>({ true, false }));
+}
+
+void LabTest::chipGoesAndComesBack()
+{
+    SimulatedChip chip(QStringLiteral("adapter"));
+    QVERIFY(chip.plug());
+    GpioLine relay({ QStringLiteral("adapter:0"), GpioLine::Direction::Output });
+    GpioLine contact({ QStringLiteral("adapter two"), GpioLine::Direction::Input, true, GpioLine::Bias::PullUp });
+    GpioLine asked({ QStringLiteral("adapter:4"), GpioLine::Direction::Input });
+    QSignalSpy lost(&relay, &GpioLine::lost);
+    QSignalSpy failed(&relay, &GpioLine::failed);
+    QSignalSpy opened(&relay, &GpioLine::opened);
+    QSignalSpy contactLost(&contact, &GpioLine::lost);
+    QSignalSpy changed(&contact, &GpioLine::changed);
+    QVERIFY(!relay.open() && !contact.open() && !asked.open());
+    QVERIFY(relay.set(true) && chip.pull(2, "down"));
+    QTRY_COMPARE(changes(changed), QList<bool>({ true }));
+    QVERIFY(chip.unplug());
+    QTRY_VERIFY(!lost.isEmpty() && !contactLost.isEmpty());
+    QVERIFY(!relay.isOpen() && !relay.set(false) && !relay.set(true));
+    QTRY_COMPARE(failed.count(), 1);
+    QVERIFY(chip.plug());
+    QTRY_VERIFY(relay.isOpen() && contact.isOpen() && asked.isOpen());
+    QCOMPARE(opened.count(), 1);
+    QCOMPARE(lost.count(), 1);
+    QCOMPARE(chip.value(0), QByteArray("1"));                 // what the program wants
+    QCOMPARE(changes(changed), QList<bool>({ true, false })); // the bias pulls it up again
+}
+
+void LabTest::learnsWhatItSends_data()
+{
+    const Table<QByteArray, QByteArray> row("notation", "learned");
+    const QByteArray nec = "9000 4500 560 560 560 1690 560";
+    row("its own repeat", "raw 38000 " + nec + " 40000 repeat 9000 2250 560 96000", "9000 2250 560");
+    row("the same again", "raw 38000 " + nec + " 40000", nec);
+}
+
+void LabTest::learnsWhatItSends()
+{
+    QFETCH(QByteArray, notation);
+    QFETCH(QByteArray, learned);
+    InfraredEmitter emitter(kLirc);
+    InfraredReceiver receiver(kLirc);
+    QCOMPARE(emitter.open(), std::nullopt);
+    QCOMPARE(receiver.open(), std::nullopt);
+    QSignalSpy heard(&receiver, &InfraredReceiver::learned);
+    const Descriptor raw = lirc(LIRC_MODE_MODE2);
+    ssize_t samples = 0;
+    std::array<quint32, 64> buffer{};
+    const auto samplesSoFar = [&] {
+        samples += qMax<ssize_t>(read(raw.get(), buffer.data(), sizeof buffer), 0) / 4;
+        return samples;
+    };
+    QVERIFY(emitter.play(code(notation), InfraredEmitter::Press::Held));
+    QTRY_VERIFY(samplesSoFar() > 16); // once, and what is repeated more than once
+    emitter.release();
+    QTRY_COMPARE(heard.count(), 1);
+    const IrCode answer = heard.first().first().value<IrCode>();
+    QCOMPARE(IrCode::bursts(answer.once).front().pulses, IrCode::bursts(code(notation).once).front().pulses);
+    QCOMPARE(IrCode::bursts(answer.repeat).front().pulses, code("raw 38000 " + learned).once);
+}
+
+void LabTest::kernelUnderstands_data()
+{
+    const Table<QByteArray, int, quint32, bool> row("notation", "protocol", "scancode", "toggles");
+    row("nec 04FB", RC_PROTO_NEC, 0x04fb, false);
+    row("necx 12340F", RC_PROTO_NECX, 0x12340f, false);
+    row("rc5 1E01", RC_PROTO_RC5, 0x1e01, false);
+    row("rc5 0A7F toggle", RC_PROTO_RC5, 0x0a7f, true);
+    row("rc6 040C", RC_PROTO_RC6_0, 0x040c, false);
+    row("rc6 FF01 toggle", RC_PROTO_RC6_0, 0xff01, true);
+    row("rc6-mce 800F040C", RC_PROTO_RC6_MCE, 0x800f040c, false);
+    row("rc6-mce 800F0A01 toggle", RC_PROTO_RC6_MCE, 0x800f0a01, true);
+    row("sony12 10015", RC_PROTO_SONY12, 0x10015, false);
+    row("sony15 A4002E", RC_PROTO_SONY15, 0xa4002e, false);
+    row("sony20 1AE95D", RC_PROTO_SONY20, 0x1ae95d, false);
+}
+
+/// A table of protocols on paper says what a decoder says that others have written.
+void LabTest::kernelUnderstands()
+{
+    QFETCH(QByteArray, notation);
+    QVERIFY(writeTo(QStringLiteral("/sys/class/rc/rc0/protocols"), "+nec +rc-5 +rc-6 +sony"));
+    const Descriptor receiver = lirc(LIRC_MODE_SCANCODE);
+    InfraredEmitter emitter(kLirc);
+    QCOMPARE(emitter.open(), std::nullopt);
+    QVERIFY(emitter.play(code(notation), InfraredEmitter::Press::Short));
+    lirc_scancode decoded{};
+    QTRY_VERIFY(decoded.scancode != 0 || read(receiver.get(), &decoded, sizeof decoded) == sizeof decoded);
+    QTEST(static_cast<int>(decoded.rc_proto), "protocol");
+    QTEST(static_cast<quint32>(decoded.scancode), "scancode");
+    QTEST((decoded.flags & LIRC_SCANCODE_FLAG_TOGGLE) != 0, "toggles");
+}
+
+void LabTest::refusesCodes()
+{
+    InfraredEmitter emitter(kLirc);
+    QSignalSpy refused(&emitter, &InfraredEmitter::refused);
+    QCOMPARE(emitter.open(), std::nullopt);
+    const IrCode tooLong{ 38000, IrCode::Durations(2001, 100), {} }; // parse() would not have let it pass
+    QVERIFY(emitter.play(tooLong, InfraredEmitter::Press::Held));
+    QTRY_COMPARE(refused.count(), 1);
+    const IrCode sound = code("raw 38000 100000 10000 100000");
+    size_t taken = 0;
+    while (taken <= InfraredEmitter::kMostWaiting && emitter.play(sound, InfraredEmitter::Press::Held)) {
+        ++taken;
+    }
+    QCOMPARE(taken, InfraredEmitter::kMostWaiting); // and no more: the sender is never waited for
+    InfraredEmitter nothing(QStringLiteral("/dev/null"));
+    QCOMPARE(nothing.open(), std::optional(QStringLiteral("/dev/null is no infrared device, such as /dev/lirc0 is")));
+    QVERIFY(!nothing.play(sound, InfraredEmitter::Press::Short));
+}
+
+QTEST_GUILESS_MAIN(LabTest)
+#include "LabTest.moc"
