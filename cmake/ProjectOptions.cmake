@@ -12,7 +12,7 @@ target_compile_definitions(project_options INTERFACE
     QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
 target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 
-# Some 80 programs are linked here, most of them tests: a fast linker saves minutes of each build.
+# Each change of a floor links its test programs again: a fast linker is felt.
 find_program(ARKIVON_MOLD mold)
 if(ARKIVON_MOLD)
     target_link_options(project_options INTERFACE -fuse-ld=mold)
@@ -38,11 +38,19 @@ function(add_floor name)
     target_link_libraries(${name} PUBLIC project_options)
 endfunction()
 
-# add_qt_test(NAME libraries...): the test program NAME.cpp of the current folder, run by CTest.
-function(add_qt_test name)
-    add_executable(${name} ${name}.cpp)
-    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-    target_link_libraries(${name} PRIVATE ${ARGN} Qt5::Test project_options)
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 120 ENVIRONMENT "LC_ALL=C.UTF-8")
+# add_floor_tests(NAME CLASSES class... LIBRARIES library... [DEFINITIONS definition...] [NEEDS program...]): one test
+# program of the sources class.cpp of the current folder; CTest runs class by class.
+function(add_floor_tests name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "CLASSES;LIBRARIES;DEFINITIONS;NEEDS")
+    list(TRANSFORM arg_CLASSES APPEND .cpp OUTPUT_VARIABLE sources)
+    add_executable(${name} ${sources})
+    target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} test_main project_options)
+    if(arg_NEEDS)
+        add_dependencies(${name} ${arg_NEEDS})
+    endif()
+    foreach(class IN LISTS arg_CLASSES)
+        add_test(NAME ${class} COMMAND ${name} ${class})
+    endforeach()
+    set_tests_properties(${arg_CLASSES} PROPERTIES TIMEOUT 120 ENVIRONMENT "LC_ALL=C.UTF-8")
 endfunction()

@@ -5,10 +5,10 @@
 #include "net/link/LinkCodes.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include <QBuffer>
 #include <QTemporaryDir>
 #include <QThread>
-#include <QtTest>
 
 #include <mutex>
 #include <numeric>
@@ -297,5 +297,5 @@ void SerialPortWorkerTest::sendsAFile()
     QCOMPARE(fetched, content);
 }
 
-QTEST_GUILESS_MAIN(SerialPortWorkerTest)
+TEST_CLASS(SerialPortWorkerTest)
 #include "SerialPortWorkerTest.moc"

@@ -4,8 +4,8 @@
 #include "devices/MonitorLines.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include <QTemporaryDir>
-#include <QtTest>
 
 namespace {
 const QByteArray kHeading = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
@@ -332,5 +332,5 @@ void SettingManagerTest::whatCannotBeSavedIsTriedAgain()
     QCOMPARE(monitor.take().size(), 2); // they are saved again
 }
 
-QTEST_GUILESS_MAIN(SettingManagerTest)
+TEST_CLASS(SettingManagerTest)
 #include "SettingManagerTest.moc"

@@ -1,15 +1,15 @@
 #include "admin/TransferService.h"
 #include "net/link/NetworkManager.h"
 #include "support/Files.h"
+#include "support/TestClass.h"
 #include <QCryptographicHash>
 #include <QLoggingCategory>
 #include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QtTest>
 
 namespace {
 constexpr TransferTimes kTimes{ 150, 15, 15 };
-constexpr int kTickMs = 5;
+constexpr int kLinkTickMs = 5;
 const QHostAddress kHere(QStringLiteral("127.0.0.1"));
 
 /// A rest of the system that has nothing to say.
@@ -45,7 +45,7 @@ struct Controller
     Controller()
         : files({ path("room.pobj"), path("source.src"), path("ui.dtp"), path("web.zip"), path("ir%1.ir") },
                 [](const TransferTarget &) {})
-        , service(files, kTimes, kTickMs)
+        , service(files, kTimes, kLinkTickMs)
         , network(nobody.hooks())
     {
         network.setFileTransfers(&service);
@@ -154,5 +154,5 @@ void TransferLinkTest::silentToolsAreServedSideBySide()
     QCOMPARE(controller.stored("ui.dtp"), QByteArray("x"));
 }
 
-QTEST_GUILESS_MAIN(TransferLinkTest)
+TEST_CLASS(TransferLinkTest)
 #include "TransferLinkTest.moc"

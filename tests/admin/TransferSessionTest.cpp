@@ -4,12 +4,12 @@
 #include "net/client/ToolTransfers.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QLoggingCategory>
 #include <QTemporaryDir>
-#include <QtTest>
 
 namespace {
 constexpr qint64 kTickMs = 200;
@@ -490,5 +490,5 @@ void TransferSessionTest::troubledDownloads()
     QVERIFY2(arrived > 180, qPrintable(QString::number(arrived)));
 }
 
-QTEST_GUILESS_MAIN(TransferSessionTest)
+TEST_CLASS(TransferSessionTest)
 #include "TransferSessionTest.moc"

@@ -3,11 +3,11 @@
 #include "devices/MonitorLines.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include <QDir>
 #include <QDirIterator>
 #include <QLoggingCategory>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <sys/stat.h>
 #include <zlib.h>
@@ -267,5 +267,5 @@ void WebUnpackerTest::outcomeIsTold()
                                                         QStringLiteral("4 other.zip: This is no ZIP archive") }));
 }
 
-QTEST_GUILESS_MAIN(WebUnpackerTest)
+TEST_CLASS(WebUnpackerTest)
 #include "WebUnpackerTest.moc"

@@ -2,8 +2,7 @@
 #include "app/Options.h"
 #include "app/TerminalMonitor.h"
 #include "support/Table.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 /// What the process reads from its command line, and the form of what it prints.
 class CommandLineTest : public QObject
@@ -117,5 +116,5 @@ void CommandLineTest::monitorLines()
     QCOMPARE(TerminalMonitor::lineOf(time, 77, QStringLiteral("y")), QStringLiteral("07:08:09.010 77           y"));
 }
 
-QTEST_GUILESS_MAIN(CommandLineTest)
+TEST_CLASS(CommandLineTest)
 #include "CommandLineTest.moc"

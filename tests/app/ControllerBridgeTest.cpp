@@ -18,9 +18,9 @@
 #include "net/link/NetworkManager.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QTemporaryDir>
-#include <QtTest>
 
 /// What a controller is for those that listen to it, and for itself as a listener: a whole one within the test, system
 /// number 7, so that its own ports can be made to report. No hardware of ours does that yet.
@@ -361,5 +361,5 @@ void ControllerBridgeTest::listOfTheSettings()
     QCOMPARE(m_settings->listenAddresses(), QStringList());
 }
 
-QTEST_GUILESS_MAIN(ControllerBridgeTest)
+TEST_CLASS(ControllerBridgeTest)
 #include "ControllerBridgeTest.moc"

@@ -8,9 +8,9 @@
 #include "library/ControlProgram.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QTemporaryDir>
-#include <QtTest>
 
 /// Loading, starting, running and stopping a program, on a clock driven by hand.
 class ExecManagerTest : public QObject
@@ -239,5 +239,5 @@ void ExecManagerTest::filesOfTheEmitters()
     QCOMPARE(m_exec->irFilePath(18), QString());
 }
 
-QTEST_GUILESS_MAIN(ExecManagerTest)
+TEST_CLASS(ExecManagerTest)
 #include "ExecManagerTest.moc"

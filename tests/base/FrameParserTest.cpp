@@ -1,6 +1,6 @@
 #include "base/Frame.h"
 #include "support/Table.h"
-#include <QtTest>
+#include "support/TestClass.h"
 
 namespace {
 const QByteArray kBeat = QByteArray::fromHex("5651 00000001 15 15 ac");
@@ -101,5 +101,5 @@ void FrameParserTest::buildsWhatItReads()
     QCOMPARE(messageIdOf(QByteArray::fromHex("ffffff")), std::optional<quint32>());
 }
 
-QTEST_APPLESS_MAIN(FrameParserTest)
+TEST_CLASS(FrameParserTest)
 #include "FrameParserTest.moc"

@@ -4,10 +4,10 @@
 #include "devices/MonitorLines.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QSettings>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <csignal>
 
@@ -228,5 +228,5 @@ private:
     std::unique_ptr<QTemporaryDir> m_directory;
 };
 
-QTEST_GUILESS_MAIN(KeptFileTest)
+TEST_CLASS(KeptFileTest)
 #include "KeptFileTest.moc"

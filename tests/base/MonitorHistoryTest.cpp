@@ -1,8 +1,7 @@
 #include "base/MonitorHistory.h"
 #include "base/Monitor.h"
 #include "support/Table.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 #include <algorithm>
 #include <atomic>
@@ -124,5 +123,5 @@ void MonitorHistoryTest::noLineIsOnBothSides()
                        [](const MonitorHistory::Line &line, const QString &text) { return line.text == text; }));
 }
 
-QTEST_GUILESS_MAIN(MonitorHistoryTest)
+TEST_CLASS(MonitorHistoryTest)
 #include "MonitorHistoryTest.moc"

@@ -1,5 +1,6 @@
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include "support/ToolRun.h"
 #include <QDir>
 #include <QJsonArray>
@@ -7,7 +8,6 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QtTest>
 
 /// The tool as a person or an editor runs it.
 class ArkcTest : public QObject
@@ -264,5 +264,5 @@ void ArkcTest::helpFitsAScreen()
     QVERIFY2(help.output.count('\n') <= 24, help.output.constData());
 }
 
-QTEST_GUILESS_MAIN(ArkcTest)
+TEST_CLASS(ArkcTest)
 #include "ArkcTest.moc"

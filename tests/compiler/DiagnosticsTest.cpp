@@ -1,11 +1,11 @@
 #include "compiler/Compiler.h"
 #include "compiler/Sources.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <sys/stat.h>
 
@@ -452,7 +452,7 @@ QString brokenLine(const QString &line, int way)
 void DiagnosticsTest::tellsOneMistakeOnce()
 {
     constexpr int kWays = 19;
-    const QString path = QStringLiteral(EXAMPLES "/boardroom/boardroom.src");
+    const QString path = QStringLiteral(ROOT "/examples/boardroom/boardroom.src");
     const QStringList lines = QString::fromUtf8(readSource(path).text.toUtf8()).split(QLatin1Char('\n'));
     int way = 0;
     int wrong = 0;
@@ -587,5 +587,5 @@ void DiagnosticsTest::refusesUnreadableFiles()
     QCOMPARE(compileFile(path).text(), QString());
 }
 
-QTEST_GUILESS_MAIN(DiagnosticsTest)
+TEST_CLASS(DiagnosticsTest)
 #include "DiagnosticsTest.moc"

@@ -1,13 +1,13 @@
 #include "compiler/format/Formatter.h"
 #include "compiler/Compiler.h"
-#include "support/SourceContent.h"
+#include "support/SourceWords.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
-#include <QtTest>
 
 /// The formatter: what it makes of sources, and that it changes neither programs nor itself.
 class FormatterTest : public QObject
@@ -155,7 +155,7 @@ void FormatterTest::laysOut()
     QVERIFY(formatted.isGood());
     QCOMPARE(formatted.text, expected);
     QCOMPARE(formatSource(formatted.text).text, expected);
-    QCOMPARE(contentOf(formatted.text), contentOf(source));
+    QCOMPARE(wordsOf(formatted.text), wordsOf(source));
 }
 
 void FormatterTest::refuses_data()
@@ -210,7 +210,7 @@ void FormatterTest::keepsPrograms()
         }
         ++formatted;
         QCOMPARE(formatSource(once.text).text, once.text);
-        QCOMPARE(contentOf(once.text), contentOf(source));
+        QCOMPARE(wordsOf(once.text), wordsOf(source));
         const CompileResult before = compileSource(source, path);
         const CompileResult after = compileSource(once.text, path);
         QCOMPARE(after.objectFile, before.objectFile);
@@ -267,5 +267,5 @@ void FormatterTest::repositoryIsFormatted()
     }
 }
 
-QTEST_GUILESS_MAIN(FormatterTest)
+TEST_CLASS(FormatterTest)
 #include "FormatterTest.moc"

@@ -1,7 +1,6 @@
 #include "compiler/Compiler.h"
 #include "support/Table.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 namespace {
 QByteArray bytes(const char *hexWithBlanks)
@@ -164,5 +163,5 @@ void ObjectFileBytesTest::sharesEqualLists()
     QVERIFY(!file.contains(bytes("007b0033007d")));
 }
 
-QTEST_GUILESS_MAIN(ObjectFileBytesTest)
+TEST_CLASS(ObjectFileBytesTest)
 #include "ObjectFileBytesTest.moc"

@@ -1,9 +1,9 @@
 #include "compiler/Compiler.h"
 #include "compiler/SourceWriter.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QDirIterator>
-#include <QtTest>
 
 namespace {
 const char *const kSmall = "program 'P'\ndevice d = 1:1:0\ninteger x\nstruct S { char a[3] }\n"
@@ -133,7 +133,7 @@ void RoundTripTest::writesWhatWasMeant()
 void RoundTripTest::programsOnDisk_data()
 {
     const Table<QString> row("path");
-    for (const char *const folder : { EXAMPLES, HERE }) {
+    for (const char *const folder : { ROOT "/examples", ROOT "/tests/compiler" }) {
         QDirIterator files(QString::fromUtf8(folder), { QStringLiteral("*.src") }, QDir::Files,
                            QDirIterator::Subdirectories);
         while (files.hasNext()) {
@@ -198,5 +198,5 @@ void RoundTripTest::survivesEveryCut()
     }
 }
 
-QTEST_GUILESS_MAIN(RoundTripTest)
+TEST_CLASS(RoundTripTest)
 #include "RoundTripTest.moc"

@@ -9,10 +9,10 @@
 #include "program/AST.h"
 #include "support/Spoken.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QTemporaryDir>
 #include <QTimer>
-#include <QtTest>
 
 namespace {
 using Question = PanelQuestion::Kind;
@@ -476,5 +476,5 @@ void DeviceManagerTest::questionsOfAStoppedProgram()
     QVERIFY(!answer.isValid());
 }
 
-QTEST_GUILESS_MAIN(DeviceManagerTest)
+TEST_CLASS(DeviceManagerTest)
 #include "DeviceManagerTest.moc"

@@ -4,9 +4,9 @@
 #include "devices/RemoteText.h"
 #include "devices/SerialSetup.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QTemporaryDir>
-#include <QtTest>
 
 /// What the ports read and write: commands, frames, messages of other controllers, IR files.
 class PortFormatsTest : public QObject
@@ -251,5 +251,5 @@ void PortFormatsTest::learnedCodes()
     QTEST(shown(IrCode::learned(36000, durations)), "code");
 }
 
-QTEST_APPLESS_MAIN(PortFormatsTest)
+TEST_CLASS(PortFormatsTest)
 #include "PortFormatsTest.moc"

@@ -3,9 +3,9 @@
 #include "base/Clock.h"
 #include "devices/FramedPorts.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QTemporaryDir>
-#include <QtTest>
 
 /// Frames, LEDs and their times, on a clock driven by hand.
 class PortManagerTest : public QObject
@@ -246,5 +246,5 @@ void PortManagerTest::closing()
     QCOMPARE(frames(), QByteArrayList{ "1900" });
 }
 
-QTEST_APPLESS_MAIN(PortManagerTest)
+TEST_CLASS(PortManagerTest)
 #include "PortManagerTest.moc"

@@ -3,13 +3,13 @@
 #include "library/ControlProgram.h"
 #include "support/MarkdownPage.h"
 #include "support/ScriptedProgram.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QtTest>
 
 /// Holds every page to its word: the control language on it compiles, gives the values that stand beside it, reports
 /// what it says, and does what the hidden scripts expect. CONTRIBUTING.md, "Pages", has the notation.
@@ -351,5 +351,5 @@ void CodeBlocksTest::explainsEveryMessage()
     QCOMPARE(explained, known);
 }
 
-QTEST_GUILESS_MAIN(CodeBlocksTest)
+TEST_CLASS(CodeBlocksTest)
 #include "CodeBlocksTest.moc"

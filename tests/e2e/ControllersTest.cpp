@@ -4,9 +4,8 @@
 #include "net/link/LinkCodes.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include "support/ToolRun.h"
-
-#include <QtTest>
 
 #include <csignal>
 
@@ -445,5 +444,5 @@ void ControllersTest::cableIsCut()
     QTRY_COMPARE(near.output().count("Online Event: 5001:1:7"), 2);
 }
 
-QTEST_GUILESS_MAIN(ControllersTest)
+TEST_CLASS(ControllersTest)
 #include "ControllersTest.moc"

@@ -1,9 +1,9 @@
 #include "ControllerProcess.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include "support/ToolRun.h"
 #include <QRegularExpression>
 #include <QSocketNotifier>
-#include <QtTest>
 
 #include <csignal>
 
@@ -265,5 +265,5 @@ void PanelTest::scripts()
     QVERIFY(lines.contains("pushed") || !controller.output().contains("pushed"));
 }
 
-QTEST_GUILESS_MAIN(PanelTest)
+TEST_CLASS(PanelTest)
 #include "PanelTest.moc"

@@ -1,18 +1,18 @@
 #include "ControllerProcess.h"
 #include "net/client/LinkClient.h"
 #include "net/link/LinkCodes.h"
+#include "support/Loopback.h"
+#include "support/TestClass.h"
 #include <QNetworkDatagram>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QUdpSocket>
-#include <QtTest>
 
 #include <memory>
 
 // A management tool that checks the network through the controller. Requests and reports are written as bytes.
 
 namespace {
-const QHostAddress kHere(QStringLiteral("127.0.0.1"));
 const QByteArray kHereText =
     QByteArray::fromHex("00000012 0031 0032 0037 002e 0030 002e 0030 002e 0031"); // as a QString
 
@@ -270,5 +270,5 @@ void PortTestTest::survivesNonsense()
     REPORTS(number(61) + number(1));
 }
 
-QTEST_GUILESS_MAIN(PortTestTest)
+TEST_CLASS(PortTestTest)
 #include "PortTestTest.moc"

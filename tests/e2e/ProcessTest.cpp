@@ -3,10 +3,10 @@
 #include "net/client/LinkClient.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QtTest>
 
 #include <csignal>
 
@@ -208,5 +208,5 @@ void ProcessTest::supervisorsFrames()
     QTRY_COMPARE(bytes.count(QByteArray::fromHex("5651 00000003 04 1900 1D AC")), 2);
 }
 
-QTEST_GUILESS_MAIN(ProcessTest)
+TEST_CLASS(ProcessTest)
 #include "ProcessTest.moc"

@@ -1,7 +1,6 @@
 #include "ControllerProcess.h"
 #include "net/client/LinkClient.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 #include <csignal>
 
@@ -159,5 +158,5 @@ void RoomTest::variablesSurviveARestart()
     SAYS(controller, "start 2");
 }
 
-QTEST_GUILESS_MAIN(RoomTest)
+TEST_CLASS(RoomTest)
 #include "RoomTest.moc"

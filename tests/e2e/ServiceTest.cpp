@@ -1,7 +1,6 @@
 #include "ControllerProcess.h"
 #include "net/client/LinkClient.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 #include <csignal>
 
@@ -97,5 +96,5 @@ void ServiceTest::isNotReadyWithoutItsPort()
     QCOMPARE(manager.messages(), QByteArrayList());
 }
 
-QTEST_GUILESS_MAIN(ServiceTest)
+TEST_CLASS(ServiceTest)
 #include "ServiceTest.moc"

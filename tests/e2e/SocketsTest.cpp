@@ -1,11 +1,12 @@
 #include "ControllerProcess.h"
 #include "net/client/LinkClient.h"
+#include "support/Loopback.h"
+#include "support/TestClass.h"
 #include "support/ToolRun.h"
 
 #include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QtTest>
 
 #include <csignal>
 
@@ -22,7 +23,6 @@ private Q_SLOTS:
 };
 
 namespace {
-const QHostAddress kHere(QStringLiteral("127.0.0.1"));
 
 quint16 freePort()
 {
@@ -219,5 +219,5 @@ void SocketsTest::deadHostsDoNotHoldTheEnd()
     QCOMPARE(controller.exitCode(), 0);
 }
 
-QTEST_GUILESS_MAIN(SocketsTest)
+TEST_CLASS(SocketsTest)
 #include "SocketsTest.moc"

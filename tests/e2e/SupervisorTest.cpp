@@ -3,13 +3,13 @@
 #include "net/client/LinkClient.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include "support/ToolRun.h"
 
 #include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocalSocket>
-#include <QtTest>
 
 #include <algorithm>
 #include <csignal>
@@ -314,5 +314,5 @@ void SupervisorTest::saysThatItCannotWrite()
     }
 }
 
-QTEST_GUILESS_MAIN(SupervisorTest)
+TEST_CLASS(SupervisorTest)
 #include "SupervisorTest.moc"

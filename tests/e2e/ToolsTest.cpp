@@ -2,6 +2,7 @@
 #include "net/client/LinkClient.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include "support/ToolRun.h"
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -9,7 +10,6 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QUdpSocket>
-#include <QtTest>
 
 /// arkctl against a real controller: what it prints, and how it ends.
 class ToolsTest : public QObject
@@ -338,5 +338,5 @@ void ToolsTest::jsonParses()
     }
 }
 
-QTEST_GUILESS_MAIN(ToolsTest)
+TEST_CLASS(ToolsTest)
 #include "ToolsTest.moc"

@@ -2,12 +2,12 @@
 #include "compiler/Compiler.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include "support/ToolRun.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTcpSocket>
-#include <QtTest>
 
 #include <csignal>
 
@@ -200,5 +200,5 @@ void UploadTest::refusals()
     QVERIFY(!QFile::exists(controller.filePath(QStringLiteral("new"))));
 }
 
-QTEST_GUILESS_MAIN(UploadTest)
+TEST_CLASS(UploadTest)
 #include "UploadTest.moc"

@@ -1,13 +1,13 @@
 #include "ControllerProcess.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
-#include <QtTest>
 
 #include <csignal>
 
@@ -214,5 +214,5 @@ void WebTest::largeFileToManyReaders()
              QByteArray::number(memoryKb(controller) - beforeKb).constData());
 }
 
-QTEST_GUILESS_MAIN(WebTest)
+TEST_CLASS(WebTest)
 #include "WebTest.moc"

@@ -1,12 +1,12 @@
 #include "compiler/lexing/Words.h"
 #include "library/Library.h"
+#include "support/TestClass.h"
 
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
-#include <QtTest>
 
 /// What the editors know of the language: every word and built-in function, in both grammars.
 class EditorsTest : public QObject
@@ -106,5 +106,5 @@ void EditorsTest::filesAreJson()
     }
 }
 
-QTEST_GUILESS_MAIN(EditorsTest)
+TEST_CLASS(EditorsTest)
 #include "EditorsTest.moc"

@@ -1,9 +1,9 @@
 #include "ExampleRoom.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QtTest>
 
 #include <csignal>
 #include <map>
@@ -115,7 +115,7 @@ const QMap<QString, QStringList> kQuick{ { QStringLiteral("projector"),
                                              QStringLiteral("--cool-down"), QStringLiteral("0.3") } } };
 } // namespace
 
-#define OPENS(theatre, options)                                                                                        \
+#define THEATRE_OPENS(theatre, options)                                                                                \
     (theatre).startDevices(options);                                                                                   \
     QCOMPARE((theatre).prepare(), QString());                                                                          \
     for (const QString &name : kDevices) {                                                                             \
@@ -148,7 +148,7 @@ void HomeTheatreTest::beginsAFilm()
     QMap<QString, QStringList> options = kQuick;
     options[device] += faults.split(QLatin1Char(' '), Qt::SkipEmptyParts);
     Theatre theatre;
-    OPENS(theatre, options);
+    THEATRE_OPENS(theatre, options);
     theatre.panel.press(1); // whatever has connected by now
     SAYS(theatre.projector(), "POWER ON -> OK");
     SAYS(theatre.amplifier(), "VOLUME 45 ->");
@@ -172,7 +172,7 @@ void HomeTheatreTest::beginsAFilm()
 void HomeTheatreTest::showsWhatHandsDo()
 {
     Theatre theatre;
-    OPENS(theatre, kQuick);
+    THEATRE_OPENS(theatre, kQuick);
     SHOWS(theatre.panel, QLatin1String("The theatre is off"));
     theatre.house().signal(SIGUSR1);
     LIGHTS(theatre.panel, 31);
@@ -210,7 +210,7 @@ void HomeTheatreTest::devicesComeBack()
     QFETCH(int, channel);
     QFETCH(QByteArray, done);
     Theatre theatre;
-    OPENS(theatre, kQuick);
+    THEATRE_OPENS(theatre, kQuick);
     SHOWS(theatre.panel, QLatin1String("The theatre is off"));
     theatre.device(device).kill();
     SHOWS(theatre.panel, away);
@@ -234,7 +234,7 @@ void HomeTheatreTest::frozenDevicesAreGivenUp()
     QFETCH(QString, away);
     QFETCH(int, channel);
     Theatre theatre;
-    OPENS(theatre, kQuick);
+    THEATRE_OPENS(theatre, kQuick);
     SHOWS(theatre.panel, QLatin1String("The theatre is off"));
     theatre.device(device).signal(SIGSTOP);
     SHOWS(theatre.panel, away);
@@ -247,8 +247,9 @@ void HomeTheatreTest::frozenDevicesAreGivenUp()
 void HomeTheatreTest::wrongPassword()
 {
     Theatre theatre;
-    OPENS(theatre, (QMap<QString, QStringList>{
-                       { QStringLiteral("projector"), { QStringLiteral("--password"), QStringLiteral("other") } } }));
+    THEATRE_OPENS(theatre,
+                  (QMap<QString, QStringList>{
+                      { QStringLiteral("projector"), { QStringLiteral("--password"), QStringLiteral("other") } } }));
     SHOWS(theatre.panel, QLatin1String("The projector refuses our password"));
     QCOMPARE(theatre.projector().output().count("wrong password"), 1); // it is not tried again at once
     theatre.panel.press(3);
@@ -275,5 +276,5 @@ void HomeTheatreTest::strangeAnswers()
     QVERIFY2(!theatre.room.output().contains("Error:"), theatre.room.output().constData());
 }
 
-QTEST_GUILESS_MAIN(HomeTheatreTest)
+TEST_CLASS(HomeTheatreTest)
 #include "HomeTheatreTest.moc"

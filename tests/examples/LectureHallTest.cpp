@@ -1,8 +1,8 @@
 #include "ExampleRoom.h"
 #include "support/Files.h"
+#include "support/TestClass.h"
 
 #include <QUdpSocket>
-#include <QtTest>
 
 #include <csignal>
 
@@ -83,7 +83,7 @@ const auto kFilm = QLatin1String("Lecture: Film");
 const auto kNoBooth = QLatin1String("The booth cannot be reached: no projector, blinds, recorder");
 } // namespace
 
-#define OPENS(house)                                                                                                   \
+#define HALL_OPENS(house)                                                                                              \
     QCOMPARE((house).prepare(), QString());                                                                            \
     STARTS((house).hall);                                                                                              \
     STARTS((house).booth);                                                                                             \
@@ -98,7 +98,7 @@ const auto kNoBooth = QLatin1String("The booth cannot be reached: no projector, 
 void LectureHallTest::pushesCrossTheLink()
 {
     House house;
-    OPENS(house);
+    HALL_OPENS(house);
     house.lectern.press(1);
     SHOWS(house.lectern, kSlides);
     SAYS(house.booth, "On relay: 3");
@@ -130,7 +130,7 @@ void LectureHallTest::pushesCrossTheLink()
 void LectureHallTest::deskAndLock()
 {
     House house;
-    OPENS(house);
+    HALL_OPENS(house);
     house.lectern.press(1);
     SHOWS(house.lectern, kSlides);
     house.operators.press(21); // without the desk: nothing
@@ -156,7 +156,7 @@ void LectureHallTest::deskAndLock()
 void LectureHallTest::boothIsCutOff()
 {
     House house;
-    OPENS(house);
+    HALL_OPENS(house);
     house.operators.press(1);
     SHOWS(house.lectern, QLatin1String("The booth has the desk"));
     house.booth.signal(SIGSTOP); // silent, as behind a cable that was pulled out
@@ -185,7 +185,7 @@ void LectureHallTest::boothIsCutOff()
 void LectureHallTest::linkIsCut()
 {
     House house;
-    OPENS(house);
+    HALL_OPENS(house);
     QCOMPARE(manage(house.hall, { QStringLiteral("listen"), QStringLiteral("remove"), house.booth.address() }), 0);
     house.lectern.press(1);
     SHOWS(house.lectern, QLatin1String("The booth does not follow: is the link cut?"));
@@ -198,7 +198,7 @@ void LectureHallTest::linkIsCut()
 void LectureHallTest::hallRestartsInMidLecture()
 {
     House house;
-    OPENS(house);
+    HALL_OPENS(house);
     house.lectern.press(1);
     house.lectern.press(12);
     LIGHTS(house.operators, 21);
@@ -220,7 +220,7 @@ void LectureHallTest::hallRestartsInMidLecture()
 void LectureHallTest::closingTime()
 {
     House house;
-    OPENS(house);
+    HALL_OPENS(house);
     house.lectern.press(1);
     SHOWS(house.lectern, kSlides);
     house.lectern.press(42);
@@ -235,5 +235,5 @@ void LectureHallTest::closingTime()
     SAYS(house.booth, "Off relay: 3");
 }
 
-QTEST_GUILESS_MAIN(LectureHallTest)
+TEST_CLASS(LectureHallTest)
 #include "LectureHallTest.moc"

@@ -1,6 +1,6 @@
 #include "compiler/Compiler.h"
 #include "compiler/format/Formatter.h"
-#include "support/SourceContent.h"
+#include "support/SourceWords.h"
 
 #include <QStringList>
 #include <cstdlib>
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     }
     expectSame(formatSource(once.text).text, once.text, "not idempotent");
-    expectSame(contentOf(once.text).join(QLatin1Char('\n')), contentOf(text).join(QLatin1Char('\n')), "other content");
+    expectSame(wordsOf(once.text).join(QLatin1Char('\n')), wordsOf(text).join(QLatin1Char('\n')), "other content");
     if (text.contains(QLatin1String("include"), Qt::CaseInsensitive)) {
         return 0; // reads no files
     }

@@ -1,9 +1,9 @@
 #include "support/ScriptedProgram.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QFile>
-#include <QTest>
 
 /// Whole programs in the source form with what they must do: see support/ScriptedProgram.h for the notation.
 /// A file holds several programs, each after a line "//# what it shows".
@@ -34,5 +34,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ProgramsTest)
+TEST_CLASS(ProgramsTest)
 #include "ProgramsTest.moc"

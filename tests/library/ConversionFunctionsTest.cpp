@@ -1,15 +1,12 @@
 #include "LibraryBench.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QtTest>
 
 #include <cmath>
 #include <limits>
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 /// Numbers to text and back, arithmetic, dates and times, checksums, audio frames: what only computes.
 class ConversionFunctionsTest : public QObject
@@ -319,5 +316,5 @@ void ConversionFunctionsTest::drawsRandomNumbers()
     QCOMPARE(bench.call("random_number", { 0 }), QVariant(0.0));
 }
 
-QTEST_GUILESS_MAIN(ConversionFunctionsTest)
+TEST_CLASS(ConversionFunctionsTest)
 #include "ConversionFunctionsTest.moc"

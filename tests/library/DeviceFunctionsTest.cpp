@@ -2,8 +2,7 @@
 #include "base/Clock.h"
 #include "base/SystemNumber.h"
 #include "support/Table.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 #include <limits>
 
@@ -350,5 +349,5 @@ void DeviceFunctionsTest::steersTimelines()
     QCOMPARE(bench.call("timeline_active", {}), QVariant(0.0));
 }
 
-QTEST_GUILESS_MAIN(DeviceFunctionsTest)
+TEST_CLASS(DeviceFunctionsTest)
 #include "DeviceFunctionsTest.moc"

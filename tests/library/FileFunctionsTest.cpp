@@ -1,8 +1,7 @@
 #include "LibraryBench.h"
 #include "support/Files.h"
 #include "support/Table.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 #include <sys/stat.h>
 
@@ -205,5 +204,5 @@ void FileFunctionsTest::closesWithTheProgram()
     QCOMPARE(openFiles(), before);
 }
 
-QTEST_GUILESS_MAIN(FileFunctionsTest)
+TEST_CLASS(FileFunctionsTest)
 #include "FileFunctionsTest.moc"

@@ -10,8 +10,12 @@
 #include <QVariant>
 
 #include <functional>
+#include <limits>
 
 Q_DECLARE_METATYPE(ValueRef)
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 /// The program's calls to the outside, as lines; questions answer with what the test set.
 class RecordingDevices : public FakeDevices

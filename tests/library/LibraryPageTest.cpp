@@ -1,8 +1,8 @@
 #include "library/Library.h"
 #include "support/MarkdownPage.h"
+#include "support/TestClass.h"
 
 #include <QFile>
-#include <QtTest>
 
 /// docs/library.md has an entry for every built-in, with an example. That the examples hold, CodeBlocksTest sees.
 class LibraryPageTest : public QObject
@@ -30,5 +30,5 @@ void LibraryPageTest::describesEveryBuiltin()
     }
 }
 
-QTEST_GUILESS_MAIN(LibraryPageTest)
+TEST_CLASS(LibraryPageTest)
 #include "LibraryPageTest.moc"

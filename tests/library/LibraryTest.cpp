@@ -2,11 +2,11 @@
 #include "support/Table.h"
 
 #include "base/Clock.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QRandomGenerator>
 #include <QSet>
-#include <QtTest>
 
 #include <limits>
 
@@ -59,7 +59,6 @@ namespace {
 /// Arguments of every kind and size, also such that no program would pass.
 QVariant anyArgument(QRandomGenerator &random)
 {
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
     constexpr double kNumbers[] = { 0,
                                     1,
                                     -1,
@@ -154,5 +153,5 @@ void LibraryTest::takesAnything()
     QVERIFY(QDir::setCurrent(before));
 }
 
-QTEST_GUILESS_MAIN(LibraryTest)
+TEST_CLASS(LibraryTest)
 #include "LibraryTest.moc"

@@ -1,7 +1,6 @@
 #include "LibraryBench.h"
 #include "support/Table.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 /// What the socket functions check, report, ask for and give.
 class SocketFunctionsTest : public QObject
@@ -162,5 +161,5 @@ void SocketFunctionsTest::tellsOfDroppedMessages()
              QStringList(QStringLiteral("Too many messages of tcp_send function are waiting, one was dropped")));
 }
 
-QTEST_GUILESS_MAIN(SocketFunctionsTest)
+TEST_CLASS(SocketFunctionsTest)
 #include "SocketFunctionsTest.moc"

@@ -1,12 +1,8 @@
 #include "LibraryBench.h"
 #include "support/Table.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 #include <limits>
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 class StringFunctionsTest : public QObject
 {
@@ -284,5 +280,5 @@ void StringFunctionsTest::setsLengths()
     QCOMPARE(lengthAfter(bounded, kNan), 0);
 }
 
-QTEST_GUILESS_MAIN(StringFunctionsTest)
+TEST_CLASS(StringFunctionsTest)
 #include "StringFunctionsTest.moc"

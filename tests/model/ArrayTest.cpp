@@ -1,7 +1,6 @@
 #include "model/Values.h"
 #include "support/Table.h"
-
-#include <QTest>
+#include "support/TestClass.h"
 
 namespace {
 std::unique_ptr<Array> numbers(int typeCode, const std::vector<double> &values, int maxLength = 0)
@@ -231,5 +230,5 @@ void ArrayTest::sparseIndexTakesNoMemory()
     }
 }
 
-QTEST_GUILESS_MAIN(ArrayTest)
+TEST_CLASS(ArrayTest)
 #include "ArrayTest.moc"

@@ -4,10 +4,10 @@
 #include "model/Values.h"
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QSettings>
 #include <QTemporaryDir>
-#include <QTest>
 
 namespace {
 std::unique_ptr<Double> variable(const char *name, int storageClass, double value)
@@ -225,5 +225,5 @@ private:
     std::unique_ptr<QTemporaryDir> m_directory;
 };
 
-QTEST_GUILESS_MAIN(StorageTest)
+TEST_CLASS(StorageTest)
 #include "StorageTest.moc"

@@ -1,10 +1,10 @@
 #include "base/Clock.h"
 #include "program/AST.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
 
 namespace {
 Name name(const char *text)
@@ -184,5 +184,5 @@ private:
     QTemporaryDir m_directory;
 };
 
-QTEST_GUILESS_MAIN(StructTest)
+TEST_CLASS(StructTest)
 #include "StructTest.moc"

@@ -1,8 +1,8 @@
 #include "net/controllers/ControllerLinks.h"
 #include "support/FakeTarget.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include <QDataStream>
-#include <QtTest>
 
 namespace {
 /// 127.32.0.0 to 127.63.255.255, told apart by process.
@@ -247,5 +247,5 @@ void ControllerLinksTest::targetThatDoesNotReadIsClosed()
     QTRY_COMPARE(reads.heard.last(), QByteArray("cancelTo:"));
 }
 
-QTEST_GUILESS_MAIN(ControllerLinksTest)
+TEST_CLASS(ControllerLinksTest)
 #include "ControllerLinksTest.moc"

@@ -1,16 +1,13 @@
+#include "LinkFrames.h"
 #include "net/controllers/ListenerSession.h"
 #include "net/link/LinkCodes.h"
 #include "support/Spoken.h"
 #include "support/Table.h"
-#include <QtTest>
+#include "support/TestClass.h"
 
 namespace {
-const QByteArray kBeat = QByteArray::fromHex("5651000000011515ac");
-const QByteArray kBeatAnswer = QByteArray::fromHex("5651000000011616ac");
-const QByteArray kIdentify = QByteArray::fromHex("56510000000219011aac");
-const QByteArray kHandshake = QByteArray::fromHex("56510000000a1f333a3130303a6d3a312fac"); // 3:100:m:1
-const QByteArray kAck7 = QByteArray::fromHex("565100000005210000000728ac");
-const QByteArray kAsk1 = QByteArray::fromHex("56510000000a3f000000017379733a310aac"); // id 1, sys:1
+const QByteArray kControllerHandshake = QByteArray::fromHex("56510000000a1f333a3130303a6d3a312fac"); // 3:100:m:1
+const QByteArray kAsk1 = QByteArray::fromHex("56510000000a3f000000017379733a310aac");                // id 1, sys:1
 
 QByteArray message(quint32 id, const QByteArray &body)
 {
@@ -34,7 +31,7 @@ QString shown(const TargetMessage &message)
 }
 
 /// A listener that has just been connected, and what it sends and tells.
-struct Listener
+struct ListenerEnd
 {
     ListenerSession session{ "3:100:m:1", 0 };
     std::vector<TargetMessage> messages;
@@ -118,7 +115,7 @@ void ControllerSessionTest::readsTargets()
 {
     QFETCH(QByteArray, body);
     QFETCH(QString, message);
-    Listener listener;
+    ListenerEnd listener;
     QCOMPARE(listener.receive(::message(7, body)), kAck7);
     QCOMPARE(listener.told(), message.isEmpty() ? QStringList() : QStringList{ message });
 }
@@ -168,15 +165,15 @@ void ControllerSessionTest::writesBodies()
 
 void ControllerSessionTest::introducesItself()
 {
-    Listener listener;
+    ListenerEnd listener;
     QCOMPARE(listener.output(), QByteArray()); // the target speaks first
-    QCOMPARE(listener.receive(kIdentify), kHandshake);
-    QCOMPARE(listener.receive(kIdentify), kHandshake); // whenever it asks
+    QCOMPARE(listener.receive(kIdentify), kControllerHandshake);
+    QCOMPARE(listener.receive(kIdentify), kControllerHandshake); // whenever it asks
 }
 
 void ControllerSessionTest::asksForTheNumberUntilItIsKnown()
 {
-    Listener listener;
+    ListenerEnd listener;
     QVERIFY(listener.session.tick(200));
     QCOMPARE(listener.output(), QByteArray());
     listener.session.tick(400);
@@ -196,7 +193,7 @@ void ControllerSessionTest::asksForTheNumberUntilItIsKnown()
 
 void ControllerSessionTest::tellsOnceWhatCameTwice()
 {
-    Listener listener;
+    ListenerEnd listener;
     const QByteArray data = message(7, "string:7:1:on");
     QCOMPARE(listener.receive(data + data), kAck7 + kAck7);
     QCOMPARE(listener.receive(data, 900), kAck7);
@@ -206,7 +203,7 @@ void ControllerSessionTest::tellsOnceWhatCameTwice()
 void ControllerSessionTest::silentTargetIsGivenUp()
 {
     // Sent at 1, 3 and 5 s, missed at 2, 4 and 6 s.
-    Listener listener;
+    ListenerEnd listener;
     qint64 nowMs = 0;
     int beats = 0;
     while (nowMs < 10000 && listener.session.tick(nowMs += 200)) {
@@ -215,7 +212,7 @@ void ControllerSessionTest::silentTargetIsGivenUp()
     QCOMPARE(nowMs, qint64(6000));
     QCOMPARE(beats, 3);
 
-    Listener answered;
+    ListenerEnd answered;
     for (nowMs = 200; nowMs < 60000; nowMs += 200) {
         QVERIFY(answered.session.tick(nowMs));
         if (nowMs % 4000 == 0) { // one answer a while is enough
@@ -226,7 +223,7 @@ void ControllerSessionTest::silentTargetIsGivenUp()
 
 void ControllerSessionTest::resendsAndForgets()
 {
-    Listener listener;
+    ListenerEnd listener;
     listener.receive(message(1, "sys:7"));
     listener.session.send("cancelTo:", 50);
     const QByteArray cancel = listener.output();
@@ -247,7 +244,7 @@ void ControllerSessionTest::resendsAndForgets()
 
 void ControllerSessionTest::restsWhileNotReading()
 {
-    Listener listener;
+    ListenerEnd listener;
     listener.session.send("cancelTo:", 0);
     listener.output();
     for (qint64 nowMs = 200; nowMs <= 20000; nowMs += 200) {
@@ -262,7 +259,7 @@ void ControllerSessionTest::anythingMayArrive()
     quint32 seed = 4711;
     const auto random = [&seed] { return (seed = seed * 1664525 + 1013904223) >> 16; };
     const QByteArrayList words{ "sys:", "string:", "io:", "query:", ":", "0", "7", "-1", "4294967296", "\xff", "x" };
-    Listener listener;
+    ListenerEnd listener;
     for (int round = 0; round < 5000; ++round) {
         QByteArray body;
         for (int count = static_cast<int>(random() % 8); count > 0; --count) {
@@ -276,5 +273,5 @@ void ControllerSessionTest::anythingMayArrive()
     QCOMPARE(listener.told(), QStringList{ QStringLiteral("push 7 3") });
 }
 
-QTEST_APPLESS_MAIN(ControllerSessionTest)
+TEST_CLASS(ControllerSessionTest)
 #include "ControllerSessionTest.moc"

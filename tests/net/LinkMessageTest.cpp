@@ -1,6 +1,6 @@
 #include "net/client/LinkMessage.h"
 #include "support/Table.h"
-#include <QtTest>
+#include "support/TestClass.h"
 
 namespace {
 QString shown(const LinkMessage &message)
@@ -93,5 +93,5 @@ void LinkMessageTest::decodesSnapshot()
     QCOMPARE(found.join(QLatin1Char(' ')), records);
 }
 
-QTEST_APPLESS_MAIN(LinkMessageTest)
+TEST_CLASS(LinkMessageTest)
 #include "LinkMessageTest.moc"

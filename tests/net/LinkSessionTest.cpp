@@ -1,27 +1,24 @@
 #include "net/link/LinkSession.h"
+#include "LinkFrames.h"
 #include "support/Spoken.h"
 #include "support/Table.h"
-#include <QtTest>
+#include "support/TestClass.h"
 
 namespace {
-const QByteArray kIdentify = QByteArray::fromHex("56510000000219011aac");
-const QByteArray kBeat = QByteArray::fromHex("5651000000011515ac");
-const QByteArray kBeatAnswer = QByteArray::fromHex("5651000000011616ac");
-const QByteArray kHandshake =
+const QByteArray kPanelHandshake =
     QByteArray::fromHex("5651000000121f313a31303030313a4c6f6262793a322e3078ac");               // 1:10001:Lobby:2.0
 const QByteArray kPush7 = QByteArray::fromHex("56510000000e2a0000000731303030313a353a30fcac"); // id 7, 10001:5:0
-const QByteArray kAck7 = QByteArray::fromHex("565100000005210000000728ac");
 const QByteArray kAck1 = QByteArray::fromHex("565100000005210000000122ac");
 const QByteArray kGo1 = QByteArray::fromHex("5651000000071e00000001474fb5ac");             // id 1, "GO"
 const QByteArray kLevelSecond = QByteArray::fromHex("5651000000091d00000002313a3630f0ac"); // id 2, 1:60
 
 /// A session that has sent its identify request, and what it answers and tells.
-struct Peer
+struct PanelEnd
 {
     LinkSession session{ 0 };
     std::vector<LinkEvent> events;
 
-    Peer() { output(); }
+    PanelEnd() { output(); }
 
     QByteArray output()
     {
@@ -140,9 +137,9 @@ void LinkSessionTest::readsBodies()
     QFETCH(QByteArray, body);
     QFETCH(QString, event);
     const bool isAcknowledged = (code >= 0x2A && code <= 0x2C) || code == 0x3F;
-    Peer peer;
+    PanelEnd peer;
     if (code != LinkCode::kHandshake) {
-        peer.receive(kHandshake);
+        peer.receive(kPanelHandshake);
         peer.events.clear();
     }
     const QByteArray id = isAcknowledged ? QByteArray::fromHex("00000007") : QByteArray();
@@ -153,8 +150,8 @@ void LinkSessionTest::readsBodies()
 
 void LinkSessionTest::acknowledgesBeforeItTells()
 {
-    Peer peer;
-    QCOMPARE(peer.receive(kHandshake + kPush7 + kBeat), kAck7 + kBeatAnswer);
+    PanelEnd peer;
+    QCOMPARE(peer.receive(kPanelHandshake + kPush7 + kBeat), kAck7 + kBeatAnswer);
     QCOMPARE(peer.events.size(), size_t(2));
     QCOMPARE(peer.receive(kPush7, 999), kAck7); // again: confirmed again, told once
     QCOMPARE(peer.events.size(), size_t(2));
@@ -169,7 +166,7 @@ void LinkSessionTest::acknowledgesBeforeItTells()
 
 void LinkSessionTest::strangersMayDoLittle()
 {
-    Peer stranger;
+    PanelEnd stranger;
     QCOMPARE(stranger.receive(kPush7 + messageFrameBytes(0x3F, 8, "sys:1") + frameBytes(0x33, "text:5:1:Go")),
              QByteArray());
     stranger.receive(kPush7); // again, as it was not confirmed
@@ -181,7 +178,7 @@ void LinkSessionTest::strangersMayDoLittle()
     stranger.receive(large + large);
     QVERIFY(stranger.events.empty());
     // In one piece. What it said too early comes now, in its order, and once; an answer to nobody's question does not.
-    QCOMPARE(stranger.receive(kHandshake + large + kPush7),
+    QCOMPARE(stranger.receive(kPanelHandshake + large + kPush7),
              kAck7 + frameBytes(0x21, QByteArray::fromHex("00000008")) + kAck7);
     QStringList told;
     for (const LinkEvent &event : stranger.events) {
@@ -196,8 +193,8 @@ void LinkSessionTest::damagedFramesDoNothing()
     wrongSum[wrongSum.size() - 2] = 0;
     const QByteArray shortId = frameBytes(0x2A, QByteArray::fromHex("000000"));
     const QByteArray giant = QByteArray::fromHex("5651 7fffffff");
-    Peer peer;
-    peer.receive(kHandshake);
+    PanelEnd peer;
+    peer.receive(kPanelHandshake);
     peer.events.clear();
     QCOMPARE(peer.receive("noise VQ" + wrongSum + shortId + giant), QByteArray());
     QVERIFY(peer.events.empty());
@@ -210,8 +207,8 @@ void LinkSessionTest::anythingMayArrive()
     // Half of the bytes come from frames, so that more than the parser's hunt is reached.
     quint32 seed = 12345;
     const auto random = [&seed] { return (seed = seed * 1664525 + 1013904223) >> 16; };
-    Peer peer;
-    peer.receive(kHandshake);
+    PanelEnd peer;
+    peer.receive(kPanelHandshake);
     for (int round = 0; round < 3000; ++round) {
         QByteArray bytes;
         const int count = static_cast<int>(random() % 40);
@@ -230,22 +227,22 @@ void LinkSessionTest::asksForTheHandshake()
 {
     LinkSession fresh(0);
     QCOMPARE(QByteArray(fresh.output().data(), fresh.output().size()), kIdentify);
-    Peer peer;
+    PanelEnd peer;
     QByteArray sent;
     for (qint64 now = 200; now <= 2000; now += 200) {
         peer.session.tick(now);
         sent += peer.output();
     }
     QCOMPARE(sent, kIdentify + kIdentify); // after 1 s and 2 s
-    peer.receive(kHandshake, 2100);
+    peer.receive(kPanelHandshake, 2100);
     peer.session.tick(3000);
     QCOMPARE(peer.output(), QByteArray());
 }
 
 void LinkSessionTest::silentPeerIsGivenUp()
 {
-    Peer peer;
-    peer.receive(kHandshake);
+    PanelEnd peer;
+    peer.receive(kPanelHandshake);
     QVERIFY(peer.session.tick(1000));
     peer.receive(kBeat, 1500);
     for (qint64 now = 2000; now <= 11'000; now += 1000) {
@@ -253,7 +250,7 @@ void LinkSessionTest::silentPeerIsGivenUp()
     }
     QVERIFY(!peer.session.tick(12'000));
 
-    Peer frozen; // the process itself had stopped for an hour: the peer is not to blame
+    PanelEnd frozen; // the process itself had stopped for an hour: the peer is not to blame
     QVERIFY(frozen.session.tick(3'600'000));
     QVERIFY(frozen.session.tick(3'600'200));
 }
@@ -261,11 +258,11 @@ void LinkSessionTest::silentPeerIsGivenUp()
 void LinkSessionTest::transferSilencesTheRest()
 {
     const QByteArray damagedChunk = QByteArray::fromHex("5651 00000006 23 00000000 41 00 AC");
-    Peer peer;
-    QCOMPARE(peer.receive(kHandshake + damagedChunk), QByteArray());
+    PanelEnd peer;
+    QCOMPARE(peer.receive(kPanelHandshake + damagedChunk), QByteArray());
     peer.session.setTransferring(true);
     peer.events.clear();
-    QCOMPARE(peer.receive(kHandshake + kBeat + damagedChunk), QByteArray());
+    QCOMPARE(peer.receive(kPanelHandshake + kBeat + damagedChunk), QByteArray());
     QCOMPARE(peer.events.size(), size_t(1));
     QVERIFY(!std::get<OtherFrame>(peer.events.front()).frame.checksumOk);
     for (qint64 now = 1000; now <= 60'000; now += 1000) {
@@ -277,7 +274,7 @@ void LinkSessionTest::transferSilencesTheRest()
 
 void LinkSessionTest::resendsAndStops()
 {
-    Peer peer;
+    PanelEnd peer;
     peer.session.sendMessage(0x1E, "GO", 0);
     QCOMPARE(peer.output(), kGo1);
     peer.session.tick(200);
@@ -288,7 +285,7 @@ void LinkSessionTest::resendsAndStops()
     peer.session.tick(600);
     QCOMPARE(peer.output(), QByteArray());
 
-    Peer slider;
+    PanelEnd slider;
     slider.session.sendLevel(1, 50, 0);
     slider.session.sendLevel(1, 60, 10);
     slider.output();
@@ -301,7 +298,7 @@ void LinkSessionTest::resendsAndStops()
 
 void LinkSessionTest::waitsWithResendsUntilOutputIsGone()
 {
-    Peer peer;
+    PanelEnd peer;
     peer.session.sendMessage(0x1E, "GO", 0); // the socket takes nothing
     for (qint64 now = 200; now <= 4800; now += 200) {
         peer.session.tick(now);
@@ -321,5 +318,5 @@ void LinkSessionTest::messageIdsSkipZero()
     QCOMPARE(sent.right(sent.size() / 2), kGo1); // id 1
 }
 
-QTEST_APPLESS_MAIN(LinkSessionTest)
+TEST_CLASS(LinkSessionTest)
 #include "LinkSessionTest.moc"

@@ -1,7 +1,7 @@
 #include "net/link/ManagementCommand.h"
 #include "io/HostNetwork.h"
 #include "support/Table.h"
-#include <QtTest>
+#include "support/TestClass.h"
 
 using namespace Management;
 
@@ -139,5 +139,5 @@ void ManagementCommandTest::wrongNetworks()
     QTEST(problemOf(wanted).value_or(QString()), "problem");
 }
 
-QTEST_APPLESS_MAIN(ManagementCommandTest)
+TEST_CLASS(ManagementCommandTest)
 #include "ManagementCommandTest.moc"

@@ -2,13 +2,14 @@
 #include "base/Frame.h"
 #include "base/Monitor.h"
 #include "net/client/LinkClient.h"
+#include "support/Loopback.h"
 #include "support/Spoken.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include <QNetworkDatagram>
 #include <QSignalSpy>
 #include <QTcpSocket>
 #include <QUdpSocket>
-#include <QtTest>
 
 #include <atomic>
 #include <mutex>
@@ -19,7 +20,6 @@
 
 namespace {
 constexpr int kPanel = 10001;
-const QHostAddress kHere(QStringLiteral("127.0.0.1"));
 
 /// The rest of the system: writes down what the link asks of it. Safe for the I/O threads.
 class System : public PanelEvents, public PanelReplies, public PanelPresence, public LinkServices
@@ -650,5 +650,5 @@ void NetworkManagerTest::discoveryAnswersOnLoopback()
     QCOMPARE(listener.receiveDatagram().data(), answer);
 }
 
-QTEST_GUILESS_MAIN(NetworkManagerTest)
+TEST_CLASS(NetworkManagerTest)
 #include "NetworkManagerTest.moc"

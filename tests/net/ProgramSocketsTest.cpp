@@ -1,6 +1,7 @@
 #include "SocketBench.h"
 #include "base/Monitor.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QEventLoop>
 
@@ -680,5 +681,5 @@ void ProgramSocketsTest::restartsAll()
     SEES(bench, { "string 1 x" });
 }
 
-QTEST_GUILESS_MAIN(ProgramSocketsTest)
+TEST_CLASS(ProgramSocketsTest)
 #include "ProgramSocketsTest.moc"

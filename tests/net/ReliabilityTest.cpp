@@ -1,7 +1,7 @@
 #include "net/link/DuplicateFilter.h"
 #include "net/link/ResendTable.h"
 #include "support/Table.h"
-#include <QtTest>
+#include "support/TestClass.h"
 
 /// The pending sends and the received ids, driven with times of our own.
 class ReliabilityTest : public QObject
@@ -112,5 +112,5 @@ void ReliabilityTest::duplicates()
     QVERIFY(!filter.isNew(6, 1002));
 }
 
-QTEST_APPLESS_MAIN(ReliabilityTest)
+TEST_CLASS(ReliabilityTest)
 #include "ReliabilityTest.moc"

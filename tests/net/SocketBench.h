@@ -4,6 +4,7 @@
 #include "library/ControlProgram.h"
 #include "net/sockets/ProgramSockets.h"
 #include "support/FakeDevices.h"
+#include "support/Loopback.h"
 #include "support/Table.h"
 
 #include <QTcpServer>
@@ -93,8 +94,6 @@ private:
 #define READS(peer, bytes)                                                                                             \
     QTRY_COMPARE((peer)->peek((peer)->bytesAvailable()), QByteArray(bytes));                                           \
     (peer)->readAll()
-
-inline const QHostAddress kHere(QStringLiteral("127.0.0.1"));
 
 /// A port that was free a moment ago.
 inline quint16 freePort()

@@ -2,6 +2,7 @@
 #include "net/sockets/IpMonitor.h"
 #include "net/sockets/OneShotSends.h"
 #include "net/sockets/OwnAddresses.h"
+#include "support/TestClass.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
@@ -133,5 +134,5 @@ void SocketSurroundingsTest::lastWordsArrive()
     QCOMPARE(peer->readAll(), QByteArray("last words"));
 }
 
-QTEST_GUILESS_MAIN(SocketSurroundingsTest)
+TEST_CLASS(SocketSurroundingsTest)
 #include "SocketSurroundingsTest.moc"

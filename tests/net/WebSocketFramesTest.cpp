@@ -1,9 +1,9 @@
 #include "net/sockets/websocket/WebSocketFrames.h"
 #include "net/sockets/websocket/WebSocketHandshake.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QUrl>
-#include <QtTest>
 
 /// The bytes of the WebSocket protocol.
 class WebSocketFramesTest : public QObject
@@ -211,5 +211,5 @@ void WebSocketFramesTest::recognisesAnswers()
     QCOMPARE(WebSocketHandshake::isAccepted(answer, "dGhlIHNhbXBsZSBub25jZQ=="), isGood);
 }
 
-QTEST_APPLESS_MAIN(WebSocketFramesTest)
+TEST_CLASS(WebSocketFramesTest)
 #include "WebSocketFramesTest.moc"

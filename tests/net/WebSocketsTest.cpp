@@ -1,5 +1,6 @@
 #include "SocketBench.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 
 #include <QSslCertificate>
 #include <QSslConfiguration>
@@ -384,5 +385,5 @@ void WebSocketsTest::clientRestarts()
     SEES(bench, { "string 1 x" });
 }
 
-QTEST_GUILESS_MAIN(WebSocketsTest)
+TEST_CLASS(WebSocketsTest)
 #include "WebSocketsTest.moc"

@@ -1,5 +1,6 @@
 #include "net/link/MonitorPast.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include "tools/arkctl/IrNotation.h"
 #include "tools/arkctl/IrText.h"
 #include "tools/arkctl/LinkRun.h"
@@ -11,7 +12,6 @@
 #include "tools/arkctl/commands/ListenCommand.h"
 #include "tools/arkctl/commands/PortTestCommand.h"
 #include <QDateTime>
-#include <QtTest>
 
 namespace {
 QString shown(const std::variant<PanelScript, std::string> &parsed)
@@ -486,5 +486,5 @@ void ArkctlTest::pastRepliesAreReadWhole()
     }
 }
 
-QTEST_APPLESS_MAIN(ArkctlTest)
+TEST_CLASS(ArkctlTest)
 #include "ArkctlTest.moc"

@@ -1,5 +1,6 @@
 #include "support/Files.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include "tools/arkhost/ControllerArguments.h"
 #include "tools/arkhost/CrashReports.h"
 #include "tools/arkhost/HostLeds.h"
@@ -10,7 +11,6 @@
 
 #include <QDir>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <csignal>
 
@@ -219,5 +219,5 @@ void ArkhostTest::argumentsOfTheController()
     QCOMPARE(ControllerArguments::objectFile(arguments), objectFile.replace(QLatin1Char('%'), directory.path()));
 }
 
-QTEST_GUILESS_MAIN(ArkhostTest)
+TEST_CLASS(ArkhostTest)
 #include "ArkhostTest.moc"

@@ -1,9 +1,9 @@
+#include "support/TestClass.h"
 #include "tools/arkctl/screen/MentionedCodes.h"
 #include "tools/arkctl/screen/MouseReport.h"
 #include "tools/arkctl/screen/PanelKeys.h"
 #include "tools/arkctl/screen/PanelPicture.h"
 #include "tools/arkctl/screen/ScreenText.h"
-#include <QtTest>
 
 /// The panel on the terminal without a terminal: what keys do, and what is drawn.
 class PanelScreenTest : public QObject
@@ -532,5 +532,5 @@ void PanelScreenTest::everySize()
     }
 }
 
-QTEST_APPLESS_MAIN(PanelScreenTest)
+TEST_CLASS(PanelScreenTest)
 #include "PanelScreenTest.moc"

@@ -1,11 +1,11 @@
 #include "web/FileController.h"
 #include "support/Table.h"
+#include "support/TestClass.h"
 #include "web/HttpConversation.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <unistd.h>
 
@@ -368,5 +368,5 @@ void FileControllerTest::unreadableFile()
     QCOMPARE(site.get("/f"), kNoPage); // not the page for a missing one
 }
 
-QTEST_GUILESS_MAIN(FileControllerTest)
+TEST_CLASS(FileControllerTest)
 #include "FileControllerTest.moc"

@@ -1,7 +1,6 @@
 #include "web/HttpConversation.h"
 #include "support/Table.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 #include <stdexcept>
 
@@ -234,5 +233,5 @@ void HttpConversationTest::defaultHandler()
              QByteArray("HTTP/1.1 501 not implemented\r\nContent-Length: 19\r\n\r\n501 not implemented"));
 }
 
-QTEST_GUILESS_MAIN(HttpConversationTest)
+TEST_CLASS(HttpConversationTest)
 #include "HttpConversationTest.moc"

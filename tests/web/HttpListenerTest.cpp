@@ -1,5 +1,6 @@
 #include "web/HttpListener.h"
 #include "support/Files.h"
+#include "support/TestClass.h"
 #include "web/FileController.h"
 
 #include <QDir>
@@ -8,7 +9,6 @@
 #include <QSettings>
 #include <QSslSocket>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <csignal>
 
@@ -138,7 +138,7 @@ struct Client
     }
 };
 
-const QByteArray kGetA = "GET /a HTTP/1.1\r\n\r\n";
+const QByteArray kGetFileA = "GET /a HTTP/1.1\r\n\r\n";
 const QByteArray kTooMany = "HTTP/1.1 503 too many connections\r\nConnection: close\r\n\r\nToo many connections\r\n";
 
 void plainAndEncrypted()
@@ -200,8 +200,8 @@ void HttpListenerTest::pipelinedFiles()
     server.start();
     QCOMPARE(server.listener->isEncrypted(), isEncrypted);
     Client client(server, isEncrypted);
-    client.say("GET /large HTTP/1.1\r\n\r\n" + kGetA + "GET /large HTTP/1.1\r\nRange: bytes=1000000-4999999\r\n\r\n" +
-               "GET /a HTTP/1.0\r\n\r\n" + kGetA);
+    client.say("GET /large HTTP/1.1\r\n\r\n" + kGetFileA +
+               "GET /large HTTP/1.1\r\nRange: bytes=1000000-4999999\r\n\r\n" + "GET /a HTTP/1.0\r\n\r\n" + kGetFileA);
     QVERIFY2(client.hearsTheEnd(), qPrintable(client.socket.errorString()));
     QByteArrayList bodies;
     for (int at = client.heard.indexOf("HTTP/1.1 20"); at >= 0;) {
@@ -230,25 +230,25 @@ void HttpListenerTest::tooManyConnections()
     server.start();
     Client first(server, isEncrypted);
     auto second = std::make_unique<Client>(server, isEncrypted);
-    first.say(kGetA);
+    first.say(kGetFileA);
     QVERIFY(first.hears("page a"));
     QTRY_COMPARE(server.listener->connectionCount(), 2);
     Client third(server, isEncrypted);
-    third.say(kGetA);
+    third.say(kGetFileA);
     QVERIFY(third.hearsTheEnd());
     QVERIFY2(third.heard.startsWith(kTooMany.left(kTooMany.indexOf('\r'))), third.heard.constData());
     QVERIFY(third.heard.endsWith("Too many connections\r\n"));
     first.heard.clear();
-    first.say(kGetA); // those that have a place are served on
+    first.say(kGetFileA); // those that have a place are served on
     QVERIFY(first.hears("page a"));
     second.reset();
     QTRY_COMPARE(server.listener->connectionCount(), 1);
     Client fourth(server, isEncrypted);
-    fourth.say(kGetA);
+    fourth.say(kGetFileA);
     QVERIFY(fourth.hears("page a"));
     if (!isEncrypted) { // another address has fewer, so it gets the place of the one that has idled longest
         Client other(server, "127.0.0.2");
-        other.say(kGetA);
+        other.say(kGetFileA);
         QVERIFY(other.hears("page a"));
         QVERIFY(first.hearsTheEnd());
     }
@@ -264,7 +264,7 @@ void HttpListenerTest::readTimeout_data()
         QTest::addRow("%s, half a request", kind) << isEncrypted << QByteArray("GET /a HT");
         QTest::addRow("%s, half a body", kind)
             << isEncrypted << QByteArray("POST /a HTTP/1.1\r\nContent-Length: 9\r\n\r\nabc");
-        QTest::addRow("%s, after an answer", kind) << isEncrypted << kGetA;
+        QTest::addRow("%s, after an answer", kind) << isEncrypted << kGetFileA;
     }
 }
 
@@ -278,7 +278,7 @@ void HttpListenerTest::readTimeout()
     Client client(server, isEncrypted);
     client.say(said);
     QVERIFY2(client.hearsTheEnd(), qPrintable(client.socket.errorString()));
-    QCOMPARE(client.heard.count("HTTP/1.1 200 OK"), said == kGetA ? 1 : 0);
+    QCOMPARE(client.heard.count("HTTP/1.1 200 OK"), said == kGetFileA ? 1 : 0);
     QTRY_COMPARE(server.listener->connectionCount(), 0);
 }
 
@@ -301,7 +301,7 @@ void HttpListenerTest::stallingClientLosesItsPlace()
     QByteArray lastAnswer;
     const auto tryAgain = [&] {
         auto client = std::make_unique<Client>(server);
-        client->say(kGetA);
+        client->say(kGetFileA);
         client->hears("\r\n\r\n");
         lastAnswer = client->heard;
         const bool isServed = lastAnswer.startsWith("HTTP/1.1 200");
@@ -313,7 +313,7 @@ void HttpListenerTest::stallingClientLosesItsPlace()
     QTRY_VERIFY(served.size() == 2 || (tryAgain() && served.size() == 2));
     QVERIFY(!tryAgain());
     QCOMPARE(lastAnswer.left(kTooMany.size()), kTooMany.left(lastAnswer.size()));
-    silent.say(kGetA);
+    silent.say(kGetFileA);
     QVERIFY(silent.hears("page a"));
     QVERIFY(slow.hearsTheEnd());
 }
@@ -385,7 +385,7 @@ void HttpListenerTest::tlsWithBadFiles()
     QVERIFY(!server.listener->isEncrypted());
     QVERIFY(server.listener->warning().contains(server.settings.sslCertFile));
     Client client(server);
-    client.say(kGetA);
+    client.say(kGetFileA);
     QVERIFY(client.hears("page a"));
 
     Server twin;
@@ -402,7 +402,7 @@ void HttpListenerTest::tlsWithBadFiles()
     QVERIFY(!twin.listener->isEncrypted());
     QVERIFY2(twin.listener->warning().contains(twin.settings.sslKeyFile), qPrintable(twin.listener->warning()));
     Client plain(twin);
-    plain.say(kGetA);
+    plain.say(kGetFileA);
     QVERIFY(plain.hears("page a"));
 }
 
@@ -416,7 +416,7 @@ void HttpListenerTest::tlsGarbage()
     server.settings.stallAfterMs = 300;
     server.start();
     Client plain(server);
-    plain.say(kGetA);
+    plain.say(kGetFileA);
     plain.hearsTheEnd();
     QVERIFY(!plain.heard.contains("page a"));
     QTRY_COMPARE(server.listener->connectionCount(), 0);
@@ -431,9 +431,9 @@ void HttpListenerTest::tlsGarbage()
         return client->socket.waitForEncrypted(kWaitMs);
     };
     QTRY_VERIFY((client && client->socket.isEncrypted()) || tryAgain());
-    client->say(kGetA);
+    client->say(kGetFileA);
     QVERIFY(client->hears("page a"));
 }
 
-QTEST_GUILESS_MAIN(HttpListenerTest)
+TEST_CLASS(HttpListenerTest)
 #include "HttpListenerTest.moc"

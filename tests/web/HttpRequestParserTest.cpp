@@ -1,7 +1,6 @@
 #include "web/HttpRequestParser.h"
 #include "support/Table.h"
-
-#include <QtTest>
+#include "support/TestClass.h"
 
 /// What the request parser takes, and what it refuses and why.
 class HttpRequestParserTest : public QObject
@@ -265,5 +264,5 @@ void HttpRequestParserTest::multipartParameterThatIsTooLarge()
     QCOMPARE(parser.refusal(), HttpRefusal::FieldTooLarge);
 }
 
-QTEST_GUILESS_MAIN(HttpRequestParserTest)
+TEST_CLASS(HttpRequestParserTest)
 #include "HttpRequestParserTest.moc"

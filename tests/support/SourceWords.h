@@ -5,7 +5,7 @@
 
 /// What a source must keep when it is laid out: its tokens without the case of keywords and without semicolons, which
 /// may go at line ends, and then its comments, without blanks at the ends of their lines.
-inline QStringList contentOf(const QString &text)
+inline QStringList wordsOf(const QString &text)
 {
     Sources sources;
     QStringList tokens;
