@@ -7,8 +7,8 @@
 namespace {
 using IrProtocols::Toggle;
 
-/// A frame as it grows: what follows the same is joined with it.
-class Frame
+/// A telegram as it grows: what follows the same is joined with it.
+class Telegram
 {
 public:
     void pulse(quint32 microseconds) { add(0, microseconds); }
@@ -50,7 +50,7 @@ constexpr quint32 kNecPeriod = 108000;
 /// The address, its second half or complement, command and its complement, each from the lowest bit.
 IrCode nec(quint32 addressLow, quint32 addressHigh, quint32 command)
 {
-    Frame frame;
+    Telegram frame;
     frame.pulse(16 * kNecUnit);
     frame.space(8 * kNecUnit);
     const quint32 bits = addressLow | addressHigh << 8 | command << 16 | (~command & 0xff) << 24;
@@ -59,7 +59,7 @@ IrCode nec(quint32 addressLow, quint32 addressHigh, quint32 command)
         frame.space(bit(bits, index) ? 3 * kNecUnit : kNecUnit);
     }
     frame.pulse(kNecUnit);
-    Frame repeat;
+    Telegram repeat;
     repeat.pulse(16 * kNecUnit);
     repeat.space(4 * kNecUnit);
     repeat.pulse(kNecUnit);
@@ -83,7 +83,7 @@ IrCode rc5(quint32 scancode, Toggle toggle)
     constexpr quint32 kUnit = 889;
     const quint32 bits = 1U << 13 | (bit(scancode, 6) ? 0U : 1U << 12) | (toggle == Toggle::One ? 1U << 11 : 0U) |
                          (scancode >> 8 & 0x1f) << 6 | (scancode & 0x3f);
-    Frame frame;
+    Telegram frame;
     for (int index = 13; index >= 0; --index) {
         if (bit(bits, index)) {
             frame.space(kUnit);
@@ -99,7 +99,7 @@ IrCode rc5(quint32 scancode, Toggle toggle)
 
 constexpr quint32 kRc6Unit = 444;
 
-void addRc6(Frame &frame, quint32 bits, int count, quint32 halfBit)
+void addRc6(Telegram &frame, quint32 bits, int count, quint32 halfBit)
 {
     for (int index = count - 1; index >= 0; --index) { // a 1 is a pulse and then a space
         if (bit(bits, index)) {
@@ -115,7 +115,7 @@ void addRc6(Frame &frame, quint32 bits, int count, quint32 halfBit)
 /// Leader, start bit, three mode bits, a trailer bit of twice the width, data from the highest bit.
 IrCode rc6(quint32 mode, bool trailer, quint32 data, int dataBits)
 {
-    Frame frame;
+    Telegram frame;
     frame.pulse(6 * kRc6Unit);
     frame.space(2 * kRc6Unit);
     addRc6(frame, 8 | mode, 4, kRc6Unit);
@@ -140,7 +140,7 @@ IrCode rc6Mce(quint32 scancode, Toggle toggle)
 IrCode sony(quint32 bits, int count)
 {
     constexpr quint32 kUnit = 600;
-    Frame frame;
+    Telegram frame;
     frame.pulse(4 * kUnit);
     for (int index = 0; index < count; ++index) {
         frame.space(kUnit);
