@@ -32,6 +32,7 @@ DESTDIR=$stage cmake --install build/release --prefix /usr >/dev/null
 strip --strip-unneeded --remove-section=.comment --remove-section=.note "$stage"/usr/bin/*
 [ ! -d "$stage/usr/share/man" ] || find "$stage/usr/share/man" -type f -exec gzip -9n {} +
 install -D -m 0644 packaging/arkivon.service "$stage/lib/systemd/system/arkivon.service"
+install -D -m 0644 packaging/60-arkivon.rules "$stage/lib/udev/rules.d/60-arkivon.rules"
 install -D -m 0644 packaging/arkivon.default "$stage/usr/share/arkivon/default"
 install -D -m 0644 packaging/debian/lintian-overrides "$stage/usr/share/lintian/overrides/arkivon"
 
