@@ -71,7 +71,7 @@ std::unique_ptr<BasicType> HiddenLists::makeElement(const Constant &item) const
         element = Array::ofBytes({ item.bytes.constData(), static_cast<size_t>(item.bytes.size()) });
         break;
     case Constant::Kind::Device:
-        element = std::make_unique<Device>(item.device);
+        element = std::make_unique<Device>(item.device, &m_program);
         break;
     case Constant::Kind::List:
         element = makeStructured(item);

@@ -94,7 +94,7 @@ void Dispatcher::release(int deviceNumber, int channel)
 void Dispatcher::changeLevel(int deviceNumber, int levelCode, int value)
 {
     buttonStatus(deviceNumber).recordLevel(levelCode, value);
-    const std::unique_ptr<StructType> data = makeLevelData(deviceNumber, levelCode, value);
+    const std::unique_ptr<StructType> data = makeLevelData(m_program, deviceNumber, levelCode, value);
     m_program.levels().levelToVariables(deviceNumber, levelCode, value);
     CustomEvent event;
     event.type = EventType::Level;
@@ -106,20 +106,21 @@ void Dispatcher::changeLevel(int deviceNumber, int levelCode, int value)
 
 void Dispatcher::raiseData(const CustomEvent &event, const DataFields &fields)
 {
-    const std::unique_ptr<StructType> data = makeData(event.device, fields);
+    const std::unique_ptr<StructType> data = makeData(m_program, event.device, fields);
     dispatch(event, data.get());
 }
 
 void Dispatcher::raiseChannel(const CustomEvent &event)
 {
-    const std::unique_ptr<StructType> data = makeButtonData({ event.device, event.channel }, event.elapsedTenths);
+    const std::unique_ptr<StructType> data =
+        makeButtonData(m_program, { event.device, event.channel }, event.elapsedTenths);
     dispatch(event, data.get());
 }
 
 void Dispatcher::simulatePush(int deviceNumber, int port, int channel)
 {
     releaseToItems();
-    const std::unique_ptr<StructType> data = makeButtonData({ { deviceNumber, 1, 0 }, channel }, 0);
+    const std::unique_ptr<StructType> data = makeButtonData(m_program, { { deviceNumber, 1, 0 }, channel }, 0);
     CustomEvent event;
     event.type = EventType::Push;
     event.device = { deviceNumber, port, 0 };

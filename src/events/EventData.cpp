@@ -21,28 +21,28 @@ std::unique_ptr<Array> textOf(const QByteArray &bytes)
 }
 } // namespace
 
-std::unique_ptr<StructType> makeButtonData(const ChannelAddress &input, int holdTenths)
+std::unique_ptr<StructType> makeButtonData(ProgramContext &program, const ChannelAddress &input, int holdTenths)
 {
     static const Name own = nameOf("BUTTON"), inputName = nameOf("INPUT"), holdTime = nameOf("HOLDTIME"),
                       sourceDevice = nameOf("SOURCEDEV");
     auto data = std::make_unique<StructType>();
     data->setName(own);
-    auto channel = std::make_unique<DevChan>();
+    auto channel = std::make_unique<DevChan>(&program);
     channel->setCode(input.channel);
     channel->setDevice(input.device);
     data->addMember(inputName, std::move(channel));
     data->addMember(holdTime, numberOfType(LongType, holdTenths));
-    data->addMember(sourceDevice, std::make_unique<Device>(input.device));
+    data->addMember(sourceDevice, std::make_unique<Device>(input.device, &program));
     return data;
 }
 
-std::unique_ptr<StructType> makeData(const DeviceAddress &device, const DataFields &fields)
+std::unique_ptr<StructType> makeData(ProgramContext &program, const DeviceAddress &device, const DataFields &fields)
 {
     static const Name own = nameOf("DATA"), deviceName = nameOf("DEVICE"), text = nameOf("TEXT"),
                       number = nameOf("NUMBER"), sourceIp = nameOf("SOURCEIP"), sourcePort = nameOf("SOURCEPORT");
     auto data = std::make_unique<StructType>();
     data->setName(own);
-    data->addMember(deviceName, std::make_unique<Device>(device));
+    data->addMember(deviceName, std::make_unique<Device>(device, &program));
     data->addMember(text, textOf(fields.text));
     data->addMember(number, numberOfType(LongType, static_cast<double>(fields.number)));
     data->addMember(sourceIp, textOf(fields.sourceIp));
@@ -50,16 +50,16 @@ std::unique_ptr<StructType> makeData(const DeviceAddress &device, const DataFiel
     return data;
 }
 
-std::unique_ptr<StructType> makeLevelData(int deviceNumber, int levelCode, int value)
+std::unique_ptr<StructType> makeLevelData(ProgramContext &program, int deviceNumber, int levelCode, int value)
 {
     static const Name own = nameOf("LEVEL"), input = nameOf("INPUT"), sourceDevice = nameOf("SOURCEDEV"),
                       valueName = nameOf("VALUE");
     auto data = std::make_unique<StructType>();
     data->setName(own);
-    auto level = std::make_unique<DevLev>();
+    auto level = std::make_unique<DevLev>(&program);
     level->setCode(levelCode); // its device stays 0:1:0
     data->addMember(input, std::move(level));
-    data->addMember(sourceDevice, std::make_unique<Device>(DeviceAddress{ deviceNumber, 1, 0 }));
+    data->addMember(sourceDevice, std::make_unique<Device>(DeviceAddress{ deviceNumber, 1, 0 }, &program));
     data->addMember(valueName, numberOfType(DoubleType, value));
     return data;
 }

@@ -90,7 +90,7 @@ void writeGlobals(const AST &program, NodeWriter &writer)
 
 bool loadObjectFile(AST &program, QDataStream &stream)
 {
-    NodeReader reader(stream, programNodes());
+    NodeReader reader(stream, programNodes(), &program);
     if (reader.readInt() != kObjectFileMagic || reader.readInt() != kObjectFileVersion) {
         return false;
     }

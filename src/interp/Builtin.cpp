@@ -1,7 +1,6 @@
 #include "interp/Builtin.h"
 
 #include "interp/code/FunctionCode.h"
-#include "model/ProgramContext.h"
 #include "model/Values.h"
 
 std::string_view Argument::bytes()
@@ -98,18 +97,13 @@ void BuiltinFunction::setTextResult(std::string_view bytes)
     m_result.seen = ValueView::of(m_result.object.get());
 }
 
-void BuiltinFunction::reportError(const char *sourceText)
-{
-    reportProgramError(sourceText);
-}
-
-ReturnValue converted(ReturnValue value, const std::optional<ReturnType> &type)
+ReturnValue converted(ReturnValue value, const std::optional<ReturnType> &type, ProgramContext *program)
 {
     if (!type || value.seen.isNone() || value.seen.typeCode == type->typeCode) {
         return value;
     }
-    std::unique_ptr<BasicType> made =
-        type->sizes.empty() ? makeValue(type->typeCode) : makeArray(Name(), type->typeCode, type->sizes);
+    std::unique_ptr<BasicType> made = type->sizes.empty() ? makeValue(type->typeCode, program)
+                                                          : makeArray(Name(), type->typeCode, type->sizes, program);
     if (!made) {
         return {};
     }

@@ -85,6 +85,8 @@ public:
     /// True when a call runs no code of the program and changes nothing but the result.
     virtual bool isQuiet() const { return false; }
 
+    void setProgram(ProgramContext *program) { m_program = program; } // that calls it
+
     const ValueRef &resultObject() const { return m_result.object; } // what run() saw, if that was an object
 
 protected:
@@ -95,11 +97,12 @@ protected:
     void setResult(std::unique_ptr<BasicType> value);
     void setTextResult(std::string_view bytes); // a CHAR array
 
-    static void reportError(const char *sourceText);
+    ProgramContext *program() const { return m_program; }
 
 private:
+    ProgramContext *m_program = nullptr;
     ReturnValue m_result;
 };
 
 /// Brings a value to a declared type: none and values of that type pass unchanged, others are assigned to a new value.
-ReturnValue converted(ReturnValue value, const std::optional<ReturnType> &type);
+ReturnValue converted(ReturnValue value, const std::optional<ReturnType> &type, ProgramContext *program);

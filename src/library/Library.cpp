@@ -211,6 +211,7 @@ const Builtin *Library::find(const QString &name)
 void Library::registerIn(AST &program) const
 {
     for (const auto &function : m_functions) {
+        function->setProgram(&program);
         program.addBuiltin(function.get());
     }
 }

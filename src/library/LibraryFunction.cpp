@@ -18,9 +18,9 @@ bool LibraryFunction::hasCount(const ArgumentList &arguments, int least, int mos
 
 void LibraryFunction::report(const char *sourceText) const
 {
-    if (ProgramContext *program = ProgramContext::current()) {
+    if (program()) {
         // Not arg(): some texts have no place for the name.
-        program->reportError(translated(sourceText).replace(QLatin1String("%1"), name()));
+        program()->reportError(translated(sourceText).replace(QLatin1String("%1"), name()));
     }
 }
 

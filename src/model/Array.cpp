@@ -63,7 +63,7 @@ void Array::setLength(int length)
 void Array::setMaxLength(int maxLength)
 {
     if (maxLength < 0) {
-        reportProgramError(QT_TRANSLATE_NOOP("messages", "Array size cannot be negative"));
+        reportError(program(), QT_TRANSLATE_NOOP("messages", "Array size cannot be negative"));
     }
     m_maxLength = maxLength;
 }
@@ -125,6 +125,9 @@ void Array::setElement(int index, std::unique_ptr<BasicType> value)
         return;
     }
     value->setName(Name()); // elements have no name of their own, so they move no level
+    if (program() && !value->program()) {
+        value->setProgram(program());
+    }
     const bool packable = value->isNumber() && value->typeCode() == typeCode() && !value->isConst();
     if (isPacked() && packable && index >= 1 && m_elements.isNear(index)) {
         setNumber(index, static_cast<const Double &>(*value).value());
@@ -217,6 +220,12 @@ void Array::setType(int code)
     if (typeCode() != before) {
         m_elements.setType(code);
     }
+}
+
+void Array::setProgram(ProgramContext *program)
+{
+    BasicType::setProgram(program);
+    m_elements.forEachObject([program](BasicType &element) { element.setProgram(program); });
 }
 
 std::unique_ptr<BasicType> Array::clone() const
@@ -330,7 +339,7 @@ std::unique_ptr<BasicType> Array::makeElement() const
 {
     const BasicType *first = object(1);
     if (!first) {
-        return makeValue(typeCode());
+        return makeValue(typeCode(), program());
     }
     if (const Array *row = asArray(first)) {
         return row->emptyRow();

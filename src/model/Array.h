@@ -98,6 +98,7 @@ public:
     void swapContent(Array &other); // elements and lengths, not the attributes
 
     void setType(int code) override; // and of every element
+    void setProgram(ProgramContext *program) override;
     std::unique_ptr<BasicType> clone() const override;
     void writeTo(RecordWriter &writer) const override;
     void readFrom(RecordReader &reader) override;

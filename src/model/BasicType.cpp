@@ -7,18 +7,10 @@
 
 void BasicType::setType(int code)
 {
-    if (isBuiltInType(code)) {
-        m_typeCode = code;
-        return;
-    }
-    const ProgramContext *program = ProgramContext::current();
-    if (!program) {
-        return;
-    }
-    if (program->findType(code)) {
+    if (isBuiltInType(code) || (m_program && m_program->findType(code))) {
         m_typeCode = code;
     } else {
-        reportProgramError(QT_TRANSLATE_NOOP("messages", "Wrong data type"));
+        reportError(m_program, QT_TRANSLATE_NOOP("messages", "Wrong data type"));
     }
 }
 
@@ -30,6 +22,7 @@ void BasicType::copyAttributes(const BasicType &other)
     m_storageClass = other.m_storageClass;
     m_placement = other.m_placement;
     m_initialised = other.m_initialised;
+    m_program = other.m_program;
 }
 
 void BasicType::writeTo(RecordWriter &writer) const
@@ -55,10 +48,8 @@ void BasicType::readFrom(RecordReader &reader)
 void Double::setValue(double number)
 {
     m_number = normalised(typeCode(), number);
-    if (!name().isEmpty()) {
-        if (ProgramContext *program = ProgramContext::current()) {
-            program->variableChanged(name(), integerPart(number));
-        }
+    if (program() && !name().isEmpty()) {
+        program()->variableChanged(name(), integerPart(number));
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+class ProgramContext;
 class RecordReader;
 class RecordWriter;
 
@@ -12,6 +13,8 @@ enum class ValueClass : quint8 { Double, Array, Struct, Device, DevChan, DevLev 
 
 /// Any datum of a program: a variable, constant, element, member, argument or result.
 /// Owned by what holds it, in a unique_ptr; temporaries travel in a ValueRef.
+/// A value knows the program that it belongs to, so that several programs can run beside one another; what holds it
+/// tells it. One that was just computed may belong to none: it reports nothing and has no structures.
 class BasicType
 {
 public:
@@ -30,6 +33,7 @@ public:
     bool isInitialised() const { return m_initialised; }
     int storageClass() const { return m_storageClass; }
     int placement() const { return m_placement; }
+    ProgramContext *program() const { return m_program; } // nullptr: none
 
     /// A built-in code, or that of a structure type of the program; otherwise "Wrong data type" and no change.
     virtual void setType(int code);
@@ -38,6 +42,7 @@ public:
     void setPlacement(int code) { m_placement = static_cast<qint16>(code); }
     void setInitialised(bool isInitialised) { m_initialised = isInitialised; }
     void setName(Name name) { m_name = name; }
+    virtual void setProgram(ProgramContext *program) { m_program = program; } // and of what it holds
     void copyAttributes(const BasicType &other);
 
     /// A new, independent value of the same class with equal attributes and content.
@@ -61,6 +66,7 @@ private:
     ValueClass m_class;
     bool m_const = false;
     bool m_initialised = false;
+    ProgramContext *m_program = nullptr;
 };
 
 /// The shared handle in which an evaluation returns a fresh value; empty when it yields none.

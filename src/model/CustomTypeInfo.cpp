@@ -9,15 +9,16 @@ TypeDecl scalar(const char *name, int typeCode)
     return { QString::fromLatin1(name), typeCode, {} };
 }
 
-std::unique_ptr<BasicType> makeMember(const TypeDecl &declaration)
+std::unique_ptr<BasicType> makeMember(const TypeDecl &declaration, ProgramContext *program, int depth)
 {
     if (declaration.dimensions.empty()) {
-        std::unique_ptr<BasicType> value = makeValue(declaration.typeCode);
+        std::unique_ptr<BasicType> value = makeValue(declaration.typeCode, program, depth);
         return value ? std::move(value) : std::make_unique<Double>(0, declaration.typeCode);
     }
     std::unique_ptr<Array> outer;
     for (auto size = declaration.dimensions.rbegin(); size != declaration.dimensions.rend(); ++size) {
         auto array = std::make_unique<Array>(declaration.typeCode);
+        array->setProgram(program);
         array->setMaxLength(*size);
         array->setElement(1, std::move(outer));
         outer = std::move(array);
@@ -46,19 +47,16 @@ void TypeDecl::readFrom(RecordReader &reader)
     }
 }
 
-std::unique_ptr<StructType> CustomTypeInfo::instantiate(int typeCode) const
+std::unique_ptr<StructType> CustomTypeInfo::instantiate(int typeCode, ProgramContext *program, int depth) const
 {
-    // A type that contains itself would never end; the innermost structure then has no members.
-    static int depth = 0;
     constexpr int kMaxDepth = 16;
     auto structure = std::make_unique<StructType>();
+    structure->setProgram(program);
     structure->setType(typeCode);
     if (depth < kMaxDepth) {
-        ++depth;
         for (const TypeDecl &declaration : m_members) {
-            structure->addMember(Name(declaration.name), makeMember(declaration));
+            structure->addMember(Name(declaration.name), makeMember(declaration, program, depth + 1));
         }
-        --depth;
     }
     return structure;
 }
@@ -87,9 +85,9 @@ DevChanTypeInfo::DevChanTypeInfo()
     : CustomTypeInfo(QStringLiteral("devchan"), { scalar("device", DeviceType), scalar("channel", IntegerType) })
 {}
 
-std::unique_ptr<StructType> DevChanTypeInfo::instantiate(int typeCode) const
+std::unique_ptr<StructType> DevChanTypeInfo::instantiate(int typeCode, ProgramContext *program, int) const
 {
-    auto value = std::make_unique<DevChan>();
+    auto value = std::make_unique<DevChan>(program);
     value->setType(typeCode);
     return value;
 }
@@ -98,9 +96,9 @@ DevLevTypeInfo::DevLevTypeInfo()
     : CustomTypeInfo(QStringLiteral("devlev"), { scalar("device", DeviceType), scalar("level", IntegerType) })
 {}
 
-std::unique_ptr<StructType> DevLevTypeInfo::instantiate(int typeCode) const
+std::unique_ptr<StructType> DevLevTypeInfo::instantiate(int typeCode, ProgramContext *program, int) const
 {
-    auto value = std::make_unique<DevLev>();
+    auto value = std::make_unique<DevLev>(program);
     value->setType(typeCode);
     return value;
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+class ProgramContext;
 class RecordReader;
 class RecordWriter;
 class StructType;
@@ -36,7 +37,8 @@ public:
     const std::vector<TypeDecl> &members() const { return m_members; }
 
     /// A new value of the type with members at 0, 0:1:0 or empty. It carries typeCode.
-    virtual std::unique_ptr<StructType> instantiate(int typeCode) const;
+    /// \param depth  of structures around it; a type that contains itself ends with one without members
+    virtual std::unique_ptr<StructType> instantiate(int typeCode, ProgramContext *program, int depth) const;
 
     void writeTo(RecordWriter &writer) const;
     void readFrom(RecordReader &reader);
@@ -51,7 +53,7 @@ class DevChanTypeInfo : public CustomTypeInfo
 {
 public:
     DevChanTypeInfo();
-    std::unique_ptr<StructType> instantiate(int typeCode) const override;
+    std::unique_ptr<StructType> instantiate(int typeCode, ProgramContext *program, int depth) const override;
 };
 
 /// The built-in type "devlev".
@@ -59,5 +61,5 @@ class DevLevTypeInfo : public CustomTypeInfo
 {
 public:
     DevLevTypeInfo();
-    std::unique_ptr<StructType> instantiate(int typeCode) const override;
+    std::unique_ptr<StructType> instantiate(int typeCode, ProgramContext *program, int depth) const override;
 };

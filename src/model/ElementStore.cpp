@@ -269,16 +269,7 @@ void ElementStore::setType(int code)
         repack(code);
         return;
     }
-    for (const auto &element : m_objects) {
-        if (element) {
-            element->setType(code);
-        }
-    }
-    if (m_sparse) {
-        for (const auto &[index, element] : *m_sparse) {
-            element->setType(code);
-        }
-    }
+    forEachObject([code](BasicType &element) { element.setType(code); });
     m_typeCode = code;
     if (m_objects.empty() && !m_sparse) {
         m_packing = packingOf(code);

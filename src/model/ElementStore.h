@@ -87,6 +87,20 @@ public:
     BasicType *object(int index) const; // nullptr: packed, or none is stored there
     void setObject(int index, std::unique_ptr<BasicType> value);
     void unpack(); // numbers become objects
+    template <class Each>
+    void forEachObject(Each each) const // that is stored
+    {
+        for (const auto &element : m_objects) {
+            if (element) {
+                each(*element);
+            }
+        }
+        if (m_sparse) {
+            for (const auto &[index, element] : *m_sparse) {
+                each(*element);
+            }
+        }
+    }
     void makeSparse();
 
     // Bytes.

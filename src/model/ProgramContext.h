@@ -5,13 +5,10 @@
 
 class CustomTypeInfo;
 
-/// What values need of the program that they belong to. The program object implements it.
-/// Thread: the main thread. One at a time; values made without one report nothing.
+/// What values need of the program that they belong to. The program object implements it, and outlives them.
 class ProgramContext
 {
 public:
-    static ProgramContext *current();
-
     virtual void reportError(const QString &text) = 0;
     virtual void reportWarning(const QString &text) = 0;
     virtual const CustomTypeInfo *findType(int code) const = 0; // nullptr: no structure type has that code
@@ -23,12 +20,11 @@ public:
     virtual void noteBound(Name) {}
 
 protected:
-    ProgramContext();
-    virtual ~ProgramContext();
+    ProgramContext() = default;
+    virtual ~ProgramContext() = default;
     ProgramContext(const ProgramContext &) = delete;
     ProgramContext &operator=(const ProgramContext &) = delete;
 };
 
-/// Reports through the current program, when there is one. sourceText is translated; %1 is replaced by argument.
-void reportProgramError(const char *sourceText);
-void reportProgramError(const char *sourceText, const QString &argument);
+/// Reports the translated text to a program, where there is one.
+void reportError(ProgramContext *program, const char *sourceText);

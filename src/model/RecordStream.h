@@ -3,6 +3,8 @@
 #include <QDataStream>
 #include <QString>
 
+class ProgramContext;
+
 /// Reads the primitive items of program records. Past the end of the data, or nested too deeply, it is at fault:
 /// every further item reads as zero and every loop over a count must stop (isGood).
 /// Layouts: docs/formats/object-file.md.
@@ -11,12 +13,14 @@ class RecordReader
 public:
     static constexpr int kMaxDepth = 1000; // nodes and values inside one another
 
-    explicit RecordReader(QDataStream &stream)
+    RecordReader(QDataStream &stream, ProgramContext *program)
         : m_stream(stream)
+        , m_program(program)
     {}
     RecordReader(const RecordReader &) = delete;
     RecordReader &operator=(const RecordReader &) = delete;
 
+    ProgramContext *program() const { return m_program; } // what is read belongs to it; nullptr: to none
     bool isGood() const { return !m_tooDeep && m_stream.status() == QDataStream::Ok; }
 
     qint32 readInt() { return read<qint32>(); }
@@ -54,6 +58,7 @@ private:
     }
 
     QDataStream &m_stream;
+    ProgramContext *m_program;
     int m_depth = 0;
     bool m_tooDeep = false;
 };

@@ -10,15 +10,6 @@
 
 namespace {
 constexpr int kStreamVersion = 16;
-
-void reportOtherKind(const QString &name)
-{
-    if (ProgramContext *program = ProgramContext::current()) {
-        program->reportWarning(
-            translated(QT_TRANSLATE_NOOP("messages", "The stored value of %1 is of another kind and is not read"))
-                .arg(name));
-    }
-}
 } // namespace
 
 const StorageManager::Form StorageManager::kVariables{
@@ -68,11 +59,11 @@ const StorageManager::Form StorageManager::kParameters{
     },
 };
 
-StorageManager::StorageManager(const QString &directory, QObject *parent)
-    : QObject(parent)
-    , m_nonVolatile{ KeptFile(directory + QStringLiteral("/nonvolatile")), kVariables, {} }
+StorageManager::StorageManager(const QString &directory, ProgramContext *program)
+    : m_nonVolatile{ KeptFile(directory + QStringLiteral("/nonvolatile")), kVariables, {} }
     , m_persistent{ KeptFile(directory + QStringLiteral("/persistent")), kVariables, {} }
     , m_parameters{ KeptFile(directory + QStringLiteral("/vars_storage.ini")), kParameters, {} }
+    , m_program(program)
     , m_retryTicket(Clock::instance().every(KeptFile::kRetryMs, [this] { writeChanges(); }))
 {}
 
@@ -156,6 +147,15 @@ void StorageManager::read(Store &store)
         store.file.setAside(
             translated(QT_TRANSLATE_NOOP("messages", "%1 values can be read")).arg(store.records.size()));
         write(store);
+    }
+}
+
+void StorageManager::reportOtherKind(const QString &name)
+{
+    if (m_program) {
+        m_program->reportWarning(
+            translated(QT_TRANSLATE_NOOP("messages", "The stored value of %1 is of another kind and is not read"))
+                .arg(name));
     }
 }
 

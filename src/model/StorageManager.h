@@ -2,9 +2,9 @@
 #include "base/KeptFile.h"
 
 #include <QMap>
-#include <QObject>
 
 class BasicType;
+class ProgramContext;
 
 /// Keeps NON_VOLATILE and PERSISTENT variables, and the program's named parameters, on disk.
 /// The maps are read once and kept in memory. A change is on the disk, whole, when flush() returns: before anything
@@ -14,14 +14,16 @@ class BasicType;
 /// A file that cannot be written is told, keeps its old content, and is tried again at the next change and by itself.
 /// What is damaged is told and set aside, and what can be read of it kept.
 /// Owns: nothing outside itself. Thread: the main thread. Ends: with the program object.
-class StorageManager : public QObject
+class StorageManager
 {
-    Q_OBJECT
 public:
     static constexpr int kMostUnsavedMs = 100;
 
-    explicit StorageManager(const QString &directory, QObject *parent = nullptr);
-    ~StorageManager() override;
+    /// \param program  whose values are kept, and who hears what is wrong with them; may be null
+    explicit StorageManager(const QString &directory, ProgramContext *program = nullptr);
+    ~StorageManager();
+    StorageManager(const StorageManager &) = delete;
+    StorageManager &operator=(const StorageManager &) = delete;
 
     void saveVariable(const BasicType &value); // other storage classes and nameless values: nothing
     void restoreVariable(BasicType &value);    // without an entry of its kind the value keeps what it holds
@@ -37,7 +39,6 @@ public:
         }
     }
 
-public Q_SLOTS:
     void reloadVariables(); // a new object file has come: forget all but PERSISTENT variables
 
 private:
@@ -60,6 +61,7 @@ private:
 
     Store *storeFor(int storageClass);
     static void read(Store &store);
+    void reportOtherKind(const QString &name);
     void change(Store &store, const QString &name, const QByteArray &record);
     void clear(Store &store);
     void noteChanged(Store &store);
@@ -69,6 +71,7 @@ private:
     Store m_nonVolatile;
     Store m_persistent;
     Store m_parameters;
+    ProgramContext *const m_program;
     bool m_hasChanges = false; // that nobody has tried to write yet
     qint64 m_changedMs = 0;    // when it became true
     const int m_retryTicket;

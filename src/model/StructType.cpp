@@ -93,6 +93,14 @@ void StructType::setConst(bool isConst)
     }
 }
 
+void StructType::setProgram(ProgramContext *program)
+{
+    BasicType::setProgram(program);
+    for (const Member &member : m_members) {
+        member.value->setProgram(program);
+    }
+}
+
 std::unique_ptr<BasicType> StructType::clone() const
 {
     auto copy = std::make_unique<StructType>();
@@ -149,7 +157,7 @@ QString DeviceAddress::text() const
     return QStringLiteral("%1:%2:%3").arg(number).arg(port).arg(system);
 }
 
-Device::Device(const DeviceAddress &address)
+Device::Device(const DeviceAddress &address, ProgramContext *program)
     : StructType(ValueClass::Device, DeviceType)
 {
     static const Name names[] = { nameOf(kDevicePartNames[0]), nameOf(kDevicePartNames[1]),
@@ -157,6 +165,7 @@ Device::Device(const DeviceAddress &address)
     addMember(names[0], std::make_unique<Double>(0, IntegerType));
     addMember(names[1], std::make_unique<Double>(1, IntegerType));
     addMember(names[2], std::make_unique<Double>(0, IntegerType));
+    setProgram(program);
     setAddress(address);
 }
 
@@ -179,7 +188,7 @@ void Device::setAddress(const DeviceAddress &address)
 void Device::setPart(size_t index, int value)
 {
     if (value < 0) {
-        reportProgramError(kNegativePart[index]);
+        reportError(program(), kNegativePart[index]);
         return;
     }
     if (Double *part = asDouble(members()[index].value.get())) {
@@ -213,11 +222,12 @@ void Device::readFrom(RecordReader &reader)
     setAddress(parts);
 }
 
-DeviceCode::DeviceCode(ValueClass valueClass, int typeCode, const char *codeName)
+DeviceCode::DeviceCode(ValueClass valueClass, int typeCode, const char *codeName, ProgramContext *program)
     : StructType(valueClass, typeCode)
 {
     addMember(nameOf(codeName), std::make_unique<Double>(0, IntegerType));
     addMember(deviceName(), std::make_unique<Device>());
+    setProgram(program);
 }
 
 ChannelAddress DeviceCode::address() const
@@ -230,9 +240,9 @@ ChannelAddress DeviceCode::address() const
 void DeviceCode::setCode(int code)
 {
     if (code < 0) {
-        reportProgramError(valueClass() == ValueClass::DevChan
-                               ? QT_TRANSLATE_NOOP("messages", "Channel code cannot be less than 0")
-                               : QT_TRANSLATE_NOOP("messages", "level code cannot be less than 0"));
+        reportError(program(), valueClass() == ValueClass::DevChan
+                                   ? QT_TRANSLATE_NOOP("messages", "Channel code cannot be less than 0")
+                                   : QT_TRANSLATE_NOOP("messages", "level code cannot be less than 0"));
         return;
     }
     if (Double *number = asDouble(members()[0].value.get())) {
@@ -251,9 +261,9 @@ std::unique_ptr<BasicType> DeviceCode::clone() const
 {
     std::unique_ptr<DeviceCode> copy;
     if (valueClass() == ValueClass::DevChan) {
-        copy = std::make_unique<DevChan>();
+        copy = std::make_unique<DevChan>(program());
     } else {
-        copy = std::make_unique<DevLev>();
+        copy = std::make_unique<DevLev>(program());
     }
     const ChannelAddress parts = address();
     copy->copyAttributes(*this);

@@ -32,6 +32,7 @@ public:
     void addMember(Name name, std::unique_ptr<BasicType> value); // an empty or known name changes nothing
 
     void setConst(bool isConst) override; // and every member
+    void setProgram(ProgramContext *program) override;
     std::unique_ptr<BasicType> clone() const override;
     void writeTo(RecordWriter &writer) const override;
     /// Members of the record replace those of the same name; others are added.
@@ -66,7 +67,7 @@ struct DeviceAddress
 class Device : public StructType
 {
 public:
-    explicit Device(const DeviceAddress &address = {});
+    explicit Device(const DeviceAddress &address = {}, ProgramContext *program = nullptr);
 
     DeviceAddress address() const;
     /// A negative part is refused with a message; the other parts are set.
@@ -100,15 +101,15 @@ public:
     void readFrom(RecordReader &reader) override;
 
 protected:
-    DeviceCode(ValueClass valueClass, int typeCode, const char *codeName);
+    DeviceCode(ValueClass valueClass, int typeCode, const char *codeName, ProgramContext *program);
 };
 
 class DevChan : public DeviceCode
 {
 public:
     static constexpr int kTypeCode = 200;
-    DevChan()
-        : DeviceCode(ValueClass::DevChan, kTypeCode, "CHANNEL")
+    explicit DevChan(ProgramContext *program = nullptr)
+        : DeviceCode(ValueClass::DevChan, kTypeCode, "CHANNEL", program)
     {}
 };
 
@@ -116,8 +117,8 @@ class DevLev : public DeviceCode
 {
 public:
     static constexpr int kTypeCode = 201;
-    DevLev()
-        : DeviceCode(ValueClass::DevLev, kTypeCode, "LEVEL")
+    explicit DevLev(ProgramContext *program = nullptr)
+        : DeviceCode(ValueClass::DevLev, kTypeCode, "LEVEL", program)
     {}
 };
 

@@ -52,7 +52,7 @@ void assignToStruct(StructType &structure, const ValueView &source)
     if (!list) {
         return;
     }
-    const ProgramContext *program = ProgramContext::current();
+    const ProgramContext *program = structure.program();
     if (const CustomTypeInfo *type = program ? program->findType(structure.typeCode()) : nullptr) {
         int index = 0;
         for (const TypeDecl &declaration : type->members()) {
@@ -69,7 +69,7 @@ bool readWhole(BasicType &value, const QByteArray &record)
 {
     QDataStream stream(record);
     stream.setVersion(QDataStream::Qt_5_4);
-    RecordReader reader(stream);
+    RecordReader reader(stream, value.program());
     value.readFrom(reader);
     return reader.isGood() && stream.atEnd();
 }
@@ -174,17 +174,20 @@ std::string_view bytesOf(const ValueView &value, QByteArray &hold)
     return { hold.constData(), 1 };
 }
 
-std::unique_ptr<BasicType> makeValue(int typeCode)
+std::unique_ptr<BasicType> makeValue(int typeCode, ProgramContext *program, int depth)
 {
+    std::unique_ptr<BasicType> value;
     if (isNumericType(typeCode)) {
-        return std::make_unique<Double>(0, typeCode);
+        value = std::make_unique<Double>(0, typeCode);
+    } else if (typeCode == DeviceType) {
+        value = std::make_unique<Device>();
+    } else if (const CustomTypeInfo *type = program ? program->findType(typeCode) : nullptr) {
+        return type->instantiate(typeCode, program, depth);
+    } else {
+        return nullptr;
     }
-    if (typeCode == DeviceType) {
-        return std::make_unique<Device>();
-    }
-    const ProgramContext *program = ProgramContext::current();
-    const CustomTypeInfo *type = program ? program->findType(typeCode) : nullptr;
-    return type ? type->instantiate(typeCode) : nullptr;
+    value->setProgram(program);
+    return value;
 }
 
 void writeValue(RecordWriter &writer, const BasicType *value)
@@ -238,6 +241,7 @@ std::unique_ptr<BasicType> readValue(RecordReader &reader)
     default:
         return nullptr;
     }
+    value->setProgram(reader.program());
     value->readFrom(reader);
     return reader.isGood() ? std::move(value) : nullptr;
 }

@@ -20,7 +20,8 @@ bool numberOf(const ValueView &value, double &number);
 std::string_view bytesOf(const ValueView &value, QByteArray &hold);
 
 /// A new value of a type: a Double, a Device or a structure; nullptr for an unknown type.
-std::unique_ptr<BasicType> makeValue(int typeCode);
+/// \param depth  of the structure that it becomes a member of
+std::unique_ptr<BasicType> makeValue(int typeCode, ProgramContext *program, int depth = 0);
 
 /// The polymorphic value record used by containers and by the object file.
 void writeValue(RecordWriter &writer, const BasicType *value);

@@ -115,6 +115,7 @@ void AST::declareGlobal(std::unique_ptr<BasicType> value)
     if (!value) {
         return;
     }
+    value->setProgram(this);
     const Name name = value->name();
     const QString text = name.text();
     const auto slot = static_cast<size_t>(name.id());

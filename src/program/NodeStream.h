@@ -64,8 +64,8 @@ struct NodeTables
 class NodeReader : public RecordReader
 {
 public:
-    NodeReader(QDataStream &stream, const NodeTables &tables)
-        : RecordReader(stream)
+    NodeReader(QDataStream &stream, const NodeTables &tables, ProgramContext *program)
+        : RecordReader(stream, program)
         , m_tables(tables)
     {}
 
@@ -158,6 +158,8 @@ public:
         Record::fields(record, *this);
         if constexpr (requires { record.wasRead(); }) {
             record.wasRead();
+        } else if constexpr (requires { record.wasRead(*program()); }) {
+            record.wasRead(*program());
         }
     }
 

@@ -5,11 +5,12 @@
 class Code;     // an expression made ready to run (interp)
 class Step;     // a statement made ready to run (interp)
 class Preparer; // makes them (interp)
+class ProgramContext;
 
 // A node's class says its tag (Tagged) and names its fields once, in the order of the file:
 //     static void fields(auto &node, auto &visit) { visit(node.base, node.index); }
 // The reader and the writer of object files come as the visitor (program/NodeStream.h). Where more is to be done once
-// the fields are there, a class has wasRead().
+// the fields are there, a class has wasRead(), with the program as argument where it has something to tell it.
 
 /// How an equality written with the single-equals operator is meant at an expression's place in the tree.
 enum class Context { Plain, Condition };

@@ -40,7 +40,7 @@ private Q_SLOTS:
     {
         AST program(m_directory.path());
         QSignalSpy errors(&program, &AST::error);
-        Device device;
+        Device device({}, &program);
         device.setAddress({ 10001, -1, 2 });
         QCOMPARE(device.address(), (DeviceAddress{ 10001, 1, 2 }));
         QCOMPARE(errors.takeFirst().at(0).toString(), QStringLiteral("Device port id cannot be negative"));
@@ -78,8 +78,8 @@ private Q_SLOTS:
             202, std::make_unique<CustomTypeInfo>(QStringLiteral("pair"),
                                                   std::vector<TypeDecl>{ { QStringLiteral("x"), IntegerType, {} },
                                                                          { QStringLiteral("s"), CharType, { 4 } } }));
-        const std::unique_ptr<BasicType> one = makeValue(202);
-        const std::unique_ptr<BasicType> two = makeValue(202);
+        const std::unique_ptr<BasicType> one = makeValue(202, &program);
+        const std::unique_ptr<BasicType> two = makeValue(202, &program);
         auto *first = static_cast<StructType *>(one.get());
         assignValue(*first->member(name("x")), ValueView::ofNumber(5, IntegerType));
         assignValue(*first->member(name("s")), *Array::ofBytes("abcdef"));
@@ -105,7 +105,7 @@ private Q_SLOTS:
         program.setCustomType(
             202, std::make_unique<CustomTypeInfo>(QStringLiteral("loop"),
                                                   std::vector<TypeDecl>{ { QStringLiteral("inner"), 202, {} } }));
-        QVERIFY(makeValue(202));
+        QVERIFY(makeValue(202, &program));
     }
 
     void declarations_data()

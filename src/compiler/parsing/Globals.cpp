@@ -340,9 +340,9 @@ std::unique_ptr<BasicType> Globals::makeEmpty(const Pending &pending)
     }
     std::unique_ptr<BasicType> value;
     if (sizes->empty()) {
-        value = makeValue(*type);
+        value = makeValue(*type, &m_work.symbols.program());
     } else {
-        value = makeArray(Name(), *type, *sizes);
+        value = makeArray(Name(), *type, *sizes, &m_work.symbols.program());
     }
     if (value) {
         value->setStorageClass(storage);

@@ -132,13 +132,13 @@ std::unique_ptr<BasicType> Initialiser::makeElement(const Array &target) const
 {
     const Array *row = asArray(target.object(1));
     if (!row) {
-        return makeValue(target.typeCode());
+        return makeValue(target.typeCode(), target.program());
     }
     std::vector<int> sizes;
     for (; row; row = asArray(row->object(1))) {
         sizes.push_back(row->maxLength());
     }
-    return makeArray(Name(), target.typeCode(), sizes);
+    return makeArray(Name(), target.typeCode(), sizes, target.program());
 }
 
 void Initialiser::initialiseStruct(StructType &target, const Constant &initial)

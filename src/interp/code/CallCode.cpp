@@ -95,7 +95,7 @@ private:
             run.error(kTooDeep, m_function.name());
             run.result = {};
         }
-        run.result = converted(std::move(run.result), m_function.returnType());
+        run.result = converted(std::move(run.result), m_function.returnType(), &run.program());
         if (run.result.seen.isNone()) {
             run.warning(kNoResult, m_call.name);
             return ValueView::ofNumber(0, DoubleType);
@@ -268,7 +268,7 @@ void callFunction(Run &run, const ProgramFunction &function, const PreparedCall 
     if (seen.isNumber() && isPlainNumberType(type)) {
         seen = ValueView::ofNumber(normalised(type->typeCode, seen.number), type->typeCode);
     } else if (type) {
-        run.result = converted(std::move(run.result), type);
+        run.result = converted(std::move(run.result), type, &run.program());
     }
 }
 

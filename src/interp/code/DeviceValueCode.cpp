@@ -1,6 +1,7 @@
 #include "interp/Preparer.h"
 #include "interp/Run.h"
 #include "interp/nodes/Expressions.h"
+#include "program/AST.h"
 
 // Device addresses as values.
 
@@ -15,8 +16,8 @@ public:
 class ConstantDeviceCode : public DeviceValueCode
 {
 public:
-    explicit ConstantDeviceCode(const DeviceAddress &address)
-        : m_device(std::make_unique<Device>(address))
+    explicit ConstantDeviceCode(const DeviceAddress &address, ProgramContext *program)
+        : m_device(std::make_unique<Device>(address, program))
     {}
     ValueView view(Run &, ValueRef &) const override { return ValueView::of(m_device.get()); }
     bool isQuiet() const override { return true; }
@@ -42,7 +43,7 @@ public:
         setPart(0, address.number);
         setPart(1, address.port);
         setPart(2, address.system);
-        hold = std::make_shared<Device>(address);
+        hold = std::make_shared<Device>(address, &run.program());
         return ValueView::of(hold.get());
     }
 
@@ -61,7 +62,7 @@ public:
 std::unique_ptr<Code> DeviceExpr::prepare(Preparer &preparer, Context) const
 {
     if (device) {
-        return std::make_unique<ConstantDeviceCode>(device->address());
+        return std::make_unique<ConstantDeviceCode>(device->address(), &preparer.program());
     }
     if (variable) {
         return preparer.expression(variable);

@@ -1,8 +1,8 @@
 #include "interp/code/FunctionCode.h"
 
 #include "interp/nodes/Statements.h"
-#include "model/ProgramContext.h"
 #include "model/Values.h"
+#include "program/AST.h"
 
 #include <QCoreApplication>
 
@@ -43,7 +43,7 @@ FunctionCode::FunctionCode(Preparer &preparer, const FunctionArgList *arguments)
 
 void FunctionCode::addParameter(Preparer &preparer, const FunctionArg &argument)
 {
-    const std::optional<Declarator> declarator = declaratorOf(argument.declaration.get());
+    const std::optional<Declarator> declarator = declaratorOf(argument.declaration.get(), preparer.program());
     if (!declarator) {
         return;
     }
@@ -52,7 +52,7 @@ void FunctionCode::addParameter(Preparer &preparer, const FunctionArg &argument)
     parameter.typeCode = argument.typeCode;
     if (declarator->isArray) {
         if (const std::optional<std::vector<int>> sizes = constantSizes(*declarator)) {
-            parameter.prototype = makeArray(parameter.name, argument.typeCode, *sizes);
+            parameter.prototype = makeArray(parameter.name, argument.typeCode, *sizes, &preparer.program());
         } else {
             parameter.isVariableArray = true;
             for (const auto *size : declarator->sizes) {
@@ -62,7 +62,7 @@ void FunctionCode::addParameter(Preparer &preparer, const FunctionArg &argument)
     } else if (isNumericType(argument.typeCode) && !preparer.mayMoveLevels(parameter.name)) {
         parameter.isNumber = true;
     } else {
-        parameter.prototype = makeValue(argument.typeCode);
+        parameter.prototype = makeValue(argument.typeCode, &preparer.program());
         if (!parameter.prototype) {
             return;
         }
@@ -172,10 +172,10 @@ std::unique_ptr<BasicType> FunctionCode::makeObject(Run &run, const Parameter &p
         return parameter.prototype->clone();
     }
     const std::optional<std::vector<int>> sizes = evaluateSizes(run, parameter.sizes);
-    return sizes ? makeArray(parameter.name, parameter.typeCode, *sizes) : nullptr;
+    return sizes ? makeArray(parameter.name, parameter.typeCode, *sizes, &run.program()) : nullptr;
 }
 
-std::optional<Declarator> declaratorOf(const Expression *expression)
+std::optional<Declarator> declaratorOf(const Expression *expression, ProgramContext &program)
 {
     Declarator declarator;
     while (const auto *array = as<ArrayExpression>(expression)) {
@@ -185,7 +185,7 @@ std::optional<Declarator> declaratorOf(const Expression *expression)
     }
     const auto *variable = as<VarExpression>(expression);
     if (!variable) {
-        reportProgramError(QT_TRANSLATE_NOOP("messages", "Wrong array expression"));
+        reportError(&program, QT_TRANSLATE_NOOP("messages", "Wrong array expression"));
         return std::nullopt;
     }
     declarator.name = variable->name;
@@ -205,17 +205,22 @@ std::optional<std::vector<int>> constantSizes(const Declarator &declarator)
     return sizes;
 }
 
-std::unique_ptr<Array> makeArray(Name name, int typeCode, const std::vector<int> &sizes)
+std::unique_ptr<Array> makeArray(Name name, int typeCode, const std::vector<int> &sizes, ProgramContext *program)
 {
+    const auto makeOne = [&] {
+        auto array = std::make_unique<Array>(typeCode);
+        array->setProgram(program);
+        return array;
+    };
     std::unique_ptr<Array> outer;
     for (auto size = sizes.rbegin(); size != sizes.rend(); ++size) {
-        auto array = std::make_unique<Array>(typeCode);
+        std::unique_ptr<Array> array = makeOne();
         array->setMaxLength(*size);
         array->setElement(1, std::move(outer));
         outer = std::move(array);
     }
     if (!outer) {
-        outer = std::make_unique<Array>(typeCode);
+        outer = makeOne();
     }
     outer->setName(name);
     return outer;

@@ -56,13 +56,14 @@ struct Declarator
     std::vector<const std::unique_ptr<Expression> *> sizes; // as written; a missing expression is an empty size
 };
 
-std::optional<Declarator> declaratorOf(const Expression *expression); // nullopt: neither a variable nor an array
+std::optional<Declarator> declaratorOf(const Expression *expression,
+                                       ProgramContext &program); // nullopt: neither a variable nor an array
 
 /// The sizes when all are constants: whole numbers, 0 for an empty one. nullopt: some must be evaluated.
 std::optional<std::vector<int>> constantSizes(const Declarator &declarator);
 
 /// A new array with the given sizes, outermost first; inner ones become the template rows.
-std::unique_ptr<Array> makeArray(Name name, int typeCode, const std::vector<int> &sizes);
+std::unique_ptr<Array> makeArray(Name name, int typeCode, const std::vector<int> &sizes, ProgramContext *program);
 
 /// Evaluates sizes. nullopt: one is no whole number; "Wrong array index" has been reported.
 std::optional<std::vector<int>> evaluateSizes(Run &run, const std::vector<std::unique_ptr<Code>> &sizes);

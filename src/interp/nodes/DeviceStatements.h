@@ -55,7 +55,7 @@ class CreateLevelStatement : public Tagged<120, CommandStatement>
 {
 public:
     static void fields(auto &node, auto &visit) { visit(node.device, node.levelCode, node.variable); }
-    void wasRead();
+    void wasRead(ProgramContext &program);
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Expression> levelCode;

@@ -16,10 +16,10 @@ auto &made(auto &item)
     return std::get<Alternative>(item);
 }
 
-void noteChanged(const VarExpression *variable)
+void noteChanged(ProgramContext &program, const VarExpression *variable)
 {
-    if (ProgramContext *program = ProgramContext::current(); program && variable) {
-        program->noteChanged(Name(variable->name));
+    if (variable) {
+        program.noteChanged(Name(variable->name));
     }
 }
 } // namespace
@@ -35,16 +35,16 @@ void StringExpression::fields(auto &node, auto &visit)
     }
 }
 
-void StepExpression::wasRead()
+void StepExpression::wasRead(ProgramContext &program)
 {
-    noteChanged(operand.get());
+    noteChanged(program, operand.get());
 }
 
-void CallBase::wasRead()
+void CallBase::wasRead(ProgramContext &program)
 {
     if (arguments) {
         for (const auto &argument : arguments->items) { // some built-ins change what they are given
-            noteChanged(as<VarExpression>(argument.get()));
+            noteChanged(program, as<VarExpression>(argument.get()));
         }
     }
 }

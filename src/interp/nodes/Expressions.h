@@ -118,7 +118,7 @@ class StepExpression : public NumberExpression
 {
 public:
     static void fields(auto &node, auto &visit) { visit(node.isPrefix, node.operand); }
-    void wasRead();
+    void wasRead(ProgramContext &program);
 
     bool isPrefix = true;
     std::unique_ptr<VarExpression> operand;
@@ -169,7 +169,7 @@ public:
         visit(node.functionName);
         visit.optional(node.arguments);
     }
-    void wasRead();
+    void wasRead(ProgramContext &program);
 
     QString functionName;
     std::unique_ptr<ExpressionList> arguments; // may be missing altogether

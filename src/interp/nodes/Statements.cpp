@@ -12,7 +12,7 @@
 
 namespace {
 /// Tells the program which variable a statement changes: the one at the root of its target.
-void noteTarget(const Expression *target)
+void noteTarget(ProgramContext &program, const Expression *target)
 {
     while (target) {
         if (const auto *element = as<ArrayExpression>(target)) {
@@ -23,36 +23,35 @@ void noteTarget(const Expression *target)
             break;
         }
     }
-    const auto *variable = as<VarExpression>(target);
-    if (ProgramContext *program = ProgramContext::current(); program && variable) {
-        program->noteChanged(Name(variable->name));
+    if (const auto *variable = as<VarExpression>(target)) {
+        program.noteChanged(Name(variable->name));
     }
 }
 } // namespace
 
-void StatementList::wasRead()
+void StatementList::wasRead(ProgramContext &program)
 {
     bool inHead = true;
-    std::erase_if(statements, [&inHead](const std::unique_ptr<Statement> &statement) {
+    std::erase_if(statements, [&](const std::unique_ptr<Statement> &statement) {
         const bool isDefinition = as<BlockItemDefStatement>(statement.get()) != nullptr;
         const bool isLate = isDefinition && !inHead;
         if (isLate) {
-            reportProgramError(
-                QT_TRANSLATE_NOOP("messages", "Variable defination should be put at the start of block"));
+            reportError(&program,
+                        QT_TRANSLATE_NOOP("messages", "Variable defination should be put at the start of block"));
         }
         inHead = inHead && isDefinition;
         return isLate;
     });
 }
 
-void AssignStatement::wasRead()
+void AssignStatement::wasRead(ProgramContext &program)
 {
-    noteTarget(target.get());
+    noteTarget(program, target.get());
 }
 
-void StepStatement::wasRead()
+void StepStatement::wasRead(ProgramContext &program)
 {
-    noteTarget(operand.get());
+    noteTarget(program, operand.get());
 }
 
 void SwitchStatement::fields(auto &node, auto &visit)
@@ -72,11 +71,9 @@ void SelectStatement::fields(auto &node, auto &visit)
     }
 }
 
-void CreateLevelStatement::wasRead()
+void CreateLevelStatement::wasRead(ProgramContext &program)
 {
-    if (ProgramContext *program = ProgramContext::current()) {
-        program->noteBound(Name(variable));
-    }
+    program.noteBound(Name(variable));
 }
 
 void BufferStatement::wasRead()

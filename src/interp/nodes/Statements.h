@@ -7,7 +7,7 @@ class StatementList : public Tagged<113, Statement>
 {
 public:
     static void fields(auto &node, auto &visit) { visit(node.statements); }
-    void wasRead(); // a definition after another statement is dropped, with a message
+    void wasRead(ProgramContext &program); // a definition after another statement is dropped, with a message
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::vector<std::unique_ptr<Statement>> statements;
@@ -42,7 +42,7 @@ class AssignStatement : public Tagged<101, Statement>
 {
 public:
     static void fields(auto &node, auto &visit) { visit(node.target, node.value); }
-    void wasRead();
+    void wasRead(ProgramContext &program);
     std::unique_ptr<Step> prepare(Preparer &preparer) const override;
 
     std::unique_ptr<Expression> target; // a variable, an element, a member or a channel
@@ -54,7 +54,7 @@ class StepStatement : public Statement
 {
 public:
     static void fields(auto &node, auto &visit) { visit(node.operand); }
-    void wasRead();
+    void wasRead(ProgramContext &program);
 
     std::unique_ptr<Expression> operand;
 };

@@ -137,7 +137,7 @@ public:
             return Flow::Next;
         }
         if (m_declared.isStack || !m_kept) {
-            std::unique_ptr<BasicType> array = makeArray(m_name, m_declared.typeCode, *sizes);
+            std::unique_ptr<BasicType> array = makeArray(m_name, m_declared.typeCode, *sizes, &run.program());
             array->setPlacement(m_declared.isStack ? StackVar : LocalVar);
             if (m_declared.isStack) {
                 run.frame[m_slot].object = array.release();
@@ -239,12 +239,12 @@ private:
             m_steps.push_back(std::make_unique<StackNumber>(slot));
             return;
         }
-        addObject(declared, name, makeValue(declared.typeCode));
+        addObject(declared, name, makeValue(declared.typeCode, &m_preparer.program()));
     }
 
     void addArray(const Declared &declared, const Expression &expression)
     {
-        const std::optional<Declarator> declarator = declaratorOf(&expression);
+        const std::optional<Declarator> declarator = declaratorOf(&expression, m_preparer.program());
         if (!declarator) {
             addFault(QT_TRANSLATE_NOOP("messages", "Wrong array defination"));
             return;
@@ -254,7 +254,7 @@ private:
             return;
         }
         if (const std::optional<std::vector<int>> sizes = constantSizes(*declarator)) {
-            addObject(declared, name, makeArray(name, declared.typeCode, *sizes));
+            addObject(declared, name, makeArray(name, declared.typeCode, *sizes, &m_preparer.program()));
             return;
         }
         std::vector<std::unique_ptr<Code>> sizes;
