@@ -39,7 +39,7 @@ bool run(const QByteArray &objectFile, FakeDevices &devices, double &seconds)
     AST &tree = program.tree();
     QObject::connect(&tree, &AST::error, &tree,
                      [](const QString &text) { std::fprintf(stderr, "%s\n", qPrintable(text)); });
-    tree.setDevices(&devices);
+    program.state().setDevices(&devices);
     QDataStream stream(objectFile);
     if (!program.load(stream)) {
         return false;

@@ -139,7 +139,7 @@ void ControllerBridge::raise(const TargetNumber &number)
         return; // itself, or a twin by mistake
     }
     const int ports = ConfigManager().onlinePorts();
-    for (int port = 1; port <= ports && m_program && !m_program->tree().stopRequested(); ++port) {
+    for (int port = 1; port <= ports && m_program && !m_program->state().stopRequested(); ++port) {
         m_devices.raiseOnline(port, number.system);
     }
 }

@@ -79,7 +79,7 @@ QString ExecManager::irFilePath(int port) const
 
 bool ExecManager::stopRequested() const
 {
-    return m_program && m_program->tree().stopRequested();
+    return m_program && m_program->state().stopRequested();
 }
 
 ExecManager::Load ExecManager::loadProgram()
@@ -94,9 +94,9 @@ ExecManager::Load ExecManager::loadProgram()
     }
     unloadProgram();
     m_program = std::make_unique<ControlProgram>(m_directory);
-    ProgramStop::watch(&m_program->tree());
-    m_program->tree().setDevices(&m_devices);
-    m_devices.setProgram(&m_program->tree(), &m_program->dispatcher());
+    ProgramStop::watch(&m_program->state());
+    m_program->state().setDevices(&m_devices);
+    m_devices.setProgram(&m_program->state(), &m_program->dispatcher());
     makeSockets();
     connectReports();
     QDataStream stream(copy.get());
@@ -137,7 +137,7 @@ void ExecManager::stopProgram()
 void ExecManager::forgetValues()
 {
     if (m_program) {
-        m_program->tree().storage().reloadVariables();
+        m_program->state().storage().reloadVariables();
     } else {
         StorageManager(m_directory).reloadVariables();
     }
@@ -173,7 +173,7 @@ void ExecManager::connectReports()
 
 void ExecManager::makeSockets()
 {
-    m_sockets = std::make_unique<ProgramSockets>(m_program->tree(), m_program->dispatcher());
+    m_sockets = std::make_unique<ProgramSockets>(m_program->state(), m_program->dispatcher());
     m_sockets->setWebSocketOrigins(m_webSocketOrigins);
     m_devices.setSocketOutputs(m_sockets.get());
     m_ipMonitor = std::make_unique<IpMonitor>(m_ownAddress);

@@ -1,16 +1,16 @@
 #include "app/ProgramStop.h"
 
-#include "program/AST.h"
+#include "interp/ProgramState.h"
 
 #include <atomic>
 
 namespace {
-std::atomic<AST *> watched{ nullptr };
+std::atomic<ProgramState *> watched{ nullptr };
 std::atomic<bool> endRequested{ false };
-static_assert(std::atomic<AST *>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
+static_assert(std::atomic<ProgramState *>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 } // namespace
 
-void ProgramStop::watch(AST *program)
+void ProgramStop::watch(ProgramState *program)
 {
     watched = program;
     if (program && endRequested) {
@@ -20,7 +20,7 @@ void ProgramStop::watch(AST *program)
 
 void ProgramStop::stop()
 {
-    if (AST *program = watched) {
+    if (ProgramState *program = watched) {
         program->requestStop();
     }
 }

@@ -1,6 +1,5 @@
 #include "compiler/Compiler.h"
 
-#include "base/Clock.h"
 #include "compiler/checks/Checks.h"
 #include "compiler/lexing/Braces.h"
 #include "compiler/parsing/ProgramParser.h"
@@ -14,9 +13,6 @@
 #include <algorithm>
 
 namespace {
-/// Nothing is stored while compiling: a place in the resources that does not exist.
-const QString kNoDirectory = QStringLiteral(":/no-such-directory");
-
 /// Cuts a file and all that it includes into one sequence of tokens.
 class TokenReader
 {
@@ -136,8 +132,7 @@ QByteArray objectFileOf(const AST &program)
 
 CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
 {
-    const Clock clock(Clock::Drive::ByHand); // the program object's ticks never come
-    AST program(kNoDirectory);
+    AST program;
     QStringList refusals; // What the program object itself refuses, the checks should have found; it must not get lost
                           // if they did not.
     QObject::connect(&program, &AST::error, &program, [&refusals](const QString &text) { refusals += text; });

@@ -1,6 +1,5 @@
 #include "compiler/SourceWriter.h"
 
-#include "base/Clock.h"
 #include "compiler/Compiler.h"
 #include "compiler/writing/ProgramWriter.h"
 #include "events/ObjectFile.h"
@@ -12,8 +11,7 @@
 namespace {
 SourceText writtenSource(const QByteArray &objectFile)
 {
-    const Clock clock(Clock::Drive::ByHand);
-    AST program(QStringLiteral(":/no-such-directory"));
+    AST program;
     QStringList messages;
     QObject::connect(&program, &AST::error, &program, [&messages](const QString &text) { messages += text; });
     QDataStream stream(objectFile);

@@ -8,7 +8,7 @@ namespace {
 constexpr int kRepeatMs = 100;
 }
 
-AnswerLoop::AnswerLoop(AST *program, int ticks)
+AnswerLoop::AnswerLoop(ProgramState *program, int ticks)
     : m_program(program)
     , m_hasProgram(program != nullptr)
     , m_ticksLeft(ticks)

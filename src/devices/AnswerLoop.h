@@ -1,5 +1,5 @@
 #pragma once
-#include "program/AST.h"
+#include "interp/ProgramState.h"
 
 #include <QEventLoop>
 #include <QObject>
@@ -24,7 +24,7 @@ public:
 
     /// \param program  whose stop ends the wait; may be null
     /// \param ticks    how many times 100 ms to wait
-    AnswerLoop(AST *program, int ticks);
+    AnswerLoop(ProgramState *program, int ticks);
 
     /// Returns the answer when the wait is over; one given while asking ends it before it begins. Invalid: none came.
     QVariant run(const Ask &ask);
@@ -35,7 +35,7 @@ private:
     bool isProgramGone() const;
 
     QEventLoop m_loop;
-    QPointer<AST> m_program;
+    QPointer<ProgramState> m_program;
     bool m_hasProgram;
     int m_ticksLeft;
     bool m_isOver = false;

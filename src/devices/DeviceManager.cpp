@@ -7,13 +7,11 @@
 #include "devices/RemoteText.h"
 #include "devices/SwitchNotice.h"
 #include "events/Dispatcher.h"
-#include "program/AST.h"
+#include "interp/ProgramState.h"
 
 namespace {
 constexpr int kPanelTicks = 6; // of 100 ms
 constexpr int kPortTicks = 4;
-
-DeviceManager *theManager = nullptr;
 
 bool isLocal(const DeviceAddress &device)
 {
@@ -80,8 +78,6 @@ DeviceManager::DeviceManager(std::unique_ptr<PortHardware> hardware, QObject *pa
     : QObject(parent)
     , m_ports(std::move(hardware))
 {
-    Q_ASSERT(!theManager);
-    theManager = this;
     m_ports.setPulseTime([this] { return m_program ? m_program->pulseTimeMs() : PortManager::kDefaultPulseMs; });
     connect(&m_ports, &PortManager::gotIRCode, this, &DeviceManager::gotIRCode);
     connect(&m_ports, &PortManager::received, this,
@@ -94,17 +90,7 @@ DeviceManager::DeviceManager(std::unique_ptr<PortHardware> hardware, QObject *pa
             [this](int port, int channel, int status) { Q_EMIT gotPortStatus(0, port, channel, status); });
 }
 
-DeviceManager::~DeviceManager()
-{
-    theManager = nullptr;
-}
-
-DeviceManager *DeviceManager::instance()
-{
-    return theManager;
-}
-
-void DeviceManager::setProgram(AST *program, Dispatcher *dispatcher)
+void DeviceManager::setProgram(ProgramState *program, Dispatcher *dispatcher)
 {
     m_program = program;
     m_dispatcher = dispatcher;

@@ -10,20 +10,18 @@
 #include <functional>
 #include <memory>
 
-class AST;
 class Dispatcher;
+class ProgramState;
 
 /// The one way of the running program to hardware, panels, other controllers and sockets.
 /// Owns: the port manager. The links are borrowed; a missing one means that nobody can be reached that way.
-/// Thread: the main thread. Ends: with the application; there is one, see instance().
+/// Thread: the main thread. Ends: with the application.
 class DeviceManager : public QObject, public DeviceActions
 {
     Q_OBJECT
 public:
     explicit DeviceManager(std::unique_ptr<PortHardware> hardware, QObject *parent = nullptr);
-    ~DeviceManager() override;
 
-    static DeviceManager *instance(); // nullptr: none has been made
     PortManager &ports() { return m_ports; }
 
     // What the actions reach. All of them may come, go and be missing.
@@ -31,7 +29,7 @@ public:
     void setControllerLink(ControllerLink *controllers) { m_controllers = controllers; }
     void setSocketOutputs(SocketOutputs *sockets) { m_sockets = sockets; }
     void setReboot(std::function<void()> reboot) { m_reboot = std::move(reboot); }
-    void setProgram(AST *program, Dispatcher *dispatcher); // its pulse time, level handling and button states
+    void setProgram(ProgramState *program, Dispatcher *dispatcher); // its pulse time, level handling and button states
 
     void switchChannel(const DeviceAddress &device, PortAction action, int channel) override;
     void sendDeviceCommand(const DeviceAddress &device, const QByteArray &data, Log logLocal) override;
@@ -88,7 +86,7 @@ private:
     ControllerLink *m_controllers = nullptr;
     SocketOutputs *m_sockets = nullptr;
     std::function<void()> m_reboot;
-    QPointer<AST> m_program;
+    QPointer<ProgramState> m_program;
     QPointer<Dispatcher> m_dispatcher;
     LevelMemory m_lastLevel;
     LevelMemory m_lastOfLevels;

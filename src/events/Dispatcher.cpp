@@ -4,10 +4,10 @@
 #include "base/Messages.h"
 #include "events/EventData.h"
 #include "events/HandlerTable.h"
+#include "interp/LevelAssocManager.h"
 #include "interp/nodes/Statements.h"
 #include "interp/steps/BlockSteps.h"
 #include "interp/steps/ChannelSteps.h"
-#include "program/AST.h"
 
 #include <QCoreApplication>
 
@@ -36,10 +36,11 @@ bool isSameError(const CustomEvent &left, const CustomEvent &right)
 }
 } // namespace
 
-Dispatcher::Dispatcher(AST &program, Interpreter &interpreter, QObject *parent)
+Dispatcher::Dispatcher(Interpreter &interpreter, QObject *parent)
     : QObject(parent)
-    , m_program(program)
     , m_interpreter(interpreter)
+    , m_program(interpreter.program())
+    , m_state(interpreter.state())
 {
     interpreter.setEvents(this);
 }
@@ -52,7 +53,7 @@ Dispatcher::~Dispatcher()
 
 void Dispatcher::prepare()
 {
-    m_handlers = std::make_unique<HandlerTable>(m_program, m_interpreter);
+    m_handlers = std::make_unique<HandlerTable>(m_interpreter);
     const auto *mainline = as<StatementList>(m_program.mainlineBlock.get());
     if (!mainline) {
         return;
@@ -95,7 +96,7 @@ void Dispatcher::changeLevel(int deviceNumber, int levelCode, int value)
 {
     buttonStatus(deviceNumber).recordLevel(levelCode, value);
     const std::unique_ptr<StructType> data = makeLevelData(m_program, deviceNumber, levelCode, value);
-    m_program.levels().levelToVariables(deviceNumber, levelCode, value);
+    m_state.levels().levelToVariables(deviceNumber, levelCode, value);
     CustomEvent event;
     event.type = EventType::Level;
     event.device = { deviceNumber, 1, 0 };
@@ -149,14 +150,14 @@ void Dispatcher::raiseTimeline(const TimelineFigures &figures)
 
 void Dispatcher::releaseToItems()
 {
-    DeviceActions *devices = m_program.devices();
+    DeviceActions *devices = m_state.devices();
     if (!devices) {
         return;
     }
     std::vector<ChannelAddress> held;
     held.swap(m_interpreter.heldPanelChannels());
     for (const ChannelAddress &channel : held) {
-        setChannelFeedback(m_program, channel.device.number, channel.channel, 0);
+        setChannelFeedback(m_state, channel.device.number, channel.channel, 0);
     }
     devices->releaseHeldOutputs();
     devices->cancelRemoteToItems();
@@ -164,7 +165,7 @@ void Dispatcher::releaseToItems()
 
 void Dispatcher::runMainlinePass()
 {
-    if (m_pendingStatements > 0 || m_program.stopRequested()) {
+    if (m_pendingStatements > 0 || m_state.stopRequested()) {
         return;
     }
     for (const Body &statement : m_mainline) {
@@ -186,7 +187,7 @@ void Dispatcher::runStartBlock()
         if (!m_interpreter.execute(m_startBlock, nullptr)) {
             m_interpreter.reportTooDeep(QStringLiteral("start"));
         }
-        m_program.storage().flush();
+        m_state.storage().flush();
     }
 }
 
@@ -231,13 +232,13 @@ void Dispatcher::customEvent(QEvent *event)
     default:
         return;
     }
-    m_program.storage().flush(); // before the confirmation leaves
+    m_state.storage().flush(); // before the confirmation leaves
     event->accept();
 }
 
 void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
 {
-    if (!m_handlers || m_program.stopRequested()) {
+    if (!m_handlers || m_state.stopRequested()) {
         return;
     }
     if (observer) {
@@ -252,8 +253,8 @@ void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
         fillBuffer(event);
     }
     const ChannelAddress input{ event.device, event.channel };
-    m_program.setPushed(event.type == EventType::Push ? input : ChannelAddress{});
-    m_program.setReleased(event.type == EventType::Release ? input : ChannelAddress{});
+    m_state.setPushed(event.type == EventType::Push ? input : ChannelAddress{});
+    m_state.setReleased(event.type == EventType::Release ? input : ChannelAddress{});
     if (event.type == EventType::Offline && event.device.number == m_heldDevice) {
         stopHold();
         m_heldDevice = -1;
@@ -264,13 +265,13 @@ void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
     m_handlers->handle(event, data);
     m_inProgress.pop_back();
     if (m_inProgress.empty()) {
-        m_program.storage().flush();
+        m_state.storage().flush();
     } else {
         // A dispatch within a handler: the handler goes on with what it saw before.
         const CustomEvent &outer = m_inProgress.back();
         const ChannelAddress outerInput{ outer.device, outer.channel };
-        m_program.setPushed(outer.type == EventType::Push ? outerInput : ChannelAddress{});
-        m_program.setReleased(outer.type == EventType::Release ? outerInput : ChannelAddress{});
+        m_state.setPushed(outer.type == EventType::Push ? outerInput : ChannelAddress{});
+        m_state.setReleased(outer.type == EventType::Release ? outerInput : ChannelAddress{});
         m_lastEvent = outer;
     }
 }
@@ -319,8 +320,8 @@ void Dispatcher::stopHold()
 
 void Dispatcher::fillBuffer(const CustomEvent &event)
 {
-    const auto found = m_program.buffers().find(event.device);
-    if (found == m_program.buffers().end()) {
+    const auto found = m_state.buffers().find(event.device);
+    if (found == m_state.buffers().end()) {
         return;
     }
     Array *buffer = asArray(m_program.findGlobal(found->second));
@@ -342,5 +343,5 @@ void Dispatcher::fillBuffer(const CustomEvent &event)
         }
     }
     buffer->appendBytes({ data.constData(), static_cast<size_t>(data.size()) });
-    m_program.storage().saveVariable(*buffer);
+    m_state.storage().saveVariable(*buffer);
 }

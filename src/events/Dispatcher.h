@@ -12,7 +12,6 @@
 #include <set>
 #include <vector>
 
-class AST;
 class HandlerTable;
 
 /// The one way of every event to the program's handlers.
@@ -22,7 +21,7 @@ class Dispatcher : public QObject, public EventRaiser
 {
     Q_OBJECT
 public:
-    Dispatcher(AST &program, Interpreter &interpreter, QObject *parent = nullptr);
+    explicit Dispatcher(Interpreter &interpreter, QObject *parent = nullptr);
     ~Dispatcher() override;
 
     /// Makes the handlers ready to run. Call once, after the load.
@@ -69,8 +68,9 @@ private:
     void stopHold();
     void fillBuffer(const CustomEvent &event);
 
-    AST &m_program;
     Interpreter &m_interpreter;
+    AST &m_program;
+    ProgramState &m_state;
     std::unique_ptr<HandlerTable> m_handlers;
     std::map<int, ButtonStatusSaver> m_buttonStatus;
     std::optional<CustomEvent> m_lastEvent;

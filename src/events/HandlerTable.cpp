@@ -47,11 +47,10 @@ bool sameSystem(int left, int right)
 }
 } // namespace
 
-HandlerTable::HandlerTable(AST &program, Interpreter &interpreter)
-    : m_program(program)
-    , m_interpreter(interpreter)
+HandlerTable::HandlerTable(Interpreter &interpreter)
+    : m_interpreter(interpreter)
 {
-    for (const auto &node : program.eventHandlers()) {
+    for (const auto &node : interpreter.program().eventHandlers()) {
         visitNode(EventHandlerTypes(), *node, [this](const auto &handler) { add(handler); });
     }
 }
@@ -128,7 +127,7 @@ void HandlerTable::add(const DataEventHandler &node)
     Handler handler;
     handler.kind = Kind::Data;
     for (const DeviceReference &reference : node.devices) {
-        if (const Device *device = reference.resolve(m_program)) {
+        if (const Device *device = reference.resolve(m_interpreter.program())) {
             handler.devices.push_back(device->address());
         }
     }
@@ -156,7 +155,7 @@ std::vector<HandlerTable::ChannelFilter>
 HandlerTable::prepareChannels(const std::vector<std::unique_ptr<ButtonExpression>> &nodes)
 {
     std::vector<ChannelFilter> filters;
-    Preparer preparer(m_program, m_interpreter);
+    Preparer preparer(m_interpreter);
     for (const auto &node : nodes) {
         ChannelFilter filter;
         filter.code = std::make_unique<ChannelCode>(*node, preparer);
@@ -249,7 +248,7 @@ bool HandlerTable::matchesGroup(const ChannelGroup &group, int deviceNumber, int
     if (!hasCode || group.device.number == deviceNumber) {
         return hasCode;
     }
-    const std::vector<DeviceAddress> addresses = m_program.expandDevice(group.device);
+    const std::vector<DeviceAddress> addresses = m_interpreter.state().expandDevice(group.device);
     return std::any_of(addresses.begin(), addresses.end(),
                        [deviceNumber](const DeviceAddress &address) { return address.number == deviceNumber; });
 }
@@ -303,7 +302,7 @@ void HandlerTable::runMatching(const Handler &handler, const CustomEvent &event,
         }
         if (event.type == EventType::Hold) {
             if (subHandler.holdTenths < 1) {
-                m_program.reportError(translated(QT_TRANSLATE_NOOP("messages", "Wrong hold time")));
+                m_interpreter.program().reportError(translated(QT_TRANSLATE_NOOP("messages", "Wrong hold time")));
                 return;
             }
             const bool isDue = subHandler.repeats ? event.elapsedTenths % subHandler.holdTenths == 0

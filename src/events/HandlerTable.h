@@ -9,15 +9,13 @@
 #include <unordered_map>
 #include <vector>
 
-class AST;
-
 /// The prepared handlers of a program, found by kind of event and device, kept in file order.
 /// Filters made of constants are evaluated once, here; others at every event.
 /// Owns: the prepared bodies. Thread: the main thread.
 class HandlerTable
 {
 public:
-    HandlerTable(AST &program, Interpreter &interpreter);
+    explicit HandlerTable(Interpreter &interpreter);
     ~HandlerTable();
 
     /// Runs every matching body. data: the event's structure, borrowed.
@@ -69,7 +67,6 @@ private:
     bool matchesTimeline(const Handler &handler, int id) const;
     void runMatching(const Handler &handler, const CustomEvent &event, BasicType *data);
 
-    AST &m_program;
     Interpreter &m_interpreter;
     std::vector<std::unique_ptr<Handler>> m_handlers;       // file order
     std::map<std::pair<Kind, int>, HandlerList> m_byDevice; // by device number, for handlers of constant devices

@@ -1,6 +1,5 @@
 #include "events/ObjectFile.h"
 
-#include "base/Clock.h"
 #include "events/EventHandlers.h"
 #include "interp/ProgramFunction.h"
 #include "interp/nodes/Statements.h"
@@ -111,13 +110,10 @@ bool loadObjectFile(AST &program, QDataStream &stream)
         program.addEventHandler(std::move(handler));
     }
     program.combinations().readFrom(reader);
-    program.levels().readFrom(reader);
+    reader(program.levels());
     if (reader.readInt() != kObjectFileEnd) {
         program.clear();
         return false;
-    }
-    for (BasicType *value : program.globalsInOrder()) {
-        program.storage().restoreVariable(*value);
     }
     return true;
 }
@@ -134,8 +130,7 @@ QString objectFileProblem(const QByteArray &objectFile)
     if (version != kObjectFileVersion) {
         return QStringLiteral("the object file has version %1; only %2 is known").arg(version).arg(kObjectFileVersion);
     }
-    const Clock clock(Clock::Drive::ByHand);
-    AST program(QStringLiteral(":/no-such-directory"));
+    AST program;
     QDataStream stream(objectFile);
     return loadObjectFile(program, stream)
                ? QString()
@@ -163,6 +158,6 @@ void writeObjectFile(const AST &program, QDataStream &stream)
     writeBlock(writer, program.mainlineBlock);
     writer.tagged(program.eventHandlers(), programNodes().eventHandlers);
     program.combinations().writeTo(writer);
-    program.levels().writeTo(writer);
+    writer(program.levels());
     writer.writeInt(kObjectFileEnd);
 }

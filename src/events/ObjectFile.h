@@ -12,7 +12,7 @@ constexpr qint32 kObjectFileEnd = 0xAA55;
 
 /// Fills a program object that has its system symbols and built-ins. A file with a wrong magic, version or end mark,
 /// one that ends too early or nests deeper than RecordReader::kMaxDepth leaves the program empty.
-/// On success the stored values of NON_VOLATILE and PERSISTENT globals are back. Returns whether the load succeeded.
+/// Returns whether the load succeeded.
 bool loadObjectFile(AST &program, QDataStream &stream);
 
 /// What is wrong with an object file, for people; empty when it can be loaded.

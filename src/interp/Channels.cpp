@@ -56,7 +56,7 @@ private:
     bool isOn(Run &run) const
     {
         constexpr int kRelayPort = 9;
-        DeviceActions *devices = run.program().devices();
+        DeviceActions *devices = run.state().devices();
         const std::vector<ChannelGroup> groups = m_channels.collect(run);
         if (!devices || groups.size() != 1 || groups[0].channels.size() != 1) {
             return false;
@@ -64,7 +64,7 @@ private:
         const DeviceAddress &device = groups[0].device;
         const auto channel = static_cast<int>(groups[0].channels[0]);
         if (device.number != kControllerDevice) {
-            const std::vector<DeviceAddress> addresses = run.program().expandDevice(device);
+            const std::vector<DeviceAddress> addresses = run.state().expandDevice(device);
             return !addresses.empty() &&
                    devices->askPanel(addresses.front().number, { PanelQuestion::Kind::Status, channel }).toInt() != 0;
         }

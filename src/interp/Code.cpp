@@ -1,9 +1,9 @@
 #include "interp/Code.h"
 
 #include "base/Numbers.h"
+#include "interp/ProgramState.h"
 #include "interp/Run.h"
 #include "model/Values.h"
-#include "program/AST.h"
 
 Truth Code::test(Run &run) const
 {
@@ -30,7 +30,7 @@ ValueView NumberCode::view(Run &run, ValueRef &) const
 void storeChanged(Run &run, const Code &changed)
 {
     if (const BasicType *variable = changed.variable(run); variable && variable->storageClass() != Volatile) {
-        run.program().storage().saveVariable(*variable);
+        run.state().storage().saveVariable(*variable);
     }
 }
 

@@ -7,44 +7,30 @@
 #include <QCoreApplication>
 
 namespace {
-Interpreter *currentInterpreter = nullptr;
-
 /// Functions and routines have the same parts but no common class with them.
 template <class Callable>
-void makeCode(Callable &callable, AST &program, Interpreter &interpreter)
+void makeCode(Callable &callable, Interpreter &interpreter)
 {
-    Preparer preparer(program, interpreter);
+    Preparer preparer(interpreter);
     callable.code = std::make_unique<FunctionCode>(preparer, callable.arguments.get());
 }
 
 template <class Callable>
-void prepareBodyOf(Callable &callable, AST &program, Interpreter &interpreter)
+void prepareBodyOf(Callable &callable, Interpreter &interpreter)
 {
-    Preparer preparer(program, interpreter);
+    Preparer preparer(interpreter);
     callable.code->prepareBody(preparer, callable.body.get());
 }
 } // namespace
 
-Interpreter::Interpreter(AST &program)
-    : m_program(program)
-    , m_run(std::make_unique<Run>(program, *this))
+Interpreter::Interpreter(ProgramState &state)
+    : m_state(state)
+    , m_run(std::make_unique<Run>(*this))
     , m_waits(*this)
     , m_timelines(*this)
-{
-    currentInterpreter = this;
-}
+{}
 
-Interpreter::~Interpreter()
-{
-    if (currentInterpreter == this) {
-        currentInterpreter = nullptr;
-    }
-}
-
-Interpreter *Interpreter::current()
-{
-    return currentInterpreter;
-}
+Interpreter::~Interpreter() = default;
 
 void Interpreter::setEvents(EventRaiser *events)
 {
@@ -53,23 +39,23 @@ void Interpreter::setEvents(EventRaiser *events)
 
 void Interpreter::prepareFunctions()
 {
-    for (const auto &function : m_program.functions()) {
-        makeCode(static_cast<ProgramFunction &>(*function), m_program, *this);
+    for (const auto &function : program().functions()) {
+        makeCode(static_cast<ProgramFunction &>(*function), *this);
     }
-    for (const auto &routine : m_program.callRoutines()) {
-        makeCode(static_cast<ProgramRoutine &>(*routine), m_program, *this);
+    for (const auto &routine : program().callRoutines()) {
+        makeCode(static_cast<ProgramRoutine &>(*routine), *this);
     }
-    for (const auto &function : m_program.functions()) {
-        prepareBodyOf(static_cast<ProgramFunction &>(*function), m_program, *this);
+    for (const auto &function : program().functions()) {
+        prepareBodyOf(static_cast<ProgramFunction &>(*function), *this);
     }
-    for (const auto &routine : m_program.callRoutines()) {
-        prepareBodyOf(static_cast<ProgramRoutine &>(*routine), m_program, *this);
+    for (const auto &routine : program().callRoutines()) {
+        prepareBodyOf(static_cast<ProgramRoutine &>(*routine), *this);
     }
 }
 
 Body Interpreter::prepareBody(const Statement &statement, Name dataName)
 {
-    Preparer preparer(m_program, *this);
+    Preparer preparer(*this);
     if (!dataName.isEmpty()) {
         preparer.declare({ dataName, LocalVariable::Kind::Object, preparer.addSlot(), 0, nullptr, false });
     }
@@ -81,13 +67,13 @@ Body Interpreter::prepareBody(const Statement &statement, Name dataName)
 
 std::unique_ptr<Code> Interpreter::prepareExpression(const Expression &expression)
 {
-    Preparer preparer(m_program, *this);
+    Preparer preparer(*this);
     return expression.prepare(preparer, Context::Plain);
 }
 
 bool Interpreter::execute(const Body &body, BasicType *data)
 {
-    if (!body.step || m_program.stopRequested()) {
+    if (!body.step || m_state.stopRequested()) {
         return true;
     }
     Slot *const base = m_run->top;
@@ -104,7 +90,7 @@ bool Interpreter::execute(const Body &body, BasicType *data)
 
 bool Interpreter::executeWithLocals(const Body &body, const WaitTable::Values &locals)
 {
-    if (!body.step || m_program.stopRequested()) {
+    if (!body.step || m_state.stopRequested()) {
         return true;
     }
     if (!m_run->hasRoom(body.frameSize)) {
@@ -131,13 +117,14 @@ void Interpreter::reportTooDeep(const QString &where)
 
 bool Interpreter::mayMoveLevels(Name name) const
 {
-    return m_program.isBound(name);
+    return m_state.program().isBound(name);
 }
 
 bool Interpreter::isNeverChanged(const BasicType &global) const
 {
-    if (m_program.isKeptCurrent(global)) {
+    if (m_state.isKeptCurrent(global)) {
         return false;
     }
-    return global.isConst() || !(m_program.isChanged(global.name()) || m_program.isBound(global.name()));
+    return global.isConst() ||
+           !(m_state.program().isChanged(global.name()) || m_state.program().isBound(global.name()));
 }

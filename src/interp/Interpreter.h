@@ -1,7 +1,7 @@
 #pragma once
+#include "interp/ProgramState.h"
 #include "interp/TimelineTable.h"
 #include "interp/WaitTable.h"
-#include "program/AST.h"
 
 #include <memory>
 #include <optional>
@@ -32,18 +32,17 @@ struct Body
 };
 
 /// Runs one program: its stack, waits and timelines.
-/// Owns: those. Thread: the main thread. Ends: with the program, before its tree.
+/// Owns: those. Thread: the main thread. Ends: with the program, before its state.
 class Interpreter
 {
 public:
-    explicit Interpreter(AST &program);
+    explicit Interpreter(ProgramState &state);
     ~Interpreter();
     Interpreter(const Interpreter &) = delete;
     Interpreter &operator=(const Interpreter &) = delete;
 
-    static Interpreter *current(); // of the loaded program; nullptr: none
-
-    AST &program() { return m_program; }
+    ProgramState &state() { return m_state; }
+    AST &program() { return m_state.program(); }
     Run &run() { return *m_run; }
     WaitTable &waits() { return m_waits; }
     TimelineTable &timelines() { return m_timelines; }
@@ -75,7 +74,7 @@ public:
     std::vector<ChannelAddress> &heldPanelChannels() { return m_heldPanelChannels; }
 
 private:
-    AST &m_program;
+    ProgramState &m_state;
     EventRaiser *m_events = nullptr;
     std::unique_ptr<Run> m_run;
     WaitTable m_waits;

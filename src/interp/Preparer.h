@@ -1,11 +1,9 @@
 #pragma once
 #include "interp/Code.h"
+#include "interp/Interpreter.h"
 #include "program/Nodes.h"
 
 #include <vector>
-
-class AST;
-class Interpreter;
 
 /// A local variable as the names of a body see it.
 struct LocalVariable
@@ -29,12 +27,11 @@ struct LocalVariable
 class Preparer
 {
 public:
-    Preparer(AST &program, Interpreter &interpreter)
-        : m_program(program)
-        , m_interpreter(interpreter)
+    explicit Preparer(Interpreter &interpreter)
+        : m_interpreter(interpreter)
     {}
 
-    AST &program() const { return m_program; }
+    AST &program() const { return m_interpreter.program(); }
     Interpreter &interpreter() const { return m_interpreter; }
 
     /// nullptr for a missing node.
@@ -56,7 +53,6 @@ public:
     bool mayMoveLevels(Name name) const;
 
 private:
-    AST &m_program;
     Interpreter &m_interpreter;
     std::vector<LocalVariable> m_visible;
     int m_slots = 0;

@@ -1,7 +1,7 @@
 #include "interp/Run.h"
 
 #include "base/Messages.h"
-#include "program/AST.h"
+#include "interp/Interpreter.h"
 
 #include <sys/resource.h>
 
@@ -22,10 +22,11 @@ const char *stackFloor()
 }
 } // namespace
 
-Run::Run(AST &program, Interpreter &interpreter)
-    : m_program(program)
+Run::Run(Interpreter &interpreter)
+    : m_program(interpreter.program())
+    , m_state(interpreter.state())
     , m_interpreter(interpreter)
-    , m_stop(program.stopFlag())
+    , m_stop(m_state.stopFlag())
     , m_slots(new Slot[kSlots])
     , m_end(m_slots.get() + kSlots)
     , m_stackFloor(stackFloor())

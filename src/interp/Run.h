@@ -8,6 +8,7 @@
 
 class AST;
 class Interpreter;
+class ProgramState;
 
 /// One local variable of a frame: a number, or an object that the block or call owning the slot deletes.
 union Slot {
@@ -22,14 +23,15 @@ struct ReturnValue
     ValueRef object{}; // what seen.object points to
 };
 
-/// The state of the running program: its frame stack, the value on its way out of a function, the loop flag.
+/// Where a program is just now: its frame stack, the value on its way out of a function, the loop flag.
 /// Thread: the main thread.
 class Run
 {
 public:
-    Run(AST &program, Interpreter &interpreter);
+    explicit Run(Interpreter &interpreter);
 
     AST &program() const { return m_program; }
+    ProgramState &state() const { return m_state; }
     Interpreter &interpreter() const { return m_interpreter; }
 
     Slot *frame = nullptr; // of the running body
@@ -53,6 +55,7 @@ private:
     static constexpr size_t kSlots = 1 << 18; // 2 MiB of address space, touched as needed
 
     AST &m_program;
+    ProgramState &m_state;
     Interpreter &m_interpreter;
     const std::atomic<bool> &m_stop;
     std::unique_ptr<Slot[]> m_slots;

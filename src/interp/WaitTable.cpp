@@ -100,7 +100,7 @@ void WaitTable::runWait(Wait &wait)
         m_interpreter.reportTooDeep(QStringLiteral("wait '%1'").arg(wait.id.second));
     }
     swapGlobals(wait.globals);
-    m_interpreter.program().storage().flush();
+    m_interpreter.state().storage().flush();
 }
 
 void WaitTable::swapGlobals(Values &copies)

@@ -1,8 +1,8 @@
 #include "library/FileFunctions.h"
 
 #include "base/Numbers.h"
+#include "interp/ProgramState.h"
 #include "model/Values.h"
-#include "program/AST.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -29,7 +29,7 @@ constexpr int kMostWritten = 1 << 24; // bytes written by one call
 /// evaluated: the program that runs for one might close the file.
 QFile *openFile(const ArgumentList &arguments, int handle, Status &problem)
 {
-    const auto &files = arguments.run().program().files();
+    const auto &files = arguments.run().state().files();
     const auto found = files.find(handle);
     problem = found == files.end() ? UnknownHandle : Failed;
     return found == files.end() ? nullptr : found->second.get();
@@ -98,7 +98,7 @@ void FileOpenFunc::call(const ArgumentList &arguments)
         setResult(Failed, SLongType);
         return;
     }
-    auto &files = arguments.run().program().files();
+    auto &files = arguments.run().state().files();
     const int handle = files.empty() ? kFirstHandle : files.rbegin()->first + 1; // none is ever taken out
     files.emplace(handle, std::move(file));
     setResult(handle, SLongType);
@@ -106,7 +106,7 @@ void FileOpenFunc::call(const ArgumentList &arguments)
 
 void FileCloseFunc::call(const ArgumentList &arguments)
 {
-    auto &files = arguments.run().program().files();
+    auto &files = arguments.run().state().files();
     const auto found = files.find(arguments.integer(0));
     if (found == files.end()) {
         setResult(UnknownHandle, SLongType);

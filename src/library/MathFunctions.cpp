@@ -3,7 +3,6 @@
 #include "base/Numbers.h"
 
 #include <cmath>
-#include <random>
 
 void AbsValueFunc::call(const ArgumentList &arguments)
 {
@@ -32,12 +31,11 @@ void MinValueFunc::call(const ArgumentList &arguments)
 
 void RandomNumberFunc::call(const ArgumentList &arguments)
 {
-    static std::minstd_rand generator; // 31 bits; seeded always the same, so that a run can be repeated
     const std::optional<double> number = numberOrZero(arguments, 0);
     if (!number) {
         return;
     }
-    const auto drawn = static_cast<qint64>(generator());
+    const auto drawn = static_cast<qint64>(m_generator());
     const qint64 n = integerPart32(*number);
     setResult(n == 0 ? 0 : static_cast<double>(drawn % n));
 }

@@ -1,6 +1,8 @@
 #pragma once
 #include "library/LibraryFunction.h"
 
+#include <random>
+
 /// abs_value(number)
 class AbsValueFunc : public QuietFunction
 {
@@ -30,6 +32,9 @@ class RandomNumberFunc : public LibraryFunction
 public:
     using LibraryFunction::LibraryFunction;
     void call(const ArgumentList &arguments) override;
+
+private:
+    std::minstd_rand m_generator; // 31 bits; seeded always the same, so that a run can be repeated
 };
 
 /// A standard function of one number; out of its domain it gives NaN or an infinity.

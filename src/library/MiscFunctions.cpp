@@ -2,7 +2,7 @@
 
 #include "base/Numbers.h"
 #include "interp/Interpreter.h"
-#include "program/AST.h"
+#include "interp/ProgramState.h"
 
 #include <QCryptographicHash>
 
@@ -92,7 +92,7 @@ void SaveParamFunc::call(const ArgumentList &arguments)
     const QString key = textArgument(arguments, 0);
     const ValueRef value = arguments.value(1).view.toValue();
     if (arguments.count() >= 2 && !key.isEmpty() && value) {
-        arguments.run().program().storage().saveParameter(key, *value);
+        arguments.run().state().storage().saveParameter(key, *value);
     }
 }
 
@@ -103,7 +103,7 @@ void LoadParamFunc::call(const ArgumentList &arguments)
     if (!target || key.isEmpty()) {
         return;
     }
-    StorageManager &storage = arguments.run().program().storage();
+    StorageManager &storage = arguments.run().state().storage();
     if (target.object) {
         storage.loadParameter(key, *target.object);
     } else { // a number in an array or a frame
@@ -117,7 +117,7 @@ void LoadParamFunc::call(const ArgumentList &arguments)
 
 void DeleteAllParamFunc::call(const ArgumentList &arguments)
 {
-    arguments.run().program().storage().deleteAllParameters();
+    arguments.run().state().storage().deleteAllParameters();
 }
 
 void CombineDeviceFunc::call(const ArgumentList &arguments)
@@ -135,7 +135,7 @@ void CombineDeviceFunc::call(const ArgumentList &arguments)
         report(QT_TRANSLATE_NOOP("messages", "Combined device must contain virtual device"));
         return;
     }
-    arguments.run().program().combinations().addGroup(std::move(group));
+    arguments.run().state().combinations().addGroup(std::move(group));
 }
 
 void UncombineDeviceFunc::call(const ArgumentList &arguments)
@@ -154,7 +154,7 @@ void UncombineDeviceFunc::call(const ArgumentList &arguments)
         report(QT_TRANSLATE_NOOP("messages", "Uncombined device must contain virtual device"));
         return;
     }
-    DeviceCombineManager &combinations = arguments.run().program().combinations();
+    DeviceCombineManager &combinations = arguments.run().state().combinations();
     auto groups = combinations.groups();
     for (const DeviceAddress &device : devices) {
         for (auto &group : groups) {
@@ -208,7 +208,7 @@ void SetPulseTimeFunc::call(const ArgumentList &arguments)
     }
     constexpr qint64 kMostTenths = std::numeric_limits<int>::max() / 100;
     const auto tenths = std::clamp<qint64>(arguments.integer64(0), 0, kMostTenths);
-    arguments.run().program().setPulseTimeMs(static_cast<int>(tenths) * 100);
+    arguments.run().state().setPulseTimeMs(static_cast<int>(tenths) * 100);
 }
 
 void GetMasterBuildFunc::call(const ArgumentList &)

@@ -2,7 +2,7 @@
 
 #include "base/Numbers.h"
 #include "base/SystemNumber.h"
-#include "program/AST.h"
+#include "interp/ProgramState.h"
 
 namespace {
 using Question = PanelQuestion::Kind;
@@ -10,11 +10,11 @@ using Setting = PanelSetting::Kind;
 
 DeviceActions *actions(const ArgumentList &arguments)
 {
-    return arguments.run().program().devices(); // nullptr while a program is only looked at
+    return arguments.run().state().devices(); // nullptr while a program is only looked at
 }
 
 /// The count and the first argument's device of set_virtual_…_count; nullptr: there is none.
-AST::VirtualDevice *virtualDevice(const ArgumentList &arguments, int &count)
+ProgramState::VirtualDevice *virtualDevice(const ArgumentList &arguments, int &count)
 {
     const Number number = arguments.tryNumber(1);
     const Argument argument = arguments.value(0);
@@ -22,7 +22,7 @@ AST::VirtualDevice *virtualDevice(const ArgumentList &arguments, int &count)
         return nullptr;
     }
     count = integerPart32(number.value);
-    return &arguments.run().program().virtualDevices()[argument.device()->address()];
+    return &arguments.run().state().virtualDevices()[argument.device()->address()];
 }
 } // namespace
 
@@ -267,7 +267,7 @@ void GetSystemNumberFunc::call(const ArgumentList &)
 void SetVirtualChannelCountFunc::call(const ArgumentList &arguments)
 {
     int count = 0;
-    if (AST::VirtualDevice *device = virtualDevice(arguments, count)) {
+    if (ProgramState::VirtualDevice *device = virtualDevice(arguments, count)) {
         device->channelCount = count;
     }
 }
@@ -275,7 +275,7 @@ void SetVirtualChannelCountFunc::call(const ArgumentList &arguments)
 void SetVirtualLevelCountFunc::call(const ArgumentList &arguments)
 {
     int count = 0;
-    if (AST::VirtualDevice *device = virtualDevice(arguments, count)) {
+    if (ProgramState::VirtualDevice *device = virtualDevice(arguments, count)) {
         device->levelCount = count;
     }
 }

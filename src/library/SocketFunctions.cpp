@@ -1,8 +1,8 @@
 #include "library/SocketFunctions.h"
 
 #include "base/Numbers.h"
+#include "interp/ProgramState.h"
 #include "model/Values.h"
-#include "program/AST.h"
 
 #include <algorithm>
 
@@ -108,7 +108,7 @@ QByteArray macOf(QByteArray text)
 
 SocketActions *SocketFunction::sockets(const ArgumentList &arguments)
 {
-    return arguments.run().program().sockets();
+    return arguments.run().state().sockets();
 }
 
 void IpClientOpenFunc::call(const ArgumentList &arguments)

@@ -1,6 +1,5 @@
 #include "program/AST.h"
 
-#include "base/Clock.h"
 #include "base/Messages.h"
 
 #include <QCoreApplication>
@@ -65,7 +64,6 @@ constexpr NumberSymbol kThirdNumbers[] = {
     { "get_timer", LongType, 0 },
 };
 constexpr TextSymbol kClockTexts[] = { { "day", 10, "MON" }, { "date", 8, "12/25/00" }, { "time", 8, "00:00:00" } };
-constexpr const char *kDays[] = { "MON", "TUE", "WED", "THU", "FRI", "SAT", "SUN" };
 
 constexpr int kFirstCustomType = 200;
 constexpr int kLastDevice = 46999;
@@ -74,33 +72,12 @@ Name nameOf(const char *text)
 {
     return Name(QString::fromLatin1(text));
 }
-
-/// Overwrites the elements that are there; the length stays.
-void overwrite(Array &text, const QByteArray &bytes)
-{
-    const int count = std::min(text.length(), bytes.size());
-    for (int i = 0; i < count; ++i) {
-        text.setNumber(i + 1, static_cast<quint8>(bytes.at(i)));
-    }
-}
 } // namespace
 
-AST::AST(const QString &dataDirectory, QObject *parent)
-    : QObject(parent)
-    , m_levels(*this)
-    , m_storage(dataDirectory)
+AST::AST()
 {
     registerCustomTypes();
     createSystemSymbols();
-    m_clockTickets = { Clock::instance().every(100, [this] { tickTenth(); }),
-                       Clock::instance().every(1000, [this] { refreshDateAndTime(); }) };
-}
-
-AST::~AST()
-{
-    for (const int ticket : m_clockTickets) {
-        Clock::instance().cancel(ticket);
-    }
 }
 
 void AST::setProgramName(const QString &name)
@@ -141,7 +118,6 @@ void AST::declareGlobal(std::unique_ptr<BasicType> value)
         std::erase(m_systemSymbols, existing); // its address may be another value's from now on
         m_globalsById[slot] = value.get();
         m_globals[text] = std::move(value);
-        findSystemVariables();
         return;
     }
     Q_EMIT error(translated(QT_TRANSLATE_NOOP("messages", "Symbol [%1] already defined in current scope")).arg(text));
@@ -257,29 +233,12 @@ QString AST::typeName(int code) const
     return info ? info->name() : QString();
 }
 
-std::vector<DeviceAddress> AST::expandDevice(const DeviceAddress &device) const
-{
-    return m_combinations.expand(device);
-}
-
 bool AST::declaresDevice(int number) const
 {
     return std::any_of(m_globalOrder.begin(), m_globalOrder.end(), [number](const BasicType *value) {
         const Device *device = asDevice(value);
         return device && device->address().number == number;
     });
-}
-
-void AST::setDevices(DeviceActions *devices)
-{
-    m_devices = devices;
-}
-
-void AST::setPulseTimeMs(int ms)
-{
-    m_pulseTimeMs = ms;
-    const int tenths = ms / 100;
-    m_getPulseTime->setValue(tenths);
 }
 
 void AST::clear()
@@ -297,7 +256,6 @@ void AST::clear()
     m_callRoutines.clear();
     m_combinations.clear();
     m_levels.clear();
-    m_buffers.clear();
     m_changedNames.clear();
     m_boundNames.clear();
     m_globals.clear();
@@ -307,27 +265,6 @@ void AST::clear()
     m_types.clear();
     registerCustomTypes();
     createSystemSymbols();
-}
-
-void AST::setPushed(const ChannelAddress &input)
-{
-    m_pushChannel->setValue(input.channel);
-    m_pushDevChan->setCode(input.channel);
-    m_pushDevChan->setDevice(input.device);
-}
-
-void AST::setReleased(const ChannelAddress &input)
-{
-    m_releaseChannel->setValue(input.channel);
-    m_releaseDevChan->setCode(input.channel);
-    m_releaseDevChan->setDevice(input.device);
-}
-
-void AST::variableChanged(Name name, qint64 value)
-{
-    if (m_levels.isActive()) {
-        m_levels.variableToLevels(name.text(), value);
-    }
 }
 
 void AST::registerCustomTypes()
@@ -366,29 +303,6 @@ void AST::createSystemSymbols()
     }
     declareSystem(std::make_unique<DevChan>(), "push_devchan");
     declareSystem(std::make_unique<DevChan>(), "release_devchan");
-
-    findSystemVariables();
-}
-
-void AST::findSystemVariables()
-{
-    m_getTimer = asDouble(findGlobal(nameOf("get_timer")));
-    m_getPulseTime = asDouble(findGlobal(nameOf("get_pulse_time")));
-    m_pushChannel = asDouble(findGlobal(nameOf("push_channel")));
-    m_releaseChannel = asDouble(findGlobal(nameOf("release_channel")));
-    m_pushDevChan = static_cast<DevChan *>(findGlobal(nameOf("push_devchan")));
-    m_releaseDevChan = static_cast<DevChan *>(findGlobal(nameOf("release_devchan")));
-    m_date = asArray(findGlobal(nameOf("date")));
-    m_time = asArray(findGlobal(nameOf("time")));
-    m_day = asArray(findGlobal(nameOf("day")));
-}
-
-bool AST::isKeptCurrent(const BasicType &global) const
-{
-    const BasicType *const variables[] = { m_getTimer,       m_getPulseTime, m_pushChannel,
-                                           m_releaseChannel, m_pushDevChan,  m_releaseDevChan,
-                                           m_date,           m_time,         m_day };
-    return std::find(std::begin(variables), std::end(variables), &global) != std::end(variables);
 }
 
 void AST::declareSystem(std::unique_ptr<BasicType> value, const char *name)
@@ -402,17 +316,4 @@ void AST::declareSystem(std::unique_ptr<BasicType> value, const char *name)
     if (BasicType *symbol = findGlobal(declared); !isSystemSymbol(symbol)) {
         m_systemSymbols.push_back(symbol);
     }
-}
-
-void AST::tickTenth()
-{
-    *m_getTimer->storage() = static_cast<double>(++m_tenths);
-}
-
-void AST::refreshDateAndTime()
-{
-    const QDateTime now = Clock::instance().localDateTime();
-    overwrite(*m_date, now.toString(QStringLiteral("MM/dd/yy")).toLatin1());
-    overwrite(*m_time, now.toString(QStringLiteral("HH:mm:ss")).toLatin1());
-    overwrite(*m_day, QByteArray(kDays[now.date().dayOfWeek() - 1]));
 }

@@ -1,6 +1,7 @@
 #include "program/Exclusive.h"
 
 #include "program/AST.h"
+#include "program/DeviceActions.h"
 #include "program/NodeStream.h"
 
 #include <algorithm>
@@ -19,13 +20,14 @@ const Device *DeviceReference::resolve(const AST &program) const
     }
 }
 
-bool Exclusive::contains(const AST &program, int deviceNumber, int port, int channel) const
+bool Exclusive::contains(const AST &program, const DeviceCombineManager &combinations, int deviceNumber, int port,
+                         int channel) const
 {
     const Device *own = device.resolve(program);
     if (!own || !hasChannel(channel)) {
         return false;
     }
-    const std::vector<DeviceAddress> addresses = program.expandDevice(own->address());
+    const std::vector<DeviceAddress> addresses = combinations.expand(own->address());
     return std::any_of(addresses.begin(), addresses.end(), [deviceNumber, port](const DeviceAddress &address) {
         return address.number == deviceNumber && (deviceNumber != kControllerDevice || address.port == port);
     });

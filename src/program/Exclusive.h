@@ -6,6 +6,7 @@
 #include <vector>
 
 class AST;
+class DeviceCombineManager;
 
 /// A reference to a device in the object file: the name of a global (or local) symbol, or an anonymous address.
 struct DeviceReference
@@ -49,7 +50,8 @@ public:
 
     /// True when the group governs the channel on one of the devices that its own device stands for.
     /// For the controller's device 5001 the port must be the group's port too; pass it.
-    bool contains(const AST &program, int deviceNumber, int port, int channel) const;
+    bool contains(const AST &program, const DeviceCombineManager &combinations, int deviceNumber, int port,
+                  int channel) const;
 
     DeviceReference device;
 };

@@ -6,6 +6,7 @@
 #include "devices/FramedPorts.h"
 #include "events/Dispatcher.h"
 #include "interp/Interpreter.h"
+#include "interp/LevelAssocManager.h"
 #include "program/AST.h"
 #include "support/Spoken.h"
 #include "support/Table.h"
@@ -118,6 +119,7 @@ private:
     std::unique_ptr<Clock> m_clock;
     std::unique_ptr<MonitorLines> m_monitor;
     std::unique_ptr<AST> m_program;
+    std::unique_ptr<ProgramState> m_state;
     std::unique_ptr<Interpreter> m_interpreter;
     std::unique_ptr<Dispatcher> m_dispatcher;
     std::unique_ptr<DeviceManager> m_devices;
@@ -130,9 +132,10 @@ void DeviceManagerTest::init()
     setLocalSystemNumber(1);
     m_clock = std::make_unique<Clock>(Clock::Drive::ByHand);
     m_monitor = std::make_unique<MonitorLines>();
-    m_program = std::make_unique<AST>(m_directory.path());
-    m_interpreter = std::make_unique<Interpreter>(*m_program);
-    m_dispatcher = std::make_unique<Dispatcher>(*m_program, *m_interpreter);
+    m_program = std::make_unique<AST>();
+    m_state = std::make_unique<ProgramState>(*m_program, m_directory.path());
+    m_interpreter = std::make_unique<Interpreter>(*m_state);
+    m_dispatcher = std::make_unique<Dispatcher>(*m_interpreter);
     m_dispatcher->prepare();
     auto hardware = std::make_unique<SimulatedPorts>();
     m_hardware = hardware.get();
@@ -141,14 +144,15 @@ void DeviceManagerTest::init()
     m_devices->setPanelLink(&m_links);
     m_devices->setControllerLink(&m_links);
     m_devices->setSocketOutputs(&m_links);
-    m_devices->setProgram(m_program.get(), m_dispatcher.get());
-    m_program->setDevices(m_devices.get());
+    m_devices->setProgram(m_state.get(), m_dispatcher.get());
+    m_state->setDevices(m_devices.get());
 }
 
 void DeviceManagerTest::cleanup()
 {
     m_dispatcher.reset();
     m_interpreter.reset();
+    m_state.reset();
     m_program.reset();
     m_devices.reset();
     m_monitor.reset();
@@ -284,7 +288,7 @@ void DeviceManagerTest::levelHandlingSeesTheProgram()
     variable->setName(Name(QStringLiteral("X")));
     Double *const x = variable.get();
     m_program->declareGlobal(std::move(variable));
-    m_program->levels().addAssociation({ { 10001, 1, 0 }, 2, QStringLiteral("X") });
+    m_state->levels().addAssociation({ { 10001, 1, 0 }, 2, QStringLiteral("X") });
     x->setValue(2.5);
     QCOMPARE(m_links.calls, QStringList{ QStringLiteral("level 10001 2 2") });
     QCOMPARE(x->value(), 2.0); // the level has come back
@@ -447,7 +451,7 @@ void DeviceManagerTest::nestedQuestions()
 void DeviceManagerTest::questionsOfAStoppedProgram()
 {
     m_links.onQuery = [this] {
-        m_program->requestStop();
+        m_state->requestStop();
         advanceInside(100);
     };
     QVERIFY(!isOn(10001, 1));
@@ -462,8 +466,8 @@ void DeviceManagerTest::questionsOfAStoppedProgram()
     auto other = std::make_unique<Clock>(Clock::Drive::ByHand); // the ticks of the question alone
     m_dispatcher.reset();
     m_interpreter.reset();
-    m_program.reset();
-    auto program = std::make_unique<AST>(passing->path());
+    m_state.reset();
+    auto program = std::make_unique<ProgramState>(*m_program, passing->path());
     AnswerLoop loop(program.get(), 6);
     const QVariant answer = loop.run([&] {
         ++asked;

@@ -208,7 +208,7 @@ QString Example::run(const QByteArray &objectFile) const
     const auto note = [&messages](const QString &text) { messages << text; };
     QObject::connect(&program.tree(), &AST::error, &program.tree(), note);
     QObject::connect(&program.tree(), &AST::warning, &program.tree(), note);
-    program.tree().setDevices(&devices);
+    program.state().setDevices(&devices);
     QDataStream stream(objectFile);
     const bool isLoaded = program.load(stream);
     program.dispatcher().runStartBlock();

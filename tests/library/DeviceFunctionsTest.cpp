@@ -24,6 +24,7 @@ private Q_SLOTS:
     void findsTheLastInput();
     void keepsNamedValues();
     void setsThePulseTime();
+    void keepsTheTime();
     void sizesVirtualDevices();
     void createsTimelines_data();
     void createsTimelines();
@@ -163,14 +164,13 @@ void DeviceFunctionsTest::combinesDevices()
     QCOMPARE(bench.messages, QStringList());
     bench.call("combine_devices", { variable(device(32767)), variable(device(36864)) });
     QCOMPARE(bench.messages, QStringList(QStringLiteral("Combined device must contain virtual device")));
-    QCOMPARE(bench.program.combinations().groups().size(), size_t(0));
+    QCOMPARE(bench.state.combinations().groups().size(), size_t(0));
 
     bench.call("combine_devices",
                { panel, variable(listOf(DeviceType, { device(32768), device(10002) })), variable(device(36863)) });
     const std::vector<DeviceAddress> expected{ address(36863), address(32768), address(10001), address(10002) };
-    QVERIFY(bench.program.combinations().groups().size() == 1 &&
-            bench.program.combinations().groups().at(0) == expected);
-    QVERIFY(bench.program.expandDevice(address(32768)) ==
+    QVERIFY(bench.state.combinations().groups().size() == 1 && bench.state.combinations().groups().at(0) == expected);
+    QVERIFY(bench.state.expandDevice(address(32768)) ==
             (std::vector{ address(36863), address(10001), address(10002) }));
 }
 
@@ -184,11 +184,11 @@ void DeviceFunctionsTest::uncombinesDevices()
     bench.call("combine_devices", { room, a, b });
     bench.call("uncombine_devices", { a });
     QCOMPARE(bench.messages, QStringList(QStringLiteral("Uncombined device must contain virtual device")));
-    QCOMPARE(bench.program.combinations().groups().at(0).size(), size_t(3));
+    QCOMPARE(bench.state.combinations().groups().at(0).size(), size_t(3));
     bench.call("uncombine_devices", { other, a }); // any virtual device will do
-    QCOMPARE(bench.program.combinations().groups().at(0).size(), size_t(2));
+    QCOMPARE(bench.state.combinations().groups().at(0).size(), size_t(2));
     bench.call("uncombine_devices", { room, b });
-    QCOMPARE(bench.program.combinations().groups().size(), size_t(0));
+    QCOMPARE(bench.state.combinations().groups().size(), size_t(0));
 }
 
 void DeviceFunctionsTest::pushesInOrder()
@@ -249,7 +249,7 @@ void DeviceFunctionsTest::setsThePulseTime()
     LibraryBench bench;
     const auto pulseAfter = [&bench](const QVariantList &arguments) {
         bench.call("set_pulse_time", arguments);
-        return bench.program.pulseTimeMs();
+        return bench.state.pulseTimeMs();
     };
     QCOMPARE(pulseAfter({}), 500);
     QCOMPARE(pulseAfter({ 15 }), 1500);
@@ -257,6 +257,23 @@ void DeviceFunctionsTest::setsThePulseTime()
     QCOMPARE(pulseAfter({ 0.99 }), 0);
     QCOMPARE(pulseAfter({ -4 }), 0);
     QCOMPARE(pulseAfter({ 1e300 }), 2147483600);
+}
+
+void DeviceFunctionsTest::keepsTheTime()
+{
+    Clock clock(Clock::Drive::ByHand);
+    clock.setLocalDateTime(QDateTime(QDate(2026, 2, 28), QTime(23, 59, 57)));
+    LibraryBench bench;
+    const auto text = [&bench](const char *symbol) {
+        return asArray(bench.program.findGlobal(Name(QString::fromLatin1(symbol))))->toBytes();
+    };
+    QCOMPARE(text("time"), QByteArray("00:00:00"));
+    QCOMPARE(text("day"), QByteArray("MON"));
+    clock.advance(3000);
+    QCOMPARE(text("date"), QByteArray("03/01/26"));
+    QCOMPARE(text("time"), QByteArray("00:00:00"));
+    QCOMPARE(text("day"), QByteArray("SUN"));
+    QCOMPARE(asDouble(bench.program.findGlobal(Name(QStringLiteral("get_timer"))))->value(), 30.0);
 }
 
 void DeviceFunctionsTest::sizesVirtualDevices()
@@ -267,9 +284,9 @@ void DeviceFunctionsTest::sizesVirtualDevices()
     bench.call("set_virtual_level_count", { room, 12 });
     bench.call("set_virtual_level_count", { 32768, 13 });
     bench.call("set_virtual_level_count", { room, room });
-    QCOMPARE(bench.program.virtualDevices().size(), size_t(1));
-    QCOMPARE(bench.program.virtualDevices().begin()->second.channelCount, 300);
-    QCOMPARE(bench.program.virtualDevices().begin()->second.levelCount, 12);
+    QCOMPARE(bench.state.virtualDevices().size(), size_t(1));
+    QCOMPARE(bench.state.virtualDevices().begin()->second.channelCount, 300);
+    QCOMPARE(bench.state.virtualDevices().begin()->second.levelCount, 12);
     setLocalSystemNumber(4);
     QCOMPARE(bench.call("get_system_number", {}), QVariant(4.0));
     setLocalSystemNumber(1);

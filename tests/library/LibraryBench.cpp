@@ -46,12 +46,12 @@ private:
 } // namespace
 
 LibraryBench::LibraryBench()
-    : program(directory.path())
-    , interpreter(program)
+    : state(program, directory.path())
+    , interpreter(state)
 {
     library.registerIn(program);
-    program.setDevices(&devices);
-    program.setSockets(&sockets);
+    state.setDevices(&devices);
+    state.setSockets(&sockets);
     interpreter.setEvents(&events);
     QObject::connect(&program, &AST::error, &program, [this](const QString &message) { messages << message; });
 }

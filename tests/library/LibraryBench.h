@@ -143,6 +143,7 @@ public:
 
     QTemporaryDir directory;
     AST program;
+    ProgramState state;
     Library library;
     Interpreter interpreter;
     RecordingDevices devices;

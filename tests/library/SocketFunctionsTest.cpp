@@ -102,7 +102,7 @@ void SocketFunctionsTest::calls()
     QCOMPARE(bench.sockets.calls.join(QLatin1Char('|')), call);
     QCOMPARE(bench.messages.join(QLatin1Char('|')), message);
 
-    bench.program.setSockets(nullptr); // a program that is only looked at
+    bench.state.setSockets(nullptr); // a program that is only looked at
     bench.call(name.constData(), arguments);
 }
 

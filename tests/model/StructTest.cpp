@@ -1,10 +1,8 @@
-#include "base/Clock.h"
 #include "program/AST.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
 
 #include <QSignalSpy>
-#include <QTemporaryDir>
 
 namespace {
 Name name(const char *text)
@@ -38,7 +36,7 @@ private Q_SLOTS:
 
     void devicesRefuseNegativeParts()
     {
-        AST program(m_directory.path());
+        AST program;
         QSignalSpy errors(&program, &AST::error);
         Device device({}, &program);
         device.setAddress({ 10001, -1, 2 });
@@ -50,7 +48,7 @@ private Q_SLOTS:
 
     void channelsComeBackFromARecordAsStructures()
     {
-        AST program(m_directory.path());
+        AST program;
         Array list(DevChan::kTypeCode);
         auto channel = std::make_unique<DevChan>();
         channel->setCode(7);
@@ -73,7 +71,7 @@ private Q_SLOTS:
 
     void structuresCopyByMemberName()
     {
-        AST program(m_directory.path());
+        AST program;
         program.setCustomType(
             202, std::make_unique<CustomTypeInfo>(QStringLiteral("pair"),
                                                   std::vector<TypeDecl>{ { QStringLiteral("x"), IntegerType, {} },
@@ -101,7 +99,7 @@ private Q_SLOTS:
 
     void aTypeThatContainsItselfEnds()
     {
-        AST program(m_directory.path());
+        AST program;
         program.setCustomType(
             202, std::make_unique<CustomTypeInfo>(QStringLiteral("loop"),
                                                   std::vector<TypeDecl>{ { QStringLiteral("inner"), 202, {} } }));
@@ -124,7 +122,7 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(double, value);
         QFETCH(QStringList, errors);
-        AST program(m_directory.path());
+        AST program;
         QSignalSpy seen(&program, &AST::error);
         program.declareGlobal(constant(text.toLatin1().constData(), value));
         QStringList texts;
@@ -136,7 +134,7 @@ private Q_SLOTS:
 
     void devicesOutOfRangeAreNamed()
     {
-        AST program(m_directory.path());
+        AST program;
         QSignalSpy errors(&program, &AST::error);
         const auto declare = [&program](const char *text, const DeviceAddress &address) {
             auto device = std::make_unique<Device>(address);
@@ -153,35 +151,15 @@ private Q_SLOTS:
         QVERIFY(program.declaresDevice(47000));
     }
 
-    void clocksRun()
-    {
-        Clock clock(Clock::Drive::ByHand);
-        clock.setLocalDateTime(QDateTime(QDate(2026, 2, 28), QTime(23, 59, 57)));
-        AST program(m_directory.path());
-        const auto text = [&program](const char *symbol) {
-            return asArray(program.findGlobal(name(symbol)))->toBytes();
-        };
-        QCOMPARE(text("time"), QByteArray("00:00:00"));
-        QCOMPARE(text("day"), QByteArray("MON"));
-        clock.advance(3000);
-        QCOMPARE(text("date"), QByteArray("03/01/26"));
-        QCOMPARE(text("time"), QByteArray("00:00:00"));
-        QCOMPARE(text("day"), QByteArray("SUN"));
-        QCOMPARE(asDouble(program.findGlobal(name("get_timer")))->value(), 30.0);
-    }
-
     void virtualDevicesStandForTheirGroup()
     {
-        AST program(m_directory.path());
-        program.combinations().addGroup({ { 33000, 1, 1 }, { 10, 1, 1 }, { 20, 1, 1 } });
+        DeviceCombineManager combinations;
+        combinations.addGroup({ { 33000, 1, 1 }, { 10, 1, 1 }, { 20, 1, 1 } });
         const std::vector<DeviceAddress> members{ { 10, 1, 1 }, { 20, 1, 1 } };
-        QCOMPARE(program.expandDevice({ 33000, 1, 1 }), members);
-        QVERIFY(program.expandDevice({ 33001, 1, 1 }).empty());
-        QCOMPARE(program.expandDevice({ 10, 1, 1 }), (std::vector<DeviceAddress>{ { 10, 1, 1 } }));
+        QCOMPARE(combinations.expand({ 33000, 1, 1 }), members);
+        QVERIFY(combinations.expand({ 33001, 1, 1 }).empty());
+        QCOMPARE(combinations.expand({ 10, 1, 1 }), (std::vector<DeviceAddress>{ { 10, 1, 1 } }));
     }
-
-private:
-    QTemporaryDir m_directory;
 };
 
 TEST_CLASS(StructTest)

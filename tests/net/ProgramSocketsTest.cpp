@@ -575,7 +575,7 @@ void ProgramSocketsTest::programEndsInAHandler()
     QTRY_COMPARE(peer->state(), QAbstractSocket::UnconnectedState);
     QTRY_COMPARE(other->state(), QAbstractSocket::UnconnectedState);
     QCOMPARE(bench.take().size(), 1);
-    QCOMPARE(bench.program->tree().sockets(), nullptr);
+    QCOMPARE(bench.program->state().sockets(), nullptr);
 }
 
 void ProgramSocketsTest::udpClient_data()

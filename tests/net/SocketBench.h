@@ -28,9 +28,9 @@ public:
             qFatal("%s", qPrintable(compiled.text()));
         }
         AST &tree = program->tree();
-        tree.setDevices(&m_devices);
+        program->state().setDevices(&m_devices);
         QObject::connect(&tree, &AST::error, &tree, [this](const QString &text) { console << text; });
-        sockets = std::make_unique<ProgramSockets>(tree, program->dispatcher());
+        sockets = std::make_unique<ProgramSockets>(program->state(), program->dispatcher());
         program->dispatcher().observer = [this](const CustomEvent &event) { note(event); };
         program->dispatcher().runStartBlock();
     }

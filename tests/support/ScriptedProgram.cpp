@@ -49,7 +49,7 @@ void Player::load()
                      [this](const QString &text) { m_devices.lines << QStringLiteral("error: ") + text; });
     QObject::connect(&tree, &AST::warning, &tree,
                      [this](const QString &text) { m_devices.lines << QStringLiteral("warning: ") + text; });
-    tree.setDevices(&m_devices);
+    m_program->state().setDevices(&m_devices);
     QDataStream stream(m_objectFile);
     if (!m_program->load(stream)) {
         m_devices.lines << QStringLiteral("the object file does not load");

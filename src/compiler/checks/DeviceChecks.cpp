@@ -1,5 +1,7 @@
 #include "compiler/checks/DeviceChecks.h"
 
+#include "program/DeviceActions.h"
+
 #include <algorithm>
 
 namespace {

@@ -146,6 +146,6 @@ void DeviceGroupParser::parseLevel(const Outline::Binding &binding)
     std::vector<DeviceAddress> addresses{ device->address };
     addresses.insert(addresses.end(), device->more.begin(), device->more.end());
     for (const DeviceAddress &address : addresses) {
-        program().levels().addAssociation({ address, *level, normalisedName(name.text) });
+        program().levels().push_back({ address, *level, normalisedName(name.text) });
     }
 }

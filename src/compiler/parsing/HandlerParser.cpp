@@ -5,6 +5,7 @@
 #include "compiler/lexing/Words.h"
 #include "compiler/parsing/DeviceGroupParser.h"
 #include "compiler/parsing/HandlerParts.h"
+#include "program/DeviceActions.h"
 
 #include <algorithm>
 

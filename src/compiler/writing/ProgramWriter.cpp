@@ -160,7 +160,7 @@ void ProgramWriter::writeCombinations()
 void ProgramWriter::writeLevels()
 {
     m_lines.addBlank();
-    for (const LevelAssocManager::Association &association : const_cast<AST &>(m_program).levels().associations()) {
+    for (const LevelAssociation &association : m_program.levels()) {
         m_lines.add(QStringLiteral("level [%1, %2] %3")
                         .arg(m_expressions.addressText(association.device), QString::number(association.levelCode),
                              m_expressions.nameText(association.variable)));

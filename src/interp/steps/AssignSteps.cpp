@@ -1,5 +1,6 @@
 #include "interp/Interpreter.h"
 #include "interp/Preparer.h"
+#include "interp/ProgramState.h"
 #include "interp/code/Operands.h"
 #include "interp/code/PathCode.h"
 #include "interp/code/Places.h"
@@ -9,7 +10,6 @@
 #include "interp/steps/ChannelSteps.h"
 #include "interp/steps/PlainNumbers.h"
 #include "model/Values.h"
-#include "program/AST.h"
 
 #include <QCoreApplication>
 
@@ -101,7 +101,7 @@ public:
                 Array::ofBytes({ bytes.constData(), static_cast<size_t>(bytes.size()) });
             assignValue(*array, *text);
         }
-        run.program().storage().saveVariable(*array);
+        run.state().storage().saveVariable(*array);
         return Flow::Next;
     }
 
@@ -139,7 +139,7 @@ public:
             assignValue(array->place(at), ValueView::ofNumber(value.value, DoubleType));
         }
         if (array->storageClass() != Volatile) {
-            run.program().storage().saveVariable(*array);
+            run.state().storage().saveVariable(*array);
         }
         return Flow::Next;
     }

@@ -7,7 +7,6 @@
 #include "interp/Run.h"
 #include "interp/nodes/DeviceStatements.h"
 #include "interp/steps/BlockSteps.h"
-#include "program/AST.h"
 
 #include <QPointer>
 
@@ -17,13 +16,13 @@
 
 namespace {
 /// Applies the first exclusive group that governs a channel of the controller's own ports. False: there is none.
-bool switchInGroup(AST &program, const DeviceAddress &device, int channel, bool isOff)
+bool switchInGroup(ProgramState &state, const DeviceAddress &device, int channel, bool isOff)
 {
-    for (const auto &group : program.exclusives()) {
-        if (!group->contains(program, device.number, device.port, channel)) {
+    for (const auto &group : state.program().exclusives()) {
+        if (!group->contains(state.program(), state.combinations(), device.number, device.port, channel)) {
             continue;
         }
-        DeviceActions &devices = *program.devices();
+        DeviceActions &devices = *state.devices();
         if (!isOff) {
             for (const int member : group->channels()) { // all open before one closes: motors and amplifiers hang there
                 if (member != channel) {
@@ -38,7 +37,7 @@ bool switchInGroup(AST &program, const DeviceAddress &device, int channel, bool 
 }
 
 /// The feedback of several channels of one panel at once. status is parallel to channels.
-void setChannelsFeedback(AST &program, int deviceNumber, const std::vector<qint64> &channels,
+void setChannelsFeedback(ProgramState &state, int deviceNumber, const std::vector<qint64> &channels,
                          const std::vector<qint64> &statuses)
 {
     bool anyInGroup = false;
@@ -46,18 +45,19 @@ void setChannelsFeedback(AST &program, int deviceNumber, const std::vector<qint6
     QVector<qint64> plainStatuses;
     for (size_t index = 0; index < channels.size(); ++index) {
         const auto channel = static_cast<int>(channels[index]);
-        const bool inGroup =
-            std::any_of(program.exclusives().begin(), program.exclusives().end(),
-                        [&](const auto &group) { return group->contains(program, deviceNumber, 0, channel); });
+        const bool inGroup = std::any_of(
+            state.program().exclusives().begin(), state.program().exclusives().end(), [&](const auto &group) {
+                return group->contains(state.program(), state.combinations(), deviceNumber, 0, channel);
+            });
         if (inGroup) {
             anyInGroup = true;
-            setChannelFeedback(program, deviceNumber, channel, static_cast<int>(statuses[index]));
+            setChannelFeedback(state, deviceNumber, channel, static_cast<int>(statuses[index]));
         }
         plainChannels.append(channels[index]);
         plainStatuses.append(statuses[index]);
     }
     if (!anyInGroup) {
-        program.devices()->setButtonStatuses(deviceNumber, plainChannels, plainStatuses);
+        state.devices()->setButtonStatuses(deviceNumber, plainChannels, plainStatuses);
     }
 }
 
@@ -72,7 +72,7 @@ public:
 
     Flow execute(Run &run) const override
     {
-        if (!run.program().devices()) {
+        if (!run.state().devices()) {
             return Flow::Next;
         }
         for (const ChannelGroup &group : m_channels.collect(run)) {
@@ -89,15 +89,15 @@ private:
     /// False: an exclusive group was applied, which ends the statement.
     bool switchOne(Run &run, const DeviceAddress &device, int channel) const
     {
-        AST &program = run.program();
+        ProgramState &state = run.state();
         if (device.number == kControllerDevice) {
-            if (switchInGroup(program, device, channel, m_action == PortAction::Off)) {
+            if (switchInGroup(state, device, channel, m_action == PortAction::Off)) {
                 return false;
             }
-            program.devices()->switchChannel(device, m_action, channel);
+            state.devices()->switchChannel(device, m_action, channel);
             return true;
         }
-        for (const DeviceAddress &address : program.expandDevice(device)) {
+        for (const DeviceAddress &address : state.expandDevice(device)) {
             setPanelChannel(run, address, channel);
         }
         return true;
@@ -105,15 +105,15 @@ private:
 
     void setPanelChannel(Run &run, const DeviceAddress &address, int channel) const
     {
-        AST &program = run.program();
-        setChannelFeedback(program, address.number, channel, m_action == PortAction::Off ? 0 : 1);
+        ProgramState &state = run.state();
+        setChannelFeedback(state, address.number, channel, m_action == PortAction::Off ? 0 : 1);
         if (m_action == PortAction::To) {
             run.interpreter().heldPanelChannels().push_back({ address, channel });
         } else if (m_action == PortAction::Pulse) {
-            Clock::instance().after(program.pulseTimeMs(),
-                                    [tree = QPointer<AST>(&program), number = address.number, channel] {
-                                        if (tree && tree->devices()) {
-                                            setChannelFeedback(*tree, number, channel, 0);
+            Clock::instance().after(state.pulseTimeMs(),
+                                    [there = QPointer<ProgramState>(&state), number = address.number, channel] {
+                                        if (there && there->devices()) {
+                                            setChannelFeedback(*there, number, channel, 0);
                                         }
                                     });
         }
@@ -133,8 +133,8 @@ public:
 
     Flow execute(Run &run) const override
     {
-        AST &program = run.program();
-        if (!program.devices()) {
+        ProgramState &state = run.state();
+        if (!state.devices()) {
             return Flow::Next;
         }
         const std::vector<ChannelGroup> groups = m_channels.collect(run);
@@ -145,28 +145,28 @@ public:
                 own.push_back(static_cast<size_t>(index) < values.size() ? values[static_cast<size_t>(index)] : 0);
             }
             if (group.device.number == kControllerDevice) {
-                if (!switchPorts(program, group, own)) {
+                if (!switchPorts(state, group, own)) {
                     return Flow::Next;
                 }
                 continue;
             }
-            for (const DeviceAddress &address : program.expandDevice(group.device)) {
-                setChannelsFeedback(program, address.number, group.channels, own);
+            for (const DeviceAddress &address : state.expandDevice(group.device)) {
+                setChannelsFeedback(state, address.number, group.channels, own);
             }
         }
         return Flow::Next;
     }
 
 private:
-    static bool switchPorts(AST &program, const ChannelGroup &group, const std::vector<qint64> &values)
+    static bool switchPorts(ProgramState &state, const ChannelGroup &group, const std::vector<qint64> &values)
     {
         for (size_t index = 0; index < group.channels.size(); ++index) {
             const auto channel = static_cast<int>(group.channels[index]);
-            if (switchInGroup(program, group.device, channel, values[index] == 0)) {
+            if (switchInGroup(state, group.device, channel, values[index] == 0)) {
                 return false;
             }
             const auto action = static_cast<PortAction>(static_cast<int>(values[index]));
-            program.devices()->switchChannel(group.device, action, channel);
+            state.devices()->switchChannel(group.device, action, channel);
         }
         return true;
     }
@@ -190,24 +190,24 @@ PortAction portActionOf(int code)
 }
 } // namespace
 
-void setChannelFeedback(AST &program, int deviceNumber, int channel, int status)
+void setChannelFeedback(ProgramState &state, int deviceNumber, int channel, int status)
 {
     bool inGroup = false;
-    for (const auto &group : program.exclusives()) {
-        if (!group->contains(program, deviceNumber, 0, channel)) {
+    for (const auto &group : state.program().exclusives()) {
+        if (!group->contains(state.program(), state.combinations(), deviceNumber, 0, channel)) {
             continue;
         }
         inGroup = true;
         if (const auto *range = as<RangeExclusive>(group.get())) {
-            program.devices()->setButtonStatusRange(deviceNumber, channel, status, range->first, range->last);
+            state.devices()->setButtonStatusRange(deviceNumber, channel, status, range->first, range->last);
         } else {
             const std::vector<int> channels = group->channels();
-            program.devices()->setButtonStatusList(deviceNumber, channel, status,
-                                                   QVector<int>(channels.begin(), channels.end()));
+            state.devices()->setButtonStatusList(deviceNumber, channel, status,
+                                                 QVector<int>(channels.begin(), channels.end()));
         }
     }
     if (!inGroup) {
-        program.devices()->setButtonStatusRange(deviceNumber, channel, status, 0, 0);
+        state.devices()->setButtonStatusRange(deviceNumber, channel, status, 0, 0);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "interp/Channels.h"
 #include "interp/Interpreter.h"
+#include "interp/LevelAssocManager.h"
 #include "interp/Preparer.h"
 #include "interp/Run.h"
 #include "interp/code/VariableCode.h"
@@ -33,7 +34,7 @@ protected:
     {
         std::vector<DeviceAddress> result;
         for (const DeviceAddress &device : devices) {
-            const std::vector<DeviceAddress> own = run.program().expandDevice(device);
+            const std::vector<DeviceAddress> own = run.state().expandDevice(device);
             result.insert(result.end(), own.begin(), own.end());
         }
         return result;
@@ -61,7 +62,7 @@ public:
             if (m_payload) {
                 m_payload->appendTo(bytes, run);
             }
-            DeviceActions *devices = run.program().devices();
+            DeviceActions *devices = run.state().devices();
             if (devices && m_isCommand) {
                 devices->sendDeviceCommand(address, bytes, DeviceActions::Log::Yes);
             } else if (devices) {
@@ -100,8 +101,8 @@ public:
             run.error(kWrongLevelValue);
             return Flow::Next;
         }
-        for (const DeviceAddress &address : run.program().expandDevice(level->device)) {
-            if (DeviceActions *devices = run.program().devices()) {
+        for (const DeviceAddress &address : run.state().expandDevice(level->device)) {
+            if (DeviceActions *devices = run.state().devices()) {
                 devices->setLevel(address, level->channel, integerPart32(value.value));
             }
         }
@@ -129,7 +130,7 @@ public:
             const std::vector<qint64> values = wholeNumbersOf(*m_values, run);
             if (codes.empty() || values.empty()) {
                 run.error(codes.empty() ? kWrongLevelCode : kWrongLevelValue);
-            } else if (DeviceActions *devices = run.program().devices()) {
+            } else if (DeviceActions *devices = run.state().devices()) {
                 devices->setLevels(address, QVector<qint64>(codes.begin(), codes.end()),
                                    QVector<qint64>(values.begin(), values.end()));
             }
@@ -164,7 +165,7 @@ public:
                 run.error(QT_TRANSLATE_NOOP("messages", "Failed to find variable %1"), m_variable);
                 return Flow::Next;
             }
-            run.program().levels().addAssociation({ address, integerPart32(code.value), variable->name().text() });
+            run.state().levels().addAssociation({ address, integerPart32(code.value), variable->name().text() });
         }
         return Flow::Next;
     }
@@ -185,7 +186,7 @@ public:
     Flow execute(Run &run) const override
     {
         for (const DeviceAddress &address : addresses(run)) {
-            run.program().buffers()[address] = m_buffer;
+            run.state().buffers()[address] = m_buffer;
         }
         return Flow::Next;
     }

@@ -124,7 +124,7 @@ std::unique_ptr<Step> WaitStatement::prepare(Preparer &preparer) const
     plan.locals = preparer.visible();
     plan.hasBody = body != nullptr;
     // The body runs later in a frame of its own, whose first slots hold the copies.
-    Preparer inner(preparer.program(), preparer.interpreter());
+    Preparer inner(preparer.interpreter());
     for (const LocalVariable &outer : plan.locals) {
         LocalVariable copy = outer;
         copy.slot = inner.addSlot();

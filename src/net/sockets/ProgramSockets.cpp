@@ -1,5 +1,6 @@
 #include "net/sockets/ProgramSockets.h"
 
+#include "interp/ProgramState.h"
 #include "net/sockets/OneShotSends.h"
 #include "net/sockets/OwnAddresses.h"
 #include "net/sockets/TcpClient.h"
@@ -8,18 +9,17 @@
 #include "net/sockets/UdpServer.h"
 #include "net/sockets/websocket/WebSocketClient.h"
 #include "net/sockets/websocket/WebSocketServer.h"
-#include "program/AST.h"
 
-ProgramSockets::ProgramSockets(AST &program, Dispatcher &dispatcher)
-    : m_program(program)
-    , m_context{ SocketLoop::make(), std::make_shared<SocketEvents>(program, dispatcher) }
+ProgramSockets::ProgramSockets(ProgramState &state, Dispatcher &dispatcher)
+    : m_state(state)
+    , m_context{ SocketLoop::make(), std::make_shared<SocketEvents>(state.program(), dispatcher) }
 {
-    program.setSockets(this);
+    state.setSockets(this);
 }
 
 ProgramSockets::~ProgramSockets()
 {
-    m_program.setSockets(nullptr);
+    m_state.setSockets(nullptr);
     m_context.events->stop();
     for (const auto &[key, socket] : m_sockets) {
         socket->close();

@@ -5,7 +5,7 @@
 #include <map>
 #include <utility>
 
-class AST;
+class ProgramState;
 class ClientSocket;
 class Dispatcher;
 
@@ -16,7 +16,7 @@ class Dispatcher;
 class ProgramSockets : public SocketActions, public SocketOutputs
 {
 public:
-    ProgramSockets(AST &program, Dispatcher &dispatcher);
+    ProgramSockets(ProgramState &state, Dispatcher &dispatcher);
     ~ProgramSockets() override;
     ProgramSockets(const ProgramSockets &) = delete;
     ProgramSockets &operator=(const ProgramSockets &) = delete;
@@ -53,7 +53,7 @@ private:
     int openListening(Kind kind, std::shared_ptr<Server> server);
     void closeFirst(int localPort, Kind kind);
 
-    AST &m_program;
+    ProgramState &m_state;
     SocketContext m_context;
     Sockets m_sockets;
     QStringList m_origins;
