@@ -1,3 +1,4 @@
+#include "compiler/Compiler.h"
 #include "support/ScriptedProgram.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
@@ -31,6 +32,87 @@ private Q_SLOTS:
         QFETCH(QString, source);
         const QString difference = ScriptedProgram::play(source);
         QVERIFY2(difference.isEmpty(), qPrintable(QLatin1Char('\n') + difference));
+    }
+
+    /// In one process, with the same names for other things. What one does, the other does not see.
+    void twoRunSideBySide()
+    {
+        const QTemporaryDir folder;
+        const auto objectFile = [&folder](const QString &pair, int panel, int level, int value, int tenths) {
+            const QString source = QString::fromLatin1(R"src(
+device dvOut = 1:1:0
+device dvPanel = %1:1:0
+device dvRoom = 33000:1:0
+struct Pair { %2 }
+Pair pairs[2]
+persistent integer kept = 1
+integer vol
+integer bad = -1
+long times[1] = {%5}
+combine (dvRoom, dvPanel)
+level [dvPanel, %3] vol
+start { send_string dvOut, itoa(kept) }
+timeline_event [1] { send_string dvOut, 'timeline' }
+button_event [dvPanel, 1]
+{
+    push:
+    {
+        send_string dvOut, "itoa(push_channel), ' ', itoa(get_pulse_time)"
+        set_pulse_time(%4)
+        kept = %4
+        vol = %4
+        pairs[2].text = 'abcd'
+        on [dvRoom, 3]
+        timeline_create(bad, times, 1, 0, 0)
+        timeline_create(1, times, 1, 0, 0)
+        wait %6 'w' { send_string dvOut, "'wait ', itoa(vol)" }
+        send_string dvOut, "pairs[2].text, ' ', itoa(random_number(1000)), ' ', itoa(file_open('%7', 2))"
+        }
+    }
+)src")
+                                       .arg(panel)
+                                       .arg(pair)
+                                       .arg(level)
+                                       .arg(value)
+                                       .arg(100 * tenths)
+                                       .arg(tenths)
+                                       .arg(folder.filePath(QString::number(panel)));
+            return compileSource(source).objectFile;
+        };
+        const auto lines = [](const TableCells::Texts &texts) { return texts.value; };
+        Clock clock(Clock::Drive::ByHand);
+        Player first(objectFile(QStringLiteral("integer n  char text[3]"), 10001, 2, 40, 2), clock);
+        Player second(objectFile(QStringLiteral("char text[2]  integer n  integer more"), 10002, 9, 50, 3), clock);
+        QCOMPARE(first.takeLines() + second.takeLines(), lines({ "1", "1" }));
+        const auto happens = [&](Player &player, const char *what) { player.happen(QString::fromLatin1(what)); };
+        constexpr const char *wrongId = "error: Timeline id of timeline_create function is not valid";
+
+        happens(first, "push 10001 1");
+        QCOMPARE(first.takeLines(),
+                 lines({ "1 5", "level 10001:1:0 2 40", "feedback 10001 3 1 in 0..0", wrongId, "abc 271 4" }));
+        QCOMPARE(second.takeLines(), QStringList());
+        happens(first, "push 10002 1"); // the other's panel
+        happens(second, "push 10002 1");
+        QCOMPARE(first.takeLines(), QStringList());
+        const QStringList ofSecond = lines({ "level 10002:1:0 9 50", "feedback 10002 3 1 in 0..0", wrongId });
+        QCOMPARE(second.takeLines(), lines({ "1 5" }) + ofSecond + lines({ "ab 271 4" }));
+        clock.advance(200);
+        QCOMPARE(first.takeLines(), lines({ "wait 40", "timeline" }));
+        QCOMPARE(second.takeLines(), QStringList());
+        clock.advance(100);
+        QCOMPARE(first.takeLines(), QStringList());
+        QCOMPARE(second.takeLines(), lines({ "wait 50", "timeline" }));
+
+        first.stop();
+        happens(first, "push 10001 1");
+        happens(second, "level 10002 9 60");
+        happens(second, "push 10002 1");
+        QCOMPARE(first.takeLines(), QStringList());
+        QCOMPARE(second.takeLines(), lines({ "1 50" }) + ofSecond + lines({ "ab 794 5" }));
+        happens(first, "reload");
+        QCOMPARE(first.takeLines() + second.takeLines(), lines({ "40" }));
+        happens(second, "reload");
+        QCOMPARE(first.takeLines() + second.takeLines(), lines({ "50" }));
     }
 };
 

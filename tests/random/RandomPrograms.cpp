@@ -40,7 +40,8 @@ QString written(const ValueView &value)
 /// What a program does when its script, the lines "//! …" of its source, happens to it: its lines, then its variables.
 QStringList played(const QByteArray &objectFile, const QStringList &script)
 {
-    Player player(objectFile);
+    Clock clock(Clock::Drive::ByHand);
+    Player player(objectFile, clock);
     QStringList lines = player.takeLines();
     for (const QString &what : script) {
         lines << QStringLiteral("! ") + what;

@@ -7,8 +7,9 @@
 #include <QDataStream>
 #include <QRegularExpression>
 
-Player::Player(QByteArray objectFile)
-    : m_objectFile(std::move(objectFile))
+Player::Player(QByteArray objectFile, Clock &clock)
+    : m_clock(clock)
+    , m_objectFile(std::move(objectFile))
 {
     load();
 }
@@ -85,7 +86,8 @@ QString ScriptedProgram::play(const QString &source)
     }
     QStringList expected;
     QStringList seen;
-    Player player(compiled.objectFile);
+    Clock clock(Clock::Drive::ByHand);
+    Player player(compiled.objectFile, clock);
     seen += player.takeLines();
     for (const QString &line : source.split(QLatin1Char('\n'))) {
         const QString text = line.trimmed();

@@ -1,28 +1,29 @@
 #pragma once
 #include "base/Clock.h"
-#include "library/ControlProgram.h"
+#include "runtime/ControlProgram.h"
 #include "support/FakeDevices.h"
 
 #include <QTemporaryDir>
 
 #include <memory>
 
-/// One compiled program that runs in virtual time, and what happens to it.
-/// Owns: its clock, its stores, and devices that are none.
+/// One compiled program that runs in virtual time, and what happens to it. Several can share a clock.
+/// Owns: its stores, and devices that are none.
 class Player
 {
 public:
-    explicit Player(QByteArray objectFile);
+    Player(QByteArray objectFile, Clock &clock);
 
     void happen(const QString &line); // one of the lines below, without their "//! "
     QStringList takeLines() { return std::exchange(m_devices.lines, {}); }
+    void stop() { m_program->state().requestStop(); }
     const AST &tree() const { return m_program->tree(); }
 
 private:
     void load();
     void raiseData(const QString &what, const QString &address, const QString &text);
 
-    Clock m_clock{ Clock::Drive::ByHand };
+    Clock &m_clock; // driven by hand
     QTemporaryDir m_directory;
     FakeDevices m_devices;
     QByteArray m_objectFile;
