@@ -1,5 +1,5 @@
 #include "compiler/Compiler.h"
-#include "library/ControlProgram.h"
+#include "runtime/ControlProgram.h"
 
 #include <QCoreApplication>
 #include <QDataStream>

@@ -4,9 +4,9 @@
 #include "base/SystemNumber.h"
 #include "devices/DeviceManager.h"
 #include "devices/SwitchNotice.h"
-#include "library/ControlProgram.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/NetworkManager.h"
+#include "runtime/ControlProgram.h"
 
 ControllerBridge::ControllerBridge(DeviceManager &devices)
     : m_devices(devices)

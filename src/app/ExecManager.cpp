@@ -8,9 +8,9 @@
 #include "devices/DeviceManager.h"
 #include "devices/SwitchNotice.h"
 #include "interp/nodes/Statements.h"
-#include "library/ControlProgram.h"
 #include "net/sockets/IpMonitor.h"
 #include "net/sockets/ProgramSockets.h"
+#include "runtime/ControlProgram.h"
 
 #include <QDataStream>
 #include <QDir>

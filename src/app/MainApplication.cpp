@@ -25,10 +25,10 @@
 #include "base/StopSignals.h"
 #include "devices/DeviceManager.h"
 #include "devices/PortLink.h"
-#include "library/ControlProgram.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/NetworkManager.h"
 #include "net/sockets/OneShotSends.h"
+#include "runtime/ControlProgram.h"
 
 #include <QAbstractSocket>
 #include <QDir>

@@ -2,7 +2,7 @@
 
 #include "devices/DeviceManager.h"
 #include "events/Events.h"
-#include "library/ControlProgram.h"
+#include "runtime/ControlProgram.h"
 
 #include <QCoreApplication>
 

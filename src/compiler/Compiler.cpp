@@ -3,7 +3,7 @@
 #include "compiler/checks/Checks.h"
 #include "compiler/lexing/Braces.h"
 #include "compiler/parsing/ProgramParser.h"
-#include "events/ObjectFile.h"
+#include "runtime/ObjectFile.h"
 
 #include <QDataStream>
 #include <QDir>

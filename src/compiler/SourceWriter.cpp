@@ -2,8 +2,8 @@
 
 #include "compiler/Compiler.h"
 #include "compiler/writing/ProgramWriter.h"
-#include "events/ObjectFile.h"
 #include "program/AST.h"
+#include "runtime/ObjectFile.h"
 
 #include <QDataStream>
 #include <QStringList>

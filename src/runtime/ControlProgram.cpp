@@ -1,7 +1,7 @@
-#include "library/ControlProgram.h"
+#include "runtime/ControlProgram.h"
 
-#include "events/ObjectFile.h"
 #include "library/Library.h"
+#include "runtime/ObjectFile.h"
 
 ControlProgram::ControlProgram(const QString &dataDirectory)
     : m_tree(std::make_unique<AST>())

@@ -1,4 +1,4 @@
-#include "events/ObjectFile.h"
+#include "runtime/ObjectFile.h"
 
 #include "events/EventHandlers.h"
 #include "interp/ProgramFunction.h"

@@ -11,11 +11,11 @@
 #include "compiler/Compiler.h"
 #include "devices/DeviceManager.h"
 #include "devices/FramedPorts.h"
-#include "library/ControlProgram.h"
 #include "net/client/LinkClient.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/LinkCodes.h"
 #include "net/link/NetworkManager.h"
+#include "runtime/ControlProgram.h"
 #include "support/Files.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
@@ -182,7 +182,11 @@ void ControllerBridgeTest::ownPortsAreToldToListeners()
     m_exec->program()->dispatcher().press(10001, 6);
     m_devices->gotPortStatus(9, 18, 5, 1); // of another controller, which tells it itself
     raise(EventType::String, 1, 0, "end");
-    const QByteArrayList told{ QByteArray("string:7:2:a:\0b", 15), "io:7:0:3", "query:5001:18:7:3:1", "io:7:1:3", "query:5001:18:7:5:0",
+    const QByteArrayList told{ QByteArray("string:7:2:a:\0b", 15),
+                               "io:7:0:3",
+                               "query:5001:18:7:3:1",
+                               "io:7:1:3",
+                               "query:5001:18:7:5:0",
                                "string:7:1:end" };
     QTRY_COMPARE(m_heard, told);
 }

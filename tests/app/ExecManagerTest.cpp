@@ -5,7 +5,7 @@
 #include "compiler/Compiler.h"
 #include "devices/DeviceManager.h"
 #include "devices/FramedPorts.h"
-#include "library/ControlProgram.h"
+#include "runtime/ControlProgram.h"
 #include "support/Files.h"
 #include "support/Table.h"
 #include "support/TestClass.h"

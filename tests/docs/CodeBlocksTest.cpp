@@ -1,6 +1,6 @@
 #include "compiler/Compiler.h"
 #include "compiler/Messages.h"
-#include "library/ControlProgram.h"
+#include "runtime/ControlProgram.h"
 #include "support/MarkdownPage.h"
 #include "support/ScriptedProgram.h"
 #include "support/TestClass.h"

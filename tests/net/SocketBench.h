@@ -1,8 +1,8 @@
 #pragma once
 #include "base/Clock.h"
 #include "compiler/Compiler.h"
-#include "library/ControlProgram.h"
 #include "net/sockets/ProgramSockets.h"
+#include "runtime/ControlProgram.h"
 #include "support/FakeDevices.h"
 #include "support/Loopback.h"
 #include "support/Table.h"

@@ -1,6 +1,6 @@
 #include "tools/arkctl/TransferPlan.h"
-#include "events/ObjectFile.h"
 #include "net/client/ToolTransfers.h"
+#include "runtime/ObjectFile.h"
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
