@@ -144,10 +144,6 @@
         <translation>发送套接字命令：端口号 %1，发送的数据为 %2</translation>
     </message>
     <message>
-        <source>Cannot open the port link %1: %2</source>
-        <translation>无法打开端口连接 %1：%2</translation>
-    </message>
-    <message>
         <source>There is no GPIO line %1. The chips are: %2</source>
         <translation>没有 GPIO 线 %1。现有芯片：%2</translation>
     </message>
@@ -632,10 +628,6 @@
         <translation>警告：%1 的网页不得使用 WebSocket 服务器</translation>
     </message>
     <message>
-        <source>Error:The port link %1 takes nothing: frames are lost</source>
-        <translation>错误：端口线路 %1 不接收数据，帧已丢失</translation>
-    </message>
-    <message>
         <source>Disconnected from %1</source>
         <translation>与 %1 的连接已断开</translation>
     </message>
@@ -906,6 +898,130 @@
     <message>
         <source>The stored value of %1 is of another kind and is not read</source>
         <translation>%1 的存储值类型不同，未读取</translation>
+    </message>
+    <message>
+        <source>there is no port %1</source>
+        <translation>没有端口 %1</translation>
+    </message>
+    <message>
+        <source>input comes at serial1 to serial8 and io1 to io8 only</source>
+        <translation>只有 serial1 到 serial8 和 io1 到 io8 有输入</translation>
+    </message>
+    <message>
+        <source>%1 is not simulated: it is %2</source>
+        <translation>%1 不是模拟端口：它是 %2</translation>
+    </message>
+    <message>
+        <source>a contact is on or off</source>
+        <translation>触点只能是 on 或 off</translation>
+    </message>
+    <message>
+        <source>it is not there, and is switched when it is back</source>
+        <translation>设备不在，恢复后再切换</translation>
+    </message>
+    <message>
+        <source>the code is of another kind; arkctl ir build makes such codes</source>
+        <translation>红外码格式不同；用 arkctl ir build 生成这种码</translation>
+    </message>
+    <message>
+        <source>the code is not sent: the device is away, or too many wait</source>
+        <translation>红外码未发送：设备不在，或等待的码过多</translation>
+    </message>
+    <message>
+        <source>it is a folder, not a device</source>
+        <translation>这是文件夹，不是设备</translation>
+    </message>
+    <message>
+        <source>it is a file, not a device</source>
+        <translation>这是文件，不是设备</translation>
+    </message>
+    <message>
+        <source>%1 (%2) is open again</source>
+        <translation>%1（%2）已重新打开</translation>
+    </message>
+    <message>
+        <source>it cannot be opened: %1</source>
+        <translation>无法打开：%1</translation>
+    </message>
+    <message>
+        <source>the device has gone: %1</source>
+        <translation>设备已断开：%1</translation>
+    </message>
+    <message>
+        <source>Error:%1 (%2): %3</source>
+        <translation>错误：%1（%2）：%3</translation>
+    </message>
+    <message>
+        <source>the program does not follow: data is lost</source>
+        <translation>程序处理不及：数据丢失</translation>
+    </message>
+    <message>
+        <source>it is not open: %1 bytes were not sent</source>
+        <translation>端口未打开：%1 个字节未发送</translation>
+    </message>
+    <message>
+        <source>it takes nothing: what is sent is lost</source>
+        <translation>设备不接收数据：发送的数据丢失</translation>
+    </message>
+    <message>
+        <source>it hung up</source>
+        <translation>线路挂断</translation>
+    </message>
+    <message>
+        <source>Warning:Relay %1 is not as it was switched</source>
+        <translation>警告：继电器 %1 的状态与切换的不同</translation>
+    </message>
+    <message>
+        <source>"%1" is neither true nor false</source>
+        <translation>“%1”既不是 true 也不是 false</translation>
+    </message>
+    <message>
+        <source>"%1" is none of as-is, disabled, pull-up and pull-down</source>
+        <translation>“%1”不是 as-is、disabled、pull-up、pull-down 之一</translation>
+    </message>
+    <message>
+        <source>"%1" is no number from 0 to %2</source>
+        <translation>“%1”不是 0 到 %2 的数</translation>
+    </message>
+    <message>
+        <source>ports.ini line %1: "%2" is neither [PORT] nor, below one, KEY=VALUE</source>
+        <translation>ports.ini 第 %1 行：“%2”既不是 [端口]，也不是其下的 键=值</translation>
+    </message>
+    <message>
+        <source>there are only serial1 to serial8, relay1 to relay8, io1 to io8, ir1 to ir4 and portLink</source>
+        <translation>只有 serial1 到 serial8、relay1 到 relay8、io1 到 io8、ir1 到 ir4 和 portLink</translation>
+    </message>
+    <message>
+        <source>it stands there twice, the first one counts</source>
+        <translation>出现两次，以第一个为准</translation>
+    </message>
+    <message>
+        <source>there is no such key, but %1</source>
+        <translation>没有这个键，可用的有 %1</translation>
+    </message>
+    <message>
+        <source>it is missing; it looks like %1</source>
+        <translation>缺少，形如 %1</translation>
+    </message>
+    <message>
+        <source>%1 is behind [%2] already</source>
+        <translation>%1 已用于 [%2]</translation>
+    </message>
+    <message>
+        <source>it is in use by %1</source>
+        <translation>正被 %1 使用</translation>
+    </message>
+    <message>
+        <source>the device does not take %1 baud</source>
+        <translation>设备不支持波特率 %1</translation>
+    </message>
+    <message>
+        <source>the device does not take this parity, or these stop bits</source>
+        <translation>设备不支持这种校验或停止位</translation>
+    </message>
+    <message>
+        <source>its driver does not switch RS-485: %1</source>
+        <translation>驱动程序不能切换 RS-485：%1</translation>
     </message>
 </context>
 </TS>

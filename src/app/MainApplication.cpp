@@ -23,8 +23,8 @@
 #include "base/Monitor.h"
 #include "base/MonitorHistory.h"
 #include "base/StopSignals.h"
+#include "devices/ConfiguredPorts.h"
 #include "devices/DeviceManager.h"
-#include "devices/PortLink.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/NetworkManager.h"
 #include "net/sockets/OneShotSends.h"
@@ -87,8 +87,8 @@ struct MainApplication::Parts
     NetworkSetup networkSetup{ settings, scripts };
     InterfaceWatch interfaces;
     std::unique_ptr<TerminalMonitor> monitor;
-    std::unique_ptr<MonitorHistory> history;  // nullptr: none is kept
-    SimulatedPorts *simulatedPorts = nullptr; // borrowed; nullptr when there is hardware
+    std::unique_ptr<MonitorHistory> history; // nullptr: none is kept
+    ConfiguredPorts *ports = nullptr;        // borrowed
     std::unique_ptr<DeviceManager> devices;
     QThread daemonThread;
     DaemonWorker *daemon = nullptr; // deleted when its thread finishes
@@ -201,14 +201,9 @@ std::optional<int> MainApplication::startParts(const Options &options)
 
     parts.networkSetup.start(); // first of all: what follows wants its address, and the program the network
 
-    std::unique_ptr<PortHardware> hardware;
-    if (const QString device = setting(parts.location, "portLink").toString(); !device.isEmpty()) {
-        hardware = std::make_unique<PortLink>(device);
-    } else {
-        auto simulated = std::make_unique<SimulatedPorts>();
-        parts.simulatedPorts = simulated.get();
-        hardware = std::move(simulated);
-    }
+    auto hardware = std::make_unique<ConfiguredPorts>(parts.location.dataDirectory + QStringLiteral("/ports.ini"),
+                                                      setting(parts.location, "portLink").toString());
+    parts.ports = hardware.get();
     parts.devices = std::make_unique<DeviceManager>(std::move(hardware));
     parts.devices->ports().open();
     startSupervisorLink();
@@ -220,6 +215,7 @@ std::optional<int> MainApplication::startParts(const Options &options)
         QMetaObject::invokeMethod(
             this, [] { quit(); }, Qt::QueuedConnection);
     });
+    parts.services->setPorts(parts.ports);
     parts.devices->setReboot([services = parts.services.get()] { services->reboot(); });
     parts.exec = std::make_unique<ExecManager>(parts.location.dataDirectory, *parts.devices);
     ExecManager &exec = *parts.exec;
@@ -254,9 +250,7 @@ void MainApplication::startSupervisorLink()
     Parts &parts = *m_parts;
     parts.daemon = new DaemonWorker;
     connect(&parts.devices->ports(), &PortManager::sendLedInfo, parts.daemon, &DaemonWorker::sendLed);
-    if (parts.simulatedPorts) {
-        connect(parts.simulatedPorts, &SimulatedPorts::frameWritten, parts.daemon, &DaemonWorker::sendPortFrame);
-    }
+    connect(parts.ports, &ConfiguredPorts::frameWritten, parts.daemon, &DaemonWorker::sendPortFrame);
     connect(parts.daemon, &DaemonWorker::shouldQuit, this, &MainApplication::quitOnSupervisorsWish);
     // The wish itself must reach a program in an endless loop too, so its flag is set on the worker's thread.
     connect(parts.daemon, &DaemonWorker::shouldQuit, parts.daemon, ProgramStop::requestEnd);

@@ -4,6 +4,7 @@
 #include "app/NetworkSetup.h"
 #include "app/ProgramStop.h"
 #include "app/SystemScripts.h"
+#include "devices/ConfiguredPorts.h"
 #include "net/controllers/ControllerLinks.h"
 
 ServiceBridge::ServiceBridge(SettingManager &settings, SystemScripts &scripts, NetworkSetup &network,
@@ -71,4 +72,19 @@ QByteArray ServiceBridge::listenStatus()
 LinkServices::Problem ServiceBridge::setListenAddresses(const QStringList &list)
 {
     return m_links ? m_settings.setListenAddresses(m_links->setAddresses(list)) : std::nullopt;
+}
+
+QByteArray ServiceBridge::ports()
+{
+    return m_ports ? m_ports->described() : LinkServices::ports();
+}
+
+LinkServices::Problem ServiceBridge::setPort(const QString &port, const QStringList &lines)
+{
+    return m_ports ? m_ports->set(port, lines) : std::nullopt;
+}
+
+LinkServices::Problem ServiceBridge::putIntoPort(const QString &port, const QByteArray &data)
+{
+    return m_ports ? m_ports->simulate(port, data) : std::nullopt;
 }

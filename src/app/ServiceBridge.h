@@ -3,6 +3,7 @@
 
 #include <functional>
 
+class ConfiguredPorts;
 class ControllerLinks;
 class NetworkSetup;
 class SettingManager;
@@ -16,6 +17,7 @@ public:
     /// \param quit  ends the event loop; called on any thread
     ServiceBridge(SettingManager &settings, SystemScripts &scripts, NetworkSetup &network, std::function<void()> quit);
 
+    void setPorts(ConfiguredPorts *ports) { m_ports = ports; } // before anybody asks
     void setLinks(ControllerLinks *links); // gives it the list of the settings; nullptr before it goes away
 
     QByteArray informationString() override;
@@ -27,6 +29,9 @@ public:
     void setDateTime(const QString &text) override;
     QByteArray listenStatus() override;
     Problem setListenAddresses(const QStringList &list) override;
+    QByteArray ports() override;
+    Problem setPort(const QString &port, const QStringList &lines) override;
+    Problem putIntoPort(const QString &port, const QByteArray &data) override;
 
 private:
     SettingManager &m_settings;
@@ -34,4 +39,5 @@ private:
     NetworkSetup &m_network;
     const std::function<void()> m_quit;
     ControllerLinks *m_links = nullptr; // main thread only
+    ConfiguredPorts *m_ports = nullptr;
 };

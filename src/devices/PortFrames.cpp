@@ -14,6 +14,7 @@ enum FrameCode : int {
     IrOnceCode = 0x23,
     IrRepeatCode = 0x25,
     IrEndCode = 0x26,
+    StartedCode = 0x1A, // of a board
 };
 
 QByteArray bytes(std::initializer_list<int> values)
@@ -81,6 +82,32 @@ QByteArray PortFrames::irQuery(int number)
 QByteArray PortFrames::closing()
 {
     return bytes({ ClosingCode, 0 });
+}
+
+std::optional<PortFrames::Told> PortFrames::parse(const QByteArray &frame)
+{
+    const auto byte = [&frame](int index) { return index < frame.size() ? static_cast<quint8>(frame.at(index)) : -1; };
+    constexpr int kPorts = 8;
+    const int number = byte(1);
+    if (byte(0) == StartedCode) {
+        return Started();
+    }
+    if (byte(0) == IrQueryCode && number >= 0 && frame.size() > 2) {
+        return IrLearned{ number, frame.mid(2) };
+    }
+    if (number < 1 || number > kPorts) {
+        return std::nullopt;
+    }
+    if (byte(0) == SerialCode && byte(2) == 1 && frame.size() > 3) {
+        return Received{ number, frame.mid(3) };
+    }
+    if (byte(0) == IoCode && frame.size() == 5) {
+        return IoState{ number, byte(4) != 0 };
+    }
+    if (byte(0) == RelayCode && frame.size() == 3) {
+        return RelayState{ number, byte(2) != 0 };
+    }
+    return std::nullopt;
 }
 
 QByteArray PortFrames::onPortLink(const QByteArray &frame)

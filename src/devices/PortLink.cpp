@@ -1,63 +1,107 @@
 #include "devices/PortLink.h"
 
-#include "base/Clock.h"
 #include "base/Messages.h"
 #include "base/Monitor.h"
-#include "devices/PortFrames.h"
-#include "devices/SerialLine.h"
+#include "base/Overloaded.h"
 
-#include <QDebug>
+#include <QTimer>
 
-PortLink::PortLink(const QString &deviceFile)
-    : m_line(new SerialLine(deviceFile, this))
+PortLink::PortLink(const QString &deviceFile, QThread &thread, Backlog &backlog)
+    : m_line(new PortLine(QStringLiteral("portLink"), deviceFile, PortLine::Input::Always, thread, backlog, this))
+    , m_stalled(new QTimer(this))
 {
-    connect(m_line, &SerialLine::readyRead, this, [this] { m_line->readAll(); }); // the board has nothing to tell
-    connect(m_line, &SerialLine::failed, this, &PortLink::complain);
-}
-
-void PortLink::open()
-{
-    if (const std::optional<QString> reason = m_line->open()) {
-        complain(*reason);
-    }
+    m_stalled->setSingleShot(true);
+    m_stalled->setInterval(kStalledMs);
+    connect(m_stalled, &QTimer::timeout, this, [this] { take(m_parser.giveUp()); });
+    connect(m_line, &PortLine::received, this, [this](const QByteArray &data) { take(m_parser.feed(data)); });
+    connect(m_line, &PortLine::openChanged, this, [this](bool isOpen) {
+        if (isOpen && m_wasAway) {
+            tellAgain();
+        }
+        m_wasAway = !isOpen;
+    });
 }
 
 void PortLink::close(int timeoutMs)
 {
-    if (m_line->isOpen()) {
+    if (health().isOpen()) {
         FramedPorts::close(timeoutMs);
     }
 }
 
-void PortLink::complain(const QString &reason) const
+void PortLink::setUpSerial(int port, const SerialSetup &setup)
 {
-    const QString text =
-        translated(QT_TRANSLATE_NOOP("messages", "Cannot open the port link %1: %2")).arg(m_line->deviceFile(), reason);
-    qWarning().noquote() << text;
-    monitorLog(MonitorMessageType::Error, text);
+    m_setups[port] = setup;
+    FramedPorts::setUpSerial(port, setup);
+}
+
+void PortLink::switchRelay(int relay, bool isOn)
+{
+    m_relays[relay] = isOn;
+    m_told.erase(relay);
+    FramedPorts::switchRelay(relay, isOn);
+}
+
+void PortLink::switchIo(int number, bool isOn)
+{
+    m_outputs[number] = isOn;
+    FramedPorts::switchIo(number, isOn);
+}
+
+void PortLink::take(const QByteArrayList &frames)
+{
+    for (const QByteArray &frame : frames) {
+        if (const auto told = PortFrames::parse(frame)) {
+            takeTold(*told);
+        }
+    }
+    if (m_parser.isWithinFrame()) {
+        m_stalled->start();
+    } else {
+        m_stalled->stop();
+    }
+}
+
+void PortLink::takeTold(const PortFrames::Told &told)
+{
+    using namespace PortFrames;
+    const Overloaded takers{
+        [this](const Received &received) { Q_EMIT serialReceived(received.port, received.data); },
+        [this](const IoState &state) { Q_EMIT ioChanged(state.number, state.isOn); },
+        [this](const IrLearned &learned) { Q_EMIT irLearned(learned.number, learned.code); },
+        [this](const RelayState &state) {
+            // Switched by hand, or broken. Not switched back: a hand at the board is there for a reason.
+            const auto wanted = m_relays.find(state.relay);
+            if (wanted != m_relays.end() && wanted->second != state.isOn && m_told.insert(state.relay).second) {
+                monitorLog(MonitorMessageType::Warning,
+                           translated(QT_TRANSLATE_NOOP("messages", "Warning:Relay %1 is not as it was switched"))
+                               .arg(state.relay));
+            }
+        },
+        [this](const Started &) { tellAgain(); },
+    };
+    std::visit(takers, told);
+}
+
+void PortLink::tellAgain()
+{
+    for (const auto &[port, setup] : m_setups) {
+        FramedPorts::setUpSerial(port, setup);
+    }
+    for (const auto &[relay, isOn] : m_relays) {
+        FramedPorts::switchRelay(relay, isOn);
+    }
+    for (const auto &[number, isOn] : m_outputs) {
+        FramedPorts::switchIo(number, isOn);
+    }
 }
 
 void PortLink::write(const QByteArray &frame)
 {
-    constexpr qint64 kMostWaiting = 64 * 1024; // five seconds of the line
-    const bool hasRoom = m_line->bytesToWrite() <= kMostWaiting;
-    if (hasRoom) {
-        m_line->write(PortFrames::onPortLink(frame));
-    } else if (!m_isStuck) {
-        monitorLog(MonitorMessageType::Error,
-                   translated(QT_TRANSLATE_NOOP("messages", "Error:The port link %1 takes nothing: frames are lost"))
-                       .arg(m_line->deviceFile()));
-    }
-    m_isStuck = !hasRoom;
+    m_line->write(PortFrames::onPortLink(frame));
 }
 
 void PortLink::finishWriting(int timeoutMs)
 {
-    const qint64 endMs = Clock::instance().monotonicMs() + timeoutMs;
-    while (m_line->isOpen() && m_line->bytesToWrite() > 0) {
-        const qint64 leftMs = endMs - Clock::instance().monotonicMs();
-        if (leftMs <= 0 || !m_line->waitForBytesWritten(static_cast<int>(leftMs))) {
-            return;
-        }
-    }
+    m_line->finishWriting(timeoutMs);
 }

@@ -1,24 +1,46 @@
 #pragma once
 #include "devices/FramedPorts.h"
+#include "devices/PortLine.h"
+#include "devices/PortLinkParser.h"
 
-class SerialLine;
+#include <map>
+#include <set>
 
-/// Port hardware on a serial line, a board; frames as PortFrames::onPortLink. A frame for a line that is away is lost.
-/// What the line says is thrown away. Owns: the line (a Qt child). Thread, Ends: as PortHardware.
+class QTimer;
+
+/// Port hardware on a serial line at 115200 baud, a board; docs/formats/port-frames.md. A frame for a line that is away
+/// is lost, and said to be. When the board tells that it has started, or the line is back, it is told again what it
+/// has to keep: set-ups, relays, outputs.
+/// Owns: the line and a timer (Qt children), the parser. Thread, Ends: as PortHardware.
 class PortLink : public FramedPorts
 {
     Q_OBJECT
 public:
-    explicit PortLink(const QString &deviceFile);
+    static constexpr int kStalledMs = 200; // a frame that gets no further for so long is none
 
-    void open() override;
+    PortLink(const QString &deviceFile, QThread &thread, Backlog &backlog);
+
+    const PortHealth &health() const { return m_line->health(); }
+
+    void open() override { m_line->open(); }
     void close(int timeoutMs) override;
+    void setUpSerial(int port, const SerialSetup &setup) override;
+    void switchRelay(int relay, bool isOn) override;
+    void switchIo(int number, bool isOn) override;
 
 private:
-    void complain(const QString &reason) const;
+    void take(const QByteArrayList &frames);
+    void takeTold(const PortFrames::Told &told);
+    void tellAgain();
     void write(const QByteArray &frame) override;
     void finishWriting(int timeoutMs) override;
 
-    SerialLine *m_line = nullptr; // Qt child
-    bool m_isStuck = false;
+    PortLine *m_line = nullptr;  // Qt child
+    QTimer *m_stalled = nullptr; // Qt child
+    PortLinkParser m_parser;
+    bool m_wasAway = false;
+    std::map<int, SerialSetup> m_setups;
+    std::map<int, bool> m_relays;
+    std::map<int, bool> m_outputs;
+    std::set<int> m_told; // relays that were found otherwise, since they were switched
 };

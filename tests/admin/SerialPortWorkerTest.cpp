@@ -4,6 +4,7 @@
 #include "net/client/ToolTransfers.h"
 #include "net/link/LinkCodes.h"
 #include "support/Files.h"
+#include "support/SerialPeer.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
 #include <QBuffer>
@@ -13,51 +14,16 @@
 #include <mutex>
 #include <numeric>
 
-#include <fcntl.h>
-#include <termios.h>
-#include <unistd.h>
-
 namespace {
-/// The tool's end of a serial line: the other end is a device file.
-class Line
+/// The tool's end of a serial line.
+class Line : public SerialPeer
 {
 public:
-    Line()
-        : m_master(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK))
-    {
-        ::grantpt(m_master);
-        ::unlockpt(m_master);
-        termios raw{};
-        ::tcgetattr(m_master, &raw);
-        ::cfmakeraw(&raw);
-        ::tcsetattr(m_master, TCSANOW, &raw);
-    }
-    ~Line() { ::close(m_master); }
-    Line(const Line &) = delete;
-    Line &operator=(const Line &) = delete;
-
-    QString deviceFile() const { return QString::fromLatin1(::ptsname(m_master)); }
-    void send(const QByteArray &bytes)
-    {
-        for (int sent = 0; sent < bytes.size();) {
-            const ssize_t count = ::write(m_master, bytes.constData() + sent, static_cast<size_t>(bytes.size() - sent));
-            if (count > 0) {
-                sent += static_cast<int>(count);
-            } else {
-                QTest::qWait(1); // the line is full; the worker reads meanwhile
-            }
-        }
-    }
-    std::vector<Frame> receive()
+    std::vector<Frame> frames()
     {
         std::vector<Frame> frames;
-        char bytes[4096];
-        while (const auto count = ::read(m_master, bytes, sizeof bytes)) {
-            if (count < 0) {
-                break;
-            }
-            m_parser.feed(bytes, static_cast<int>(count), frames);
-        }
+        const QByteArray bytes = receive();
+        m_parser.feed(bytes.constData(), bytes.size(), frames);
         return frames;
     }
 
@@ -66,7 +32,7 @@ public:
     {
         QByteArray text;
         const bool isThere = QTest::qWaitFor([&] {
-            for (const Frame &frame : receive()) {
+            for (const Frame &frame : frames()) {
                 text = frame.code == LinkCode::kTextReply ? frame.body : text;
             }
             return !text.isEmpty();
@@ -75,7 +41,6 @@ public:
     }
 
 private:
-    const int m_master;
     FrameParser m_parser;
 };
 
@@ -122,7 +87,7 @@ private:
         client.begin(linkClockMs(), out);
         m_line->send(out);
         const auto exchange = [&] {
-            for (const Frame &frame : m_line->receive()) {
+            for (const Frame &frame : m_line->frames()) {
                 QByteArray next;
                 client.take(frame.code, frame.body, linkClockMs(), next);
                 m_line->send(next);
@@ -280,7 +245,7 @@ void SerialPortWorkerTest::cancelsAtTheToolsWish()
     m_line->send(textFrame("querysysnum")); // not heard while a file is on its way
     m_line->send(frameBytes(LinkCode::kCancelTransfer, QByteArray()) + textFrame("querysysnum"));
     QCOMPARE(m_line->reply(), QByteArray("sysnum:4"));
-    QCOMPARE(m_line->receive().size(), 0);
+    QCOMPARE(m_line->frames().size(), 0);
     QCOMPARE(QDir(m_directory->path()).entryList({ QStringLiteral("program*") }), QStringList());
     QCOMPARE(told(), QStringList());
 }

@@ -1,6 +1,9 @@
+#include "base/Overloaded.h"
 #include "devices/IrCode.h"
 #include "devices/IrFile.h"
 #include "devices/PortFrames.h"
+#include "devices/PortLinkParser.h"
+#include "devices/PortsFile.h"
 #include "devices/RemoteText.h"
 #include "devices/SerialSetup.h"
 #include "support/Table.h"
@@ -17,6 +20,13 @@ private Q_SLOTS:
     void frames();
     void serialSetup_data();
     void serialSetup();
+    void boardFrames_data();
+    void boardFrames();
+    void portLinkStream_data();
+    void portLinkStream();
+    void portsFile_data();
+    void portsFile();
+    void portsFileSections();
     void remoteText();
     void irFiles_data();
     void irFiles();
@@ -27,6 +37,11 @@ private Q_SLOTS:
 };
 
 namespace {
+QString asHex(const QByteArray &bytes)
+{
+    return QString::fromLatin1(bytes.toHex());
+}
+
 QByteArray hex(const char *text)
 {
     return QByteArray::fromHex(text);
@@ -94,6 +109,140 @@ void PortFormatsTest::serialSetup()
         QCOMPARE(remark.type, isError ? MonitorMessageType::Error : MonitorMessageType::Warning);
     }
     QCOMPARE(said, remarks);
+}
+
+void PortFormatsTest::boardFrames_data()
+{
+    const Table<QByteArray, QString> row("frame", "told");
+    row("data", hex("15 08 01 41 42"), "received 8 4142");
+    row("no data", hex("15 08 01"), "");
+    row("a set-up, which is none of the board's", hex("15 01 00 01 00 00 00 25 80"), "");
+    row("port 9", hex("15 09 01 41"), "");
+    row("port 0", hex("15 00 01 41"), "");
+    row("contact", hex("18 03 00 00 01"), "io 3 1");
+    row("contact, any state but 0", hex("18 08 00 00 FF"), "io 8 1");
+    row("contact, too short", hex("18 03 00 00"), "");
+    row("contact, too long", hex("18 03 00 00 01 00"), "");
+    row("relay", hex("16 08 00"), "relay 8 0");
+    row("learned", hex("22 FF 49"), "ir 255 49");
+    row("learned nothing", hex("22 01"), "");
+    row("started", hex("1A"), "started");
+    row("started, with more", hex("1A 01 02"), "started");
+    row("of nobody", hex("77 01 01 01"), "");
+    row("empty", "", "");
+}
+
+void PortFormatsTest::boardFrames()
+{
+    QFETCH(QByteArray, frame);
+    QFETCH(QString, told);
+    using namespace PortFrames;
+    const Overloaded shown{
+        [](const Received &it) { return QStringLiteral("received %1 %2").arg(it.port).arg(asHex(it.data)); },
+        [](const IoState &it) { return QStringLiteral("io %1 %2").arg(it.number).arg(it.isOn); },
+        [](const RelayState &it) { return QStringLiteral("relay %1 %2").arg(it.relay).arg(it.isOn); },
+        [](const IrLearned &it) { return QStringLiteral("ir %1 %2").arg(it.number).arg(asHex(it.code)); },
+        [](const Started &) { return QStringLiteral("started"); },
+    };
+    const auto parsed = PortFrames::parse(frame);
+    QCOMPARE(parsed ? std::visit(shown, *parsed) : QString(), told);
+}
+
+void PortFormatsTest::portLinkStream_data()
+{
+    const Table<QByteArray, QByteArrayList, QByteArrayList> row("stream", "frames", "afterGivingUp");
+    row("two", hex("CA 00 02 11 12 AC CA 00 01 13 AC"), { "1112", "13" }, {});
+    row("noise around", hex("00 AC CA 00 01 13 AC FF"), { "13" }, {});
+    row("empty", hex("CA 00 00 AC"), { "" }, {});
+    row("marks within", hex("CA 00 03 CA AC CA AC"), { "caacca" }, {});
+    row("wrong end, the next survives", hex("CA 00 01 13 00 CA 00 01 14 AC"), { "14" }, {});
+    row("wrong end, one within", hex("CA 00 06 CA 00 01 14 AC 00 00"), { "14" }, {});
+    row("too long", hex("CA 10 01 CA 00 01 14 AC"), { "14" }, {});
+    row("never ends", hex("CA 0F 00 CA 00 01 14 AC CA"), {}, { "14" });
+}
+
+void PortFormatsTest::portLinkStream()
+{
+    QFETCH(QByteArray, stream);
+    QFETCH(QByteArrayList, frames);
+    QFETCH(QByteArrayList, afterGivingUp);
+    const auto shown = [](QByteArrayList list) {
+        std::transform(list.begin(), list.end(), list.begin(), [](const QByteArray &each) { return each.toHex(); });
+        return list;
+    };
+    for (int piece = 1; piece <= stream.size(); ++piece) {
+        PortLinkParser parser;
+        QByteArrayList cut;
+        for (int at = 0; at < stream.size(); at += piece) {
+            cut += parser.feed(stream.mid(at, piece));
+        }
+        QCOMPARE(shown(cut), frames);
+        QCOMPARE(parser.isWithinFrame(), !afterGivingUp.isEmpty());
+        QCOMPARE(shown(parser.giveUp()), afterGivingUp);
+        QVERIFY(!parser.isWithinFrame());
+    }
+}
+
+void PortFormatsTest::portsFile_data()
+{
+    // entries: "port device", with a "!" when it cannot be used; problems: how each begins
+    const Table<QByteArray, QStringList, QStringList> row("text", "entries", "problems");
+    row("all kinds",
+        "# a board\n[serial8]\ndevice = /dev/a\r\n\n[relay1]\nline=chip:1\nactiveLow=true\n"
+        "[io8]\nline=chip:2\nbias=pull-up\ndebounceMs=20\n;\n[ir4]\ndevice=/dev/lirc0\n[portLink]\ndevice=/dev/b=c\n",
+        { "serial8 /dev/a", "relay1 chip:1", "io8 chip:2", "ir4 /dev/lirc0", "portLink /dev/b=c" }, {});
+    row("no such port", "[serial9]\ndevice=x\n[serial01]\n[ir5]\n[]\n[relay1]\nline=l", { "relay1 l" },
+        { "ports.ini [serial9]: there are only", "ports.ini [serial01]: there", "ports.ini [ir5]: there",
+          "ports.ini []: there" });
+    row("key missing", "[relay1]\nactiveLow=true\n[serial1]\ndevice=\n", { "relay1 !", "serial1 !" },
+        { "ports.ini [relay1] line: it is missing; it looks like line=gpiochip0:17",
+          "ports.ini [serial1] device: it is missing" });
+    row("unknown key", "[serial1]\ndevice=d\nbaud=9600", { "serial1 d!" },
+        { "ports.ini [serial1] baud: there is no such key, but device" });
+    row("wrong values", "[io1]\nline=l\nbias=up\ndebounceMs=-1\nactiveLow=yes", { "io1 l!" },
+        { "ports.ini [io1] bias: \"up\" is none of", "ports.ini [io1] debounceMs: \"-1\" is no number from 0 to 1000",
+          "ports.ini [io1] activeLow: \"yes\" is neither" });
+    row("section twice", "[serial1]\ndevice=d\n[serial1]\ndevice=e", { "serial1 d" },
+        { "ports.ini [serial1]: it stands there twice" });
+    row("key twice", "[serial1]\ndevice=d\ndevice=e", { "serial1 d!" }, { "ports.ini [serial1] device: it stands" });
+    row("one device for two", "[serial1]\ndevice=/dev/null\n[serial2]\ndevice=/dev/../dev/null",
+        { "serial1 /dev/null", "serial2 /dev/../dev/null!" },
+        { "ports.ini [serial2] device: /dev/../dev/null is behind [serial1] already" });
+    row("no lines of such a file", "device=d\n[serial1\ngarbage\n[serial1]\n=x\ndevice=d", { "serial1 d" },
+        { "ports.ini line 1: \"device=d\" is neither",
+          "ports.ini line 2: ", "ports.ini line 3: ", "ports.ini line 5: " });
+}
+
+void PortFormatsTest::portsFile()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, entries);
+    QFETCH(QStringList, problems);
+    const PortsFile::Content content = PortsFile::parse(text);
+    QStringList read;
+    for (const PortEntry &entry : content.entries) {
+        read << entry.name.text() + QLatin1Char(' ') + entry.device +
+                    (entry.problem.isEmpty() ? QString() : QStringLiteral("!"));
+    }
+    QCOMPARE(read, entries);
+    QCOMPARE(content.problems.size(), problems.size());
+    for (int index = 0; index < problems.size(); ++index) {
+        QVERIFY2(content.problems.at(index).startsWith(problems.at(index)), qPrintable(content.problems.at(index)));
+    }
+}
+
+void PortFormatsTest::portsFileSections()
+{
+    const QByteArray text = "# mine\n[serial1]\n# the projector\ndevice=a\n\n[io1]\nline=l\n";
+    const auto with = [](const QByteArray &before, const char *port, const char *lines) {
+        return PortsFile::withSection(before, *PortName::parse(QLatin1String(port)),
+                                      QString::fromLatin1(lines).split(QLatin1Char('|'), Qt::SkipEmptyParts));
+    };
+    QCOMPARE(with(text, "serial1", "device=b"),
+             QByteArray("# mine\n[serial1]\ndevice=b\n# the projector\n\n[io1]\nline=l\n"));
+    QCOMPARE(with(text, "io1", ""), QByteArray("# mine\n[serial1]\n# the projector\ndevice=a\n"));
+    QCOMPARE(with(text, "relay2", "line=m|activeLow=true"), text + "[relay2]\nline=m\nactiveLow=true\n");
+    QCOMPARE(with("", "serial1", "device=b"), QByteArray("[serial1]\ndevice=b\n"));
 }
 
 void PortFormatsTest::remoteText()

@@ -32,6 +32,8 @@ public:
         bool isActiveLow = false;
         Bias bias = Bias::AsIs;
         int debounceMs = 0; // of an input
+
+        bool operator==(const Setting &) const = default;
     };
     static constexpr int kLookMs = 1000; // whether the chip has gone, or is back
     static constexpr int kReadMs = 10;   // of chips that do not tell

@@ -55,7 +55,7 @@ public:
 };
 
 /// Settings and the machine. Called on any thread, also while the main thread is busy in an endless program:
-/// guard what is shared and return at once. Only the last three are called on the main thread.
+/// guard what is shared and return at once. Only the last ones are called on the main thread.
 class LinkServices
 {
 public:
@@ -81,6 +81,11 @@ public:
 
     virtual QByteArray listenStatus() = 0;                           // what follows "listenstatus:"; main thread
     virtual Problem setListenAddresses(const QStringList &list) = 0; // main thread
+
+    /// \name The controller's own ports; main thread. The name of a port, and what to set, as ports.ini has them.
+    virtual QByteArray ports() { return "[]"; } // a JSON array, an object a port
+    virtual Problem setPort(const QString &, const QStringList &) { return std::nullopt; }
+    virtual Problem putIntoPort(const QString &, const QByteArray &) { return std::nullopt; }
 };
 
 struct LinkHooks

@@ -8,6 +8,8 @@
 #include "net/link/MonitorPast.h"
 #include <QDateTime>
 
+#include <functional>
+
 namespace {
 void sayFailed(SocketClient &client, const LinkServices::Problem &problem)
 {
@@ -77,6 +79,15 @@ void LinkRequests::perform(SocketClient &client, const Management::Command &comm
     const auto request = [this, &client](int textBytes, auto job) {
         m_backlog.post(client.shared_from_this(), textBytes, Backlog::Kind::Request, std::move(job));
     };
+    const auto requestPorts = [&](int textBytes, std::function<LinkServices::Problem()> change) {
+        request(textBytes, [this, weak = client.weak_from_this(), change = std::move(change)] {
+            const LinkServices::Problem problem = change();
+            if (const auto asker = weak.lock()) {
+                sayFailed(*asker, problem);
+                asker->sendPlain(LinkCode::kTextReply, "ports:" + m_hooks.services.ports());
+            }
+        });
+    };
     const Overloaded performers{
         [&](const SetSystemNumber &set) {
             logRequest(translated(QT_TRANSLATE_NOOP("messages", "Set system number")));
@@ -117,6 +128,14 @@ void LinkRequests::perform(SocketClient &client, const Management::Command &comm
                     asker->sendPlain(LinkCode::kTextReply, "listenstatus:" + m_hooks.services.listenStatus());
                 }
             });
+        },
+        [&](const AskPorts &) { requestPorts(0, [] { return std::nullopt; }); },
+        [&](const SetPort &set) {
+            requestPorts(set.lines.join(QString()).size(),
+                         [this, set] { return m_hooks.services.setPort(set.port, set.lines); });
+        },
+        [&](const PutIntoPort &put) {
+            requestPorts(put.data.size(), [this, put] { return m_hooks.services.putIntoPort(put.port, put.data); });
         },
         [&](const AskMonitorHistory &ask) { tellPast(client, ask.ageMs); },
     };

@@ -69,6 +69,23 @@ Parsed parseIrCode(const QString &text)
     return number ? Parsed(AskIrCode{ *number }) : std::nullopt;
 }
 
+Parsed parseSetPort(const QString &text)
+{
+    QStringList lines = text.mid(text.indexOf(QLatin1Char('!')) + 1).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    if (lines.isEmpty()) {
+        return std::nullopt;
+    }
+    const QString port = lines.takeFirst();
+    return SetPort{ port, lines };
+}
+
+Parsed parsePutIntoPort(const QString &text)
+{
+    const QStringList fields = text.mid(text.indexOf(QLatin1Char('!')) + 1).split(QLatin1Char('\n'));
+    return fields.size() == 2 ? Parsed(PutIntoPort{ fields.at(0), QByteArray::fromHex(fields.at(1).toLatin1()) })
+                              : std::nullopt;
+}
+
 Parsed parseMonitorHistory(const QString &text)
 {
     bool converts = false;
@@ -108,6 +125,9 @@ constexpr Row kRows[] = {
     { "ir", Match::Prefix, parseIrCode },
     { "listening?", Match::Whole, parsePlain<AskListenAddresses> },
     { "listenstatus?", Match::Prefix, [](const QString &text) { return parseText<AskListenStatus>(text, 13); } },
+    { "ports?", Match::Whole, parsePlain<AskPorts> },
+    { "ports!", Match::Prefix, parseSetPort },
+    { "portinput!", Match::Prefix, parsePutIntoPort },
     { "monitorhistory?", Match::Prefix, parseMonitorHistory },
 };
 } // namespace

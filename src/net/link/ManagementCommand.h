@@ -1,6 +1,7 @@
 #pragma once
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 #include <variant>
@@ -39,13 +40,25 @@ struct AskListenStatus
 {
     QString text; // the new listen list; empty only asks
 };
+struct AskPorts
+{};
+struct SetPort // what stands behind it
+{
+    QString port;
+    QStringList lines; // "key=value"; empty: nothing does any more
+};
+struct PutIntoPort // as if it had come in from there
+{
+    QString port;
+    QByteArray data; // bytes, or "on" or "off"
+};
 struct AskMonitorHistory
 {
     qint64 ageMs = 0; // of the oldest line wanted
 };
 
 using Command = std::variant<SetSystemNumber, Reboot, UseDhcp, UseStaticIp, AskDateTime, SetDateTime, AskIrCode,
-                             AskListenAddresses, AskListenStatus, AskMonitorHistory>;
+                             AskListenAddresses, AskListenStatus, AskPorts, SetPort, PutIntoPort, AskMonitorHistory>;
 
 /// Reads a command; nothing when it is unknown or its fields do not fit, it is then ignored.
 std::optional<Command> parse(const QByteArray &text);

@@ -27,6 +27,7 @@ Command listenCommand(CLI::App &app);
 Command uploadCommand(CLI::App &app);
 Command downloadCommand(CLI::App &app);
 Command portTestCommand(CLI::App &app);
+Command portsCommand(CLI::App &app);
 Command irCommand(CLI::App &app);
 
 Outcome wrongUse(const std::string &what); // says so, and where help is

@@ -8,7 +8,7 @@ namespace {
 constexpr auto kAllCommands = {
     monitorCommand, panelCommand,    infoCommand,         discoverCommand, networkCommand,
     macCommand,     dateTimeCommand, systemNumberCommand, listenCommand,   rebootCommand,
-    uploadCommand,  downloadCommand, portTestCommand,     irCommand,
+    uploadCommand,  downloadCommand, portTestCommand,     irCommand,       portsCommand,
 };
 
 CommandLine::Explanation explanation()

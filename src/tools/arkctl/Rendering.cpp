@@ -218,4 +218,52 @@ std::string linkState(Form form, const LinkState &state)
     address.resize(std::max<size_t>(address.size(), 15), ' ');
     return address + "  " + name;
 }
+
+namespace {
+/// One line of the table; the last column is as long as it is.
+std::string portRow(const std::array<std::string, 8> &columns)
+{
+    constexpr std::array<size_t, 7> kWidths = { 9, 11, 24, 10, 20, 10, 10 };
+    std::string line;
+    for (size_t column = 0; column < kWidths.size(); ++column) {
+        const std::string &text = columns.at(column);
+        const size_t width = kWidths.at(column);
+        line += text + std::string(text.size() < width ? width - text.size() : 1, ' ');
+    }
+    line += columns.back();
+    return line.erase(line.find_last_not_of(' ') + 1);
+}
+
+std::string portLine(const Json &port)
+{
+    const auto shown = [&port](const char *key) {
+        const auto value = port.find(key);
+        return value == port.end()  ? std::string()
+               : value->is_string() ? escaped(QByteArray::fromStdString(*value))
+                                    : value->dump();
+    };
+    const std::string open = shown("open");
+    return portRow({ shown("port"), shown("kind"), shown("device"),
+                     open == "true"    ? "open"
+                     : open == "false" ? "not open"
+                                       : "",
+                     shown("settings"), shown("bytesIn"), shown("bytesOut"), shown("lastError") });
+}
+} // namespace
+
+std::optional<std::vector<std::string>> ports(Form form, const QByteArray &json)
+{
+    const Json list = Json::parse(json.begin(), json.end(), nullptr, false);
+    if (!list.is_array()) {
+        return std::nullopt;
+    }
+    std::vector<std::string> lines;
+    if (form == Form::Text) {
+        lines.push_back(portRow({ "port", "kind", "device", "", "settings", "in", "out", "last error" }));
+    }
+    for (const Json &port : list) {
+        lines.push_back(form == Form::Json ? dump(port) : portLine(port));
+    }
+    return lines;
+}
 } // namespace Rendering

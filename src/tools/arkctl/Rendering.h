@@ -32,4 +32,7 @@ struct LinkState
 /// Reads what follows "listenstatus:"; nothing when it is something else.
 std::optional<std::vector<LinkState>> linkStates(const QByteArray &statusStream);
 std::string linkState(Form form, const LinkState &state);
+
+/// Reads what follows "ports:", a line a port; nothing when it is something else.
+std::optional<std::vector<std::string>> ports(Form form, const QByteArray &json);
 } // namespace Rendering

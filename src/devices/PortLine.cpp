@@ -1,0 +1,203 @@
+#include "devices/PortLine.h"
+
+#include "base/Messages.h"
+#include "base/Monitor.h"
+#include "devices/SerialLine.h"
+#include "io/Backlog.h"
+
+#include <QDeadlineTimer>
+#include <QPointer>
+#include <QThread>
+
+namespace {
+constexpr int kReadTogether = 4096; // the most that is handed over at once
+} // namespace
+
+/// The part of a PortLine on the ports thread.
+/// Owns: the line (a Qt child). Thread: the ports thread; setReading() and waiting() on any.
+/// Ends: on its thread, after its port line.
+class PortLineWorker : public QObject, public PausableReader, public std::enable_shared_from_this<PortLineWorker>
+{
+public:
+    PortLineWorker(PortLine &owner, PortLine::Input input, Backlog &backlog)
+        : m_port(&owner)
+        , m_input(input)
+        , m_backlog(backlog)
+        , m_line(new SerialLine(owner.health().device(), this))
+    {
+        connect(m_line, &SerialLine::readyRead, this, &PortLineWorker::readAvailable);
+        connect(m_line, &SerialLine::bytesWritten, this, &PortLineWorker::settle);
+        connect(m_line, &SerialLine::opened, this, [this] { onMainThread([](PortLine &port) { port.takeOpen(); }); });
+        connect(m_line, &SerialLine::failed, this, [this](const QString &reason) { tellFailed(reason); });
+        connect(m_line, &SerialLine::refused, this, [this](const QString &reason) {
+            onMainThread([reason](PortLine &port) { port.m_health.complain(reason); });
+        });
+        connect(m_line, &SerialLine::lost, this, [this] {
+            onMainThread([](PortLine &port) { port.takeLoss(); });
+            if (m_inLine > 0) {
+                tellUnsent(m_inLine);
+                settle(m_inLine);
+            }
+        });
+    }
+
+    qint64 waiting() const { return m_waiting; }
+    void addWaiting(qint64 bytes) { m_waiting += bytes; }
+
+    void open()
+    {
+        if (const std::optional<QString> problem = m_line->open()) {
+            tellFailed(*problem);
+        } else {
+            onMainThread([](PortLine &port) { port.takeOpen(); });
+        }
+    }
+    void setUp(const SerialSetup &setup) { m_line->setUp(setup); }
+    void write(const QByteArray &data)
+    {
+        if (m_line->isOpen()) {
+            m_inLine += data.size();
+            m_line->write(data);
+        } else {
+            m_waiting -= data.size();
+            tellUnsent(data.size());
+        }
+    }
+    void finishWriting(int timeoutMs)
+    {
+        const QDeadlineTimer end(timeoutMs);
+        while (m_line->bytesToWrite() > 0 && m_line->waitForBytesWritten(static_cast<int>(end.remainingTime()))) {
+        }
+    }
+
+    void setReading(bool isReading) override
+    {
+        m_isReading = isReading;
+        if (isReading) {
+            QMetaObject::invokeMethod(this, &PortLineWorker::readAvailable, Qt::QueuedConnection);
+        }
+    }
+
+private:
+    void readAvailable()
+    {
+        while (m_isReading || m_input == PortLine::Input::Always) {
+            const QByteArray data = m_line->read(kReadTogether);
+            if (data.isEmpty()) {
+                return;
+            }
+            const bool isPausable = m_input == PortLine::Input::WhileFollowed;
+            const bool isTaken = m_backlog.post(isPausable ? shared_from_this() : nullptr, data.size(),
+                                                Backlog::Kind::Request, [port = m_port, data] {
+                                                    if (port) {
+                                                        Q_EMIT port->received(data);
+                                                    }
+                                                });
+            if (!isTaken && !m_hasLost) {
+                onMainThread([](PortLine &port) {
+                    port.m_health.complain(
+                        translated(QT_TRANSLATE_NOOP("messages", "the program does not follow: data is lost")));
+                });
+            }
+            m_hasLost = !isTaken;
+        }
+    }
+
+    void settle(qint64 bytes)
+    {
+        m_inLine -= bytes;
+        m_waiting -= bytes;
+    }
+
+    void tellUnsent(qint64 bytes)
+    {
+        onMainThread([bytes](PortLine &port) {
+            port.m_health.complain(
+                translated(QT_TRANSLATE_NOOP("messages", "it is not open: %1 bytes were not sent")).arg(bytes));
+        });
+    }
+
+    void tellFailed(const QString &reason)
+    {
+        onMainThread([reason](PortLine &port) { port.takeFailure(reason); });
+    }
+
+    /// In the order of what was read.
+    template <class Job>
+    void onMainThread(Job job)
+    {
+        m_backlog.post(nullptr, 0, Backlog::Kind::NeverRefuse, [port = m_port, job] {
+            if (port) {
+                job(*port);
+            }
+        });
+    }
+
+    const QPointer<PortLine> m_port; // looked at on the main thread
+    const PortLine::Input m_input;
+    Backlog &m_backlog;
+    SerialLine *m_line = nullptr;       // Qt child
+    qint64 m_inLine = 0;                // bytes that it has not written
+    std::atomic<qint64> m_waiting{ 0 }; // and those that are on the way to it
+    std::atomic<bool> m_isReading{ true };
+    bool m_hasLost = false;
+};
+
+PortLine::PortLine(const QString &name, const QString &deviceFile, Input input, QThread &thread, Backlog &backlog,
+                   QObject *parent)
+    : QObject(parent)
+    , m_health(name, deviceFile)
+    , m_worker(new PortLineWorker(*this, input, backlog), [](PortLineWorker *worker) { worker->deleteLater(); })
+{
+    m_worker->moveToThread(&thread);
+}
+
+PortLine::~PortLine() = default;
+
+void PortLine::open()
+{
+    QMetaObject::invokeMethod(m_worker.get(), [worker = m_worker.get()] { worker->open(); });
+}
+
+void PortLine::setUp(const SerialSetup &setup)
+{
+    m_setup = setup;
+    QMetaObject::invokeMethod(m_worker.get(), [worker = m_worker.get(), setup] { worker->setUp(setup); });
+}
+
+void PortLine::write(const QByteArray &data)
+{
+    const bool hasRoom = m_worker->waiting() <= kMostWaiting;
+    if (hasRoom) {
+        m_worker->addWaiting(data.size());
+        QMetaObject::invokeMethod(m_worker.get(), [worker = m_worker.get(), data] { worker->write(data); });
+    } else if (!m_isStuck) {
+        m_health.complain(translated(QT_TRANSLATE_NOOP("messages", "it takes nothing: what is sent is lost")));
+    }
+    m_isStuck = !hasRoom;
+}
+
+void PortLine::finishWriting(int timeoutMs)
+{
+    QMetaObject::invokeMethod(
+        m_worker.get(), [worker = m_worker.get(), timeoutMs] { worker->finishWriting(timeoutMs); },
+        Qt::BlockingQueuedConnection);
+}
+
+void PortLine::takeOpen()
+{
+    m_health.setOpen();
+    Q_EMIT openChanged(true);
+}
+
+void PortLine::takeFailure(const QString &reason)
+{
+    m_health.setFailed(reason);
+    Q_EMIT openChanged(false);
+}
+
+void PortLine::takeLoss()
+{
+    m_health.setLost(translated(QT_TRANSLATE_NOOP("messages", "it hung up")));
+    Q_EMIT openChanged(false);
+}

@@ -1,0 +1,13 @@
+#pragma once
+#include <QString>
+
+#include <optional>
+
+/// What an installer wants to know of a device file that cannot be used.
+namespace DeviceFile {
+/// Nothing when it is there and a character device, else why not. A name that is no path has "/dev/" in front.
+std::optional<QString> whyNoCharacterDevice(const QString &file);
+
+/// A process that has it open, "NAME (PID)"; empty: none, or it belongs to another user.
+QString holder(const QString &file);
+} // namespace DeviceFile
