@@ -418,8 +418,16 @@ void ConfiguredPorts::beginBoard(Place &place)
 
 void ConfiguredPorts::listenTo(PortHardware &hardware)
 {
-    connect(&hardware, &PortHardware::serialReceived, this, &ConfiguredPorts::takeSerial);
-    connect(&hardware, &PortHardware::ioChanged, this, &ConfiguredPorts::ioChanged);
+    connect(&hardware, &PortHardware::serialReceived, this, [this](int port, const QByteArray &data) {
+        if (!find(Kind::Serial, port)) { // else the port is another one
+            takeSerial(port, data);
+        }
+    });
+    connect(&hardware, &PortHardware::ioChanged, this, [this](int number, bool isOn) {
+        if (!find(Kind::Io, number)) {
+            Q_EMIT ioChanged(number, isOn);
+        }
+    });
     connect(&hardware, &PortHardware::irLearned, this, &ConfiguredPorts::irLearned);
     connect(&hardware, &PortHardware::portOnline, this, &ConfiguredPorts::portOnline);
 }

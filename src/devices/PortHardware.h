@@ -31,7 +31,7 @@ public:
 
 Q_SIGNALS:
     void serialReceived(int port, const QByteArray &data); // what arrived together
-    void ioChanged(int number, bool isOn);                 // a contact; also what it is at first, when that is on
+    void ioChanged(int number, bool isOn);                 // a contact; also what it is at first, and again
     void irLearned(int number, const QByteArray &code);
     void portOnline(int port, bool isOnline); // of device 5001, when its hardware goes or is back
 };

@@ -230,7 +230,7 @@ void ConfiguredPortsTest::board()
 {
     const QString link = m_directory->filePath(QStringLiteral("board"));
     QVERIFY(QFile::link(m_peer->deviceFile(), link));
-    open("[portLink]\ndevice=" + link.toUtf8());
+    open("[io6]\nline=chip:1\n[portLink]\ndevice=" + link.toUtf8());
     m_ports->switchRelay(3, true);
     m_ports->setUpSerial(1, { SerialSetup::Protocol::Rs232, 9600, SerialSetup::Parity::None, 1 });
     m_ports->sendSerial(1, "A");
@@ -239,9 +239,10 @@ void ConfiguredPortsTest::board()
     QTRY_COMPARE((sent += m_peer->receive()).toHex(),
                  QByteArray("ca0003160301acca0009150100010000002580acca000415010141ac"));
     // Garbage, a contact, data of two ports, garbage without an end; then the board starts again.
-    m_peer->send(QByteArray::fromHex("00CA0FFF CA00051807000001AC CA0005150201 4142AC CA000415080143AC CA0F"));
+    m_peer->send(QByteArray::fromHex(
+        "00CA0FFF CA00051807000001AC CA00051806000001AC CA0005150201 4142AC CA000415080143AC CA0F"));
     QTRY_COMPARE(m_received, QByteArray("ABC"));
-    QCOMPARE(m_seen, QStringLiteral("io7+ "));
+    QCOMPARE(m_seen, QStringLiteral("io6- io7+ ")); // 6 is not the board's
     sent.clear();
     m_peer->send(QByteArray::fromHex("CA00011AAC"));
     QTRY_COMPARE((sent += m_peer->receive()).toHex(), kept);

@@ -30,7 +30,13 @@ QString shown(const Command &command)
     if (const auto *ask = std::get_if<AskMonitorHistory>(&command)) {
         return QStringLiteral("history %1").arg(ask->ageMs);
     }
-    const char *const plain[] = { "", "reboot", "", "", "date?", "", "", "listening?" };
+    if (const auto *set = std::get_if<SetPort>(&command)) {
+        return QStringLiteral("port %1 '%2'").arg(set->port, set->lines.join(QLatin1Char('|')));
+    }
+    if (const auto *put = std::get_if<PutIntoPort>(&command)) {
+        return QStringLiteral("input %1 %2").arg(put->port, QString::fromLatin1(put->data.toHex()));
+    }
+    const char *const plain[] = { "", "reboot", "", "", "date?", "", "", "listening?", "", "ports?" };
     return QString::fromLatin1(plain[command.index()]);
 }
 } // namespace
@@ -76,6 +82,13 @@ void ManagementCommandTest::reads_data()
     row("ir-3-4", "");
     row("ir-x", "");
     row("listening?", "listening?");
+    row("ports?", "ports?");
+    row("ports? all", "");
+    row("ports!relay1\nline=a:1\nactiveLow=true", "port relay1 'line=a:1|activeLow=true'");
+    row("ports!relay1", "port relay1 ''");
+    row("ports!", "");
+    row("portinput!serial1\n410a", "input serial1 410a");
+    row("portinput!serial1", "");
     row("listenstatus?", "status ''");
     row("listenstatus?10.0.0.3\n10.0.0.4", "status '10.0.0.3\n10.0.0.4'");
     row("monitorhistory?600000", "history 600000");
