@@ -4,7 +4,6 @@
 #include "base/MonitorHistory.h"
 #include "cli/CommandLine.h"
 
-#include <CLI/CLI.hpp>
 #include <QCoreApplication>
 
 namespace {
@@ -38,36 +37,32 @@ again, which arkhost does.)",
     };
 }
 
-/// Given twice, the last one counts.
-void addText(CLI::App &app, const char *name, std::string &text, const char *typeName, const char *description,
-             const CLI::Validator &hint = CommandLine::suggests({}))
+void describe(CommandLine::Word &app, Words &words)
 {
-    app.add_option(name, text, description)->type_name(typeName)->take_last()->check(hint);
-}
-
-void describe(CLI::App &app, Words &words)
-{
-    app.name("arkivon");
-    app.description("Central controller program.");
-    CommandLine::explain(app, explanation());
-    app.set_version_flag("-v,--version",
-                         [] {
-                             return (QCoreApplication::applicationName() + QLatin1Char(' ') +
-                                     QCoreApplication::applicationVersion())
-                                 .toStdString();
-                         })
-        ->description("Show the version");
-    app.add_option("filename", words.files, "Object file full path")->check(CommandLine::files({ "pobj" }));
-    addText(app, "--data-dir", words.dataDirectory, "FOLDER", "Keep program, stores and settings there",
-            CommandLine::folder());
-    addText(app, "--bind", words.bind, "ADDRESS", "Serve on one address only");
-    addText(app, "--http-port", words.httpPort, "NUMBER", "Serve web pages on this TCP port; 0 takes a free one");
-    addText(app, "--language", words.language, "CODE", "Language of messages: en or zh_CN",
-            CommandLine::suggests({ "en", "zh_CN" }));
-    app.add_flag("--monitor", words.hasMonitor, "Print monitor lines on standard output too");
-    addText(app, "--monitor-history", words.historyLines, "LINES",
-            "Keep the newest monitor lines, 10000 at most, for arkctl monitor --since; 0, as without: none");
-    app.add_flag("--no-system-changes", words.noSystemChanges, "Never change the system's date or network");
+    app.introduce("arkivon", "Central controller program.");
+    app.explain(explanation());
+    app.addVersion("-v,--version",
+                   (QCoreApplication::applicationName() + QLatin1Char(' ') + QCoreApplication::applicationVersion())
+                       .toStdString());
+    app.add("filename", words.files, "Object file full path").files({ "pobj" });
+    app.add("--data-dir", words.dataDirectory, "Keep program, stores and settings there")
+        .named("FOLDER")
+        .lastCounts()
+        .folder();
+    app.add("--bind", words.bind, "Serve on one address only").named("ADDRESS").lastCounts();
+    app.add("--http-port", words.httpPort, "Serve web pages on this TCP port; 0 takes a free one")
+        .named("NUMBER")
+        .lastCounts();
+    app.add("--language", words.language, "Language of messages: en or zh_CN")
+        .named("CODE")
+        .lastCounts()
+        .suggests({ "en", "zh_CN" });
+    app.addFlag("--monitor", words.hasMonitor, "Print monitor lines on standard output too");
+    app.add("--monitor-history", words.historyLines,
+            "Keep the newest monitor lines, 10000 at most, for arkctl monitor --since; 0, as without: none")
+        .named("LINES")
+        .lastCounts();
+    app.addFlag("--no-system-changes", words.noSystemChanges, "Never change the system's date or network");
 }
 
 OptionsEnd refused(const QString &why)
@@ -80,7 +75,7 @@ QString text(const std::string &word)
     return QString::fromStdString(word);
 }
 
-std::variant<Options, OptionsEnd> collect(const CLI::App &app, const Words &words)
+std::variant<Options, OptionsEnd> collect(const CommandLine::Word &app, const Words &words)
 {
     Options options;
     // Two or more are as good as none: the default program is meant.
@@ -88,13 +83,13 @@ std::variant<Options, OptionsEnd> collect(const CLI::App &app, const Words &word
         options.objectFilePath = text(words.files.front());
     }
     options.dataDirectory = text(words.dataDirectory);
-    if (app.count("--data-dir") > 0 && options.dataDirectory.isEmpty()) {
+    if (app.has("--data-dir") && options.dataDirectory.isEmpty()) {
         return refused(QStringLiteral("--data-dir needs a directory."));
     }
-    if (app.count("--bind") > 0 && !options.bindAddress.setAddress(text(words.bind))) {
+    if (app.has("--bind") && !options.bindAddress.setAddress(text(words.bind))) {
         return refused(QStringLiteral("\"%1\" is no address to bind to.").arg(text(words.bind)));
     }
-    if (app.count("--http-port") > 0) {
+    if (app.has("--http-port")) {
         bool isPort = false;
         options.httpPort = text(words.httpPort).toUShort(&isPort);
         if (!isPort) {
@@ -102,11 +97,11 @@ std::variant<Options, OptionsEnd> collect(const CLI::App &app, const Words &word
         }
     }
     options.language = text(words.language);
-    if (app.count("--language") > 0 && !Translations::isKnown(options.language)) {
+    if (app.has("--language") && !Translations::isKnown(options.language)) {
         return refused(QStringLiteral("Unknown language \"%1\": %2 are known.")
                            .arg(options.language, QString::fromLatin1(kLanguages)));
     }
-    if (app.count("--monitor-history") > 0) {
+    if (app.has("--monitor-history")) {
         bool isNumber = false;
         options.monitorHistory = text(words.historyLines).toInt(&isNumber);
         if (!isNumber || options.monitorHistory < 0 || options.monitorHistory > MonitorHistory::kMostLines) {
@@ -121,7 +116,7 @@ std::variant<Options, OptionsEnd> collect(const CLI::App &app, const Words &word
 }
 } // namespace
 
-void describeController(CLI::App &app)
+void describeController(CommandLine::Word &app)
 {
     static Words words; // read by nobody: this is for the pages
     describe(app, words);
@@ -129,21 +124,19 @@ void describeController(CLI::App &app)
 
 std::variant<Options, OptionsEnd> parseOptions(const QStringList &arguments)
 {
-    CLI::App app;
+    CommandLine::Word app;
     Words words;
     describe(app, words);
-    std::vector<std::string> reversed; // as the library wants it
-    for (int index = arguments.size() - 1; index > 0; --index) {
-        reversed.push_back(arguments.at(index).toStdString());
+    std::vector<std::string> given;
+    for (const QString &argument : arguments.mid(1)) {
+        given.push_back(argument.toStdString());
     }
-    try {
-        app.parse(reversed);
-    } catch (const CLI::CallForHelp &) {
-        return OptionsEnd{ text(app.help()).trimmed() };
-    } catch (const CLI::Success &version) {
-        return OptionsEnd{ QString::fromLocal8Bit(version.what()) };
-    } catch (const CLI::ParseError &error) {
-        return refused(text(error.what()));
+    const auto outcome = CommandLine::read(app, given);
+    if (const auto *shown = std::get_if<CommandLine::Shown>(&outcome)) {
+        return OptionsEnd{ text(shown->text).trimmed() };
+    }
+    if (const auto *misuse = std::get_if<CommandLine::Misuse>(&outcome)) {
+        return refused(text(misuse->what));
     }
     return collect(app, words);
 }

@@ -6,8 +6,8 @@
 #include <optional>
 #include <variant>
 
-namespace CLI {
-class App;
+namespace CommandLine {
+class Word;
 }
 
 /// What the command line asks of the controller.
@@ -33,7 +33,7 @@ struct OptionsEnd
 constexpr int kUsageStatus = 2; // something that the command line asks for cannot be done
 
 /// The command line alone, for the manual page and completion.
-void describeController(CLI::App &app);
+void describeController(CommandLine::Word &app);
 
 /// \param arguments  the program's name first
 std::variant<Options, OptionsEnd> parseOptions(const QStringList &arguments);

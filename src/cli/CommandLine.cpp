@@ -1,18 +1,13 @@
 #include "cli/CommandLine.h"
 
 #include "cli/CommandText.h"
-#include "cli/HelpText.h"
-
-#include <CLI/CLI.hpp>
+#include "cli/WordLibrary.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <iomanip>
-#include <iostream>
 #include <new>
-#include <sstream>
 #include <string_view>
 
 namespace CommandLine {
@@ -31,66 +26,6 @@ bool isSlip(const std::string &written, const std::string &word)
     return from(restOfOurs, 1) == rest || restOfOurs == from(rest, 1) || from(restOfOurs, 1) == from(rest, 1);
 }
 
-constexpr char kFilesMark[] = "files";
-constexpr char kFolderMark[] = "folder";
-
-/// Shows help, and keeps the explanation of the word that it was made for.
-class Help : public CLI::FormatterBase
-{
-public:
-    Help(const CLI::App &word, const Explanation &explanation)
-        : m_word(&word)
-        , m_explanation(explanation)
-    {}
-
-    std::string make_help(const CLI::App *word, std::string /*name*/, CLI::AppFormatMode) const override
-    {
-        return helpText(describe(*word));
-    }
-
-    const Explanation *explanationOf(const CLI::App &word) const { return &word == m_word ? &m_explanation : nullptr; }
-
-private:
-    const CLI::App *m_word; // words below it have this formatter too
-    const Explanation m_explanation;
-};
-
-std::vector<std::string> split(const std::string &text, char between)
-{
-    std::vector<std::string> words;
-    for (size_t at = 0; at < text.size();) {
-        const size_t end = std::min(text.find(between, at), text.size());
-        words.push_back(text.substr(at, end - at));
-        at = end + 1;
-    }
-    return words;
-}
-
-CLI::Validator marked(const std::string &mark)
-{
-    CLI::Validator check([](std::string &) { return std::string(); }, "");
-    check.name(mark);
-    return check;
-}
-
-std::vector<const CLI::Validator *> checksOf(const CLI::Option &option)
-{
-    auto &open = const_cast<CLI::Option &>(option); // the library lets one read them there only
-    std::vector<const CLI::Validator *> checks;
-    try {
-        for (int index = 0;; ++index) {
-            checks.push_back(open.get_validator(index));
-        }
-    } catch (const CLI::OptionNotFound &) { // after the last
-        return checks;
-    }
-}
-
-/// "{a,b}": how the library's own CLI::IsMember describes itself too.
-bool isSet(const std::string &description)
-{
-    return description.size() >= 2 && description.front() == '{' && description.back() == '}';
-}
 /// The library's words, but where they leave open what is meant.
 std::string plainly(const CLI::App &app, const CLI::ParseError &error)
 {
@@ -122,115 +57,42 @@ std::string plainly(const CLI::App &app, const CLI::ParseError &error)
 }
 } // namespace
 
-void explain(CLI::App &word, const Explanation &explanation)
+std::variant<Good, Shown, Misuse> read(Word &program, std::vector<std::string> arguments)
 {
-    word.formatter(std::make_shared<Help>(word, explanation));
-    if (!word.get_parent()) {
-        word.set_help_flag("-h,--help", "Show this help");
+    CLI::App &app = program.app();
+    std::reverse(arguments.begin(), arguments.end()); // as the library wants them
+    try {
+        app.parse(arguments);
+        return Good();
+    } catch (const CLI::CallForHelp &) {
+        return Shown{ app.help() };
+    } catch (const CLI::Success &asked) {
+        return Shown{ std::string(asked.what()) + '\n' };
+    } catch (const CLI::ParseError &error) {
+        return Misuse{ plainly(app, error), dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr };
     }
 }
 
-const Explanation *explanationOf(const CLI::App &word)
-{
-    const auto *help = dynamic_cast<const Help *>(word.get_formatter().get());
-    return help ? help->explanationOf(word) : nullptr;
-}
-
-CLI::Validator oneOf(const std::vector<std::string> &values)
-{
-    const auto check = [values](std::string &word) {
-        return std::find(values.begin(), values.end(), word) != values.end()
-                   ? std::string()
-                   : word + " is none of " + joined(values, ", ");
-    };
-    return { check, '{' + joined(values, ",") + '}' };
-}
-
-CLI::Validator suggests(const std::vector<std::string> &values)
-{
-    return { [](std::string &) { return std::string(); }, '{' + joined(values, ",") + '}' };
-}
-
-CLI::Validator between(double lowest, double highest)
-{
-    std::ostringstream range;
-    range << std::setprecision(10) << " is no number from " << lowest << " to " << highest;
-    const auto check = [lowest, highest, problem = range.str()](std::string &word) {
-        double number = 0;
-        const bool fits = CLI::detail::lexical_cast(word, number) && number >= lowest && number <= highest;
-        return fits ? std::string() : word + problem;
-    };
-    return { check, std::string() };
-}
-
-CLI::Validator files(std::initializer_list<const char *> suffixes)
-{
-    std::string mark = kFilesMark;
-    for (const char *suffix : suffixes) {
-        mark += std::string(" ") + suffix;
-    }
-    return marked(mark);
-}
-
-CLI::Validator folder()
-{
-    return marked(kFolderMark);
-}
-
-Completion completionOf(const CLI::Option &option)
-{
-    Completion completion;
-    for (const CLI::Validator *check : checksOf(option)) {
-        const std::string description = check->get_description();
-        std::vector<std::string> mark = split(check->get_name(), ' ');
-        if (isSet(description)) {
-            completion.values = split(description.substr(1, description.size() - 2), ',');
-        } else if (!mark.empty() && mark.front() == kFilesMark) {
-            completion.isFile = true;
-            completion.suffixes.assign(mark.begin() + 1, mark.end());
-        } else if (!mark.empty() && mark.front() == kFolderMark) {
-            completion.isFolder = true;
-        }
-    }
-    return completion;
-}
-
-std::string valueName(const CLI::Option &option)
-{
-    std::string name = option.get_type_name();
-    for (const CLI::Validator *check : checksOf(option)) { // the library appends what they say of themselves
-        const std::string description = check->get_description();
-        const size_t at = description.empty() ? std::string::npos : name.rfind(':' + description);
-        if (at != std::string::npos) {
-            name.erase(at, description.size() + 1);
-        }
-    }
-    return name;
-}
-
-std::optional<int> parse(CLI::App &app, int argc, char **argv,
+std::optional<int> parse(Word &program, int argc, char **argv,
                          const std::function<int(const std::string &what)> &refuse)
 {
-    try {
-        app.parse(argc, argv);
-        return std::nullopt;
-    } catch (const CLI::Success &asked) {
-        return show(app, asked);
-    } catch (const CLI::ParseError &error) {
-        return refuse(plainly(app, error));
+    const auto outcome = read(program, std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
+    if (const auto *shown = std::get_if<Shown>(&outcome)) {
+        return show(program, *shown);
     }
+    const auto *misuse = std::get_if<Misuse>(&outcome);
+    return misuse ? std::optional(refuse(misuse->what)) : std::nullopt;
 }
 
-int show(const CLI::App &app, const CLI::Success &asked)
+int show(const Word &program, const Shown &shown)
 {
     errno = 0;
-    app.exit(asked);
-    std::cout.flush();
-    if (std::cout && std::fflush(stdout) == 0) {
+    if (std::fwrite(shown.text.data(), 1, shown.text.size(), stdout) == shown.text.size() && std::fflush(stdout) == 0) {
         return 0;
     }
     if (errno != EPIPE) {
-        std::fprintf(stderr, "%s: cannot write the output: %s\n", app.get_name().c_str(), std::strerror(errno));
+        std::fprintf(stderr, "%s: cannot write the output: %s\n", program.app().get_name().c_str(),
+                     std::strerror(errno));
     }
     return 1;
 }
@@ -246,14 +108,5 @@ int guarded(const char *program, const std::function<int()> &run) noexcept
         std::fprintf(stderr, "%s: %s\n", program, error.what());
         return 1;
     }
-}
-void addVersion(CLI::App &app)
-{
-    app.set_version_flag("--version", app.get_name() + ' ' + version())->description("Show the version");
-}
-
-bool isGiven(const CLI::App &word)
-{
-    return word.parsed();
 }
 } // namespace CommandLine

@@ -1,6 +1,6 @@
 #include "cli/CommandText.h"
 
-#include <CLI/CLI.hpp>
+#include "cli/WordLibrary.h"
 
 #include <sstream>
 
@@ -157,6 +157,11 @@ CommandText describe(const CLI::App &word)
                       : word.get_footer();
     text.needsCommand = word.get_require_subcommand_min() > 0;
     return text;
+}
+
+CommandText describe(const Word &word)
+{
+    return describe(word.app());
 }
 
 std::vector<std::string> wrapped(const std::string &text, size_t columns)

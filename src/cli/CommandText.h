@@ -1,7 +1,16 @@
 #pragma once
-#include "cli/CommandLine.h"
+#include "cli/Word.h"
 
 namespace CommandLine {
+/// The values that an option's checks name, and the suffixes; empty where there are none.
+struct Completion
+{
+    std::vector<std::string> values;
+    std::vector<std::string> suffixes;
+    bool isFile = false;
+    bool isFolder = false;
+};
+
 /// One option or positional argument, as it is shown.
 struct OptionText
 {
@@ -35,7 +44,7 @@ struct CommandText
     std::vector<OptionText> allOptions() const; // its own, then those of the words above
 };
 
-CommandText describe(const CLI::App &word);
+CommandText describe(const Word &word);
 
 std::string joined(const std::vector<std::string> &words, const char *between = " ");
 

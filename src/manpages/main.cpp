@@ -7,8 +7,6 @@
 #include "tools/arkctl/Program.h"
 #include "tools/arkhost/HostCommandLine.h"
 
-#include <CLI/CLI.hpp>
-
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -22,7 +20,7 @@ struct Program
 {
     const char *name;
     int section;
-    void (*describe)(CLI::App &app);
+    void (*describe)(Word &app);
 };
 
 /// Somewhere for the values of a command line that nobody gives and nobody reads.
@@ -36,9 +34,9 @@ Values &unread()
 /// Every program. A new one is a row here, and its library in CMakeLists.txt.
 constexpr Program kPrograms[] = {
     { "arkivon", 8, describeController },
-    { "arkctl", 1, [](CLI::App &app) { describeProgram(app, unread<CommonOptions>()); } },
-    { "arkc", 1, [](CLI::App &app) { arkc::describeCommandLine(app); } },
-    { "arkhost", 1, [](CLI::App &app) { describeHost(app, unread<HostCommandLine>()); } },
+    { "arkctl", 1, [](Word &app) { describeProgram(app, unread<CommonOptions>()); } },
+    { "arkc", 1, [](Word &app) { arkc::describeCommandLine(app); } },
+    { "arkhost", 1, [](Word &app) { describeHost(app, unread<HostCommandLine>()); } },
 };
 
 bool write(const std::filesystem::path &path, const std::string &text)
@@ -55,7 +53,7 @@ bool write(const std::filesystem::path &path, const std::string &text)
 
 bool writePages(const Program &program, const std::filesystem::path &folder)
 {
-    CLI::App app("", program.name);
+    Word app;
     program.describe(app);
     const CommandText text = describe(app);
     bool isWritten = write(folder / "bash-completion/completions" / text.line, bashCompletion(text));

@@ -4,7 +4,6 @@
 #include "tools/arkc/Files.h"
 #include "tools/arkc/Report.h"
 
-#include <CLI/CLI.hpp>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -69,26 +68,25 @@ Outcome build(const BuildArguments &arguments)
 }
 } // namespace
 
-Command buildCommand(CLI::App &app)
+Command buildCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("build", "Compile a source into an object file");
+    CommandLine::Word *const word = app.addWord("build", "Compile a source into an object file");
     const auto arguments = std::make_shared<BuildArguments>();
-    word->add_option("SOURCE", arguments->source,
-                     "The source file, - for standard input; what it includes is looked for beside it")
-        ->required()
-        ->check(CommandLine::files({ "src" }));
-    word->add_option("-o,--output", arguments->output, "The object file (the source's name with .pobj)")
-        ->type_name("FILE")
-        ->check(CommandLine::files({ "pobj" }));
+    word->add("SOURCE", arguments->source,
+              "The source file, - for standard input; what it includes is looked for beside it")
+        .required()
+        .files({ "src" });
+    word->add("-o,--output", arguments->output, "The object file (the source's name with .pobj)")
+        .named("FILE")
+        .files({ "pobj" });
     addFormatOption(*word, arguments->format);
-    CommandLine::explain(*word,
-                         { "Reports errors and warnings. The object file is replaced only when there is no error.",
-                           { { "arkc build room.src", "writes room.pobj beside the source" },
-                             { "arkc build room.src -o program.pobj", "writes it elsewhere" } },
-                           {},
-                           { { "0", "the object file is written" },
-                             { "1", "the source has errors or cannot be read" },
-                             { "2", "called wrongly, or the object file cannot be written" } } });
+    word->explain({ "Reports errors and warnings. The object file is replaced only when there is no error.",
+                    { { "arkc build room.src", "writes room.pobj beside the source" },
+                      { "arkc build room.src -o program.pobj", "writes it elsewhere" } },
+                    {},
+                    { { "0", "the object file is written" },
+                      { "1", "the source has errors or cannot be read" },
+                      { "2", "called wrongly, or the object file cannot be written" } } });
     return { word, [arguments] { return build(*arguments); } };
 }
 } // namespace arkc

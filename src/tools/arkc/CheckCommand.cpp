@@ -4,8 +4,6 @@
 #include "tools/arkc/Files.h"
 #include "tools/arkc/Report.h"
 
-#include <CLI/CLI.hpp>
-
 namespace arkc {
 namespace {
 struct CheckArguments
@@ -37,29 +35,28 @@ Outcome check(const CheckArguments &arguments)
 }
 } // namespace
 
-Command checkCommand(CLI::App &app)
+Command checkCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("check", "Report errors and warnings, write nothing");
+    CommandLine::Word *const word = app.addWord("check", "Report errors and warnings, write nothing");
     const auto arguments = std::make_shared<CheckArguments>();
-    word->add_option("SOURCE", arguments->sources, "Source files, each a program of its own; - is standard input")
-        ->required()
-        ->check(CommandLine::files({ "src" }));
-    word->add_option("--stdin-name", arguments->standardInputName,
-                     "The file that standard input stands for: in messages, and for what it includes")
-        ->type_name("FILE");
+    word->add("SOURCE", arguments->sources, "Source files, each a program of its own; - is standard input")
+        .required()
+        .files({ "src" });
+    word->add("--stdin-name", arguments->standardInputName,
+              "The file that standard input stands for: in messages, and for what it includes")
+        .named("FILE");
     addFormatOption(*word, arguments->format);
-    CommandLine::explain(
-        *word, { "With --format json, standard output gets an object with the list \"diagnostics\". Each has "
-                 "file, line, column, endLine, endColumn (from 1, the end is behind the last character; "
-                 "0: the file as a whole), severity (error or warning), code (docs/language.md explains each) and "
-                 "message.",
-                 { { "arkc check room.src lobby.src", "two programs" },
-                   { "arkc check room.src --format json", "for an editor" },
-                   { "arkc check - --stdin-name room.src < text", "one that is not saved yet" } },
-                 {},
-                 { { "0", "there is no error" },
-                   { "1", "there are errors, or a file cannot be read" },
-                   { "2", "called wrongly" } } });
+    word->explain({ "With --format json, standard output gets an object with the list \"diagnostics\". Each has "
+                    "file, line, column, endLine, endColumn (from 1, the end is behind the last character; "
+                    "0: the file as a whole), severity (error or warning), code (docs/language.md explains each) and "
+                    "message.",
+                    { { "arkc check room.src lobby.src", "two programs" },
+                      { "arkc check room.src --format json", "for an editor" },
+                      { "arkc check - --stdin-name room.src < text", "one that is not saved yet" } },
+                    {},
+                    { { "0", "there is no error" },
+                      { "1", "there are errors, or a file cannot be read" },
+                      { "2", "called wrongly" } } });
     return { word, [arguments] { return check(*arguments); } };
 }
 } // namespace arkc

@@ -1,27 +1,24 @@
 #include "tools/arkc/Command.h"
 #include "base/StandardStreams.h"
 
-#include <CLI/CLI.hpp>
 #include <QCoreApplication>
 
 namespace arkc {
-std::vector<Command> describeCommandLine(CLI::App &app)
+std::vector<Command> describeCommandLine(CommandLine::Word &app)
 {
-    app.name("arkc");
-    app.description("Compiles control programs, checks and lays out their sources");
-    CommandLine::explain(
-        app, { "Sources become object files, which a controller runs, and object files become sources again.",
-               { { "arkc build room.src", "writes room.pobj beside the source" },
-                 { "arkc check room.src", "the same checks, nothing is written" },
-                 { "arkc fmt room.src projector.src", "the sources in the one common layout" },
-                 { "arkc dump program.pobj > room.src", "an object file back as source" } },
-               {},
-               { { "0", "done" },
-                 { "1", "a source has errors, or a file cannot be read" },
-                 { "2", "called wrongly, or the result cannot be written" } },
-               { { "arkctl", "1" }, { "arkivon", "8" } } });
-    CommandLine::addVersion(app);
-    app.require_subcommand(0, 1);
+    app.introduce("arkc", "Compiles control programs, checks and lays out their sources");
+    app.explain({ "Sources become object files, which a controller runs, and object files become sources again.",
+                  { { "arkc build room.src", "writes room.pobj beside the source" },
+                    { "arkc check room.src", "the same checks, nothing is written" },
+                    { "arkc fmt room.src projector.src", "the sources in the one common layout" },
+                    { "arkc dump program.pobj > room.src", "an object file back as source" } },
+                  {},
+                  { { "0", "done" },
+                    { "1", "a source has errors, or a file cannot be read" },
+                    { "2", "called wrongly, or the result cannot be written" } },
+                  { { "arkctl", "1" }, { "arkivon", "8" } } });
+    app.addVersion();
+    app.needsWord(false);
     return { buildCommand(app), checkCommand(app), dumpCommand(app), formatCommand(app) };
 }
 
@@ -33,7 +30,7 @@ Outcome wrongUse(const std::string &what)
 int run(int argc, char **argv)
 {
     keepStandardStreams();
-    CLI::App app;
+    CommandLine::Word app;
     const std::vector<Command> commands = describeCommandLine(app);
     const auto refuse = [](const std::string &what) { return static_cast<int>(wrongUse(what)); };
     if (const std::optional<int> status = CommandLine::parse(app, argc, argv, refuse)) {
@@ -41,7 +38,7 @@ int run(int argc, char **argv)
     }
     QCoreApplication application(argc, argv);
     for (const Command &command : commands) {
-        if (CommandLine::isGiven(*command.word)) {
+        if (command.word->isGiven()) {
             return static_cast<int>(command.run());
         }
     }

@@ -9,17 +9,17 @@ namespace arkc {
 /// functions below, which adds the word to the program.
 struct Command
 {
-    CLI::App *word;
+    CommandLine::Word *word;
     std::function<Outcome()> run;
 };
 
-Command buildCommand(CLI::App &app);
-Command checkCommand(CLI::App &app);
-Command dumpCommand(CLI::App &app);
-Command formatCommand(CLI::App &app);
+Command buildCommand(CommandLine::Word &app);
+Command checkCommand(CommandLine::Word &app);
+Command dumpCommand(CommandLine::Word &app);
+Command formatCommand(CommandLine::Word &app);
 
 /// The whole command line, as main() and whatever describes the program elsewhere need it.
-std::vector<Command> describeCommandLine(CLI::App &app);
+std::vector<Command> describeCommandLine(CommandLine::Word &app);
 
 int run(int argc, char **argv); // the whole program
 

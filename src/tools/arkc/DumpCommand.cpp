@@ -2,8 +2,6 @@
 #include "tools/arkc/Command.h"
 #include "tools/arkc/Files.h"
 
-#include <CLI/CLI.hpp>
-
 namespace arkc {
 namespace {
 struct DumpArguments
@@ -35,25 +33,20 @@ Outcome dump(const DumpArguments &arguments)
 }
 } // namespace
 
-Command dumpCommand(CLI::App &app)
+Command dumpCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("dump", "Write an object file as source");
+    CommandLine::Word *const word = app.addWord("dump", "Write an object file as source");
     const auto arguments = std::make_shared<DumpArguments>();
-    word->add_option("PROGRAM", arguments->program, "The object file; - is standard input")
-        ->required()
-        ->check(CommandLine::files({ "pobj" }));
-    word->add_option("-o,--output", arguments->output, "The source file (standard output)")
-        ->type_name("FILE")
-        ->check(CommandLine::files({ "src" }));
-    CommandLine::explain(*word,
-                         { "What arkc has built comes back to the same bytes when it is built again. What the source "
-                           "form has no words for stands in comments.",
-                           { { "arkc dump program.pobj", "on standard output" },
-                             { "arkc dump program.pobj -o room.src", "into a file" } },
-                           {},
-                           { { "0", "the source is written" },
-                             { "1", "the file cannot be read, or is no object file" },
-                             { "2", "called wrongly, or the source cannot be written" } } });
+    word->add("PROGRAM", arguments->program, "The object file; - is standard input").required().files({ "pobj" });
+    word->add("-o,--output", arguments->output, "The source file (standard output)").named("FILE").files({ "src" });
+    word->explain({ "What arkc has built comes back to the same bytes when it is built again. What the source "
+                    "form has no words for stands in comments.",
+                    { { "arkc dump program.pobj", "on standard output" },
+                      { "arkc dump program.pobj -o room.src", "into a file" } },
+                    {},
+                    { { "0", "the source is written" },
+                      { "1", "the file cannot be read, or is no object file" },
+                      { "2", "called wrongly, or the source cannot be written" } } });
     return { word, [arguments] { return dump(*arguments); } };
 }
 } // namespace arkc

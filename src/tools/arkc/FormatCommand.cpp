@@ -4,7 +4,6 @@
 #include "tools/arkc/LineDiff.h"
 #include "tools/arkc/Report.h"
 
-#include <CLI/CLI.hpp>
 #include <QFileInfo>
 
 namespace arkc {
@@ -65,30 +64,28 @@ Outcome format(const FormatArguments &arguments)
 }
 } // namespace
 
-Command formatCommand(CLI::App &app)
+Command formatCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("fmt", "Lay out sources in the one common way");
+    CommandLine::Word *const word = app.addWord("fmt", "Lay out sources in the one common way");
     const auto arguments = std::make_shared<FormatArguments>();
-    word->add_option("SOURCE", arguments->sources,
-                     "Source files, rewritten in place; - reads standard input and writes standard output")
-        ->required()
-        ->check(CommandLine::files({ "src" }));
-    word->add_flag("--check", arguments->checks, "Change nothing; print the names of the files that would change");
-    word->add_flag("--diff", arguments->showsDiff, "Change nothing; print what would change");
-    word->add_option("--stdin-name", arguments->standardInputName, "The name of standard input in messages")
-        ->type_name("FILE");
-    CommandLine::explain(*word,
-                         { "Changes blanks, line ends, the case of keywords and semicolons at line ends, so a program "
-                           "compiles to the same bytes; comments stay. A file whose brackets do not match is left "
-                           "as it is.",
-                           { { "arkc fmt room.src projector.src", "rewrites both" },
-                             { "arkc fmt --check *.src", "names those that would change" },
-                             { "arkc fmt --diff room.src", "shows what would change" },
-                             { "arkc fmt - < room.src", "for editors" } },
-                           {},
-                           { { "0", "done, or nothing would change" },
-                             { "1", "one would change, cannot be read or is refused" },
-                             { "2", "called wrongly, or a file cannot be written" } } });
+    word->add("SOURCE", arguments->sources,
+              "Source files, rewritten in place; - reads standard input and writes standard output")
+        .required()
+        .files({ "src" });
+    word->addFlag("--check", arguments->checks, "Change nothing; print the names of the files that would change");
+    word->addFlag("--diff", arguments->showsDiff, "Change nothing; print what would change");
+    word->add("--stdin-name", arguments->standardInputName, "The name of standard input in messages").named("FILE");
+    word->explain({ "Changes blanks, line ends, the case of keywords and semicolons at line ends, so a program "
+                    "compiles to the same bytes; comments stay. A file whose brackets do not match is left "
+                    "as it is.",
+                    { { "arkc fmt room.src projector.src", "rewrites both" },
+                      { "arkc fmt --check *.src", "names those that would change" },
+                      { "arkc fmt --diff room.src", "shows what would change" },
+                      { "arkc fmt - < room.src", "for editors" } },
+                    {},
+                    { { "0", "done, or nothing would change" },
+                      { "1", "one would change, cannot be read or is refused" },
+                      { "2", "called wrongly, or a file cannot be written" } } });
     return { word, [arguments] { return format(*arguments); } };
 }
 } // namespace arkc

@@ -2,8 +2,6 @@
 
 #include "tools/arkc/Console.h"
 
-#include <CLI/CLI.hpp>
-
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -64,10 +62,10 @@ bool Report::finish()
     return true;
 }
 
-void addFormatOption(CLI::App &word, std::string &format)
+void addFormatOption(CommandLine::Word &word, std::string &format)
 {
-    word.add_option("--format", format, "How to report: text on standard error, or json on standard output (text)")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({ "text", "json" }));
+    word.add("--format", format, "How to report: text on standard error, or json on standard output (text)")
+        .named("FORMAT")
+        .oneOf({ "text", "json" });
 }
 } // namespace arkc

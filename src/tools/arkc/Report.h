@@ -25,7 +25,7 @@ private:
 };
 
 /// An option --format with text and json.
-void addFormatOption(CLI::App &word, std::string &format);
+void addFormatOption(CommandLine::Word &word, std::string &format);
 inline Report::Form formOf(const std::string &format)
 {
     return format == "json" ? Report::Form::Json : Report::Form::Text;

@@ -9,36 +9,36 @@
 /// functions below, which adds the word to the program.
 struct Command
 {
-    CLI::App *word;
+    CommandLine::Word *word;
     std::function<Outcome(const RunOptions &)> run;
     bool needsController = true; // false: --host is not looked at
 };
 
-Command monitorCommand(CLI::App &app);
-Command panelCommand(CLI::App &app);
-Command infoCommand(CLI::App &app);
-Command discoverCommand(CLI::App &app);
-Command networkCommand(CLI::App &app);
-Command macCommand(CLI::App &app);
-Command dateTimeCommand(CLI::App &app);
-Command rebootCommand(CLI::App &app);
-Command systemNumberCommand(CLI::App &app);
-Command listenCommand(CLI::App &app);
-Command uploadCommand(CLI::App &app);
-Command downloadCommand(CLI::App &app);
-Command portTestCommand(CLI::App &app);
-Command portsCommand(CLI::App &app);
-Command irCommand(CLI::App &app);
+Command monitorCommand(CommandLine::Word &app);
+Command panelCommand(CommandLine::Word &app);
+Command infoCommand(CommandLine::Word &app);
+Command discoverCommand(CommandLine::Word &app);
+Command networkCommand(CommandLine::Word &app);
+Command macCommand(CommandLine::Word &app);
+Command dateTimeCommand(CommandLine::Word &app);
+Command rebootCommand(CommandLine::Word &app);
+Command systemNumberCommand(CommandLine::Word &app);
+Command listenCommand(CommandLine::Word &app);
+Command uploadCommand(CommandLine::Word &app);
+Command downloadCommand(CommandLine::Word &app);
+Command portTestCommand(CommandLine::Word &app);
+Command portsCommand(CommandLine::Word &app);
+Command irCommand(CommandLine::Word &app);
 
 Outcome wrongUse(const std::string &what); // says so, and where help is
 
 /// A flag --json and the form that it asks for.
-void addJsonFlag(CLI::App &word, bool &wantsJson, const char *description);
+void addJsonFlag(CommandLine::Word &word, bool &wantsJson, const char *description);
 inline Rendering::Form formOf(bool wantsJson)
 {
     return wantsJson ? Rendering::Form::Json : Rendering::Form::Text;
 }
 
 /// An option --for with a time, which stays unset without it.
-void addForOption(CLI::App &word, std::optional<double> &seconds, const char *description);
+void addForOption(CommandLine::Word &word, std::optional<double> &seconds, const char *description);
 std::optional<int> millisecondsOf(std::optional<double> seconds);

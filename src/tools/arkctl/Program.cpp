@@ -1,7 +1,6 @@
 #include "tools/arkctl/Program.h"
 #include "base/StandardStreams.h"
 
-#include <CLI/CLI.hpp>
 #include <QCoreApplication>
 
 namespace {
@@ -37,18 +36,17 @@ Outcome run(const Command &command, const CommonOptions &common)
 }
 } // namespace
 
-std::vector<Command> describeProgram(CLI::App &app, CommonOptions &common)
+std::vector<Command> describeProgram(CommandLine::Word &app, CommonOptions &common)
 {
-    app.name("arkctl");
-    app.description("Speaks to a controller over its link, as the management tool or as a touch panel");
-    CommandLine::explain(app, explanation());
-    CommandLine::addVersion(app);
-    app.add_option("--host", common.host, "The controller (127.0.0.1:6139)")->type_name("ADDRESS[:PORT]");
-    app.add_option("--timeout", common.timeoutSeconds, "How long to wait for an answer (5)")
-        ->type_name("SECONDS")
-        ->check(CommandLine::between(0.1, 3600));
-    app.fallthrough();
-    app.require_subcommand(0, 1);
+    app.introduce("arkctl", "Speaks to a controller over its link, as the management tool or as a touch panel");
+    app.explain(explanation());
+    app.addVersion();
+    app.add("--host", common.host, "The controller (127.0.0.1:6139)").named("ADDRESS[:PORT]");
+    app.add("--timeout", common.timeoutSeconds, "How long to wait for an answer (5)")
+        .named("SECONDS")
+        .between(0.1, 3600);
+    app.takesOptionsAbove();
+    app.needsWord(false);
     std::vector<Command> commands;
     for (const auto describeCommand : kAllCommands) {
         commands.push_back(describeCommand(app));
@@ -59,7 +57,7 @@ std::vector<Command> describeProgram(CLI::App &app, CommonOptions &common)
 int runProgram(int argc, char **argv)
 {
     keepStandardStreams();
-    CLI::App app;
+    CommandLine::Word app;
     CommonOptions common;
     const std::vector<Command> commands = describeProgram(app, common);
     const auto refuse = [](const std::string &what) { return static_cast<int>(wrongUse(what)); };
@@ -68,7 +66,7 @@ int runProgram(int argc, char **argv)
     }
     QCoreApplication application(argc, argv);
     for (const Command &command : commands) {
-        if (CommandLine::isGiven(*command.word)) {
+        if (command.word->isGiven()) {
             return static_cast<int>(run(command, common));
         }
     }

@@ -9,6 +9,6 @@ struct CommonOptions
 };
 
 /// Describes the whole command line; returns its commands in the order of help.
-std::vector<Command> describeProgram(CLI::App &app, CommonOptions &common);
+std::vector<Command> describeProgram(CommandLine::Word &app, CommonOptions &common);
 
 int runProgram(int argc, char **argv);

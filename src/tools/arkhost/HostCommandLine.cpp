@@ -2,8 +2,6 @@
 
 #include "tools/arkhost/HostDisplay.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 
 namespace {
@@ -39,65 +37,62 @@ CommandLine::Explanation statusExplanation()
     };
 }
 
-void describeStatus(CLI::App &app, HostCommandLine &line)
+const CommandLine::Word *describeStatus(CommandLine::Word &app, HostCommandLine &line)
 {
-    CLI::App *const word = app.add_subcommand("status", "Ask the supervisor that runs how its controller is");
-    word->add_flag("--json", line.wantsJson, "One JSON object on one line");
-    word->add_option("--timeout", line.timeoutSeconds, "How long to wait for an answer (2)")
-        ->type_name("SECONDS")
-        ->check(CommandLine::between(0.1, 3600));
-    CommandLine::explain(*word, statusExplanation());
-    word->callback([&line] { line.wantsStatus = true; });
+    CommandLine::Word *const word = app.addWord("status", "Ask the supervisor that runs how its controller is");
+    word->addFlag("--json", line.wantsJson, "One JSON object on one line");
+    word->add("--timeout", line.timeoutSeconds, "How long to wait for an answer (2)")
+        .named("SECONDS")
+        .between(0.1, 3600);
+    word->explain(statusExplanation());
+    return word;
 }
 } // namespace
 
-void describeHost(CLI::App &app, HostCommandLine &line)
+const CommandLine::Word *describeHost(CommandLine::Word &app, HostCommandLine &line)
 {
-    app.name("arkhost");
-    app.description("Runs the controller, starts it again when it ends, and shows its LEDs");
-    CommandLine::explain(app, explanation());
-    CommandLine::addVersion(app);
-    app.add_flag("--ports", line.showsPorts, "Show what goes to the port hardware, too");
-    app.add_flag("--plain", line.isPlain, "Lines only, also on a terminal: no status line at the bottom");
-    app.add_option("--reports", line.reports, "Folder of the crash reports (crash-reports in the data folder)")
-        ->type_name("DIR")
-        ->check(CommandLine::folder());
-    app.add_option("--keep-reports", line.keptReports, "How many crash reports are kept, the newest (20)")
-        ->type_name("NUMBER")
-        ->check(CommandLine::between(1, kMostReports));
-    app.add_option("--watchdog", line.watchdogSeconds,
-                   "A controller whose main thread is busy for so long hangs, and is started again (60); 0: never")
-        ->type_name("SECONDS")
-        ->check(CommandLine::between(0, 3600));
-    app.add_option("--controller", line.controller, "The controller's program (arkivon in the folder of arkhost)")
-        ->type_name("PROGRAM")
-        ->check(CommandLine::files());
-    app.add_option("ARGUMENTS", line.arguments, "Arguments of the controller; options of it behind --")
-        ->check(CommandLine::files({ "pobj" }));
-    app.require_subcommand(0, 1);
-    describeStatus(app, line);
+    app.introduce("arkhost", "Runs the controller, starts it again when it ends, and shows its LEDs");
+    app.explain(explanation());
+    app.addVersion();
+    app.addFlag("--ports", line.showsPorts, "Show what goes to the port hardware, too");
+    app.addFlag("--plain", line.isPlain, "Lines only, also on a terminal: no status line at the bottom");
+    app.add("--reports", line.reports, "Folder of the crash reports (crash-reports in the data folder)")
+        .named("DIR")
+        .folder();
+    app.add("--keep-reports", line.keptReports, "How many crash reports are kept, the newest (20)")
+        .named("NUMBER")
+        .between(1, kMostReports);
+    app.add("--watchdog", line.watchdogSeconds,
+            "A controller whose main thread is busy for so long hangs, and is started again (60); 0: never")
+        .named("SECONDS")
+        .between(0, 3600);
+    app.add("--controller", line.controller, "The controller's program (arkivon in the folder of arkhost)")
+        .named("PROGRAM")
+        .files();
+    app.add("ARGUMENTS", line.arguments, "Arguments of the controller; options of it behind --").files({ "pobj" });
+    app.needsWord(false);
+    return describeStatus(app, line);
 }
 
 std::variant<HostCommandLine, int> parseHost(const std::vector<std::string> &arguments)
 {
-    CLI::App app;
+    CommandLine::Word app;
     HostCommandLine line;
-    describeHost(app, line);
+    const CommandLine::Word *const status = describeHost(app, line);
     const auto dashes = std::find(arguments.begin(), arguments.end(), "--");
-    std::vector<std::string> own(arguments.begin(), dashes);
-    std::reverse(own.begin(), own.end()); // as the parser wants them
-    try {
-        app.parse(own);
-    } catch (const CLI::Success &help) {
-        return CommandLine::show(app, help);
-    } catch (const CLI::ExtrasError &error) {
-        HostDisplay::complain(QString::fromLocal8Bit(error.what()) +
-                              QStringLiteral("; the controller's options stand behind --, see arkhost --help"));
-        return kWrongUse;
-    } catch (const CLI::ParseError &error) {
-        HostDisplay::complain(QString::fromLocal8Bit(error.what()) + QStringLiteral("; see arkhost --help"));
+    const std::vector<std::string> own(arguments.begin(), dashes);
+    const auto outcome = CommandLine::read(app, own);
+    if (const auto *shown = std::get_if<CommandLine::Shown>(&outcome)) {
+        return CommandLine::show(app, *shown);
+    }
+    if (const auto *misuse = std::get_if<CommandLine::Misuse>(&outcome)) {
+        HostDisplay::complain(QString::fromStdString(misuse->what) +
+                              (misuse->isUnknownWord
+                                   ? QStringLiteral("; the controller's options stand behind --, see arkhost --help")
+                                   : QStringLiteral("; see arkhost --help")));
         return kWrongUse;
     }
+    line.wantsStatus = status->isGiven();
     if (dashes != arguments.end()) {
         line.arguments.insert(line.arguments.end(), dashes + 1, arguments.end());
     }

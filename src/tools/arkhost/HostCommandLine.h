@@ -23,8 +23,8 @@ struct HostCommandLine
 };
 
 /// The whole command line: words, options, descriptions, examples, exit statuses. What is read goes to the line, which
-/// must live as long as the app.
-void describeHost(CLI::App &app, HostCommandLine &line);
+/// must live as long as the app. Returns the word for a status.
+const CommandLine::Word *describeHost(CommandLine::Word &app, HostCommandLine &line);
 
 /// Reads the arguments; what follows -- is the controller's, as it is. A status: the process ends with it.
 std::variant<HostCommandLine, int> parseHost(const std::vector<std::string> &arguments);

@@ -4,7 +4,6 @@
 #include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
 
-#include <CLI/CLI.hpp>
 #include <QRegularExpression>
 #include <QTimer>
 
@@ -166,35 +165,34 @@ void DateTimeCommand::askLater()
     });
 }
 
-Command infoCommand(CLI::App &app)
+Command infoCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("info", "Show the controller's model, version, number and network");
-    CommandLine::explain(*word, { "The network is that of the settings.",
-                                  { { "arkctl --host 192.168.1.2 info", "" },
-                                    { "arkctl info --json | jq -r .version", "one value, for a script" } } });
+    CommandLine::Word *const word = app.addWord("info", "Show the controller's model, version, number and network");
+    word->explain({ "The network is that of the settings.",
+                    { { "arkctl --host 192.168.1.2 info", "" },
+                      { "arkctl info --json | jq -r .version", "one value, for a script" } } });
     const auto wantsJson = std::make_shared<bool>(false);
     addJsonFlag(*word, *wantsJson, "One JSON object");
     return { word, [wantsJson](const RunOptions &options) { return InfoCommand(options, formOf(*wantsJson)).run(); } };
 }
 
-Command systemNumberCommand(CLI::App &app)
+Command systemNumberCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("sysnum", "Set the controller's system number");
-    CommandLine::explain(*word, { "Controllers that use each other's ports need different ones. It is stored, and "
-                                  "other controllers that are connected connect again.",
-                                  { { "arkctl --host 192.168.1.2 sysnum 2", "" } } });
+    CommandLine::Word *const word = app.addWord("sysnum", "Set the controller's system number");
+    word->explain({ "Controllers that use each other's ports need different ones. It is stored, and "
+                    "other controllers that are connected connect again.",
+                    { { "arkctl --host 192.168.1.2 sysnum 2", "" } } });
     const auto number = std::make_shared<int>(0);
-    word->add_option("NUMBER", *number, "From 1")->required()->check(CommandLine::between(1, kLastSystemNumber));
+    word->add("NUMBER", *number, "From 1").required().between(1, kLastSystemNumber);
     return { word, [number](const RunOptions &options) { return SystemNumberCommand(options, *number).run(); } };
 }
 
-Command rebootCommand(CLI::App &app)
+Command rebootCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("reboot", "End the controller; its supervisor starts it again");
-    CommandLine::explain(*word,
-                         { "Works also while its program is in a loop without end. Without a supervisor, such as "
-                           "arkhost, it stays off.",
-                           { { "arkctl --host 192.168.1.2 reboot", "" } } });
+    CommandLine::Word *const word = app.addWord("reboot", "End the controller; its supervisor starts it again");
+    word->explain({ "Works also while its program is in a loop without end. Without a supervisor, such as "
+                    "arkhost, it stays off.",
+                    { { "arkctl --host 192.168.1.2 reboot", "" } } });
     const auto run = [](const RunOptions &options) {
         return RestartingCommand(
                    options, [](const ControllerInfo &) { return QByteArrayLiteral("reboot"); },
@@ -242,36 +240,37 @@ QByteArray macText(const ControllerInfo &info, const QString &mac)
 }
 } // namespace
 
-Command networkCommand(CLI::App &app)
+Command networkCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("network", "Give the controller a fixed address, or let DHCP do it");
-    CommandLine::explain(
-        *word,
+    CommandLine::Word *const word = app.addWord("network", "Give the controller a fixed address, or let DHCP do it");
+    word->explain(
         { "The controller tries the network first: whether the address is free and the gateway answers, or a DHCP "
           "server does. If not, all stays as it was and the command fails. Else it stores the network, ends, and uses "
           "it when its supervisor has started it again. It changes the system's network only as root.",
           { { "arkctl network static 10.0.0.5 255.0.0.0 10.0.0.1 10.0.0.1", "" }, { "arkctl network dhcp", "" } } });
-    word->require_subcommand(1);
+    word->needsWord();
     const auto arguments = std::make_shared<NetworkArguments>();
-    CLI::App *const dhcp = word->add_subcommand("dhcp", "Use DHCP");
-    CLI::App *const fixed = word->add_subcommand("static", "Use a fixed address");
-    fixed->add_option("ADDRESSES", arguments->addresses, "IP NETMASK GATEWAY DNS")->required()->expected(4);
-    for (CLI::App *way : { dhcp, fixed }) {
-        way->add_option("--mac", arguments->mac, "And store this MAC address")->type_name("MAC");
-        way->add_flag("--untried", arguments->isUntried, "Do not try it: it is for a network elsewhere");
-        way->fallthrough();
+    CommandLine::Word *const dhcp = word->addWord("dhcp", "Use DHCP");
+    CommandLine::Word *const fixed = word->addWord("static", "Use a fixed address");
+    fixed->add("ADDRESSES", arguments->addresses, "IP NETMASK GATEWAY DNS").required().exactly(4);
+    for (CommandLine::Word *way : { dhcp, fixed }) {
+        way->add("--mac", arguments->mac, "And store this MAC address").named("MAC");
+        way->addFlag("--untried", arguments->isUntried, "Do not try it: it is for a network elsewhere");
+        way->takesOptionsAbove();
     }
-    return { word, [dhcp, arguments](const RunOptions &options) { return runNetwork(*arguments, !!*dhcp, options); } };
+    return { word, [dhcp, arguments](const RunOptions &options) {
+                return runNetwork(*arguments, dhcp->isGiven(), options);
+            } };
 }
 
-Command macCommand(CLI::App &app)
+Command macCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("mac", "Store a MAC address, with the network settings in force");
+    CommandLine::Word *const word = app.addWord("mac", "Store a MAC address, with the network settings in force");
     const auto mac = std::make_shared<std::string>();
-    CommandLine::explain(*word, { "The controller ends and is started again by its supervisor. The file \"mac\" in its "
-                                  "data folder has the address.",
-                                  { { "arkctl mac 08:90:00:12:34:56", "" } } });
-    word->add_option("MAC", *mac, "Such as 08:90:00:12:34:56")->required();
+    word->explain({ "The controller ends and is started again by its supervisor. The file \"mac\" in its "
+                    "data folder has the address.",
+                    { { "arkctl mac 08:90:00:12:34:56", "" } } });
+    word->add("MAC", *mac, "Such as 08:90:00:12:34:56").required();
     const auto run = [mac](const RunOptions &options) {
         if (!isMac(*mac)) {
             return wrongUse("not a MAC address such as 08:90:00:12:34:56: " + *mac);
@@ -282,17 +281,15 @@ Command macCommand(CLI::App &app)
     return { word, run };
 }
 
-Command dateTimeCommand(CLI::App &app)
+Command dateTimeCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("datetime", "Show the controller's clock, or set it");
+    CommandLine::Word *const word = app.addWord("datetime", "Show the controller's clock, or set it");
     const auto text = std::make_shared<std::string>();
-    CommandLine::explain(*word,
-                         { "Without WHEN it shows the clock. A controller sets its clock only as root and without "
-                           "--no-system-changes; the command fails when it does not.",
-                           { { "arkctl datetime now", "the time of this machine" },
-                             { "arkctl datetime \"2026-01-31 08:00:00\"", "" } } });
-    word->add_option("WHEN", *text, "now, or \"yyyy-MM-dd HH:mm:ss\" in the controller's time zone")
-        ->check(CommandLine::suggests({ "now" }));
+    word->explain({ "Without WHEN it shows the clock. A controller sets its clock only as root and without "
+                    "--no-system-changes; the command fails when it does not.",
+                    { { "arkctl datetime now", "the time of this machine" },
+                      { "arkctl datetime \"2026-01-31 08:00:00\"", "" } } });
+    word->add("WHEN", *text, "now, or \"yyyy-MM-dd HH:mm:ss\" in the controller's time zone").suggests({ "now" });
     const auto run = [text](const RunOptions &options) {
         QDateTime wanted;
         if (*text == "now") {

@@ -4,7 +4,6 @@
 #include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
 
-#include <CLI/CLI.hpp>
 #include <QCoreApplication>
 #include <QNetworkDatagram>
 #include <QNetworkInterface>
@@ -145,18 +144,16 @@ struct DiscoverArguments
 };
 } // namespace
 
-Command discoverCommand(CLI::App &app)
+Command discoverCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("discover", "Show the controllers on this machine's networks");
-    CommandLine::explain(*word, { "Asks three times, and shows each that answers once.",
-                                  { { "arkctl discover", "" },
-                                    { "arkctl discover --at 192.168.1.2", "behind a router" },
-                                    { "arkctl discover --json", "for a script" } } });
+    CommandLine::Word *const word = app.addWord("discover", "Show the controllers on this machine's networks");
+    word->explain({ "Asks three times, and shows each that answers once.",
+                    { { "arkctl discover", "" },
+                      { "arkctl discover --at 192.168.1.2", "behind a router" },
+                      { "arkctl discover --json", "for a script" } } });
     const auto arguments = std::make_shared<DiscoverArguments>();
-    word->add_option("--at", arguments->address, "Ask this address only")->type_name("ADDRESS");
-    word->add_option("--for", arguments->seconds, "How long to wait (2)")
-        ->type_name("SECONDS")
-        ->check(CommandLine::between(0.1, 3600));
+    word->add("--at", arguments->address, "Ask this address only").named("ADDRESS");
+    word->add("--for", arguments->seconds, "How long to wait (2)").named("SECONDS").between(0.1, 3600);
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per controller");
     const auto run = [arguments](const RunOptions &) {
         std::optional<QHostAddress> target;

@@ -3,7 +3,6 @@
 #include "tools/arkctl/Command.h"
 #include "tools/arkctl/IrText.h"
 
-#include <CLI/CLI.hpp>
 #include <QEventLoop>
 #include <QFile>
 #include <QSaveFile>
@@ -150,49 +149,43 @@ struct IrArguments
 };
 } // namespace
 
-Command irCommand(CLI::App &app)
+Command irCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("ir", "Make and show IR code files (needs no controller)");
-    word->require_subcommand(1);
-    CommandLine::explain(*word,
-                         { "The readable form has a code in each line, for example: 5 \"Power on\" nec 0x04FB. "
-                           "A code is a scancode (nec, necx, rc5, rc6, rc6-mce, sony12, sony15 or sony20 and a "
-                           "hexadecimal number), Pronto hex (pronto 0000 006D ...), pulses and spaces behind their "
-                           "carrier (raw 38000 9000 4500 560), or an emitter's own bytes (00 6D 22 02).",
-                           { { "arkctl ir build tv.txt -o ir1.ir", "then: arkctl upload ir1.ir" },
-                             { "arkctl ir learn -o tv.txt \"Power on\" \"Power off\"", "from a remote control" },
-                             { "arkctl ir show ir1.ir > tv.txt", "back again" } } });
+    CommandLine::Word *const word = app.addWord("ir", "Make and show IR code files (needs no controller)");
+    word->needsWord();
+    word->explain({ "The readable form has a code in each line, for example: 5 \"Power on\" nec 0x04FB. "
+                    "A code is a scancode (nec, necx, rc5, rc6, rc6-mce, sony12, sony15 or sony20 and a "
+                    "hexadecimal number), Pronto hex (pronto 0000 006D ...), pulses and spaces behind their "
+                    "carrier (raw 38000 9000 4500 560), or an emitter's own bytes (00 6D 22 02).",
+                    { { "arkctl ir build tv.txt -o ir1.ir", "then: arkctl upload ir1.ir" },
+                      { "arkctl ir learn -o tv.txt \"Power on\" \"Power off\"", "from a remote control" },
+                      { "arkctl ir show ir1.ir > tv.txt", "back again" } } });
     const auto arguments = std::make_shared<IrArguments>();
-    CLI::App *const build = word->add_subcommand("build", "Make an IR code file from its readable form");
-    build->add_option("TEXT", arguments->inputPath, "A code a line: NUMBER \"NAME\" CODE")
-        ->required()
-        ->check(CommandLine::files());
-    build->add_option("-o", arguments->outputPath, "The file to make: ir1.ir to ir8.ir by emitter")
-        ->type_name("FILE")
-        ->required()
-        ->check(CommandLine::files({ "ir" }));
-    CLI::App *const show = word->add_subcommand("show", "Print an IR code file in the form that build reads");
-    show->add_option("FILE", arguments->inputPath, "For example ir1.ir")
-        ->required()
-        ->check(CommandLine::files({ "ir" }));
-    CLI::App *const learn = word->add_subcommand("learn", "Learn the codes of a remote control, button by button");
-    learn->add_option("--device", arguments->remote.device, "The infrared receiver of this machine")
-        ->type_name("FILE")
-        ->capture_default_str();
-    learn->add_option("--carrier", arguments->remote.carrierHz, "The carrier of the remote control, in Hz")
-        ->check(CLI::Range(10000, 1000000))
-        ->capture_default_str();
-    learn->add_option("-o", arguments->outputPath, "The file to make: in the form that build reads, or NAME.ir")
-        ->type_name("FILE")
-        ->required();
-    learn->add_option("NAME", arguments->names, "What to call each button; \"5=Power on\" with its code number")
-        ->required();
+    CommandLine::Word *const build = word->addWord("build", "Make an IR code file from its readable form");
+    build->add("TEXT", arguments->inputPath, "A code a line: NUMBER \"NAME\" CODE").required().files();
+    build->add("-o", arguments->outputPath, "The file to make: ir1.ir to ir8.ir by emitter")
+        .named("FILE")
+        .required()
+        .files({ "ir" });
+    CommandLine::Word *const show = word->addWord("show", "Print an IR code file in the form that build reads");
+    show->add("FILE", arguments->inputPath, "For example ir1.ir").required().files({ "ir" });
+    CommandLine::Word *const learn = word->addWord("learn", "Learn the codes of a remote control, button by button");
+    learn->add("--device", arguments->remote.device, "The infrared receiver of this machine")
+        .named("FILE")
+        .showsDefault();
+    learn->add("--carrier", arguments->remote.carrierHz, "The carrier of the remote control, in Hz")
+        .between(10000, 1000000)
+        .showsDefault();
+    learn->add("-o", arguments->outputPath, "The file to make: in the form that build reads, or NAME.ir")
+        .named("FILE")
+        .required();
+    learn->add("NAME", arguments->names, "What to call each button; \"5=Power on\" with its code number").required();
     const auto run = [build, learn, arguments](const RunOptions &) {
-        if (*learn) {
+        if (learn->isGiven()) {
             return IrCommand::learn(arguments->remote, arguments->outputPath, arguments->names);
         }
-        return *build ? IrCommand::build(arguments->inputPath, arguments->outputPath)
-                      : IrCommand::show(arguments->inputPath);
+        return build->isGiven() ? IrCommand::build(arguments->inputPath, arguments->outputPath)
+                                : IrCommand::show(arguments->inputPath);
     };
     return { word, run, false };
 }

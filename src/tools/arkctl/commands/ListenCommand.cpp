@@ -1,7 +1,6 @@
 #include "tools/arkctl/commands/ListenCommand.h"
 #include "tools/arkctl/Command.h"
 
-#include <CLI/CLI.hpp>
 #include <QHostAddress>
 
 namespace {
@@ -112,27 +111,28 @@ Outcome runListen(const ListenArguments &arguments, ListChange::Kind kind, const
 }
 } // namespace
 
-Command listenCommand(CLI::App &app)
+Command listenCommand(CommandLine::Word &app)
 {
-    CLI::App *const word =
-        app.add_subcommand("listen", "Show, or change, the controllers whose ports this one listens to");
+    CommandLine::Word *const word =
+        app.addWord("listen", "Show, or change, the controllers whose ports this one listens to");
     const auto arguments = std::make_shared<ListenArguments>();
-    word->require_subcommand(0, 1);
-    CommandLine::explain(*word,
-                         { "Without a command it shows the list: unconnected; connected, while the other has not "
-                           "told its system number; linked.",
-                           { { "arkctl listen", "" },
-                             { "arkctl listen add 10.0.0.7 10.0.0.8", "" },
-                             { "arkctl listen remove 10.0.0.7", "" } } });
+    word->needsWord(false);
+    word->explain({ "Without a command it shows the list: unconnected; connected, while the other has not "
+                    "told its system number; linked.",
+                    { { "arkctl listen", "" },
+                      { "arkctl listen add 10.0.0.7 10.0.0.8", "" },
+                      { "arkctl listen remove 10.0.0.7", "" } } });
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per line: address, status, state");
-    CLI::App *const add = word->add_subcommand("add", "Listen to these too");
-    CLI::App *const remove = word->add_subcommand("remove", "Listen to these no longer");
-    for (CLI::App *change : { add, remove }) {
-        change->add_option("ADDRESS", arguments->addresses, "IPv4 addresses")->required();
-        change->fallthrough();
+    CommandLine::Word *const add = word->addWord("add", "Listen to these too");
+    CommandLine::Word *const remove = word->addWord("remove", "Listen to these no longer");
+    for (CommandLine::Word *change : { add, remove }) {
+        change->add("ADDRESS", arguments->addresses, "IPv4 addresses").required();
+        change->takesOptionsAbove();
     }
     const auto run = [add, remove, arguments](const RunOptions &options) {
-        const auto kind = *add ? ListChange::Kind::Add : *remove ? ListChange::Kind::Remove : ListChange::Kind::None;
+        const auto kind = add->isGiven()      ? ListChange::Kind::Add
+                          : remove->isGiven() ? ListChange::Kind::Remove
+                                              : ListChange::Kind::None;
         return runListen(*arguments, kind, options);
     };
     return { word, run };

@@ -3,7 +3,6 @@
 #include "tools/arkctl/Command.h"
 #include "tools/arkctl/SinceTime.h"
 
-#include <CLI/CLI.hpp>
 #include <QDateTime>
 #include <QTimer>
 
@@ -156,35 +155,34 @@ std::string typesText()
     return text;
 }
 
-void addTypes(CLI::App &word, const char *name, std::vector<std::string> &types, const std::string &description)
+void addTypes(CommandLine::Word &word, const char *name, std::vector<std::string> &types,
+              const std::string &description)
 {
-    word.add_option(name, types, description)
-        ->type_name("TYPE,...")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->check(CommandLine::oneOf(Rendering::monitorTypeNames()));
+    word.add(name, types, description)
+        .named("TYPE,...")
+        .partedByCommas()
+        .oneValueEach()
+        .oneOf(Rendering::monitorTypeNames());
 }
 } // namespace
 
-Command monitorCommand(CLI::App &app)
+Command monitorCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("monitor", "Show the controller's monitor lines as they come");
-    CommandLine::explain(*word, { R"(Goes on until it is interrupted, and shows the lines that all conditions hold for.
+    CommandLine::Word *const word = app.addWord("monitor", "Show the controller's monitor lines as they come");
+    word->explain({ R"(Goes on until it is interrupted, and shows the lines that all conditions hold for.
 --since needs a controller started with --monitor-history; its lines come first, by this machine's clock.)",
-                                  { { "arkctl monitor --type error,warning", "what went wrong" },
-                                    { "arkctl monitor --since 10m --text projector", "and go on" },
-                                    { "arkctl monitor --since 14:05 --no-follow", "and end" },
-                                    { "arkctl monitor --regex 'Error|Warning' --for 60", "for a minute" } } });
+                    { { "arkctl monitor --type error,warning", "what went wrong" },
+                      { "arkctl monitor --since 10m --text projector", "and go on" },
+                      { "arkctl monitor --since 14:05 --no-follow", "and end" },
+                      { "arkctl monitor --regex 'Error|Warning' --for 60", "for a minute" } } });
     const auto arguments = std::make_shared<MonitorArguments>();
     addTypes(*word, "--type", arguments->filter.types, typesText());
     addTypes(*word, "--not-type", arguments->filter.otherTypes, "No lines of these types");
-    word->add_option("--text", arguments->filter.text, "Only lines in which TEXT occurs, in capitals or not")
-        ->type_name("TEXT");
-    word->add_option("--regex", arguments->filter.regex, "Only lines that a regular expression finds something in")
-        ->type_name("PATTERN");
-    word->add_option("--since", arguments->since, "The past first: 90s, 10m, 2h, 14:05, \"2026-11-23 14:05\"")
-        ->type_name("WHEN");
-    word->add_flag("--no-follow", arguments->endsWithPast, "End after the lines of the past");
+    word->add("--text", arguments->filter.text, "Only lines in which TEXT occurs, in capitals or not").named("TEXT");
+    word->add("--regex", arguments->filter.regex, "Only lines that a regular expression finds something in")
+        .named("PATTERN");
+    word->add("--since", arguments->since, "The past first: 90s, 10m, 2h, 14:05, \"2026-11-23 14:05\"").named("WHEN");
+    word->addFlag("--no-follow", arguments->endsWithPast, "End after the lines of the past");
     addForOption(*word, arguments->seconds, "End after this");
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per line: time, type, name, text");
     return { word, [arguments](const RunOptions &options) { return runMonitor(*arguments, options); } };

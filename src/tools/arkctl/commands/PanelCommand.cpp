@@ -3,7 +3,6 @@
 #include "tools/arkctl/LineInput.h"
 #include "tools/arkctl/screen/PanelScreen.h"
 
-#include <CLI/CLI.hpp>
 #include <QDateTime>
 #include <QTimer>
 
@@ -198,21 +197,18 @@ CommandLine::Explanation panelExplanation()
 }
 } // namespace
 
-Command panelCommand(CLI::App &app)
+Command panelCommand(CommandLine::Word &app)
 {
-    CLI::App *const word =
-        app.add_subcommand("panel", "Be a touch panel: a screen on the terminal, or one action after the other");
-    CommandLine::explain(*word, panelExplanation());
+    CommandLine::Word *const word =
+        app.addWord("panel", "Be a touch panel: a screen on the terminal, or one action after the other");
+    word->explain(panelExplanation());
     const auto arguments = std::make_shared<PanelArguments>();
-    word->add_option("DEVICE", arguments->device, "The panel's device number")
-        ->required()
-        ->check(CommandLine::between(1, 65535));
-    word->add_option("ACTION", arguments->words, kActions)
-        ->check(CommandLine::suggests({ "push", "release", "press", "level", "wait", "watch", "-" }));
-    word->add_option("--buttons", arguments->buttons, "Which buttons the screen has at first (1-24)")
-        ->type_name("LIST");
-    word->add_option("--levels", arguments->levels, "Which levels it has at first (1-4)")->type_name("LIST");
-    word->add_option("--range", arguments->range, "From where to where they go (0-255)")->type_name("LOW-HIGH");
+    word->add("DEVICE", arguments->device, "The panel's device number").required().between(1, 65535);
+    word->add("ACTION", arguments->words, kActions)
+        .suggests({ "push", "release", "press", "level", "wait", "watch", "-" });
+    word->add("--buttons", arguments->buttons, "Which buttons the screen has at first (1-24)").named("LIST");
+    word->add("--levels", arguments->levels, "Which levels it has at first (1-4)").named("LIST");
+    word->add("--range", arguments->range, "From where to where they go (0-255)").named("LOW-HIGH");
     addForOption(*word, arguments->watchSeconds, "Watch no longer than this");
     addJsonFlag(*word, arguments->wantsJson, "Show what comes as one JSON object per line");
     return { word, [arguments](const RunOptions &options) { return runPanel(*arguments, options); } };

@@ -2,7 +2,6 @@
 #include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
 
-#include <CLI/CLI.hpp>
 #include <QDateTime>
 #include <QTimer>
 
@@ -175,22 +174,21 @@ Outcome runPortTest(const PortTestArguments &arguments, const RunOptions &option
 }
 } // namespace
 
-Command portTestCommand(CLI::App &app)
+Command portTestCommand(CommandLine::Word &app)
 {
-    CLI::App *const word =
-        app.add_subcommand("porttest", "Let the controller be a client or server, to check a network");
+    CommandLine::Word *const word =
+        app.addWord("porttest", "Let the controller be a client or server, to check a network");
     const auto arguments = std::make_shared<PortTestArguments>();
-    CommandLine::explain(
-        *word, { "What the controller receives is shown. The controller's ends are gone when the command ends.",
-                 { { R"(arkctl porttest tcp-client 10.0.0.9 23 --send 'POWR?\r' --for 2)", "" },
-                   { "arkctl porttest udp-server 4000 --for 60", "hear a sensor" } } });
-    word->add_option("TEST", arguments->words,
-                     "tcp-client HOST PORT | tcp-server PORT | udp-client HOST PORT | udp-server PORT")
-        ->required()
-        ->check(CommandLine::suggests({ "tcp-client", "tcp-server", "udp-client", "udp-server" }));
-    word->add_option("--send", arguments->texts, "Send this once it works; \\r \\n \\t \\xHH stand for bytes")
-        ->type_name("TEXT")
-        ->allow_extra_args(false);
+    word->explain({ "What the controller receives is shown. The controller's ends are gone when the command ends.",
+                    { { R"(arkctl porttest tcp-client 10.0.0.9 23 --send 'POWR?\r' --for 2)", "" },
+                      { "arkctl porttest udp-server 4000 --for 60", "hear a sensor" } } });
+    word->add("TEST", arguments->words,
+              "tcp-client HOST PORT | tcp-server PORT | udp-client HOST PORT | udp-server PORT")
+        .required()
+        .suggests({ "tcp-client", "tcp-server", "udp-client", "udp-server" });
+    word->add("--send", arguments->texts, "Send this once it works; \\r \\n \\t \\xHH stand for bytes")
+        .named("TEXT")
+        .oneValueEach();
     addForOption(*word, arguments->watchSeconds, "End after this; else at Ctrl-C or when the peer hangs up");
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per line: time, event, text, hex");
     return { word, [arguments](const RunOptions &options) { return runPortTest(*arguments, options); } };

@@ -1,8 +1,6 @@
 #include "tools/arkctl/commands/PortsCommand.h"
 #include "tools/arkctl/Command.h"
 
-#include <CLI/CLI.hpp>
-
 PortsCommand::PortsCommand(const RunOptions &options, const QByteArray &request, Rendering::Form form)
     : LinkRun(tool(), options)
     , m_request(request)
@@ -74,30 +72,30 @@ Outcome runInput(const PortsArguments &arguments, const RunOptions &options)
 }
 } // namespace
 
-Command portsCommand(CLI::App &app)
+Command portsCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("ports", "Show, or change, what stands behind the controller's ports");
+    CommandLine::Word *const word = app.addWord("ports", "Show, or change, what stands behind the controller's ports");
     const auto arguments = std::make_shared<PortsArguments>();
-    word->require_subcommand(0, 1);
-    CommandLine::explain(*word, { "Without a command it shows every port: its kind, its device and whether that is "
-                                  "open, how it is set up, the bytes that came and went, and what was last wrong.",
-                                  { { "arkctl ports", "" },
-                                    { "arkctl ports set relay1 line=gpiochip0:17", "" },
-                                    { "arkctl ports set serial1", "simulated again" },
-                                    { "arkctl ports input serial1 --hex '4F 4B 0D'", "" },
-                                    { "arkctl ports input io1 on", "" } } });
+    word->needsWord(false);
+    word->explain({ "Without a command it shows every port: its kind, its device and whether that is "
+                    "open, how it is set up, the bytes that came and went, and what was last wrong.",
+                    { { "arkctl ports", "" },
+                      { "arkctl ports set relay1 line=gpiochip0:17", "" },
+                      { "arkctl ports set serial1", "simulated again" },
+                      { "arkctl ports input serial1 --hex '4F 4B 0D'", "" },
+                      { "arkctl ports input io1 on", "" } } });
     addJsonFlag(*word, arguments->wantsJson,
                 "One JSON object per line: port, kind and, where they apply, device, "
                 "open, settings, bytesIn, bytesOut, lastError");
-    CLI::App *const set = word->add_subcommand("set", "Write ports.ini and use it at once");
-    set->add_option("PORT", arguments->port, "serial1, relay1, io1, ir1 or portLink")->required();
-    set->add_option("KEY=VALUE", arguments->lines, "As in ports.ini; none: no device any more");
-    CLI::App *const input = word->add_subcommand("input", "Put something in at a simulated port");
-    input->add_option("PORT", arguments->port, "serial1 to serial8, io1 to io8")->required();
-    input->add_option("INPUT", arguments->input, "What comes in; on or off of io")->required();
-    input->add_flag("--hex", arguments->isHex, "INPUT is hexadecimal");
-    set->fallthrough();
-    input->fallthrough();
+    CommandLine::Word *const set = word->addWord("set", "Write ports.ini and use it at once");
+    set->add("PORT", arguments->port, "serial1, relay1, io1, ir1 or portLink").required();
+    set->add("KEY=VALUE", arguments->lines, "As in ports.ini; none: no device any more");
+    CommandLine::Word *const input = word->addWord("input", "Put something in at a simulated port");
+    input->add("PORT", arguments->port, "serial1 to serial8, io1 to io8").required();
+    input->add("INPUT", arguments->input, "What comes in; on or off of io").required();
+    input->addFlag("--hex", arguments->isHex, "INPUT is hexadecimal");
+    set->takesOptionsAbove();
+    input->takesOptionsAbove();
     const auto run = [set, input, arguments](const RunOptions &options) {
         return *set     ? runSet(*arguments, options)
                : *input ? runInput(*arguments, options)

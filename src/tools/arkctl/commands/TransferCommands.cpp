@@ -3,7 +3,6 @@
 #include "net/link/LinkCodes.h"
 #include "tools/arkctl/Command.h"
 
-#include <CLI/CLI.hpp>
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QTimer>
@@ -342,41 +341,39 @@ Outcome runDownload(const DownloadArguments &arguments, const RunOptions &option
 }
 } // namespace
 
-Command uploadCommand(CLI::App &app)
+Command uploadCommand(CommandLine::Word &app)
 {
-    CLI::App *const word =
-        app.add_subcommand("upload", "Send files: program, source, panel design, web archive, IR codes");
-    CommandLine::explain(
-        *word, { "Each takes effect as a whole or not at all: after a failure run the same command again. Two seconds "
-                 "after a program has arrived, the controller ends and its supervisor starts it with the new one.",
-                 { { "arkctl upload room.pobj", "a new program" },
-                   { "arkctl upload room.src panel.dtp site.zip", "its source, panel design, web pages" },
-                   { "arkctl upload tv.ir --ir 3", "codes of emitter 3; or: ir3.ir" } } });
+    CommandLine::Word *const word =
+        app.addWord("upload", "Send files: program, source, panel design, web archive, IR codes");
+    word->explain(
+        { "Each takes effect as a whole or not at all: after a failure run the same command again. Two seconds "
+          "after a program has arrived, the controller ends and its supervisor starts it with the new one.",
+          { { "arkctl upload room.pobj", "a new program" },
+            { "arkctl upload room.src panel.dtp site.zip", "its source, panel design, web pages" },
+            { "arkctl upload tv.ir --ir 3", "codes of emitter 3; or: ir3.ir" } } });
     const auto arguments = std::make_shared<UploadArguments>();
-    word->add_option("FILE", arguments->files, ".pobj, .src, .dtp, .zip or .ir; what each is, its suffix says")
-        ->required()
-        ->check(CommandLine::files({ "pobj", "src", "dtp", "zip", "ir" }));
-    word->add_option("--ir", arguments->irNumber, "Which infrared code file, where the name does not end in it")
-        ->type_name("NUMBER")
-        ->check(CommandLine::between(1, 8));
-    word->add_flag("--force", arguments->isForced, "Send a program also when it is damaged or of an unknown version");
+    word->add("FILE", arguments->files, ".pobj, .src, .dtp, .zip or .ir; what each is, its suffix says")
+        .required()
+        .files({ "pobj", "src", "dtp", "zip", "ir" });
+    word->add("--ir", arguments->irNumber, "Which infrared code file, where the name does not end in it")
+        .named("NUMBER")
+        .between(1, 8);
+    word->addFlag("--force", arguments->isForced, "Send a program also when it is damaged or of an unknown version");
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per file: file, state, bytes, seconds, text");
     return { word, [arguments](const RunOptions &options) { return runUpload(*arguments, options); } };
 }
 
-Command downloadCommand(CLI::App &app)
+Command downloadCommand(CommandLine::Word &app)
 {
-    CLI::App *const word = app.add_subcommand("download", "Fetch a file that was sent before");
-    CommandLine::explain(*word, { "Without -o it takes its usual name in this folder (source.src, ui.dtp, ir1.ir), and "
-                                  "replaces no file there.",
-                                  { { "arkctl download source -o room.src", "" }, { "arkctl download ir3", "" } } });
+    CommandLine::Word *const word = app.addWord("download", "Fetch a file that was sent before");
+    word->explain({ "Without -o it takes its usual name in this folder (source.src, ui.dtp, ir1.ir), and "
+                    "replaces no file there.",
+                    { { "arkctl download source -o room.src", "" }, { "arkctl download ir3", "" } } });
     const auto arguments = std::make_shared<DownloadArguments>();
-    word->add_option("KIND", arguments->kind, "source | ui | ir1 to ir8")
-        ->required()
-        ->check(CommandLine::suggests({ "source", "ui", "ir1", "ir2", "ir3", "ir4", "ir5", "ir6", "ir7", "ir8" }));
-    word->add_option("-o,--output", arguments->output, "Write it there, in place of an older one")
-        ->type_name("FILE")
-        ->check(CommandLine::files());
+    word->add("KIND", arguments->kind, "source | ui | ir1 to ir8")
+        .required()
+        .suggests({ "source", "ui", "ir1", "ir2", "ir3", "ir4", "ir5", "ir6", "ir7", "ir8" });
+    word->add("-o,--output", arguments->output, "Write it there, in place of an older one").named("FILE").files();
     addJsonFlag(*word, arguments->wantsJson, "A JSON object: file, state, bytes, seconds, text");
     return { word, [arguments](const RunOptions &options) { return runDownload(*arguments, options); } };
 }
