@@ -224,12 +224,6 @@ const Option &Option::partedByCommas() const
     return *this;
 }
 
-const Option &Option::showsDefault() const
-{
-    m_option->capture_default_str();
-    return *this;
-}
-
 const Option &Option::oneOf(const std::vector<std::string> &values) const
 {
     const auto problem = [values](std::string &word) {

@@ -41,7 +41,6 @@ public:
     const Option &oneValueEach() const;     // what follows a value belongs to something else
     const Option &lastCounts() const;       // where it is given more than once
     const Option &partedByCommas() const;   // many values
-    const Option &showsDefault() const;     // in help: the value that the variable has
 
     // What it takes. Completion knows it too.
     const Option &oneOf(const std::vector<std::string> &values) const;            // nothing else

@@ -170,12 +170,11 @@ Command irCommand(CommandLine::Word &app)
     CommandLine::Word *const show = word->addWord("show", "Print an IR code file in the form that build reads");
     show->add("FILE", arguments->inputPath, "For example ir1.ir").required().files({ "ir" });
     CommandLine::Word *const learn = word->addWord("learn", "Learn the codes of a remote control, button by button");
-    learn->add("--device", arguments->remote.device, "The infrared receiver of this machine")
-        .named("FILE")
-        .showsDefault();
-    learn->add("--carrier", arguments->remote.carrierHz, "The carrier of the remote control, in Hz")
-        .between(10000, 1000000)
-        .showsDefault();
+    learn->add("--device", arguments->remote.device, "The infrared receiver of this machine (/dev/lirc0)")
+        .named("FILE");
+    learn->add("--carrier", arguments->remote.carrierHz, "The carrier of the remote control (38000)")
+        .named("HZ")
+        .between(10000, 1000000);
     learn->add("-o", arguments->outputPath, "The file to make: in the form that build reads, or NAME.ir")
         .named("FILE")
         .required();
