@@ -97,9 +97,9 @@ Command portsCommand(CommandLine::Word &app)
     set->takesOptionsAbove();
     input->takesOptionsAbove();
     const auto run = [set, input, arguments](const RunOptions &options) {
-        return *set     ? runSet(*arguments, options)
-               : *input ? runInput(*arguments, options)
-                        : PortsCommand(options, "ports?", formOf(arguments->wantsJson)).run();
+        return set->isGiven()     ? runSet(*arguments, options)
+               : input->isGiven() ? runInput(*arguments, options)
+                                  : PortsCommand(options, "ports?", formOf(arguments->wantsJson)).run();
     };
     return { word, run };
 }
