@@ -13,8 +13,6 @@
 #include <sys/ioctl.h>
 
 namespace {
-using namespace GpioChips;
-
 QString fromKernel(const char (&text)[GPIO_MAX_NAME_SIZE])
 {
     return QString::fromLocal8Bit(text, static_cast<int>(strnlen(text, sizeof text)));
@@ -25,10 +23,10 @@ int numberOf(const QString &chipName)
     return chipName.mid(static_cast<int>(qstrlen("gpiochip"))).toInt();
 }
 
-QString noSuchLine(const QString &line, const std::vector<Chip> &chips, const QString &refusal)
+QString noSuchLine(const QString &line, const std::vector<GpioChips::Chip> &chips, const QString &refusal)
 {
     QStringList known;
-    for (const Chip &chip : chips) {
+    for (const GpioChips::Chip &chip : chips) {
         known << QStringLiteral("%1 \"%2\"").arg(chip.name, chip.label);
     }
     if (!known.isEmpty()) {
@@ -41,7 +39,7 @@ QString noSuchLine(const QString &line, const std::vector<Chip> &chips, const QS
 }
 } // namespace
 
-std::vector<Chip> GpioChips::open(QString *refusal)
+std::vector<GpioChips::Chip> GpioChips::open(QString *refusal)
 {
     QStringList names = QDir(QStringLiteral("/dev")).entryList({ QStringLiteral("gpiochip*") }, QDir::System);
     std::sort(names.begin(), names.end(), [](const auto &a, const auto &b) { return numberOf(a) < numberOf(b); });
@@ -61,7 +59,7 @@ std::vector<Chip> GpioChips::open(QString *refusal)
     return chips;
 }
 
-Line GpioChips::line(const Chip &chip, quint32 offset)
+GpioChips::Line GpioChips::line(const Chip &chip, quint32 offset)
 {
     gpio_v2_line_info info{};
     info.offset = offset;
@@ -72,7 +70,7 @@ Line GpioChips::line(const Chip &chip, quint32 offset)
              (info.flags & GPIO_V2_LINE_FLAG_OUTPUT) != 0 };
 }
 
-std::variant<Place, QString> GpioChips::find(const QString &line)
+std::variant<GpioChips::Place, QString> GpioChips::find(const QString &line)
 {
     QString refusal;
     std::vector<Chip> chips = open(&refusal);

@@ -121,7 +121,7 @@ Outcome IrCommand::learn(const Remote &remote, const std::string &filePath, cons
     Console console;
     InfraredReceiver receiver(QString::fromStdString(remote.device), remote.carrierHz);
     if (const std::optional<QString> reason = receiver.open()) {
-        Console::complain(reason->toStdString(), "arkctl ports detect lists the devices of a controller");
+        Console::complain(reason->toStdString(), "ls /dev/lirc* shows those of this machine");
         return Outcome::Failed;
     }
     for (IrFile::Record &record : contents.records) {
