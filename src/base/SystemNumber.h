@@ -30,3 +30,9 @@ inline bool isLocalSystem(int system)
 {
     return system == 0 || system == localSystemNumber();
 }
+
+/// Whether two system numbers mean the same controller.
+inline bool isSameSystem(int left, int right)
+{
+    return left == right || (isLocalSystem(left) && isLocalSystem(right));
+}

@@ -18,12 +18,6 @@ bool isLocal(const DeviceAddress &device)
     return isLocalSystem(device.system);
 }
 
-/// Two system numbers that mean the same controller: 0 is this one.
-bool isSameSystem(int left, int right)
-{
-    return left == right || (isLocalSystem(left) && isLocalSystem(right));
-}
-
 /// A message that another controller addresses to this one, with the number that it must carry.
 bool isForUs(const DeviceAddress &device)
 {

@@ -261,7 +261,6 @@ void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
         m_heldChannel = 0;
     }
     m_inProgress.push_back(event);
-    m_lastEvent = event;
     m_handlers->handle(event, data);
     m_inProgress.pop_back();
     if (m_inProgress.empty()) {
@@ -272,7 +271,6 @@ void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
         const ChannelAddress outerInput{ outer.device, outer.channel };
         m_state.setPushed(outer.type == EventType::Push ? outerInput : ChannelAddress{});
         m_state.setReleased(outer.type == EventType::Release ? outerInput : ChannelAddress{});
-        m_lastEvent = outer;
     }
 }
 

@@ -49,10 +49,6 @@ public:
 
     ButtonStatusSaver &buttonStatus(int deviceNumber); // made on first use
     const ButtonStatusSaver *findButtonStatus(int deviceNumber) const;
-    const std::optional<CustomEvent> &lastEvent() const
-    {
-        return m_lastEvent;
-    } // the one being handled, or handled last
 
     /// Called before each statement of the mainline: lets in what came meanwhile.
     std::function<void()> beforeStatement;
@@ -73,7 +69,6 @@ private:
     ProgramState &m_state;
     std::unique_ptr<HandlerTable> m_handlers;
     std::map<int, ButtonStatusSaver> m_buttonStatus;
-    std::optional<CustomEvent> m_lastEvent;
     std::vector<CustomEvent> m_inProgress; // outermost first
     std::set<int> m_overflowed;            // buffers, by name id, that have overflowed since they were empty
     std::vector<Body> m_mainline;

@@ -39,12 +39,6 @@ QString sourceText(const CustomEvent &event)
     }
     return QStringLiteral("data_event [%1]").arg(event.device.text());
 }
-
-/// Systems agree when they are equal, or one is 0 and the other this controller's.
-bool sameSystem(int left, int right)
-{
-    return left == right || (left == 0 && right == localSystemNumber()) || (right == 0 && left == localSystemNumber());
-}
 } // namespace
 
 HandlerTable::HandlerTable(Interpreter &interpreter)
@@ -233,7 +227,7 @@ bool HandlerTable::matches(const Handler &handler, const CustomEvent &event) con
     }
     return std::any_of(handler.devices.begin(), handler.devices.end(), [&event](const DeviceAddress &device) {
         return device.number == event.device.number && device.port == event.device.port &&
-               sameSystem(device.system, event.device.system);
+               isSameSystem(device.system, event.device.system);
     });
 }
 

@@ -183,7 +183,7 @@ void LinkClient::takeControllerFrame(const Frame &frame)
 
 void LinkClient::tick()
 {
-    if (m_sendsHeartbeats && m_ticks++ % kTicksPerHeartbeat == 0) {
+    if (m_ticks++ % kTicksPerHeartbeat == 0) {
         sendPlain(LinkCode::kHeartbeat, QByteArray());
     }
     if (const int count = m_exchange.forgetOld(m_clock.elapsed()); count > 0) {

@@ -38,7 +38,6 @@ public:
     void connectTo(const QString &host, quint16 port = kDefaultPort);
     void close();
     void abort(); // at once, and what waits to be sent is dropped: for a peer that takes nothing any more
-    void setHeartbeats(bool isOn) { m_sendsHeartbeats = isOn; } // off: to be a peer that has died
 
     /// \name What panels report. Each returns the message id that acknowledged() will name.
     quint32 push(int channel);
@@ -83,5 +82,4 @@ private:
     bool m_isConnected = false;
     bool m_hasHeard = false; // anything from the peer
     bool m_isIntroduced = false;
-    bool m_sendsHeartbeats = true;
 };

@@ -55,7 +55,6 @@ private:
     void readMessages();
     void take(const WebSocketParser::Message &message);
     void end(int error, const QByteArray &lastBytes);
-    void checkHandshake();
 
     SocketLoop &m_loop;
     const WebSocketRole m_role;
