@@ -153,9 +153,13 @@ run_boardroom() {
 The room is running. In another terminal:
     build/release/bin/arkctl monitor                  watch what it does
     build/release/bin/arkctl panel 10001              be its panel: 1 and Enter switch the room on
+    build/release/bin/arkctl ports                    what stands behind its ports: a simulated projector
 Control-C ends it.
 
 HINTS
+    [ -e build/boardroom/ports.ini ] ||
+        printf '[serial1]\ndevice=%s\n' "$PWD/build/boardroom/projector" >build/boardroom/ports.ini
+    in_background projector python3 examples/boardroom/projector.py "$PWD/build/boardroom/projector"
     in_background controller supervised --data-dir build/boardroom --monitor --no-system-changes \
         "${web_options[@]}" "$@" > >(quiet)
     wait_for_the_end

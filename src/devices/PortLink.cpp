@@ -4,6 +4,7 @@
 #include "base/Monitor.h"
 #include "base/Overloaded.h"
 
+#include <QPointer>
 #include <QTimer>
 
 PortLink::PortLink(const QString &deviceFile, QThread &thread, Backlog &backlog)
@@ -50,9 +51,13 @@ void PortLink::switchIo(int number, bool isOn)
 
 void PortLink::take(const QByteArrayList &frames)
 {
+    const QPointer<PortLink> self(this); // a handler may let in what takes the board away
     for (const QByteArray &frame : frames) {
         if (const auto told = PortFrames::parse(frame)) {
             takeTold(*told);
+        }
+        if (!self) {
+            return;
         }
     }
     if (m_parser.isWithinFrame()) {

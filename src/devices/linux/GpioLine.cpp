@@ -3,6 +3,7 @@
 #include "base/Messages.h"
 #include "devices/linux/GpioChips.h"
 
+#include <QPointer>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -160,7 +161,11 @@ void GpioLine::look()
         value();
         return;
     }
+    const QPointer<GpioLine> self(this); // as in readEvents()
     const std::optional<QString> reason = tryToOpen();
+    if (!self) {
+        return;
+    }
     if (!reason) {
         m_failure.clear();
         Q_EMIT opened();
@@ -179,7 +184,8 @@ void GpioLine::readEvents()
     if (bytes < 0 && errno != EAGAIN && errno != EINTR) {
         lose(errno);
     }
-    for (size_t i = 0; m_line.isOpen() && i < static_cast<size_t>(qMax<ssize_t>(bytes, 0)) / sizeof events[0]; ++i) {
+    const QPointer<GpioLine> self(this); // a handler may let in what takes the line away
+    for (size_t i = 0; self && m_line.isOpen() && i < static_cast<size_t>(qMax<ssize_t>(bytes, 0)) / sizeof events[0]; ++i) {
         take(events.at(i).id == GPIO_V2_LINE_EVENT_RISING_EDGE);
     }
 }
