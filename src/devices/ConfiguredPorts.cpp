@@ -6,7 +6,8 @@
 #include "base/StopSignals.h"
 #include "devices/IrCode.h"
 #include "devices/PortLine.h"
-#include "devices/PortLink.h"
+#include "devices/PortSettings.h"
+#include "devices/frames/PortLink.h"
 #include "devices/linux/InfraredEmitter.h"
 #include "devices/linux/InfraredReceiver.h"
 
@@ -18,34 +19,6 @@
 
 namespace {
 using Kind = PortName::Kind;
-
-QString settingsOf(const SerialSetup &setup)
-{
-    const char *const parities[] = { "n", "o", "e" };
-    return QStringLiteral("%1,%2,8,%3%4")
-        .arg(setup.baudRate)
-        .arg(QLatin1String(parities[static_cast<int>(setup.parity)]))
-        .arg(setup.stopBits)
-        .arg(setup.protocol == SerialSetup::Protocol::Rs485 ? QStringLiteral(" 485") : QString());
-}
-
-QString settingsOf(const GpioLine &line)
-{
-    const GpioLine::Setting &setting = line.setting();
-    QStringList parts{ setting.direction == GpioLine::Direction::Input ? QStringLiteral("input")
-                                                                       : QStringLiteral("output"),
-                       line.isOn() ? QStringLiteral("on") : QStringLiteral("off") };
-    if (setting.isActiveLow) {
-        parts << QStringLiteral("active low");
-    }
-    if (setting.debounceMs > 0) {
-        parts << QStringLiteral("%1 ms").arg(setting.debounceMs);
-    }
-    if (line.isPolled()) {
-        parts << QStringLiteral("asked every %1 ms").arg(GpioLine::kReadMs);
-    }
-    return parts.join(QStringLiteral(", "));
-}
 } // namespace
 
 ConfiguredPorts::ConfiguredPorts(const QString &file, const QString &board)
@@ -84,13 +57,13 @@ QByteArray ConfiguredPorts::described() const
             port[QStringLiteral("lastError")] =
                 place->entry.problem.isEmpty() ? health.lastError() : place->entry.problem;
             if (place->line) {
-                port[QStringLiteral("settings")] = settingsOf(*place->line);
+                port[QStringLiteral("settings")] = PortSettings::text(*place->line);
             }
         }
         if (name.kind == Kind::Serial) {
             const auto setup = m_setups.find(name.number);
             if (setup != m_setups.end()) {
-                port[QStringLiteral("settings")] = settingsOf(setup->second);
+                port[QStringLiteral("settings")] = PortSettings::text(setup->second);
             }
             const Count &count = m_counts.at(static_cast<size_t>(name.number));
             port[QStringLiteral("bytesIn")] = count.in;

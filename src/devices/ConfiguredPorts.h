@@ -1,8 +1,8 @@
 #pragma once
-#include "devices/FramedPorts.h"
-#include "devices/PortFrames.h"
 #include "devices/PortHealth.h"
 #include "devices/PortsFile.h"
+#include "devices/frames/FramedPorts.h"
+#include "devices/frames/PortFrames.h"
 #include "io/Backlog.h"
 
 #include <QThread>

@@ -1,6 +1,6 @@
 #pragma once
-#include "devices/PortFrames.h"
 #include "devices/PortHealth.h"
+#include "devices/frames/PortFrames.h"
 
 #include <QObject>
 #include <QString>

@@ -1,5 +1,5 @@
 #pragma once
-#include "devices/PortFrames.h"
+#include "devices/frames/PortFrames.h"
 
 #include <QByteArray>
 #include <QObject>

@@ -1,6 +1,6 @@
 #pragma once
 #include "base/Monitor.h"
-#include "devices/PortFrames.h"
+#include "devices/frames/PortFrames.h"
 
 #include <QByteArray>
 #include <QString>

@@ -10,7 +10,7 @@
 #include "base/SystemNumber.h"
 #include "compiler/Compiler.h"
 #include "devices/DeviceManager.h"
-#include "devices/FramedPorts.h"
+#include "devices/frames/FramedPorts.h"
 #include "net/client/LinkClient.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/LinkCodes.h"

@@ -4,7 +4,7 @@
 #include "base/Clock.h"
 #include "compiler/Compiler.h"
 #include "devices/DeviceManager.h"
-#include "devices/FramedPorts.h"
+#include "devices/frames/FramedPorts.h"
 #include "runtime/ControlProgram.h"
 #include "support/Files.h"
 #include "support/Table.h"

@@ -3,7 +3,7 @@
 #include "base/Clock.h"
 #include "base/SystemNumber.h"
 #include "devices/AnswerLoop.h"
-#include "devices/FramedPorts.h"
+#include "devices/frames/FramedPorts.h"
 #include "events/Dispatcher.h"
 #include "interp/Interpreter.h"
 #include "interp/LevelAssocManager.h"

@@ -1,11 +1,11 @@
 #include "base/Overloaded.h"
 #include "devices/IrCode.h"
 #include "devices/IrFile.h"
-#include "devices/PortFrames.h"
-#include "devices/PortLinkParser.h"
 #include "devices/PortsFile.h"
 #include "devices/RemoteText.h"
 #include "devices/SerialSetup.h"
+#include "devices/frames/PortFrames.h"
+#include "devices/frames/PortLinkParser.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
 

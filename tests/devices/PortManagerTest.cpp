@@ -1,7 +1,7 @@
 #include "devices/PortManager.h"
 #include "MonitorLines.h"
 #include "base/Clock.h"
-#include "devices/FramedPorts.h"
+#include "devices/frames/FramedPorts.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
 

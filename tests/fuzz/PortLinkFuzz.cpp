@@ -1,5 +1,5 @@
-#include "devices/PortFrames.h"
-#include "devices/PortLinkParser.h"
+#include "devices/frames/PortFrames.h"
+#include "devices/frames/PortLinkParser.h"
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-#include "devices/PortLink.h"
+#include "devices/frames/PortLink.h"
 
 #include "base/Messages.h"
 #include "base/Monitor.h"

@@ -1,6 +1,6 @@
-#include "devices/FramedPorts.h"
+#include "devices/frames/FramedPorts.h"
 
-#include "devices/PortFrames.h"
+#include "devices/frames/PortFrames.h"
 
 void FramedPorts::setUpSerial(int port, const SerialSetup &setup)
 {

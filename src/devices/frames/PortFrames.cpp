@@ -1,4 +1,4 @@
-#include "devices/PortFrames.h"
+#include "devices/frames/PortFrames.h"
 
 #include <QtEndian>
 

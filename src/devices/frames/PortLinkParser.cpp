@@ -1,4 +1,4 @@
-#include "devices/PortLinkParser.h"
+#include "devices/frames/PortLinkParser.h"
 
 namespace {
 constexpr char kBegin = '\xCA';

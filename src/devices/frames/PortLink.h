@@ -1,7 +1,7 @@
 #pragma once
-#include "devices/FramedPorts.h"
 #include "devices/PortLine.h"
-#include "devices/PortLinkParser.h"
+#include "devices/frames/FramedPorts.h"
+#include "devices/frames/PortLinkParser.h"
 
 #include <map>
 #include <set>
