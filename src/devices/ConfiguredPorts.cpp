@@ -143,16 +143,13 @@ void ConfiguredPorts::setUpSerial(int port, const SerialSetup &setup)
 
 void ConfiguredPorts::sendSerial(int port, const QByteArray &data)
 {
-    Place *const place = find(Kind::Serial, port);
-    if (place && !place->serial) {
-        place->health.complain(place->entry.problem);
-        return;
-    }
-    if (!place || place->serial->health().isOpen()) { // else it is refused
-        m_counts.at(static_cast<size_t>(port)).out += data.size();
-    }
-    if (place) {
-        place->serial->write(data);
+    m_counts.at(static_cast<size_t>(port)).out += data.size();
+    if (Place *place = find(Kind::Serial, port)) {
+        if (place->serial) {
+            place->serial->write(data);
+        } else {
+            place->health.complain(place->entry.problem);
+        }
     } else {
         others().sendSerial(port, data);
     }

@@ -137,7 +137,8 @@ std::optional<QString> SerialLine::tryToOpen()
     }
     if (!m_port->open(QIODevice::ReadWrite)) {
         const QString reason = m_port->errorString();
-        const QString holder = DeviceFile::holder(file);
+        const bool isRefused = m_port->error() == QSerialPort::PermissionError; // /dev/null has holders, too
+        const QString holder = isRefused ? DeviceFile::holder(file) : QString();
         return holder.isEmpty() ? reason : translated(QT_TRANSLATE_NOOP("messages", "it is in use by %1")).arg(holder);
     }
     if (::flock(m_port->handle(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {

@@ -164,7 +164,7 @@ void ConfiguredPortsTest::whatCannotBeOpened_data()
     row("missing", "/nowhere/at/all", "No such file or directory");
     row("folder", "/tmp", "it is a folder, not a device");
     row("file", "/proc/self/cmdline", "it is a file, not a device");
-    row("no serial line", "/dev/null", "it cannot be opened: ");
+    row("no serial line", "/dev/null", "it cannot be opened: Inappropriate ioctl for device");
 }
 
 void ConfiguredPortsTest::whatCannotBeOpened()
