@@ -185,7 +185,8 @@ void GpioLine::readEvents()
         lose(errno);
     }
     const QPointer<GpioLine> self(this); // a handler may let in what takes the line away
-    for (size_t i = 0; self && m_line.isOpen() && i < static_cast<size_t>(qMax<ssize_t>(bytes, 0)) / sizeof events[0]; ++i) {
+    for (size_t i = 0; self && m_line.isOpen() && i < static_cast<size_t>(qMax<ssize_t>(bytes, 0)) / sizeof events[0];
+         ++i) {
         take(events.at(i).id == GPIO_V2_LINE_EVENT_RISING_EDGE);
     }
 }
