@@ -159,7 +159,12 @@ Control-C ends it.
 HINTS
     [ -e build/boardroom/ports.ini ] ||
         printf '[serial1]\ndevice=%s\n' "$PWD/build/boardroom/projector" >build/boardroom/ports.ini
+    rm -f build/boardroom/projector
     in_background projector python3 examples/boardroom/projector.py "$PWD/build/boardroom/projector"
+    for _ in {1..50}; do # the controller would say that it is missing
+        [ ! -e build/boardroom/projector ] || break
+        sleep 0.1
+    done
     in_background controller supervised --data-dir build/boardroom --monitor --no-system-changes \
         "${web_options[@]}" "$@" > >(quiet)
     wait_for_the_end
