@@ -26,7 +26,6 @@ public:
     ~PortManager() override;
 
     bool isRelayOn(int relay) const { return m_relays.isOn(relay); }
-    bool isIoOn(int number) const { return m_ios.isOn(number); } // a contact is closed, or an output low
 
     void setIrFilePath(IrFilePath lookup) { m_irFilePath = std::move(lookup); }
     void setPulseTime(PulseTime pulseTime) { m_pulseTime = std::move(pulseTime); }

@@ -22,10 +22,6 @@ inline int emitterOf(int port)
 {
     return port - 9;
 }
-inline int portOfEmitter(int emitter)
-{
-    return emitter + 9;
-}
 } // namespace Port
 
 /// The monitor line of one switched channel.
