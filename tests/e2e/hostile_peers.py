@@ -2,14 +2,15 @@
 
     hostile_peers.py ARKIVON ARKC [--seconds N] [--only WORD]
 
-Every attack is bounded by what it sends, not by time. With --seconds they are repeated for that long: a soak.
+The attacks run beside each other, each on a controller of its own. Every one is bounded by what it sends, not by time.
+With --seconds they are repeated for that long: a soak.
 """
 import argparse
 import contextlib
+import multiprocessing
 import os
 import pathlib
 import pty
-import random
 import select
 import signal
 import socket
@@ -104,11 +105,11 @@ class Room:
     """A controller of its own with a panel that has to be served whatever happens."""
 
     def __init__(self, arkivon, program, folder, line=None):
-        number = random.SystemRandom().randrange(62 * 250)
-        self.network = f"127.{192 + number % 62}.{number // 62}"
+        number = os.getpid()                            # of the attack: no other has these addresses
+        self.network = f"127.{192 + number % 62}.{number // 62 % 250}"
         self.address = self.near(1)
         self.log = open(f"{folder}/log", "ab")
-        data = pathlib.Path(folder, f"data-{number}")
+        data = pathlib.Path(folder, "data")
         data.mkdir()
         if line:
             pathlib.Path(data, "settings.ini").write_text(f"[General]\nportLink={line}\n", encoding="utf-8")
@@ -331,9 +332,10 @@ def noise_on_a_line(room):
     room.works()
 
 
-def run(attack, arguments, program, folder):
-    print(attack.__name__.replace("_", " "), flush=True)
+def run(attack, arguments, program):
+    print(attack.__name__.replace("_", " "))
     with contextlib.ExitStack() as cleanup:
+        folder = cleanup.enter_context(tempfile.TemporaryDirectory(dir=program.parent))
         line = None
         if attack is noise_on_a_line:
             master, slave = pty.openpty()
@@ -364,9 +366,14 @@ def main():
         pathlib.Path(folder, "room.src").write_text(PROGRAM, encoding="utf-8")
         subprocess.run([arguments.arkc, "build", f"{folder}/room.src"], check=True, timeout=PATIENCE)
         while True:
-            for attack in ATTACKS:
-                if arguments.only in attack.__name__:
-                    run(attack, arguments, f"{folder}/room.pobj", folder)
+            attacks = [multiprocessing.Process(target=run, args=(attack, arguments, pathlib.Path(folder, "room.pobj")))
+                       for attack in ATTACKS if arguments.only in attack.__name__]
+            for attack in attacks:
+                attack.start()
+            for attack in attacks:
+                attack.join()
+            if any(attack.exitcode for attack in attacks):
+                sys.exit("The room did not go on.")
             if time.monotonic() >= until:
                 break
     print("The room went on.")
