@@ -63,9 +63,8 @@ class House:
         self.set_coils(0, [1 - self.coils[0]])
 
     async def move_blinds(self):
-        """A tenth of their way in a tenth of a second."""
         while True:
-            await asyncio.sleep(0.1)
+            await asyncio.sleep(self.options.travel / 10)
             way = self.registers[BLIND_WANTED] - self.registers[BLIND_POSITION]
             if way:
                 self.registers[BLIND_POSITION] += max(-10, min(10, way))
@@ -135,6 +134,7 @@ def main():
     parser = device.options("Simulated lights and blinds on Modbus TCP.", 7003)
     parser.add_argument("--busy", type=int, default=0, metavar="N", help="refuse the first N requests, exception 6")
     parser.add_argument("--drop-after", type=int, metavar="N", help="drop the connection after N answers, once")
+    parser.add_argument("--travel", type=float, default=1, metavar="SECONDS", help="how long the blinds take (%(default)s)")
     parser.add_argument("--jam", action="store_true", help="the blinds are jammed: exception 4")
     device.run(serve(parser.parse_args()))
 
