@@ -188,6 +188,13 @@ void ConfiguredPorts::switchIo(int number, bool isOn)
     }
 }
 
+std::optional<bool> ConfiguredPorts::ioState(int number) const
+{
+    const auto place = m_places.find({ Kind::Io, number });
+    const bool isLine = place != m_places.end() && place->second.line;
+    return isLine ? std::optional(place->second.line->isOn()) : std::nullopt;
+}
+
 void ConfiguredPorts::playIr(int emitter, const QByteArray &code, Play play)
 {
     Place *place = find(Kind::Ir, emitter);

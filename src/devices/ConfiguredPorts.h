@@ -42,6 +42,7 @@ public:
     void sendSerial(int port, const QByteArray &data) override;
     void switchRelay(int relay, bool isOn) override;
     void switchIo(int number, bool isOn) override;
+    std::optional<bool> ioState(int number) const override;
     void playIr(int emitter, const QByteArray &code, Play play) override;
     void endIr(int emitter) override;
     void queryIr(int number) override;

@@ -2,6 +2,8 @@
 #include <QByteArray>
 #include <QObject>
 
+#include <optional>
+
 struct SerialSetup;
 
 /// What stands behind the ports of device 5001: a door in both directions. Numbers count from 1: serial ports, relays
@@ -22,7 +24,8 @@ public:
     virtual void setUpSerial(int port, const SerialSetup &setup) = 0;
     virtual void sendSerial(int port, const QByteArray &data) = 0;
     virtual void switchRelay(int relay, bool isOn) = 0;
-    virtual void switchIo(int number, bool isOn) = 0; // makes it an output; on: low
+    virtual void switchIo(int number, bool isOn) = 0;             // makes it an output; on: low
+    virtual std::optional<bool> ioState(int) const { return {}; } // now, where it need not wait for ioChanged
     virtual void playIr(int emitter, const QByteArray &code, Play play) = 0;
     virtual void endIr(int emitter) = 0;
     virtual void queryIr(int number) = 0; // answered by irLearned

@@ -93,8 +93,9 @@ void PortManager::sendSerial(int port, const QByteArray &data)
 
 void PortManager::queryStatus(int port, int channel)
 {
-    if (port == Port::kIo) {
-        Q_EMIT gotPortStatus(port, channel, m_ios.isOn(channel) ? 1 : 0);
+    if (port == Port::kIo) { // the event that tells what a contact is at first may come later
+        const bool isOn = m_hardware->ioState(channel).value_or(m_ios.isOn(channel));
+        Q_EMIT gotPortStatus(port, channel, isOn ? 1 : 0);
     } else {
         monitorLog(MonitorMessageType::Error,
                    translated(QT_TRANSLATE_NOOP("messages", "Error: Wrong port status queried.")));

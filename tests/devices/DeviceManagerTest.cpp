@@ -82,6 +82,16 @@ struct RecordingLinks : PanelLink, ControllerLink, SocketOutputs
         return port == socketPort;
     }
 };
+
+/// One contact is closed before anybody has been told so.
+struct AskedPorts : SimulatedPorts
+{
+    int first = 0;
+    std::optional<bool> ioState(int number) const override
+    {
+        return number == first ? std::optional(true) : std::nullopt;
+    }
+};
 } // namespace
 
 Q_DECLARE_METATYPE(DeviceAddress)
@@ -123,7 +133,7 @@ private:
     std::unique_ptr<Interpreter> m_interpreter;
     std::unique_ptr<Dispatcher> m_dispatcher;
     std::unique_ptr<DeviceManager> m_devices;
-    SimulatedPorts *m_hardware = nullptr;
+    AskedPorts *m_hardware = nullptr;
     RecordingLinks m_links;
 };
 
@@ -137,7 +147,7 @@ void DeviceManagerTest::init()
     m_interpreter = std::make_unique<Interpreter>(*m_state);
     m_dispatcher = std::make_unique<Dispatcher>(*m_interpreter);
     m_dispatcher->prepare();
-    auto hardware = std::make_unique<SimulatedPorts>();
+    auto hardware = std::make_unique<AskedPorts>();
     m_hardware = hardware.get();
     m_devices = std::make_unique<DeviceManager>(std::move(hardware));
     m_links = {};
@@ -421,6 +431,8 @@ void DeviceManagerTest::portQuestions()
     QVERIFY(!m_devices->askPortChannel({ 5001, 18, 0 }, 3));
     m_hardware->ioChanged(3, true);
     QVERIFY(m_devices->askPortChannel({ 5001, 18, 0 }, 3));
+    m_hardware->first = 4; // closed from the start: the program is asked before it is told
+    QVERIFY(m_devices->askPortChannel({ 5001, 18, 1 }, 4));
 
     m_links.onQuery = [this] { m_devices->gotPortStatus(2, 18, 3, 1); };
     QVERIFY(m_devices->askPortChannel({ 5001, 18, 2 }, 3));
