@@ -1023,5 +1023,9 @@
         <source>its driver does not switch RS-485: %1</source>
         <translation>驱动程序不能切换 RS-485：%1</translation>
     </message>
+    <message>
+        <source>%1; before that %2 more were refused</source>
+        <translation>%1；此前还有 %2 次被拒绝</translation>
+    </message>
 </context>
 </TS>

@@ -67,7 +67,7 @@ QByteArray ConfiguredPorts::described() const
             }
             const Count &count = m_counts.at(static_cast<size_t>(name.number));
             port[QStringLiteral("bytesIn")] = count.in;
-            port[QStringLiteral("bytesOut")] = count.out;
+            port[QStringLiteral("bytesOut")] = place && place->serial ? place->serial->written() : count.out;
         }
         ports.append(port);
     }
@@ -143,12 +143,11 @@ void ConfiguredPorts::setUpSerial(int port, const SerialSetup &setup)
 
 void ConfiguredPorts::sendSerial(int port, const QByteArray &data)
 {
-    m_counts.at(static_cast<size_t>(port)).out += data.size();
     if (Place *place = find(Kind::Serial, port)) {
         if (place->serial) {
             place->serial->write(data);
         } else {
-            place->health.complain(place->entry.problem);
+            place->health.refuse(place->entry.problem);
         }
     } else {
         others().sendSerial(port, data);
@@ -160,13 +159,17 @@ void ConfiguredPorts::switchRelay(int relay, bool isOn)
     m_relays[relay] = isOn;
     if (Place *place = find(Kind::Relay, relay)) {
         if (!place->line) {
-            place->health.complain(place->entry.problem);
+            place->health.refuse(place->entry.problem);
         } else if (!place->line->set(isOn)) {
-            place->health.complain(
+            place->health.refuse(
                 translated(QT_TRANSLATE_NOOP("messages", "it is not there, and is switched when it is back")));
         }
     } else {
         others().switchRelay(relay, isOn);
+        const Place *board = find(Kind::Link, 1);
+        if (!board || !board->board || board->board->health().isOpen()) {
+            m_counts.at(static_cast<size_t>(port)).out += data.size();
+        }
     }
 }
 
@@ -181,9 +184,9 @@ void ConfiguredPorts::switchIo(int number, bool isOn)
         beginLine(*place, GpioLine::Direction::Output); // a contact that is used as an output is one
     }
     if (!place->line) {
-        place->health.complain(place->entry.problem);
+        place->health.refuse(place->entry.problem);
     } else if (!place->line->set(isOn)) {
-        place->health.complain(
+        place->health.refuse(
             translated(QT_TRANSLATE_NOOP("messages", "it is not there, and is switched when it is back")));
     }
 }
@@ -203,16 +206,16 @@ void ConfiguredPorts::playIr(int emitter, const QByteArray &code, Play play)
         return;
     }
     if (!place->emitter) {
-        place->health.complain(place->entry.problem);
+        place->health.refuse(place->entry.problem);
         return;
     }
     const std::optional<IrCode> parsed = IrCode::parse(code);
     const auto press = play == Play::Once ? InfraredEmitter::Press::Short : InfraredEmitter::Press::Held;
     if (!parsed) {
-        place->health.complain(
+        place->health.refuse(
             translated(QT_TRANSLATE_NOOP("messages", "the code is of another kind; arkctl ir build makes such codes")));
     } else if (!place->emitter->play(*parsed, press)) {
-        place->health.complain(
+        place->health.refuse(
             translated(QT_TRANSLATE_NOOP("messages", "the code is not sent: the device is away, or too many wait")));
     }
 }
@@ -350,6 +353,7 @@ void ConfiguredPorts::beginLine(Place &place, GpioLine::Direction direction)
     GpioLine::Setting setting = place.entry.line;
     setting.direction = direction;
     place.line.reset(); // lets go of it
+    m_counts.at(static_cast<size_t>(port)) = {};
     place.line = std::make_unique<GpioLine>(setting);
     GpioLine *const line = place.line.get();
     PortHealth &health = place.health;
@@ -381,7 +385,7 @@ void ConfiguredPorts::beginEmitter(Place &place)
     connect(emitter, &InfraredEmitter::opened, emitter, [&health] { health.setOpen(); });
     connect(emitter, &InfraredEmitter::lost, emitter, [&health](const QString &reason) { health.setLost(reason); });
     connect(emitter, &InfraredEmitter::failed, emitter, [&health](const QString &reason) { health.setFailed(reason); });
-    connect(emitter, &InfraredEmitter::refused, emitter, [&health](const QString &reason) { health.complain(reason); });
+    connect(emitter, &InfraredEmitter::refused, emitter, [&health](const QString &reason) { health.refuse(reason); });
     if (const std::optional<QString> problem = emitter->open()) {
         health.setFailed(*problem);
     } else {

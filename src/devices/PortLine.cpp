@@ -14,7 +14,7 @@ constexpr int kReadTogether = 4096; // the most that is handed over at once
 } // namespace
 
 /// The part of a PortLine on the ports thread.
-/// Owns: the line (a Qt child). Thread: the ports thread; setReading() and waiting() on any.
+/// Owns: the line (a Qt child). Thread: the ports thread; what says so on any.
 /// Ends: on its thread, after its port line.
 class PortLineWorker : public QObject, public PausableReader, public std::enable_shared_from_this<PortLineWorker>
 {
@@ -26,7 +26,10 @@ public:
         , m_line(new SerialLine(owner.health().device(), this))
     {
         connect(m_line, &SerialLine::readyRead, this, &PortLineWorker::readAvailable);
-        connect(m_line, &SerialLine::bytesWritten, this, &PortLineWorker::settle);
+        connect(m_line, &SerialLine::bytesWritten, this, [this](qint64 bytes) {
+            m_written += bytes;
+            settle(bytes);
+        });
         connect(m_line, &SerialLine::opened, this, [this] { onMainThread([](PortLine &port) { port.takeOpen(); }); });
         connect(m_line, &SerialLine::failed, this, [this](const QString &reason) { tellFailed(reason); });
         connect(m_line, &SerialLine::refused, this, [this](const QString &reason) {
@@ -41,8 +44,12 @@ public:
         });
     }
 
+    /// \name On any thread.
     qint64 waiting() const { return m_waiting; }
+    qint64 written() const { return m_written; }
     void addWaiting(qint64 bytes) { m_waiting += bytes; }
+    /// What was not sent since that was asked last.
+    std::pair<qint64, int> takeUnsent() { return { m_unsentBytes.exchange(0), m_unsentTimes.exchange(0) }; }
 
     void open()
     {
@@ -111,10 +118,11 @@ private:
 
     void tellUnsent(qint64 bytes)
     {
-        onMainThread([bytes](PortLine &port) {
-            port.m_health.complain(
-                translated(QT_TRANSLATE_NOOP("messages", "it is not open: %1 bytes were not sent")).arg(bytes));
-        });
+        m_unsentBytes += bytes;
+        if (m_unsentTimes++ > 0) {
+            return; // a program that sends and sends piles up nothing
+        }
+        onMainThread([](PortLine &port) { port.takeUnsent(); });
     }
 
     void tellFailed(const QString &reason)
@@ -139,6 +147,9 @@ private:
     SerialLine *m_line = nullptr;       // Qt child
     qint64 m_inLine = 0;                // bytes that it has not written
     std::atomic<qint64> m_waiting{ 0 }; // and those that are on the way to it
+    std::atomic<qint64> m_written{ 0 };
+    std::atomic<qint64> m_unsentBytes{ 0 }; // and how often, not told of yet
+    std::atomic<int> m_unsentTimes{ 0 };
     std::atomic<bool> m_isReading{ true };
     bool m_hasLost = false;
 };
@@ -167,14 +178,17 @@ void PortLine::setUp(const SerialSetup &setup)
 
 void PortLine::write(const QByteArray &data)
 {
-    const bool hasRoom = m_worker->waiting() <= kMostWaiting;
-    if (hasRoom) {
-        m_worker->addWaiting(data.size());
-        QMetaObject::invokeMethod(m_worker.get(), [worker = m_worker.get(), data] { worker->write(data); });
-    } else if (!m_isStuck) {
-        m_health.complain(translated(QT_TRANSLATE_NOOP("messages", "it takes nothing: what is sent is lost")));
+    if (m_worker->waiting() > kMostWaiting) {
+        m_health.refuse(translated(QT_TRANSLATE_NOOP("messages", "it takes nothing: what is sent is lost")));
+        return;
     }
-    m_isStuck = !hasRoom;
+    m_worker->addWaiting(data.size());
+    QMetaObject::invokeMethod(m_worker.get(), [worker = m_worker.get(), data] { worker->write(data); });
+}
+
+qint64 PortLine::written() const
+{
+    return m_worker->written();
 }
 
 void PortLine::finishWriting(int timeoutMs)
@@ -200,4 +214,11 @@ void PortLine::takeLoss()
 {
     m_health.setLost(translated(QT_TRANSLATE_NOOP("messages", "it hung up")));
     Q_EMIT openChanged(false);
+}
+
+void PortLine::takeUnsent()
+{
+    const auto [bytes, times] = m_worker->takeUnsent();
+    m_health.refuse(translated(QT_TRANSLATE_NOOP("messages", "it is not open: %1 bytes were not sent")).arg(bytes),
+                    times);
 }

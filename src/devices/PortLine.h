@@ -35,6 +35,8 @@ public:
     const PortHealth &health() const { return m_health; }
     const SerialSetup &setup() const { return m_setup; }
 
+    qint64 written() const; // bytes that the driver has taken
+
     void open();
     void setUp(const SerialSetup &setup);
     void write(const QByteArray &data);
@@ -49,9 +51,9 @@ private:
     void takeOpen();
     void takeFailure(const QString &reason);
     void takeLoss();
+    void takeUnsent();
 
     PortHealth m_health;
     SerialSetup m_setup{ SerialSetup::Protocol::Rs232, 115200, SerialSetup::Parity::None, 1 };
-    bool m_isStuck = false;
     std::shared_ptr<PortLineWorker> m_worker;
 };

@@ -1,5 +1,6 @@
 #include "devices/ConfiguredPorts.h"
 #include "MonitorLines.h"
+#include "base/Clock.h"
 #include "support/Files.h"
 #include "support/SerialPeer.h"
 #include "support/Table.h"
@@ -112,7 +113,7 @@ void ConfiguredPortsTest::everyByteBothWays()
     const QByteArray shown = QByteArray(R"({"port":"serial2","kind":"linux","device":")") +
                              m_peer->deviceFile().toUtf8() +
                              R"(","open":true,"lastError":"","settings":"31250,n,8,2","bytesIn":256,"bytesOut":256})";
-    QCOMPARE(port(QStringLiteral("serial2")), QJsonDocument::fromJson(shown).object());
+    QTRY_COMPARE(port(QStringLiteral("serial2")), QJsonDocument::fromJson(shown).object());
     m_ports->setUpSerial(2, { SerialSetup::Protocol::Rs485, 0, SerialSetup::Parity::None, 1 });
     QTRY_VERIFY(hasLine(QStringLiteral("the device does not take 0 baud")));
     QTRY_VERIFY(hasLine(QStringLiteral("its driver does not switch RS-485")));
@@ -143,16 +144,26 @@ void ConfiguredPortsTest::comesAndGoes()
     const QString link = m_directory->filePath(QStringLiteral("adapter"));
     QVERIFY(QFile::link(m_peer->deviceFile(), link));
     open("[serial1]\ndevice=" + link.toUtf8());
+    Clock clock(Clock::Drive::ByHand);
     QTRY_VERIFY(isOpen("serial1"));
     m_peer->hangUp();
     QTRY_COMPARE(m_seen, QStringLiteral("1- "));
     m_ports->sendSerial(1, "lost");
+    m_ports->sendSerial(1, QByteArray(64 * 1024, 'x')); // nobody reads it: it goes with the line
     QTRY_VERIFY(hasLine(QStringLiteral("it is not open: 4 bytes were not sent")));
+    QTRY_VERIFY(hasLine(QStringLiteral("bytes were not sent")));
+    clock.advance(10000);
     SerialPeer back;
     QVERIFY(QFile::remove(link));
     QVERIFY(QFile::link(back.deviceFile(), link));
+    m_lines.clear();
+    for (int more = 0; more < 3; ++more) {
+        m_ports->sendSerial(1, "lost");
+    }
+    QVERIFY(port(QStringLiteral("serial1"))[QLatin1String("bytesOut")].toInt() < 64 * 1024); // only what it took
     QTRY_COMPARE(m_seen, QStringLiteral("1- 1+ "));
-    QVERIFY(hasLine(QStringLiteral("is open again")));
+    QVERIFY(hasLine(QStringLiteral("is open again; before that 3 more were refused")));
+    QCOMPARE(m_lines.filter(QStringLiteral("not sent")), QStringList()); // a line each 10 s
     m_ports->sendSerial(1, "sent");
     QByteArray sent;
     QTRY_COMPARE(sent += back.receive(), QByteArray("sent"));
