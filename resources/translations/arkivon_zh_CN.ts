@@ -904,7 +904,7 @@
         <translation>没有端口 %1</translation>
     </message>
     <message>
-        <source>input comes at serial1 to serial8 and io1 to io8 only</source>
+        <source>input comes at serial1 to serial8, io1 to io8 and ir1 to ir4 only</source>
         <translation>只有 serial1 到 serial8 和 io1 到 io8 有输入</translation>
     </message>
     <message>
@@ -1022,6 +1022,30 @@
     <message>
         <source>its driver does not switch RS-485: %1</source>
         <translation>驱动程序不能切换 RS-485：%1</translation>
+    </message>
+    <message>
+        <source>%1: DeviceAllow of the service must name it</source>
+        <translation>%1：服务的 DeviceAllow 必须列出它</translation>
+    </message>
+    <message>
+        <source>%1: it belongs to root; a udev rule gives it to a group</source>
+        <translation>%1：它属于 root；用 udev 规则把它交给一个组</translation>
+    </message>
+    <message>
+        <source>%1: the controller's user must be in the group %2</source>
+        <translation>%1：控制器的用户必须属于组 %2</translation>
+    </message>
+    <message>
+        <source>the system's console</source>
+        <translation>系统控制台</translation>
+    </message>
+    <message>
+        <source>the input is not in hexadecimal</source>
+        <translation>输入不是十六进制</translation>
+    </message>
+    <message>
+        <source>it is no code; arkctl ir build makes such codes</source>
+        <translation>这不是编码；arkctl ir build 可以生成</translation>
     </message>
     <message>
         <source>%1; before that %2 more were refused</source>

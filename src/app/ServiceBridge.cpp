@@ -79,6 +79,11 @@ QByteArray ServiceBridge::ports()
     return m_ports ? m_ports->described() : LinkServices::ports();
 }
 
+QByteArray ServiceBridge::detectedDevices()
+{
+    return m_ports ? m_ports->detected() : LinkServices::detectedDevices();
+}
+
 LinkServices::Problem ServiceBridge::setPort(const QString &port, const QStringList &lines)
 {
     return m_ports ? m_ports->set(port, lines) : std::nullopt;

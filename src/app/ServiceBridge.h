@@ -30,6 +30,7 @@ public:
     QByteArray listenStatus() override;
     Problem setListenAddresses(const QStringList &list) override;
     QByteArray ports() override;
+    QByteArray detectedDevices() override;
     Problem setPort(const QString &port, const QStringList &lines) override;
     Problem putIntoPort(const QString &port, const QByteArray &data) override;
 

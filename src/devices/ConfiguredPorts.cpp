@@ -4,6 +4,7 @@
 #include "base/Messages.h"
 #include "base/Monitor.h"
 #include "base/StopSignals.h"
+#include "devices/DetectedDevices.h"
 #include "devices/IrCode.h"
 #include "devices/PortLine.h"
 #include "devices/PortSettings.h"
@@ -74,6 +75,15 @@ QByteArray ConfiguredPorts::described() const
     return QJsonDocument(ports).toJson(QJsonDocument::Compact);
 }
 
+QByteArray ConfiguredPorts::detected() const
+{
+    std::vector<PortEntry> entries;
+    for (const auto &[name, place] : m_places) {
+        entries.push_back(place.entry);
+    }
+    return DetectedDevices::described(entries);
+}
+
 std::optional<QString> ConfiguredPorts::set(const QString &port, const QStringList &lines)
 {
     const std::optional<PortName> name = PortName::parse(port);
@@ -102,8 +112,9 @@ std::optional<QString> ConfiguredPorts::set(const QString &port, const QStringLi
 std::optional<QString> ConfiguredPorts::simulate(const QString &port, const QByteArray &input)
 {
     const std::optional<PortName> name = PortName::parse(port);
-    if (!name || (name->kind != Kind::Serial && name->kind != Kind::Io)) {
-        return translated(QT_TRANSLATE_NOOP("messages", "input comes at serial1 to serial8 and io1 to io8 only"));
+    if (!name || name->kind == Kind::Relay || name->kind == Kind::Link) {
+        return translated(
+            QT_TRANSLATE_NOOP("messages", "input comes at serial1 to serial8, io1 to io8 and ir1 to ir4 only"));
     }
     if (const Place *place = find(name->kind, name->number) ? find(name->kind, name->number) : find(Kind::Link, 1)) {
         return translated(QT_TRANSLATE_NOOP("messages", "%1 is not simulated: it is %2"))
@@ -111,6 +122,11 @@ std::optional<QString> ConfiguredPorts::simulate(const QString &port, const QByt
     }
     if (name->kind == Kind::Serial) {
         takeSerial(name->number, input);
+    } else if (name->kind == Kind::Ir) {
+        if (!IrCode::parse(input)) {
+            return translated(QT_TRANSLATE_NOOP("messages", "it is no code; arkctl ir build makes such codes"));
+        }
+        Q_EMIT irLearned(name->number, input);
     } else if (input == "on" || input == "off") {
         Q_EMIT ioChanged(name->number, input == "on");
     } else {
@@ -150,6 +166,10 @@ void ConfiguredPorts::sendSerial(int port, const QByteArray &data)
             place->health.refuse(place->entry.problem);
         }
     } else {
+        const Place *board = find(Kind::Link, 1);
+        if (!board || !board->board || board->board->health().isOpen()) {
+            m_counts.at(static_cast<size_t>(port)).out += data.size();
+        }
         others().sendSerial(port, data);
     }
 }
@@ -166,10 +186,6 @@ void ConfiguredPorts::switchRelay(int relay, bool isOn)
         }
     } else {
         others().switchRelay(relay, isOn);
-        const Place *board = find(Kind::Link, 1);
-        if (!board || !board->board || board->board->health().isOpen()) {
-            m_counts.at(static_cast<size_t>(port)).out += data.size();
-        }
     }
 }
 
@@ -337,6 +353,7 @@ void ConfiguredPorts::addPlace(const PortEntry &entry)
 void ConfiguredPorts::beginSerial(Place &place)
 {
     const int port = place.entry.name.number;
+    m_counts.at(static_cast<size_t>(port)) = {};
     place.serial = std::make_unique<PortLine>(place.entry.name.text(), place.entry.device,
                                               PortLine::Input::WhileFollowed, thread(), m_backlog);
     connect(place.serial.get(), &PortLine::received, this,
@@ -353,7 +370,6 @@ void ConfiguredPorts::beginLine(Place &place, GpioLine::Direction direction)
     GpioLine::Setting setting = place.entry.line;
     setting.direction = direction;
     place.line.reset(); // lets go of it
-    m_counts.at(static_cast<size_t>(port)) = {};
     place.line = std::make_unique<GpioLine>(setting);
     GpioLine *const line = place.line.get();
     PortHealth &health = place.health;

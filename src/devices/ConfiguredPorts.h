@@ -32,9 +32,11 @@ public:
 
     QByteArray described() const; // every port, as a JSON array; docs/formats/link-frame.md, "ports?"
 
+    QByteArray detected() const; // every device that could stand behind one; "portdetect?" there
+
     /// Writes the section (lines "key=value"; none: without it) and applies the file. What is wrong, if anything.
     std::optional<QString> set(const QString &port, const QStringList &lines);
-    /// Puts input in at a simulated port: bytes, "on" or "off" of IO. What is wrong, if anything.
+    /// Puts input in at a simulated port: bytes, "on" or "off" of IO, a learned code. What is wrong, if anything.
     std::optional<QString> simulate(const QString &port, const QByteArray &input);
 
     void open() override;

@@ -62,6 +62,9 @@ void ConfiguredPortsTest::init()
     connect(m_ports.get(), &PortHardware::portOnline, this, [this](int port, bool isOnline) {
         m_seen += QStringLiteral("%1%2 ").arg(port).arg(QLatin1Char(isOnline ? '+' : '-'));
     });
+    connect(m_ports.get(), &PortHardware::irLearned, this, [this](int number, const QByteArray &code) {
+        m_seen += QStringLiteral("ir%1 %2 ").arg(number).arg(QString::fromLatin1(code.toHex()));
+    });
     connect(m_ports.get(), &PortHardware::ioChanged, this, [this](int number, bool isOn) {
         m_seen += QStringLiteral("io%1%2 ").arg(number).arg(QLatin1Char(isOn ? '+' : '-'));
     });
@@ -141,26 +144,26 @@ void ConfiguredPortsTest::aFloodArrivesWhole()
 
 void ConfiguredPortsTest::comesAndGoes()
 {
+    Clock clock(Clock::Drive::ByHand);
     const QString link = m_directory->filePath(QStringLiteral("adapter"));
     QVERIFY(QFile::link(m_peer->deviceFile(), link));
     open("[serial1]\ndevice=" + link.toUtf8());
-    Clock clock(Clock::Drive::ByHand);
     QTRY_VERIFY(isOpen("serial1"));
-    m_peer->hangUp();
-    QTRY_COMPARE(m_seen, QStringLiteral("1- "));
-    m_ports->sendSerial(1, "lost");
     m_ports->sendSerial(1, QByteArray(64 * 1024, 'x')); // nobody reads it: it goes with the line
-    QTRY_VERIFY(hasLine(QStringLiteral("it is not open: 4 bytes were not sent")));
+    m_peer->hangUp();
     QTRY_VERIFY(hasLine(QStringLiteral("bytes were not sent")));
     clock.advance(10000);
-    SerialPeer back;
-    QVERIFY(QFile::remove(link));
-    QVERIFY(QFile::link(back.deviceFile(), link));
+    QTRY_COMPARE(m_seen, QStringLiteral("1- "));
+    m_ports->sendSerial(1, "lost");
+    QTRY_VERIFY(hasLine(QStringLiteral("it is not open: 4 bytes were not sent")));
     m_lines.clear();
     for (int more = 0; more < 3; ++more) {
         m_ports->sendSerial(1, "lost");
     }
     QVERIFY(port(QStringLiteral("serial1"))[QLatin1String("bytesOut")].toInt() < 64 * 1024); // only what it took
+    SerialPeer back;
+    QVERIFY(QFile::remove(link));
+    QVERIFY(QFile::link(back.deviceFile(), link));
     QTRY_COMPARE(m_seen, QStringLiteral("1- 1+ "));
     QVERIFY(hasLine(QStringLiteral("is open again; before that 3 more were refused")));
     QCOMPARE(m_lines.filter(QStringLiteral("not sent")), QStringList()); // a line each 10 s
@@ -222,8 +225,10 @@ void ConfiguredPortsTest::simulatedInput_data()
     row("contact", "io8", "on", "io8+ ");
     row("contact opens", "io1", "off", "io1- ");
     row("neither", "io1", "maybe", "a contact is on or off");
-    row("no input", "relay1", "on", "input comes at serial1 to serial8 and io1 to io8 only");
-    row("no port", "x", "on", "input comes at serial1 to serial8 and io1 to io8 only");
+    row("no input", "relay1", "on", "input comes at serial1 to serial8, io1 to io8 and ir1 to ir4 only");
+    row("no port", "x", "on", "input comes at serial1 to serial8, io1 to io8 and ir1 to ir4 only");
+    row("learned", "ir2", QByteArray::fromHex("49525031 00009470 00000064"), "ir2 495250310000947000000064 ");
+    row("no code", "ir2", "IRP1", "it is no code; arkctl ir build makes such codes");
     row("a real one", "serial1", "a", "serial1 is not simulated: it is /nowhere");
 }
 

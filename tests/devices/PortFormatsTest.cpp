@@ -6,6 +6,8 @@
 #include "devices/SerialSetup.h"
 #include "devices/frames/PortFrames.h"
 #include "devices/frames/PortLinkParser.h"
+#include "devices/linux/SerialAdapters.h"
+#include "support/Files.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
 
@@ -27,6 +29,7 @@ private Q_SLOTS:
     void portsFile_data();
     void portsFile();
     void portsFileSections();
+    void serialAdapters();
     void remoteText();
     void irFiles_data();
     void irFiles();
@@ -243,6 +246,50 @@ void PortFormatsTest::portsFileSections()
     QCOMPARE(with(text, "io1", ""), QByteArray("# mine\n[serial1]\n# the projector\ndevice=a\n"));
     QCOMPARE(with(text, "relay2", "line=m|activeLow=true"), text + "[relay2]\nline=m\nactiveLow=true\n");
     QCOMPARE(with("", "serial1", "device=b"), QByteArray("[serial1]\ndevice=b\n"));
+}
+
+void PortFormatsTest::serialAdapters()
+{
+    // As the kernel has them: an adapter whose driver is two folders up, a line of the board behind its core's own
+    // drivers, a place for a chip without one, a line that udev has not made, and what is no line at all.
+    const QTemporaryDir root;
+    const auto pathOf = [&root](const QByteArray &file) {
+        const QString path = root.filePath(QString::fromLatin1(file));
+        return QDir().mkpath(QFileInfo(path).path()) ? path : QString();
+    };
+    const auto put = [&](const QByteArray &file, const QByteArray &text = {}) {
+        QVERIFY(writeFile(pathOf(file), text));
+    };
+    const auto link = [&](const QByteArray &from, const QByteArray &to) {
+        const QString target = pathOf(to + "/uevent");
+        QVERIFY(QFile::link(QFileInfo(target).path(), pathOf(from)));
+    };
+    put("sys/devices/usb1/1-1/product", "USB UART\n");
+    link("sys/devices/usb1/1-1/1-1:1.0/driver", "sys/bus/ftdi");
+    link("sys/class/tty/ttyUSB10/device", "sys/devices/usb1/1-1/1-1:1.0/ttyUSB10");
+    link("sys/class/tty/ttyUSB9/device", "sys/devices/usb1/1-1/1-1:1.0/ttyUSB9");
+    link("sys/devices/pnp/00:03/driver", "sys/bus/serial");
+    link("sys/devices/pnp/00:03/port/driver", "sys/bus/port");
+    for (const QByteArray line : { "ttyS0", "ttyS1", "ttyS2" }) {
+        link("sys/class/tty/" + line + "/device", "sys/devices/pnp/00:03/port");
+        put("sys/class/tty/" + line + "/type", line == "ttyS1" ? "0\n" : "4\n");
+    }
+    put("sys/class/tty/tty1/dev", "4:1");
+    put("sys/class/tty/console/active", "tty0 ttyS0\n");
+    for (const char *file : { "dev/ttyUSB9", "dev/ttyUSB10", "dev/ttyS0", "dev/ttyS1", "dev/tty1" }) {
+        put(file);
+    }
+    QVERIFY(QFile::link(root.filePath(QStringLiteral("dev/ttyUSB10")), pathOf("dev/serial/by-id/x")));
+    QStringList found;
+    for (const SerialAdapters::Found &each : SerialAdapters::all(root.path())) {
+        QStringList fields{ each.device, each.file, each.driver, each.product };
+        fields << QLatin1String(each.isConsole ? "console" : "");
+        found << fields.join(QLatin1Char(' ')).remove(root.path());
+    }
+    QCOMPARE(found, (QStringList{ QStringLiteral("/dev/ttyS0 /dev/ttyS0 serial  console"),
+                                  QStringLiteral("/dev/ttyUSB9 /dev/ttyUSB9 ftdi USB UART "),
+                                  QStringLiteral("/dev/serial/by-id/x /dev/ttyUSB10 ftdi USB UART ") }));
+    QVERIFY(SerialAdapters::all(root.filePath(QStringLiteral("nowhere"))).empty());
 }
 
 void PortFormatsTest::remoteText()

@@ -1,6 +1,7 @@
 #include "ControllerProcess.h"
 #include "net/client/LinkClient.h"
 #include "support/Files.h"
+#include "support/SerialPeer.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
 #include "support/ToolRun.h"
@@ -27,6 +28,7 @@ private Q_SLOTS:
     void outputs();
     void strangers_data();
     void strangers();
+    void ports();
     void jsonParses();
 };
 
@@ -300,6 +302,61 @@ void ToolsTest::strangers()
     QCOMPARE(said.count('\n'), 1);
 }
 
+void ToolsTest::ports()
+{
+    ControllerProcess controller;
+    INSTALLS(controller, "device dvLine = 5001:1:0\ndevice dvContact = 5001:18:0\n"
+                         "data_event [dvLine] { string: { send_string dvLine, \"'got ', data.text\" } }\n"
+                         "button_event [dvContact, 2] {\n"
+                         "    push: { if ([dvContact, 2]) { send_string dvLine, 'closed' } }\n"
+                         "    release: { if (not [dvContact, 2]) { send_string dvLine, 'open' } }\n"
+                         "}");
+    controller.start();
+    IS_UP(controller);
+    SerialPeer projector;
+    const auto run = [&controller](const QStringList &command) {
+        return arkctl(QStringList{ QStringLiteral("--host"), controller.address(), QStringLiteral("ports") } + command);
+    };
+    const auto shown = [&run](const char *port) {
+        for (const QByteArray &line : run({ QStringLiteral("--json") }).output.split('\n')) {
+            const QJsonObject object = QJsonDocument::fromJson(line).object();
+            if (object[QLatin1String("port")].toString() == QLatin1String(port)) {
+                return object;
+            }
+        }
+        return QJsonObject();
+    };
+    QCOMPARE(run(words("input serial1 hello")).status, 0);
+    SAYS(controller, "sended data is got hello");
+
+    const QString device = QStringLiteral("device=") + projector.deviceFile();
+    QCOMPARE(run({ QStringLiteral("set"), QStringLiteral("serial1"), device }).status, 0);
+    QCOMPARE(contentOf(controller.filePath(QStringLiteral("ports.ini"))), "[serial1]\n" + device.toUtf8() + '\n');
+    QTRY_VERIFY(shown("serial1")[QLatin1String("open")].toBool());
+    projector.send("PWR=ON");
+    QByteArray sent;
+    QTRY_COMPARE(sent += projector.receive(), QByteArray("got PWR=ON"));
+    QTRY_COMPARE(shown("serial1")[QLatin1String("bytesOut")].toInt(), 10);
+    QCOMPARE(shown("serial1")[QLatin1String("bytesIn")].toInt(), 6); // since it has that device
+    QCOMPARE(run(words("input io2 on")).status, 0);
+    QCOMPARE(run(words("input io2 off")).status, 0);
+    QTRY_COMPARE(sent += projector.receive(), QByteArray("got PWR=ONclosedopen"));
+
+    const ToolRun detected = run(words("detect --json"));
+    QVERIFY2(detected.status == 0, detected.errors.constData());
+    for (const QByteArray &line : detected.output.split('\n')) {
+        QVERIFY2(line.isEmpty() || QJsonDocument::fromJson(line).isObject(), line.constData());
+    }
+    for (const char *refused : { "input serial1 x", "input relay1 on", "input serial9 x", "input ir1 --hex 49525031",
+                                 "set serial1 speed=1", "set serial9", "set io1 bias=pull-up" }) {
+        const ToolRun ended = run(words(refused));
+        QVERIFY2(ended.status == 1 && !ended.errors.isEmpty(), refused);
+    }
+    QCOMPARE(run(words("input serial2 4 --hex")).status, 2);
+    QCOMPARE(run(words("set serial1")).status, 0);
+    QCOMPARE(shown("serial1")[QLatin1String("kind")].toString(), QStringLiteral("simulated"));
+}
+
 void ToolsTest::jsonParses()
 {
     ControllerProcess controller;
@@ -322,6 +379,7 @@ void ToolsTest::jsonParses()
         words("panel 10001 press 5 watch --for 0.1"),
         words("porttest udp-server") + QStringList{ freePort } + words("--for 0.1"),
         words("monitor --since 1h --no-follow"),
+        words("ports"),
     };
     for (const QStringList &command : commands) {
         const bool isBelow = command.first() == QLatin1String("listen"); // its flag stands before the word below

@@ -34,9 +34,11 @@ QString shown(const Command &command)
         return QStringLiteral("port %1 '%2'").arg(set->port, set->lines.join(QLatin1Char('|')));
     }
     if (const auto *put = std::get_if<PutIntoPort>(&command)) {
-        return QStringLiteral("input %1 %2").arg(put->port, QString::fromLatin1(put->data.toHex()));
+        const QByteArray data = put->data ? put->data->toHex() : QByteArray("?");
+        return QStringLiteral("input %1 %2").arg(put->port, QString::fromLatin1(data));
     }
-    const char *const plain[] = { "", "reboot", "", "", "date?", "", "", "listening?", "", "ports?" };
+    const char *const plain[] = { "",           "reboot", "",       "", "date?", "", "",
+                                  "listening?", "",       "ports?", "", "",      "", "detect" };
     return QString::fromLatin1(plain[command.index()]);
 }
 } // namespace
@@ -88,7 +90,12 @@ void ManagementCommandTest::reads_data()
     row("ports!relay1", "port relay1 ''");
     row("ports!", "");
     row("portinput!serial1\n410a", "input serial1 410a");
-    row("portinput!serial1", "");
+    row("portinput!serial1\n410A", "input serial1 410a");
+    row("portinput!serial1\n", "input serial1 ");
+    for (const QByteArray wrong : { "", "\n4", "\n410", "\n4x", "\n41 0a", "\n41\n41" }) {
+        row("portinput!serial1" + wrong, "input serial1 ?");
+    }
+    row("portdetect?", "detect");
     row("listenstatus?", "status ''");
     row("listenstatus?10.0.0.3\n10.0.0.4", "status '10.0.0.3\n10.0.0.4'");
     row("monitorhistory?600000", "history 600000");

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 
@@ -41,6 +42,23 @@ std::optional<QString> DeviceFile::whyNoCharacterDevice(const QString &file)
     }
     return S_ISDIR(status.st_mode) ? translated(QT_TRANSLATE_NOOP("messages", "it is a folder, not a device"))
                                    : translated(QT_TRANSLATE_NOOP("messages", "it is a file, not a device"));
+}
+
+QString DeviceFile::whyRefused(const QString &file, int error)
+{
+    const QString reason = qt_error_string(error);
+    const QString group = QFileInfo(file).group();
+    if (error == EPERM) {
+        return translated(QT_TRANSLATE_NOOP("messages", "%1: DeviceAllow of the service must name it")).arg(reason);
+    }
+    if (error != EACCES) {
+        return reason;
+    }
+    return group.isEmpty() || group == QLatin1String("root")
+               ? translated(QT_TRANSLATE_NOOP("messages", "%1: it belongs to root; a udev rule gives it to a group"))
+                     .arg(reason)
+               : translated(QT_TRANSLATE_NOOP("messages", "%1: the controller's user must be in the group %2"))
+                     .arg(reason, group);
 }
 
 QString DeviceFile::holder(const QString &file)

@@ -1,8 +1,10 @@
 #include "devices/linux/GpioChips.h"
 
 #include "base/Messages.h"
+#include "devices/linux/DeviceFile.h"
 
 #include <QDir>
+#include <QFile>
 #include <QStringList>
 
 #include <algorithm>
@@ -23,7 +25,8 @@ int numberOf(const QString &chipName)
     return chipName.mid(static_cast<int>(qstrlen("gpiochip"))).toInt();
 }
 
-QString noSuchLine(const QString &line, const std::vector<GpioChips::Chip> &chips, const QString &refusal)
+QString noSuchLine(const QString &line, const std::vector<GpioChips::Chip> &chips,
+                   const std::vector<GpioChips::Refusal> &refusals)
 {
     QStringList known;
     for (const GpioChips::Chip &chip : chips) {
@@ -33,27 +36,27 @@ QString noSuchLine(const QString &line, const std::vector<GpioChips::Chip> &chip
         return translated(QT_TRANSLATE_NOOP("messages", "There is no GPIO line %1. The chips are: %2"))
             .arg(line, known.join(QStringLiteral(", ")));
     }
-    return refusal.isEmpty()
+    return refusals.empty()
                ? translated(QT_TRANSLATE_NOOP("messages", "There is no GPIO chip for the line %1")).arg(line)
-               : refusal;
+               : QStringLiteral("%1: %2").arg(refusals.back().file, refusals.back().reason);
 }
 } // namespace
 
-std::vector<GpioChips::Chip> GpioChips::open(QString *refusal)
+std::vector<GpioChips::Chip> GpioChips::open(std::vector<Refusal> *refusals)
 {
     QStringList names = QDir(QStringLiteral("/dev")).entryList({ QStringLiteral("gpiochip*") }, QDir::System);
     std::sort(names.begin(), names.end(), [](const auto &a, const auto &b) { return numberOf(a) < numberOf(b); });
     std::vector<Chip> chips;
     for (const QString &name : qAsConst(names)) {
-        const QByteArray path = "/dev/" + name.toLocal8Bit();
-        Chip chip{ Descriptor(::open(path.constData(), O_RDWR | O_CLOEXEC)), name, {}, 0 };
+        const QString path = QStringLiteral("/dev/") + name;
+        Chip chip{ Descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_CLOEXEC)), name, {}, 0 };
         gpiochip_info info{};
         if (chip.descriptor.isOpen() && ioctl(chip.descriptor.get(), GPIO_GET_CHIPINFO_IOCTL, &info) == 0) {
             chip.label = fromKernel(info.label);
             chip.lineCount = info.lines;
             chips.push_back(std::move(chip));
-        } else if (refusal) {
-            *refusal = QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(path), qt_error_string(errno));
+        } else if (refusals) {
+            refusals->push_back({ path, DeviceFile::whyRefused(path, errno) });
         }
     }
     return chips;
@@ -72,8 +75,8 @@ GpioChips::Line GpioChips::line(const Chip &chip, quint32 offset)
 
 std::variant<GpioChips::Place, QString> GpioChips::find(const QString &line)
 {
-    QString refusal;
-    std::vector<Chip> chips = open(&refusal);
+    std::vector<Refusal> refusals;
+    std::vector<Chip> chips = open(&refusals);
     const QString chipName = line.left(line.lastIndexOf(QLatin1Char(':')));
     bool isNumber = false;
     const quint32 number = line.mid(chipName.size() + 1).toUInt(&isNumber);
@@ -95,5 +98,5 @@ std::variant<GpioChips::Place, QString> GpioChips::find(const QString &line)
             }
         }
     }
-    return noSuchLine(line, chips, refusal);
+    return noSuchLine(line, chips, refusals);
 }

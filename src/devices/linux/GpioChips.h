@@ -28,8 +28,14 @@ struct Chip
     quint32 lineCount = 0;
 };
 
-/// In the order of their numbers; those that cannot be opened are left out, the last reason is in *refusal.
-std::vector<Chip> open(QString *refusal = nullptr);
+struct Refusal
+{
+    QString file;
+    QString reason;
+};
+
+/// In the order of their numbers; those that cannot be opened are in *refusals.
+std::vector<Chip> open(std::vector<Refusal> *refusals = nullptr);
 Line line(const Chip &chip, quint32 offset);
 
 struct Place

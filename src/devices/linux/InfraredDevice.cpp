@@ -1,6 +1,7 @@
 #include "devices/linux/InfraredDevice.h"
 
 #include "base/Messages.h"
+#include "devices/linux/DeviceFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -55,7 +56,7 @@ std::vector<InfraredDevice::Found> InfraredDevice::all()
     const QStringList names = folder.entryList({ QStringLiteral("lirc*") }, QDir::System, QDir::Name);
     for (const QString &name : names) {
         const Descriptor descriptor = opened(folder.filePath(name), O_RDONLY);
-        const QString refusal = descriptor.isOpen() ? QString() : qt_error_string(errno);
+        const QString refusal = descriptor.isOpen() ? QString() : DeviceFile::whyRefused(folder.filePath(name), errno);
         const quint32 features = featuresOf(descriptor).value_or(0);
         found.push_back({ folder.filePath(name), (features & LIRC_CAN_SEND_PULSE) != 0,
                           (features & LIRC_CAN_REC_MODE2) != 0, refusal });

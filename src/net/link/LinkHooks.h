@@ -83,7 +83,8 @@ public:
     virtual Problem setListenAddresses(const QStringList &list) = 0; // main thread
 
     /// \name The controller's own ports; main thread. The name of a port, and what to set, as ports.ini has them.
-    virtual QByteArray ports() { return "[]"; } // a JSON array, an object a port
+    virtual QByteArray ports() { return "[]"; }           // a JSON array, an object a port
+    virtual QByteArray detectedDevices() { return "[]"; } // the same of what could stand behind them
     virtual Problem setPort(const QString &, const QStringList &) { return std::nullopt; }
     virtual Problem putIntoPort(const QString &, const QByteArray &) { return std::nullopt; }
 };

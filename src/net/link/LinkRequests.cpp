@@ -130,12 +130,22 @@ void LinkRequests::perform(SocketClient &client, const Management::Command &comm
             });
         },
         [&](const AskPorts &) { requestPorts(0, [] { return std::nullopt; }); },
+        [&](const DetectDevices &) {
+            request(0, [this, weak = client.weak_from_this()] {
+                if (const auto asker = weak.lock()) {
+                    asker->sendPlain(LinkCode::kTextReply, "portdetect:" + m_hooks.services.detectedDevices());
+                }
+            });
+        },
         [&](const SetPort &set) {
             requestPorts(set.lines.join(QString()).size(),
                          [this, set] { return m_hooks.services.setPort(set.port, set.lines); });
         },
         [&](const PutIntoPort &put) {
-            requestPorts(put.data.size(), [this, put] { return m_hooks.services.putIntoPort(put.port, put.data); });
+            requestPorts(put.data ? put.data->size() : 0, [this, put]() -> LinkServices::Problem {
+                return put.data ? m_hooks.services.putIntoPort(put.port, *put.data)
+                                : translated(QT_TRANSLATE_NOOP("messages", "the input is not in hexadecimal"));
+            });
         },
         [&](const AskMonitorHistory &ask) { tellPast(client, ask.ageMs); },
     };

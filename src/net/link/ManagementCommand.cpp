@@ -82,8 +82,9 @@ Parsed parseSetPort(const QString &text)
 Parsed parsePutIntoPort(const QString &text)
 {
     const QStringList fields = text.mid(text.indexOf(QLatin1Char('!')) + 1).split(QLatin1Char('\n'));
-    return fields.size() == 2 ? Parsed(PutIntoPort{ fields.at(0), QByteArray::fromHex(fields.at(1).toLatin1()) })
-                              : std::nullopt;
+    const QByteArray hex = fields.value(1).toLatin1().toLower();
+    const QByteArray data = QByteArray::fromHex(hex);
+    return PutIntoPort{ fields.at(0), fields.size() == 2 && data.toHex() == hex ? std::optional(data) : std::nullopt };
 }
 
 Parsed parseMonitorHistory(const QString &text)
@@ -126,6 +127,7 @@ constexpr Row kRows[] = {
     { "listening?", Match::Whole, parsePlain<AskListenAddresses> },
     { "listenstatus?", Match::Prefix, [](const QString &text) { return parseText<AskListenStatus>(text, 13); } },
     { "ports?", Match::Whole, parsePlain<AskPorts> },
+    { "portdetect?", Match::Whole, parsePlain<DetectDevices> },
     { "ports!", Match::Prefix, parseSetPort },
     { "portinput!", Match::Prefix, parsePutIntoPort },
     { "monitorhistory?", Match::Prefix, parseMonitorHistory },

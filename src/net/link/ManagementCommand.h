@@ -50,15 +50,18 @@ struct SetPort // what stands behind it
 struct PutIntoPort // as if it had come in from there
 {
     QString port;
-    QByteArray data; // bytes, or "on" or "off"
+    std::optional<QByteArray> data; // bytes, or "on" or "off"; nothing: they are not in hexadecimal
 };
+struct DetectDevices // that could stand behind a port
+{};
 struct AskMonitorHistory
 {
     qint64 ageMs = 0; // of the oldest line wanted
 };
 
-using Command = std::variant<SetSystemNumber, Reboot, UseDhcp, UseStaticIp, AskDateTime, SetDateTime, AskIrCode,
-                             AskListenAddresses, AskListenStatus, AskPorts, SetPort, PutIntoPort, AskMonitorHistory>;
+using Command =
+    std::variant<SetSystemNumber, Reboot, UseDhcp, UseStaticIp, AskDateTime, SetDateTime, AskIrCode, AskListenAddresses,
+                 AskListenStatus, AskPorts, SetPort, PutIntoPort, AskMonitorHistory, DetectDevices>;
 
 /// Reads a command; nothing when it is unknown or its fields do not fit, it is then ignored.
 std::optional<Command> parse(const QByteArray &text);

@@ -220,28 +220,49 @@ std::string linkState(Form form, const LinkState &state)
 }
 
 namespace {
-/// One line of the table; the last column is as long as it is.
-std::string portRow(const std::array<std::string, 8> &columns)
+/// One line of a table; the last column is as long as it is.
+std::string tableRow(std::initializer_list<size_t> widths, std::vector<std::string> columns)
 {
-    constexpr std::array<size_t, 7> kWidths = { 9, 11, 24, 10, 20, 10, 10 };
+    size_t column = 0;
     std::string line;
-    for (size_t column = 0; column < kWidths.size(); ++column) {
-        const std::string &text = columns.at(column);
-        const size_t width = kWidths.at(column);
+    for (const size_t width : widths) {
+        const std::string &text = columns.at(column++);
         line += text + std::string(text.size() < width ? width - text.size() : 1, ' ');
     }
-    line += columns.back();
+    line += columns.at(column);
     return line.erase(line.find_last_not_of(' ') + 1);
+}
+
+std::string portRow(const std::vector<std::string> &columns)
+{
+    return tableRow({ 9, 11, 24, 10, 20, 10, 10 }, columns);
+}
+
+std::string deviceRow(const std::vector<std::string> &columns)
+{
+    return tableRow({ 10, 32, 32 }, columns);
+}
+
+std::string fieldOf(const Json &object, const char *key)
+{
+    const auto value = object.find(key);
+    return value == object.end() ? std::string()
+           : value->is_string()  ? escaped(QByteArray::fromStdString(*value))
+                                 : value->dump();
+}
+
+std::string joined(std::initializer_list<std::string> texts)
+{
+    std::string all;
+    for (const std::string &text : texts) {
+        all += (all.empty() || text.empty() ? "" : ", ") + text;
+    }
+    return all;
 }
 
 std::string portLine(const Json &port)
 {
-    const auto shown = [&port](const char *key) {
-        const auto value = port.find(key);
-        return value == port.end()  ? std::string()
-               : value->is_string() ? escaped(QByteArray::fromStdString(*value))
-                                    : value->dump();
-    };
+    const auto shown = [&port](const char *key) { return fieldOf(port, key); };
     const std::string open = shown("open");
     return portRow({ shown("port"), shown("kind"), shown("device"),
                      open == "true"    ? "open"
@@ -249,9 +270,26 @@ std::string portLine(const Json &port)
                                        : "",
                      shown("settings"), shown("bytesIn"), shown("bytesOut"), shown("lastError") });
 }
-} // namespace
 
-std::optional<std::vector<std::string>> ports(Form form, const QByteArray &json)
+std::string deviceLine(const Json &device)
+{
+    const auto shown = [&device](const char *key) { return fieldOf(device, key); };
+    if (const std::string count = shown("count"); !count.empty()) {
+        return count + " more are left out";
+    }
+    const auto with = [](const char *prefix, const std::string &text) { return text.empty() ? text : prefix + text; };
+    const bool canLearn = shown("receives") == "true" && shown("sends") == "false";
+    const std::string what =
+        joined({ shown("file"), shown("driver"), shown("product"), shown("line"),
+                 shown("sends") == "true" ? "sends" : "", shown("receives") == "true" ? "receives" : "" });
+    const std::string state = joined({ shown("port"), shown("port").empty() ? with("in use by ", shown("usedBy")) : "",
+                                       shown("problem"), with("arkctl ports set ", shown("set")),
+                                       canLearn ? "arkctl ir learn --device " + shown("device") : "" });
+    return deviceRow({ shown("kind"), shown("device"), what, state });
+}
+
+std::optional<std::vector<std::string>> table(Form form, const QByteArray &json, const std::string &heading,
+                                              std::string (*line)(const Json &))
 {
     const Json list = Json::parse(json.begin(), json.end(), nullptr, false);
     if (!list.is_array()) {
@@ -259,11 +297,24 @@ std::optional<std::vector<std::string>> ports(Form form, const QByteArray &json)
     }
     std::vector<std::string> lines;
     if (form == Form::Text) {
-        lines.push_back(portRow({ "port", "kind", "device", "", "settings", "in", "out", "last error" }));
+        lines.push_back(heading);
     }
-    for (const Json &port : list) {
-        lines.push_back(form == Form::Json ? dump(port) : portLine(port));
+    for (const Json &each : list) {
+        lines.push_back(form == Form::Json ? dump(each) : line(each));
     }
     return lines;
+}
+} // namespace
+
+std::optional<std::vector<std::string>> ports(Form form, const QByteArray &json)
+{
+    return table(form, json, portRow({ "port", "kind", "device", "", "settings", "in", "out", "last error" }),
+                 portLine);
+}
+
+std::optional<std::vector<std::string>> detectedDevices(Form form, const QByteArray &json)
+{
+    return table(form, json, deviceRow({ "kind", "device", "what it is", "its port, or how to give it one" }),
+                 deviceLine);
 }
 } // namespace Rendering

@@ -35,4 +35,6 @@ std::string linkState(Form form, const LinkState &state);
 
 /// Reads what follows "ports:", a line a port; nothing when it is something else.
 std::optional<std::vector<std::string>> ports(Form form, const QByteArray &json);
+/// The same of what follows "portdetect:", a line a device.
+std::optional<std::vector<std::string>> detectedDevices(Form form, const QByteArray &json);
 } // namespace Rendering

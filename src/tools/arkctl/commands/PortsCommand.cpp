@@ -23,10 +23,13 @@ void PortsCommand::take(const QByteArray &reply)
 {
     const QByteArray failed = "failed:";
     const QByteArray ports = "ports:";
+    const QByteArray detected = "portdetect:";
     if (reply.startsWith(failed)) {
         fail(Rendering::escaped(reply.mid(failed.size())), "arkctl ports shows what is there");
-    } else if (reply.startsWith(ports)) {
-        const std::optional<std::vector<std::string>> lines = Rendering::ports(m_form, reply.mid(ports.size()));
+    } else if (reply.startsWith(ports) || reply.startsWith(detected)) {
+        const std::optional<std::vector<std::string>> lines =
+            reply.startsWith(ports) ? Rendering::ports(m_form, reply.mid(ports.size()))
+                                    : Rendering::detectedDevices(m_form, reply.mid(detected.size()));
         if (!lines) {
             fail("no ports in the answer of " + options().endpoint.text(), "is it a controller of this kind?");
             return;
@@ -80,26 +83,32 @@ Command portsCommand(CommandLine::Word &app)
     word->explain({ "Without a command it shows every port: its kind, its device and whether that is "
                     "open, how it is set up, the bytes that came and went, and what was last wrong.",
                     { { "arkctl ports", "" },
+                      { "arkctl ports detect", "what could stand behind them" },
                       { "arkctl ports set relay1 line=gpiochip0:17", "" },
                       { "arkctl ports set serial1", "simulated again" },
                       { "arkctl ports input serial1 --hex '4F 4B 0D'", "" },
                       { "arkctl ports input io1 on", "" } } });
     addJsonFlag(*word, arguments->wantsJson,
                 "One JSON object per line: port, kind and, where they apply, device, "
-                "open, settings, bytesIn, bytesOut, lastError");
+                "open, settings, bytesIn, bytesOut, lastError; of detect kind, device, port, set, usedBy, problem");
+    CommandLine::Word *const detect = word->addWord(
+        "detect", "Show the serial adapters, GPIO lines and infrared devices of the controller's machine");
     CommandLine::Word *const set = word->addWord("set", "Write ports.ini and use it at once");
     set->add("PORT", arguments->port, "serial1, relay1, io1, ir1 or portLink").required();
     set->add("KEY=VALUE", arguments->lines, "As in ports.ini; none: no device any more");
     CommandLine::Word *const input = word->addWord("input", "Put something in at a simulated port");
-    input->add("PORT", arguments->port, "serial1 to serial8, io1 to io8").required();
+    input->add("PORT", arguments->port, "serial1 to serial8, io1 to io8, ir1 to ir4").required();
     input->add("INPUT", arguments->input, "What comes in; on or off of io").required();
     input->addFlag("--hex", arguments->isHex, "INPUT is hexadecimal");
+    detect->takesOptionsAbove();
     set->takesOptionsAbove();
     input->takesOptionsAbove();
-    const auto run = [set, input, arguments](const RunOptions &options) {
-        return set->isGiven()     ? runSet(*arguments, options)
-               : input->isGiven() ? runInput(*arguments, options)
-                                  : PortsCommand(options, "ports?", formOf(arguments->wantsJson)).run();
+    const auto run = [detect, set, input, arguments](const RunOptions &options) {
+        return set->isGiven() ? runSet(*arguments, options)
+               : input->isGiven()
+                   ? runInput(*arguments, options)
+                   : PortsCommand(options, detect->isGiven() ? "portdetect?" : "ports?", formOf(arguments->wantsJson))
+                         .run();
     };
     return { word, run };
 }
