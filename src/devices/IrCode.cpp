@@ -9,7 +9,7 @@
 namespace {
 constexpr quint32 kLowestCarrierHz = 10000;
 constexpr quint32 kHighestCarrierHz = 1000000;
-constexpr quint32 kRepeatFollows = 0;
+constexpr quint32 kNextPart = 0;
 constexpr int kHeadBytes = 8; // "IRP1" and the carrier
 constexpr int kDurationBytes = 4;
 
@@ -71,14 +71,15 @@ std::vector<IrCode::Burst> IrCode::bursts(const Durations &durations)
 bool IrCode::isValid() const
 {
     return (carrierHz == 0 || (carrierHz >= kLowestCarrierHz && carrierHz <= kHighestCarrierHz)) && !once.empty() &&
-           once.size() + repeat.size() <= kMostDurations && canBeSent(once) && canBeSent(repeat);
+           once.size() + repeat.size() + toggled.size() <= kMostDurations && canBeSent(once) && canBeSent(repeat) &&
+           canBeSent(toggled);
 }
 
 std::optional<IrCode> IrCode::parse(const QByteArray &data)
 {
     const int count = (data.size() - kHeadBytes) / kDurationBytes;
     if (!isCode(data) || data.size() < kHeadBytes || data.size() % kDurationBytes != 0 ||
-        count > static_cast<int>(kMostDurations) + 1) {
+        count > static_cast<int>(kMostDurations) + 2) {
         return std::nullopt;
     }
     QDataStream stream(data.mid(static_cast<int>(qstrlen("IRP1"))));
@@ -88,9 +89,17 @@ std::optional<IrCode> IrCode::parse(const QByteArray &data)
     for (quint32 &duration : durations) {
         stream >> duration;
     }
-    const auto repeat = std::find(durations.begin(), durations.end(), kRepeatFollows);
+    const auto end = durations.end();
+    const auto repeat = std::find(durations.begin(), end, kNextPart);
+    const auto toggled = repeat == end ? end : std::find(repeat + 1, end, kNextPart);
     code.once.assign(durations.begin(), repeat);
-    code.repeat = repeat == durations.end() ? code.once : Durations(repeat + 1, durations.end());
+    code.repeat = repeat == end ? code.once : Durations(repeat + 1, toggled);
+    if (toggled != end) {
+        code.toggled.assign(toggled + 1, end);
+        if (code.toggled.empty()) {
+            return std::nullopt;
+        }
+    }
     return code.isValid() ? std::optional(code) : std::nullopt;
 }
 
@@ -100,14 +109,19 @@ QByteArray IrCode::written() const
     QDataStream stream(&data, QIODevice::WriteOnly);
     stream.writeRawData("IRP1", static_cast<int>(qstrlen("IRP1")));
     stream << carrierHz;
-    for (const quint32 duration : once) {
-        stream << duration;
-    }
-    if (repeat != once) {
-        stream << kRepeatFollows;
-        for (const quint32 duration : repeat) {
+    const auto write = [&stream](const Durations &durations) {
+        for (const quint32 duration : durations) {
             stream << duration;
         }
+    };
+    write(once);
+    if (repeat != once || !toggled.empty()) {
+        stream << kNextPart;
+        write(repeat);
+    }
+    if (!toggled.empty()) {
+        stream << kNextPart;
+        write(toggled);
     }
     return data;
 }
@@ -119,7 +133,7 @@ std::optional<IrCode> IrCode::learned(quint32 carrierHz, const Durations &receiv
     if (frames.empty() || frames.front().pulses.size() < kFewest) {
         return std::nullopt;
     }
-    IrCode code{ carrierHz, frame(frames.front()), frame(frames.front()) };
+    IrCode code{ carrierHz, frame(frames.front()), frame(frames.front()), {} };
     if (isSony(code.once)) {
         for (int again = 0; again < 2; ++again) {
             code.once.insert(code.once.end(), code.repeat.begin(), code.repeat.end());

@@ -13,6 +13,7 @@ struct IrCode
     quint32 carrierHz = 38000; // 0: the pulses are not modulated
     Durations once;            // sent at the press, whole
     Durations repeat;          // sent again and again after it while the button is held; empty: nothing is
+    Durations toggled; // every other press sends and repeats this instead: a bit tells presses apart; empty: none does
 
     bool operator==(const IrCode &) const = default;
 

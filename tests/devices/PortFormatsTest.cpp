@@ -362,7 +362,9 @@ QByteArray shown(const IrCode::Durations &durations)
 
 QByteArray shown(const std::optional<IrCode> &code)
 {
-    return code ? QByteArray::number(code->carrierHz) + ": " + shown(code->once) + " / " + shown(code->repeat) : "none";
+    return code ? QByteArray::number(code->carrierHz) + ": " + shown(code->once) + " / " + shown(code->repeat) +
+                      (code->toggled.empty() ? "" : " / " + shown(code->toggled))
+                : "none";
 }
 
 /// "IRP1", the carrier and the durations as text: their bytes.
@@ -392,7 +394,9 @@ void PortFormatsTest::irCodes_data()
     row("its own repeat", irData("38000 9000 4500 560 40000 0 9000 2250 560"),
         "38000: 9000 4500 560 40000 / 9000 2250 560");
     row("never repeated", irData("0 900 450 0"), "0: 900 450 / ");
-    row("two marks", irData("38000 900 0 900 0"), "none");
+    row("every other press", irData("38000 900 450 0 900 450 0 800 450"), "38000: 900 450 / 900 450 / 800 450");
+    row("no other press", irData("38000 900 0 900 0"), "none");
+    row("three marks", irData("38000 900 0 900 0 800 0"), "none");
     row("nothing to send once", irData("38000 0 900"), "none");
     row("no durations", irData("38000"), "none");
     row("cut", irData("38000 900 450").chopped(1), "none");

@@ -223,15 +223,15 @@ void ArkctlTest::irNotations_data()
                           " 563 39877 repeat 9008 2252 563 96177");
     row("necx 12340F", "raw 38000 9008 4504" + distances("01001000 00101100 11110000 00001111") +
                            " 563 43255 repeat 9008 2252 563 96177");
-    // Start bits 1 1, toggle 0, address 00000, command 000001; a 1 is a space and a pulse of 889 us.
-    row("rc5 0001", "raw 36000 889 889 1778 889" + repeated(9, " 889 889") + " 889 1778 889 89775");
-    row("rc5 0001 toggle", "raw 36000 889 889 889 889 1778" + repeated(9, " 889 889") + " 1778 889 89775");
-    row("rc5 0041", "raw 36000 1778" + repeated(11, " 889 889") + " 1778 889 89775"); // the second start bit 0
+    // Start bits 1 1, toggle 0 or 1, address 00000, command 000001; a 1 is a space and a pulse of 889 us.
+    row("rc5 0001", "raw 36000 889 889 1778 889" + repeated(9, " 889 889") + " 889 1778 889 89775 toggle" +
+                        " 889 889 889 889 1778" + repeated(9, " 889 889") + " 1778 889 89775");
+    row("rc5 0041", "raw 36000 1778" + repeated(11, " 889 889") + " 1778 889 89775 toggle 1778 1778 1778" +
+                        repeated(9, " 889 889") + " 1778 889 89775"); // the second start bit 0
     // Leader, 1, mode 000, trailer 0 of twice the width, address 00, command 01; a 1 is a pulse and a space of 444 us.
-    row("rc6 0001",
-        "raw 36000 2664 888 444 888 444 444 444 444 444 888 888" + repeated(14, " 444 444") + " 444 888 84356");
-    row("rc6 0001 toggle",
-        "raw 36000 2664 888 444 888 444 444 444 444 1332 1332" + repeated(14, " 444 444") + " 888 84356");
+    row("rc6 0001", "raw 36000 2664 888 444 888 444 444 444 444 444 888 888" + repeated(14, " 444 444") +
+                        " 444 888 84356 toggle 2664 888 444 888 444 444 444 444 1332 1332" + repeated(14, " 444 444") +
+                        " 888 84356");
     // Command 0010101 and device 00001 from the lowest bit: 1200 us for a 1. Three times, every 45 ms.
     const QByteArray sony = " 2400 600 1200 600 600 600 1200 600 600 600 1200 600 600 600 600 600 1200" +
                             repeated(3, " 600 600") + " 600 600 25800";
@@ -239,13 +239,15 @@ void ArkctlTest::irNotations_data()
     row("pronto 0000 006D 0001 0001 0156 00AB 0156 0055", "raw 38029 8993 4497 repeat 8993 2235");
     row("Pronto 0100 006D 0000 0001 0156 00AB", "raw 0 8993 4497");
     row("raw 38000 pulse 900, space 450, pulse 56 repeat", "raw 38000 900 450 56 repeat");
+    row("raw 38000 900 repeat 50 toggle 800", "raw 38000 900 repeat 50 toggle 800");
     row("raw 38000 -900", "no duration of a pulse: -900");
     row("raw 38000 900 +450", "no duration of a space: +450");
     row("raw 38000 900 pulse 450", "no duration of a space: pulse");
     row("raw 900", "durations are 1 to 1000000 us");
     row("raw hz 900", "the carrier in Hz must follow raw");
     row("nec", "one hexadecimal number must follow nec, and nothing else");
-    row("nec 0x04FB toggle", "nec has no toggle bit");
+    row("rc5 0001 toggle", "one hexadecimal number must follow rc5, and nothing else");
+    row("raw 38000 900 toggle 800 toggle 700", "no duration of a space: toggle");
     row("sony12 20 10015", "one hexadecimal number must follow sony12, and nothing else");
     row("sony12 10115", "a sony12 code is a hexadecimal number DD00CC");
     row("pronto 5000 0000 0000 0000", "only learned codes can be read");

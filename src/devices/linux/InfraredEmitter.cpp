@@ -48,7 +48,12 @@ bool InfraredEmitter::play(const IrCode &code, Press press)
     for (Button &each : m_buttons) {
         each.isHeld = false;
     }
-    m_buttons.push_back({ code, press == Press::Held && !code.repeat.empty() });
+    IrCode sent = code;
+    if (!code.toggled.empty() && !m_toggled.insert(code.once).second) {
+        m_toggled.erase(code.once);
+        sent.once = sent.repeat = code.toggled;
+    }
+    m_buttons.push_back({ sent, press == Press::Held && !sent.repeat.empty() });
     m_changed.notify_all();
     return true;
 }

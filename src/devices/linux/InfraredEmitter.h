@@ -10,6 +10,7 @@
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <thread>
 
 /// Sends codes on one of the kernel's infrared devices, one after the other. A write lasts as long as the signal: it
@@ -34,7 +35,8 @@ public:
     /// From now on kept open. What went wrong with the first attempt, if anything.
     std::optional<QString> open();
     /// Sends the code once, or goes on with what it repeats until release(). False: the device is away, or too many
-    /// codes wait. A code that comes while another is held ends that one.
+    /// codes wait. A code that comes while another is held ends that one. One with a toggle bit has it changed at each
+    /// press of that code, since receivers take the same bit for the same press.
     bool play(const IrCode &code, Press press);
     void release(); // the held button; its code is sent once in any case
 
@@ -64,7 +66,8 @@ private:
     std::atomic<bool> m_isOpen{ false };
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<Button> m_buttons; // guarded; the first is being sent
-    bool m_isEnding = false;      // guarded
+    std::deque<Button> m_buttons;          // guarded; the first is being sent
+    bool m_isEnding = false;               // guarded
+    std::set<IrCode::Durations> m_toggled; // guarded; what the codes send whose next press is the toggled one
     std::thread m_thread;
 };

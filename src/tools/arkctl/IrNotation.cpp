@@ -14,6 +14,7 @@ using Parsed = std::variant<IrCode, std::string>;
 const QString kRaw = QStringLiteral("raw");
 const QString kPronto = QStringLiteral("pronto");
 const QString kRepeat = QStringLiteral("repeat");
+const QString kToggle = QStringLiteral("toggle");
 
 QStringList wordsOf(const QString &text)
 {
@@ -42,19 +43,22 @@ std::optional<quint32> durationOf(const QString &word, bool isPulse)
 Parsed parseRaw(const QStringList &words)
 {
     bool isNumber = false;
-    IrCode code{ words.value(1).toUInt(&isNumber), {}, {} };
+    IrCode code{ words.value(1).toUInt(&isNumber), {}, {}, {} };
     if (!isNumber) {
         return "the carrier in Hz must follow raw, for example raw 38000";
     }
+    IrCode::Durations *part = &code.once;
     bool repeats = false;
     for (int index = 2; index < words.size(); ++index) {
         const QString &word = words.at(index);
-        IrCode::Durations &durations = repeats ? code.repeat : code.once;
-        const bool isPulse = durations.size() % 2 == 0;
-        if (word == kRepeat && !repeats) {
+        const bool isPulse = part->size() % 2 == 0;
+        if (word == kRepeat && part == &code.once) {
+            part = &code.repeat;
             repeats = true;
+        } else if (word == kToggle && part != &code.toggled) {
+            part = &code.toggled;
         } else if (const auto duration = durationOf(word, isPulse)) {
-            durations.push_back(*duration);
+            part->push_back(*duration);
         } else if (word != (isPulse ? QStringLiteral("pulse") : QStringLiteral("space"))) {
             return (isPulse ? "no duration of a pulse: " : "no duration of a space: ") + word.toStdString();
         }
@@ -84,7 +88,7 @@ Parsed parsePronto(const QStringList &words)
                " numbers behind the first four, by what these say; there are " + std::to_string(numbers.size() - kHead);
     }
     const double unitUs = numbers[1] * 0.241246;
-    IrCode code{ numbers[0] == 0 ? static_cast<quint32>(std::lround(1e6 / unitUs)) : 0, {}, {} };
+    IrCode code{ numbers[0] == 0 ? static_cast<quint32>(std::lround(1e6 / unitUs)) : 0, {}, {}, {} };
     for (size_t index = kHead; index < numbers.size(); ++index) {
         IrCode::Durations &part = index < kHead + 2 * size_t{ numbers[2] } ? code.once : code.repeat;
         part.push_back(static_cast<quint32>(std::lround(numbers[index] * unitUs)));
@@ -99,12 +103,10 @@ Parsed parseScancode(const QStringList &words)
 {
     bool isNumber = false;
     const quint32 scancode = words.value(1).toUInt(&isNumber, 16);
-    const bool toggles = words.value(2) == QLatin1String("toggle");
-    if (!isNumber || words.size() > (toggles ? 3 : 2)) {
+    if (!isNumber || words.size() > 2) {
         return "one hexadecimal number must follow " + words.first().toStdString() + ", and nothing else";
     }
-    return IrProtocols::encode(words.first().toStdString(), scancode,
-                               toggles ? IrProtocols::Toggle::One : IrProtocols::Toggle::Zero);
+    return IrProtocols::encode(words.first().toStdString(), scancode);
 }
 
 QString joined(const IrCode::Durations &durations)
@@ -135,5 +137,6 @@ Parsed IrNotation::parse(const QString &text)
 QString IrNotation::written(const IrCode &code)
 {
     return QStringLiteral("raw %1").arg(code.carrierHz) + joined(code.once) +
-           (code.repeat == code.once ? QString() : QStringLiteral(" repeat") + joined(code.repeat));
+           (code.repeat == code.once ? QString() : QStringLiteral(" repeat") + joined(code.repeat)) +
+           (code.toggled.empty() ? QString() : QStringLiteral(" toggle") + joined(code.toggled));
 }

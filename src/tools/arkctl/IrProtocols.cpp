@@ -5,7 +5,7 @@
 #include <numeric>
 
 namespace {
-using IrProtocols::Toggle;
+enum class Toggle { Zero, One }; // the bit of RC-5 and RC-6 that changes with every press
 
 /// A telegram as it grows: what follows the same is joined with it.
 class Telegram
@@ -63,7 +63,7 @@ IrCode nec(quint32 addressLow, quint32 addressHigh, quint32 command)
     repeat.pulse(16 * kNecUnit);
     repeat.space(4 * kNecUnit);
     repeat.pulse(kNecUnit);
-    return { 38000, frame.upTo(kNecPeriod), repeat.upTo(kNecPeriod) };
+    return { 38000, frame.upTo(kNecPeriod), repeat.upTo(kNecPeriod), {} };
 }
 
 IrCode plainNec(quint32 scancode, Toggle)
@@ -94,7 +94,7 @@ IrCode rc5(quint32 scancode, Toggle toggle)
         }
     }
     const IrCode::Durations durations = frame.upTo(113778);
-    return { 36000, durations, durations };
+    return { 36000, durations, durations, {} };
 }
 
 constexpr quint32 kRc6Unit = 444;
@@ -122,7 +122,7 @@ IrCode rc6(quint32 mode, bool trailer, quint32 data, int dataBits)
     addRc6(frame, trailer ? 1 : 0, 1, 2 * kRc6Unit);
     addRc6(frame, data, dataBits, kRc6Unit);
     const IrCode::Durations durations = frame.upTo(107000);
-    return { 36000, durations, durations };
+    return { 36000, durations, durations, {} };
 }
 
 IrCode rc6Mode0(quint32 scancode, Toggle toggle)
@@ -147,7 +147,7 @@ IrCode sony(quint32 bits, int count)
         frame.pulse(bit(bits, index) ? 2 * kUnit : kUnit);
     }
     const IrCode::Durations durations = frame.upTo(45000);
-    IrCode code{ 40000, {}, durations };
+    IrCode code{ 40000, {}, durations, {} };
     for (int time = 0; time < 3; ++time) {
         code.once.insert(code.once.end(), durations.begin(), durations.end());
     }
@@ -203,7 +203,7 @@ bool IrProtocols::isProtocol(const std::string &word)
     return protocolOf(word) != nullptr;
 }
 
-std::variant<IrCode, std::string> IrProtocols::encode(const std::string &protocol, quint32 scancode, Toggle toggle)
+std::variant<IrCode, std::string> IrProtocols::encode(const std::string &protocol, quint32 scancode)
 {
     const Protocol *const known = protocolOf(protocol);
     if (!known) {
@@ -212,8 +212,9 @@ std::variant<IrCode, std::string> IrProtocols::encode(const std::string &protoco
     if ((scancode & ~known->bits) != 0) {
         return "a " + protocol + " code is a hexadecimal number " + known->form;
     }
-    if (toggle == Toggle::One && !known->hasToggle) {
-        return protocol + " has no toggle bit";
+    IrCode code = known->encode(scancode, Toggle::Zero);
+    if (known->hasToggle) {
+        code.toggled = known->encode(scancode, Toggle::One).once;
     }
-    return known->encode(scancode, toggle);
+    return code;
 }

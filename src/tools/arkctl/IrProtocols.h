@@ -8,12 +8,10 @@
 /// button is held.
 namespace IrProtocols {
 
-enum class Toggle { Zero, One }; // the bit of RC-5 and RC-6 that changes with every press
-
 /// protocol, scancode (C: command, A: address or device; in hexadecimal digits):
 ///   nec AACC, necx AAAACC, rc5 AACC, rc6 AACC, rc6-mce 800FAACC, sony12 A00CC, sony15 AA00CC, sony20 AAEECC
 /// These are the scancodes that Linux shows for a received code. Otherwise what is wrong.
-std::variant<IrCode, std::string> encode(const std::string &protocol, quint32 scancode, Toggle toggle);
+std::variant<IrCode, std::string> encode(const std::string &protocol, quint32 scancode);
 bool isProtocol(const std::string &word);
 
 } // namespace IrProtocols
