@@ -125,6 +125,14 @@ void LectureHallTest::pushesCrossTheLink()
     SHOWS(house.lectern, kFree);
     SAYS(house.booth, House::sent("REC STOP\r"));
     DARKENS(house.operators, 21);
+
+    SAYS(house.hall, "On relay: 3"); // the partition's contact was open when it was asked for
+    const QStringList contact{ QStringLiteral("ports"), QStringLiteral("input"), QStringLiteral("io1") };
+    QCOMPARE(manage(house.hall, contact + QStringList{ QStringLiteral("on") }), 0);
+    LIGHTS(house.lectern, 64);
+    SAYS(house.hall, "Off relay: 3");
+    QCOMPARE(manage(house.hall, contact + QStringList{ QStringLiteral("off") }), 0);
+    DARKENS(house.lectern, 64);
 }
 
 void LectureHallTest::deskAndLock()
