@@ -1051,5 +1051,13 @@
         <source>%1; before that %2 more were refused</source>
         <translation>%1；此前还有 %2 次被拒绝</translation>
     </message>
+    <message>
+        <source>the value is longer than %1</source>
+        <translation>值超过 %1 个字符</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not KEY=VALUE</source>
+        <translation>“%1”不是 键=值</translation>
+    </message>
 </context>
 </TS>

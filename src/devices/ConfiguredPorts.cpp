@@ -90,15 +90,22 @@ std::optional<QString> ConfiguredPorts::set(const QString &port, const QStringLi
     if (!name) {
         return translated(QT_TRANSLATE_NOOP("messages", "there is no port %1")).arg(port);
     }
+    for (const QString &line : lines) {
+        if (!PortsFile::isSetting(line)) { // it would not be of this section, or stay there for ever
+            return translated(QT_TRANSLATE_NOOP("messages", "\"%1\" is not KEY=VALUE")).arg(line.left(80));
+        }
+    }
     KeptFile file(m_file);
     const KeptFile::Content before = file.load();
     if (before.problem) {
-        return before.problem;
+        return QStringLiteral("%1: %2").arg(m_file, *before.problem);
     }
+    const QStringList problems = PortsFile::parse(before.bytes).problems;
     const QByteArray text = PortsFile::withSection(before.bytes, *name, lines);
     const PortsFile::Content content = PortsFile::parse(text);
     for (const PortEntry &entry : content.entries) {
-        if (entry.name == *name && !entry.problem.isEmpty()) {
+        const bool isOurs = entry.name == *name || !problems.contains(entry.problem); // also what it does to another
+        if (isOurs && !entry.problem.isEmpty()) {
             return entry.problem;
         }
     }

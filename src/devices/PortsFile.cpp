@@ -145,8 +145,11 @@ private:
 
     void takeValue(const QString &key, const QString &value)
     {
+        constexpr int kLongest = 1000;
         const KindRow &kind = kindOf(m_entry->name.kind);
-        if (!hasKey(kind, key)) {
+        if (value.size() > kLongest) {
+            complain(key, translated(QT_TRANSLATE_NOOP("messages", "the value is longer than %1")).arg(kLongest));
+        } else if (!hasKey(kind, key)) {
             complain(key, translated(QT_TRANSLATE_NOOP("messages", "there is no such key, but %1")).arg(keysOf(kind)));
         } else if (!m_keys.insert(key).second) {
             complain(key, translated(QT_TRANSLATE_NOOP("messages", "it stands there twice, the first one counts")));
@@ -229,6 +232,13 @@ std::vector<PortName> PortName::all()
 PortsFile::Content PortsFile::parse(const QByteArray &text)
 {
     return Reader().read(text);
+}
+
+bool PortsFile::isSetting(const QString &line)
+{
+    const bool isPrintable = std::none_of(line.begin(), line.end(), [](QChar each) { return each < QLatin1Char(' '); });
+    const QString text = line.trimmed();
+    return isPrintable && text.indexOf(QLatin1Char('=')) > 0 && !QStringLiteral("[#;").contains(text.at(0));
 }
 
 QByteArray PortsFile::withSection(const QByteArray &text, const PortName &name, const QStringList &lines)

@@ -40,6 +40,8 @@ struct Content
 };
 Content parse(const QByteArray &text);
 
+bool isSetting(const QString &line); // KEY=VALUE that stays in its section, whatever key and value are
+
 /// The text with these lines ("key=value") in place of the section's; none: without the section. Comments stay.
 QByteArray withSection(const QByteArray &text, const PortName &name, const QStringList &lines);
 } // namespace PortsFile

@@ -213,7 +213,17 @@ void ConfiguredPortsTest::changes()
              "# ours\n[serial1]\n" + device.toUtf8() + '\n');
     QVERIFY(
         m_ports->set(QStringLiteral("serial2"), { device })->contains(QStringLiteral("is behind [serial1] already")));
+    QCOMPARE(m_ports->set(QStringLiteral("serial2"), { QStringLiteral("device=/other") }), std::nullopt);
+    const auto taken = m_ports->set(QStringLiteral("serial1"), { QStringLiteral("device=/other") });
+    QVERIFY(taken && taken->contains(QStringLiteral("is behind [serial1] already")));
+    QCOMPARE(m_ports->set(QStringLiteral("serial2"), {}), std::nullopt);
     QVERIFY(m_ports->set(QStringLiteral("serial0"), { device })->contains(QStringLiteral("serial0")));
+    const QByteArray before = contentOf(m_directory->filePath(QStringLiteral("ports.ini")));
+    for (const char *line : { "[relay1]", "[relay1] x=1", "#device=a", "=a", "device", "", "device=a\rb", "speed=1" }) {
+        QVERIFY2(m_ports->set(QStringLiteral("serial2"), { QLatin1String(line) }), line);
+    }
+    QVERIFY(m_ports->set(QStringLiteral("serial2"), { QStringLiteral("device=") + QString(1001, QLatin1Char('a')) }));
+    QCOMPARE(contentOf(m_directory->filePath(QStringLiteral("ports.ini"))), before);
     QCOMPARE(m_ports->set(QStringLiteral("serial1"), {}).value_or(QString()), QString());
     QCOMPARE(port(QStringLiteral("serial1"))[QLatin1String("kind")].toString(), QStringLiteral("simulated"));
 }
