@@ -350,7 +350,7 @@ void ToolsTest::ports()
     for (const char *refused : { "input serial1 x", "input relay1 on", "input serial9 x", "input ir1 --hex 49525031",
                                  "set serial1 speed=1", "set serial9", "set io1 bias=pull-up" }) {
         const ToolRun ended = run(words(refused));
-        QVERIFY2(ended.status == 1 && !ended.errors.isEmpty(), refused);
+        QVERIFY2(ended.status == 1 && !ended.errors.isEmpty() && ended.output.isEmpty(), refused);
     }
     QCOMPARE(run(words("input serial2 4 --hex")).status, 2);
     QCOMPARE(run(words("set serial1")).status, 0);

@@ -7,7 +7,7 @@ PortsCommand::PortsCommand(const RunOptions &options, const QByteArray &request,
     , m_form(form)
 {
     connect(&client(), &LinkClient::received, this, [this](const LinkMessage &message) {
-        if (message.kind == LinkMessage::Kind::TextReply) {
+        if (message.kind == LinkMessage::Kind::TextReply && !m_isAnswered) { // the ports follow a refusal, too
             take(message.body);
         }
     });
@@ -24,6 +24,7 @@ void PortsCommand::take(const QByteArray &reply)
     const QByteArray failed = "failed:";
     const QByteArray ports = "ports:";
     const QByteArray detected = "portdetect:";
+    m_isAnswered = reply.startsWith(failed) || reply.startsWith(ports) || reply.startsWith(detected);
     if (reply.startsWith(failed)) {
         fail(Rendering::escaped(reply.mid(failed.size())), "arkctl ports shows what is there");
     } else if (reply.startsWith(ports) || reply.startsWith(detected)) {

@@ -18,4 +18,5 @@ private:
 
     const QByteArray m_request;
     const Rendering::Form m_form;
+    bool m_isAnswered = false;
 };
