@@ -1,3 +1,4 @@
+#include "devices/ConfiguredPorts.h"
 #include "devices/linux/GpioChips.h"
 #include "devices/linux/GpioLine.h"
 #include "devices/linux/InfraredEmitter.h"
@@ -5,6 +6,8 @@
 #include "support/Table.h"
 #include "tools/arkctl/IrNotation.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QtTest>
 
 #include <fcntl.h>
@@ -24,6 +27,7 @@ private Q_SLOTS:
     void switchesOutputs();
     void hearsInputs_data();
     void hearsInputs();
+    void portsKnowTheirDevices();
     void chipGoesAndComesBack();
     void learnsWhatItSends_data();
     void learnsWhatItSends();
@@ -202,6 +206,31 @@ void LabTest::hearsInputs()
     QTRY_COMPARE(changes(changed), QList<bool>({ true }));
     QVERIFY(simulated.pull(3, off));
     QTRY_COMPARE(changes(changed), QList<bool>({ true, false }));
+}
+
+void LabTest::portsKnowTheirDevices()
+{
+    SimulatedChip chip(QStringLiteral("relays"));
+    QVERIFY(chip.plug() && chip.pull(3, "up"));
+    const QTemporaryDir folder;
+    const QString file = folder.filePath(QStringLiteral("ports.ini"));
+    QVERIFY(writeTo(file, "[io1]\nline=relays:3\n[relay1]\nline=relays two\n"));
+    ConfiguredPorts ports(file, QString());
+    ports.open();
+    QCOMPARE(ports.ioState(1), std::optional(true)); // before the event that tells it
+    QStringList found;
+    for (const QJsonValue &each : QJsonDocument::fromJson(ports.detected()).array()) {
+        if (each[QLatin1String("kind")] != QLatin1String("serial")) {
+            const char *const keys[] = { "device", "line", "usedBy", "port", "set" };
+            for (const char *key : keys) {
+                found << each[QLatin1String(key)].toString();
+            }
+        }
+    }
+    found.removeAll(QString());
+    QCOMPARE(found.mid(0, 15).join(QLatin1Char(' ')),
+             QStringLiteral("/dev/lirc0 ir1 device=/dev/lirc0 relays:0 io2 line=relays:0 relays:1 io2 line=relays:1 "
+                            "relays:2 relays two arkivon relay1 relays:3 arkivon io1 relays:4 io2 line=relays:4"));
 }
 
 void LabTest::chipGoesAndComesBack()
