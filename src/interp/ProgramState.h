@@ -39,12 +39,6 @@ public:
     std::vector<DeviceAddress> expandDevice(const DeviceAddress &device) const { return m_combinations.expand(device); }
 
     std::map<DeviceAddress, Name> &buffers() { return m_buffers; } // strings from a device go into this variable
-    struct VirtualDevice
-    {
-        int channelCount = 0;
-        int levelCount = 0;
-    };
-    std::map<DeviceAddress, VirtualDevice> &virtualDevices() { return m_virtualDevices; } // sizes that the program set
     /// The files that the program opened, by handle; a closed one keeps its handle, without a file.
     std::map<int, std::unique_ptr<QFile>> &files() { return m_files; }
 
@@ -100,7 +94,6 @@ private:
     std::unique_ptr<LevelAssocManager> m_levels;
     DeviceCombineManager m_combinations;
     std::map<DeviceAddress, Name> m_buffers;
-    std::map<DeviceAddress, VirtualDevice> m_virtualDevices;
     std::map<int, std::unique_ptr<QFile>> m_files;
     DeviceActions *m_devices = nullptr;
     SocketActions *m_sockets = nullptr;

@@ -34,8 +34,8 @@ Made make(const QString &name)
 // clang-format off
 constexpr Builtin kBuiltins[] = {
     { "combine_devices", Alias::Lower, ResultKind::None, 1, kAnyNumber, make<CombineDeviceFunc> },
-    { "set_virtual_channel_count", Alias::None, ResultKind::None, 2, 2, make<SetVirtualChannelCountFunc> },
-    { "set_virtual_level_count", Alias::None, ResultKind::None, 2, 2, make<SetVirtualLevelCountFunc> },
+    { "set_virtual_channel_count", Alias::None, ResultKind::None, 2, 2, make<SetVirtualCountFunc> },
+    { "set_virtual_level_count", Alias::None, ResultKind::None, 2, 2, make<SetVirtualCountFunc> },
     { "do_push", Alias::Lower, ResultKind::None, 1, kAnyNumber, make<DoPushFunc> },
     { "abs_value", Alias::None, ResultKind::Number, 1, 1, make<AbsValueFunc> },
     { "max_value", Alias::Lower, ResultKind::Number, 2, 2, make<MaxValueFunc> },
@@ -182,10 +182,8 @@ Library::Library()
         }
         const QString name = QString::fromLatin1(row.name);
         std::unique_ptr<BuiltinFunction> function = row.make(name);
-        m_keys.insert(normalisedName(name));
         if (row.alias == Alias::Lower) {
             function->addAlias(name.toLower());
-            m_keys.insert(name.toLower());
         }
         if (row.result == ResultKind::Number) {
             function->setReturnType({ DoubleType, {} });

@@ -1,7 +1,6 @@
 #pragma once
 #include "interp/Builtin.h"
 
-#include <QSet>
 #include <QString>
 
 #include <memory>
@@ -48,13 +47,10 @@ public:
     static std::span<const Builtin> table();         // in registration order
     static const Builtin *find(const QString &name); // any case, blanks around it allowed; nullptr: no built-in
 
-    /// Exact comparison with every key: each name in upper case, and the lower-case aliases.
-    bool contains(const QString &key) const { return m_keys.contains(key); }
     const std::vector<std::unique_ptr<BuiltinFunction>> &functions() const { return m_functions; }
 
     void registerIn(AST &program) const;
 
 private:
     std::vector<std::unique_ptr<BuiltinFunction>> m_functions;
-    QSet<QString> m_keys;
 };

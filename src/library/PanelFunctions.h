@@ -139,15 +139,8 @@ public:
     void call(const ArgumentList &arguments) override;
 };
 
-/// set_virtual_channel_count(device, count), set_virtual_level_count(device, count)
-class SetVirtualChannelCountFunc : public LibraryFunction
-{
-public:
-    using LibraryFunction::LibraryFunction;
-    void call(const ArgumentList &arguments) override;
-};
-
-class SetVirtualLevelCountFunc : public LibraryFunction
+/// set_virtual_channel_count(device, count), set_virtual_level_count(device, count): nothing depends on what they say.
+class SetVirtualCountFunc : public LibraryFunction
 {
 public:
     using LibraryFunction::LibraryFunction;

@@ -25,7 +25,7 @@ private Q_SLOTS:
     void keepsNamedValues();
     void setsThePulseTime();
     void keepsTheTime();
-    void sizesVirtualDevices();
+    void knowsItsController();
     void createsTimelines_data();
     void createsTimelines();
     void steersTimelines();
@@ -276,17 +276,10 @@ void DeviceFunctionsTest::keepsTheTime()
     QCOMPARE(asDouble(bench.program.findGlobal(Name(QStringLiteral("get_timer"))))->value(), 30.0);
 }
 
-void DeviceFunctionsTest::sizesVirtualDevices()
+void DeviceFunctionsTest::knowsItsController()
 {
     LibraryBench bench;
     const QVariant room = variable(device(32768));
-    bench.call("set_virtual_channel_count", { room, 300 });
-    bench.call("set_virtual_level_count", { room, 12 });
-    bench.call("set_virtual_level_count", { 32768, 13 });
-    bench.call("set_virtual_level_count", { room, room });
-    QCOMPARE(bench.state.virtualDevices().size(), size_t(1));
-    QCOMPARE(bench.state.virtualDevices().begin()->second.channelCount, 300);
-    QCOMPARE(bench.state.virtualDevices().begin()->second.levelCount, 12);
     setLocalSystemNumber(4);
     QCOMPARE(bench.call("get_system_number", {}), QVariant(4.0));
     setLocalSystemNumber(1);

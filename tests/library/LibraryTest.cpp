@@ -22,7 +22,6 @@ private Q_SLOTS:
 
 void LibraryTest::knowsItsKeys()
 {
-    const Library library;
     QCOMPARE(Library::table().size(), size_t(125));
     QSet<QString> names;
     int aliases = 0;
@@ -32,10 +31,6 @@ void LibraryTest::knowsItsKeys()
     }
     QCOMPARE(names.size(), 125); // none twice
     QCOMPARE(aliases, 14);
-    QVERIFY(library.contains(QStringLiteral("LEFT_STRING")));
-    QVERIFY(!library.contains(QStringLiteral("left_string")));
-    QVERIFY(library.contains(QStringLiteral("length_string")));
-    QVERIFY(!library.contains(QStringLiteral("Length_String")));
     QVERIFY(Library::find(QStringLiteral(" file_Read "))->takes(3));
     QVERIFY(!Library::find(QStringLiteral("mid_string"))->takes(4));
     QVERIFY(!Library::find(QStringLiteral("mid_strin")));
