@@ -1032,8 +1032,8 @@
         <translation>%1：它属于 root；用 udev 规则把它交给一个组</translation>
     </message>
     <message>
-        <source>%1: the controller's user must be in the group %2</source>
-        <translation>%1：控制器的用户必须属于组 %2</translation>
+        <source>%1: who opens it must be in the group %2</source>
+        <translation>%1：打开它的用户必须属于组 %2</translation>
     </message>
     <message>
         <source>the system's console</source>

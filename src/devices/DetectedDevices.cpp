@@ -14,9 +14,6 @@
 
 #include <algorithm>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace {
 using Kind = PortName::Kind;
 constexpr int kMostDevices = 1000; // in one answer
@@ -26,12 +23,6 @@ void put(QJsonObject &object, const char *key, const QString &text)
     if (!text.isEmpty()) {
         object[QLatin1String(key)] = text;
     }
-}
-
-QString whyNotToBeOpened(const QString &file)
-{
-    const bool isAllowed = ::faccessat(AT_FDCWD, QFile::encodeName(file).constData(), R_OK | W_OK, AT_EACCESS) == 0;
-    return isAllowed ? QString() : DeviceFile::whyRefused(file, errno);
 }
 
 /// The devices found so far, each with its port or how to give it one.
@@ -46,10 +37,6 @@ public:
     template <class IsThis>
     void add(QJsonObject device, Kind kind, const QString &setting, IsThis isThis)
     {
-        if (m_found.size() == kMostDevices) {
-            ++m_leftOut;
-            return;
-        }
         const auto entry = std::find_if(m_entries.begin(), m_entries.end(), isThis);
         if (entry != m_entries.end()) {
             device[QStringLiteral("port")] = entry->name.text();
@@ -61,12 +48,14 @@ public:
         m_found.append(device);
     }
     void addUnusable(const QJsonObject &device) { m_found.append(device); }
+    bool isFull() const { return m_found.size() >= kMostDevices; }
+    void leaveOut(quint32 count) { m_leftOut += count; }
 
     QByteArray written()
     {
         if (m_leftOut > 0) {
             m_found.append(QJsonObject{ { QStringLiteral("kind"), QStringLiteral("more") },
-                                        { QStringLiteral("count"), m_leftOut } });
+                                        { QStringLiteral("count"), qint64(m_leftOut) } });
         }
         return QJsonDocument(m_found).toJson(QJsonDocument::Compact);
     }
@@ -85,7 +74,7 @@ private:
 
     const std::vector<PortEntry> &m_entries;
     QJsonArray m_found;
-    int m_leftOut = 0;
+    quint32 m_leftOut = 0;
 };
 
 bool isLine(const PortEntry &entry)
@@ -108,7 +97,7 @@ void addSerial(Devices &devices)
         put(device, "file", found.file == found.device ? QString() : found.file);
         put(device, "driver", found.driver);
         put(device, "product", found.product);
-        put(device, "problem", whyNotToBeOpened(found.file));
+        put(device, "problem", DeviceFile::whyForbidden(found.file));
         if (found.isConsole) {
             put(device, "usedBy", translated(QT_TRANSLATE_NOOP("messages", "the system's console")));
         }
@@ -151,6 +140,10 @@ void addLines(Devices &devices)
     }
     for (const GpioChips::Chip &chip : chips) {
         for (quint32 offset = 0; offset < chip.lineCount; ++offset) {
+            if (devices.isFull()) {
+                devices.leaveOut(chip.lineCount - offset);
+                break;
+            }
             const GpioChips::Line line = GpioChips::line(chip, offset);
             const QString place = QStringLiteral("%1:%2").arg(nameOf(chip, chips)).arg(offset);
             QJsonObject device{ { QStringLiteral("kind"), QStringLiteral("gpio") },

@@ -135,6 +135,9 @@ std::optional<QString> SerialLine::tryToOpen()
     if (const std::optional<QString> problem = DeviceFile::whyNoCharacterDevice(file)) {
         return problem;
     }
+    if (const QString forbidden = DeviceFile::whyForbidden(file); !forbidden.isEmpty()) {
+        return forbidden;
+    }
     if (!m_port->open(QIODevice::ReadWrite)) {
         const QString reason = m_port->errorString();
         const bool isRefused = m_port->error() == QSerialPort::PermissionError; // /dev/null has holders, too

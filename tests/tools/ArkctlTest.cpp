@@ -55,6 +55,7 @@ private Q_SLOTS:
     void listenLists_data();
     void listenLists();
     void linkStates();
+    void detectedDevices();
     void times_data();
     void times();
     void filters_data();
@@ -365,6 +366,31 @@ void ArkctlTest::listenLists()
     const QStringList list{ QStringLiteral("10.0.0.1"), QStringLiteral("10.0.0.2") };
     QTEST(changedList(list, { kind, words }, missing).join(QLatin1Char(' ')), "list");
     QTEST(missing.join(QLatin1Char(' ')), "missing");
+}
+
+void ArkctlTest::detectedDevices()
+{
+    const QByteArray json = R"([{"kind":"serial","device":"/dev/serial/by-id/usb-x","file":"/dev/ttyUSB0",
+        "driver":"ftdi_sio","product":"USB \u001b[31m","set":"serial2 device=/dev/serial/by-id/usb-x"},
+        {"kind":"serial","device":"/dev/ttyS0","driver":"serial","usedBy":"the system's console"},
+        {"kind":"infrared","device":"/dev/lirc0","sends":false,"receives":true},
+        {"kind":"gpio","device":"pinctrl:17","chip":"gpiochip0","line":"GPIO17","usedBy":"arkivon","port":"relay1"},
+        {"kind":"gpio","device":"/dev/gpiochip1","problem":"Permission denied"}, {"kind":"more","count":7}])";
+    const char *const lines[] = {
+        "kind      device                          what it is                      its port, or how to give it one",
+        "serial    /dev/serial/by-id/usb-x         /dev/ttyUSB0, ftdi_sio, USB \\x1b[31m arkctl ports set serial2 "
+        "device=/dev/serial/by-id/usb-x",
+        "serial    /dev/ttyS0                      serial                          in use by the system's console",
+        "infrared  /dev/lirc0                      receives                        arkctl ir learn --device /dev/lirc0",
+        "gpio      pinctrl:17                      GPIO17                          relay1",
+        "gpio      /dev/gpiochip1                                                  Permission denied",
+        "7 more are left out",
+    };
+    const auto shown = Rendering::detectedDevices(Rendering::Form::Text, json);
+    QVERIFY(shown);
+    QCOMPARE(*shown, std::vector<std::string>(std::begin(lines), std::end(lines)));
+    QVERIFY(!Rendering::detectedDevices(Rendering::Form::Text, "{}"));
+    QVERIFY(!Rendering::detectedDevices(Rendering::Form::Json, "[1"));
 }
 
 void ArkctlTest::linkStates()

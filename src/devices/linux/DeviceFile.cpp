@@ -8,7 +8,9 @@
 
 #include <cerrno>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 QByteArray pathOf(const QString &file)
@@ -47,7 +49,7 @@ std::optional<QString> DeviceFile::whyNoCharacterDevice(const QString &file)
 QString DeviceFile::whyRefused(const QString &file, int error)
 {
     const QString reason = qt_error_string(error);
-    const QString group = QFileInfo(file).group();
+    const QString group = QFileInfo(QFile::decodeName(pathOf(file))).group();
     if (error == EPERM) {
         return translated(QT_TRANSLATE_NOOP("messages", "%1: DeviceAllow of the service must name it")).arg(reason);
     }
@@ -57,8 +59,14 @@ QString DeviceFile::whyRefused(const QString &file, int error)
     return group.isEmpty() || group == QLatin1String("root")
                ? translated(QT_TRANSLATE_NOOP("messages", "%1: it belongs to root; a udev rule gives it to a group"))
                      .arg(reason)
-               : translated(QT_TRANSLATE_NOOP("messages", "%1: the controller's user must be in the group %2"))
+               : translated(QT_TRANSLATE_NOOP("messages", "%1: who opens it must be in the group %2"))
                      .arg(reason, group);
+}
+
+QString DeviceFile::whyForbidden(const QString &file)
+{
+    const bool isAllowed = ::faccessat(AT_FDCWD, pathOf(file).constData(), R_OK | W_OK, AT_EACCESS) == 0;
+    return isAllowed ? QString() : whyRefused(file, errno);
 }
 
 QString DeviceFile::holder(const QString &file)

@@ -29,7 +29,7 @@ std::variant<Descriptor, QString> InfraredDevice::open(const QString &device, Us
 {
     Descriptor descriptor = opened(device, use == Use::Send ? O_WRONLY : O_RDONLY);
     if (!descriptor.isOpen()) {
-        return QStringLiteral("%1: %2").arg(device, qt_error_string(errno));
+        return QStringLiteral("%1: %2").arg(device, DeviceFile::whyRefused(device, errno));
     }
     const std::optional<quint32> features = featuresOf(descriptor);
     if (!features) {
