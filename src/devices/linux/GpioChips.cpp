@@ -100,3 +100,19 @@ std::variant<GpioChips::Place, QString> GpioChips::find(const QString &line)
     }
     return noSuchLine(line, chips, refusals);
 }
+
+std::variant<GpioChips::Place, QString> GpioChips::findAgain(const QString &line, const QString &label, quint32 offset)
+{
+    auto found = find(line);
+    const auto *place = std::get_if<Place>(&found);
+    if (place && place->chip.label == label) {
+        return found;
+    }
+    std::vector<Chip> chips = open();
+    const QString reason = place ? noSuchLine(line, chips, {}) : std::get<QString>(found); // another chip has its name
+    std::erase_if(chips, [&](const Chip &chip) { return chip.label != label || offset >= chip.lineCount; });
+    if (chips.size() == 1) {
+        return Place{ std::move(chips.front()), offset };
+    }
+    return reason;
+}

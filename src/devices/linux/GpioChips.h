@@ -47,5 +47,8 @@ struct Place
 /// Where the line of a setting is: "gpiochip0:17", "LABEL:17" with the chip's label, or the line's own name.
 /// Otherwise what is wrong, for people.
 std::variant<Place, QString> find(const QString &line);
+/// The same after its chip has been away. The kernel may give the chip another number then: its label and the offset
+/// where the line was before tell it again, as long as there is one chip of that label.
+std::variant<Place, QString> findAgain(const QString &line, const QString &label, quint32 offset);
 
 } // namespace GpioChips

@@ -89,7 +89,8 @@ bool GpioLine::set(bool isOn)
 
 std::optional<QString> GpioLine::tryToOpen()
 {
-    const auto found = GpioChips::find(m_setting.line);
+    const auto found =
+        m_label.isEmpty() ? GpioChips::find(m_setting.line) : GpioChips::findAgain(m_setting.line, m_label, m_offset);
     if (const auto *reason = std::get_if<QString>(&found)) {
         return *reason;
     }
@@ -104,6 +105,8 @@ std::optional<QString> GpioLine::tryToOpen()
         return refused(place, errno);
     }
     m_line = Descriptor(line);
+    m_label = place.chip.label;
+    m_offset = place.offset;
     if (isInput && tells) {
         m_notifier = new QSocketNotifier(line, QSocketNotifier::Read, this);
         connect(m_notifier, &QSocketNotifier::activated, this, &GpioLine::readEvents);

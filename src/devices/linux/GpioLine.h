@@ -10,7 +10,7 @@ class QSocketNotifier;
 class QTimer;
 
 /// One line of a GPIO chip that stays in use for years, as an output (a relay) or an input (a contact): when its chip
-/// goes away, an adapter that was pulled out, it is opened again as soon as one of that name is back.
+/// goes away, an adapter that was pulled out, it is opened again as soon as it is back, also with another number.
 ///
 /// An output is off from its opening on until set() says otherwise, gets its last value again when its chip is back,
 /// and is off when this ends. A process that dies lets go of the line: the kernel then leaves it as it is, or gives it
@@ -73,6 +73,8 @@ private:
     QTimer *m_read = nullptr;              // Qt child; runs while the line has to be asked
     QSocketNotifier *m_notifier = nullptr; // Qt child; while open and the chip tells
     QString m_failure;
+    QString m_label;      // of the chip that had it last; empty: it was never open
+    quint32 m_offset = 0; // of the line there
     bool m_isOn = false;
     int m_differentReads = 0; // in a row, of a line that is asked
 };
