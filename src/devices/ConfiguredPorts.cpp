@@ -376,6 +376,9 @@ void ConfiguredPorts::beginLine(Place &place, GpioLine::Direction direction)
 {
     GpioLine::Setting setting = place.entry.line;
     setting.direction = direction;
+    if (place.entry.name.kind == Kind::Io && direction == GpioLine::Direction::Output) {
+        setting.isActiveLow = true; // an IO that is switched on is low, however the contact counts
+    }
     place.line.reset(); // lets go of it
     place.line = std::make_unique<GpioLine>(setting);
     GpioLine *const line = place.line.get();
