@@ -160,14 +160,14 @@ void ExecManager::unloadProgram()
 
 void ExecManager::connectReports()
 {
-    const AST *tree = &m_program->tree();
-    connect(tree, &AST::error, this, [](const QString &text) {
-        monitorLog(MonitorMessageType::Error, translated(QT_TRANSLATE_NOOP("messages", "Error:%1")).arg(text));
-    });
-    connect(tree, &AST::warning, this, [](const QString &text) {
-        monitorLog(MonitorMessageType::Warning, translated(QT_TRANSLATE_NOOP("messages", "Warning:%1")).arg(text));
-    });
-    connect(tree, &AST::info, this,
+    m_program->onReport = [](ErrorReports::Kind kind, const QString &text) {
+        if (kind == ErrorReports::Kind::Error) {
+            monitorLog(MonitorMessageType::Error, translated(QT_TRANSLATE_NOOP("messages", "Error:%1")).arg(text));
+        } else {
+            monitorLog(MonitorMessageType::Warning, translated(QT_TRANSLATE_NOOP("messages", "Warning:%1")).arg(text));
+        }
+    };
+    connect(&m_program->tree(), &AST::info, this,
             [](int type, const QString &text) { monitorLog(static_cast<MonitorMessageType>(type), text); });
 }
 

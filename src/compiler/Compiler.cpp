@@ -122,14 +122,6 @@ void warnOfUnused(Workspace &work)
     }
 }
 
-QByteArray objectFileOf(const AST &program)
-{
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    writeObjectFile(program, stream);
-    return bytes;
-}
-
 CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
 {
     AST program;
@@ -163,7 +155,9 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
     }
     CompileResult result;
     if (!sources.hasErrors()) {
-        result.objectFile = objectFileOf(program);
+        QDataStream stream(&result.objectFile, QIODevice::WriteOnly);
+        const std::vector<int> statements = writeObjectFile(program, stream);
+        result.places = work.places.places(sources, symbols, statements).behind(result.objectFile);
     }
     result.diagnostics = sources.takeDiagnostics();
     result.files = sources.names();

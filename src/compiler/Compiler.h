@@ -8,6 +8,7 @@
 struct CompileResult
 {
     QByteArray objectFile; // empty after an error
+    QByteArray places;     // what may stand behind it: where its statements stand in the source
     std::vector<Diagnostic> diagnostics;
     QStringList files; // that were read, the program's own first
 

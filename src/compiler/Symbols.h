@@ -66,6 +66,7 @@ public:
     GlobalSymbol *findGlobal(const QString &name);
     GlobalSymbol &addGlobal(const GlobalSymbol &symbol); // the name must be new, or a system constant's
     std::map<QString, GlobalSymbol> &globals() { return m_globals; }
+    const std::map<QString, GlobalSymbol> &globals() const { return m_globals; }
 
     const CallableSymbol *findFunction(const QString &name) const;
     const CallableSymbol *findRoutine(const QString &name) const;

@@ -1,5 +1,6 @@
 #pragma once
 #include "compiler/Constants.h"
+#include "compiler/PlaceNotes.h"
 #include "compiler/Symbols.h"
 #include "compiler/lexing/TokenCursor.h"
 
@@ -67,6 +68,7 @@ struct Workspace
     HiddenLists &hiddenLists;
     Checks *checks = nullptr; // set before anything is parsed
     LocalScope locals{};
+    PlaceNotes places{};
     int pathHeight = 0;             // of the nodes around what is being read, in the object file
     int recursion = 0;              // of the parser itself
     bool inInitialValue = false;    // of a global: no hidden lists are made there

@@ -84,10 +84,18 @@ public:
     Step(const Step &) = delete;
     Step &operator=(const Step &) = delete;
 
-    virtual Flow execute(Run &run) const = 0;
+    /// Runs it, and notes that it is what runs (interp/Run.h).
+    Flow perform(Run &run) const;
+
+    int place() const { return m_place; }
+    void setPlace(int place) { m_place = m_place ? m_place : place; } // the innermost counts
 
 protected:
     Step() = default;
+    virtual Flow execute(Run &run) const = 0;
+
+private:
+    int m_place = 0; // see Statement::place
 };
 
 /// After a change of what the code names: stores the variable, if its storage class asks for it.

@@ -84,7 +84,7 @@ bool Interpreter::execute(const Body &body, BasicType *data)
     if (data) {
         base->object = data;
     }
-    body.step->execute(*m_run);
+    body.step->perform(*m_run);
     return true;
 }
 
@@ -106,7 +106,7 @@ bool Interpreter::executeWithLocals(const Body &body, const WaitTable::Values &l
             base[index].object = locals[index].get();
         }
     }
-    body.step->execute(*m_run);
+    body.step->perform(*m_run);
     return true;
 }
 

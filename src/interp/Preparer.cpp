@@ -16,7 +16,11 @@ std::unique_ptr<Step> Preparer::statement(const std::unique_ptr<Statement> &node
 
 std::unique_ptr<Step> Preparer::statement(const Statement *node)
 {
-    return node ? node->prepare(*this) : nullptr;
+    std::unique_ptr<Step> step = node ? node->prepare(*this) : nullptr;
+    if (step) {
+        step->setPlace(node->place);
+    }
+    return step;
 }
 
 const LocalVariable *Preparer::findLocal(Name name) const

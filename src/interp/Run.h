@@ -9,6 +9,7 @@
 class AST;
 class Interpreter;
 class ProgramState;
+class FrameScope;
 
 /// One local variable of a frame: a number, or an object that the block or call owning the slot deletes.
 union Slot {
@@ -38,6 +39,8 @@ public:
     Slot *top = nullptr;   // first free slot
     ReturnValue result;
     QByteArray scratch;    // see ScratchBytes
+    std::atomic<int> place{ 0 }; // of the statement that runs, 0: none; only the main thread changes it
+    const FrameScope *scope = nullptr; // the innermost body
     bool loopFlag = false; // a WHILE or FOR was entered and none has been left since
 
     bool stopRequested() const { return m_stop.load(std::memory_order_relaxed); }
@@ -97,7 +100,10 @@ public:
         : m_run(run)
         , m_frame(run.frame)
         , m_base(base)
+        , m_outer(run.scope)
+        , m_calledFrom(run.place.load(std::memory_order_relaxed))
     {
+        run.scope = this;
         run.frame = base;
         run.top = base + slots;
     }
@@ -105,12 +111,25 @@ public:
     {
         m_run.top = m_base;
         m_run.frame = m_frame;
+        m_run.scope = m_outer;
+        m_run.place.store(m_calledFrom, std::memory_order_relaxed);
     }
     FrameScope(const FrameScope &) = delete;
     FrameScope &operator=(const FrameScope &) = delete;
+
+    const FrameScope *outer() const { return m_outer; } // nullptr: none
+    int calledFrom() const { return m_calledFrom; }     // the statement that ran before; 0: none
 
 private:
     Run &m_run;
     Slot *m_frame;
     Slot *m_base;
+    const FrameScope *m_outer;
+    int m_calledFrom;
 };
+
+inline Flow Step::perform(Run &run) const
+{
+    run.place.store(m_place, std::memory_order_relaxed);
+    return execute(run);
+}

@@ -172,11 +172,18 @@ private:
             return nullptr;
         }
         const int tag = readInt();
+        [[maybe_unused]] const int place = std::same_as<Base, Statement> ? ++m_statements : 0;
         std::unique_ptr<Base> node = m_tables.of(static_cast<const Base *>(nullptr)).read(tag, *this);
+        if constexpr (std::same_as<Base, Statement>) {
+            if (node) {
+                node->place = place;
+            }
+        }
         return isGood() ? std::move(node) : nullptr;
     }
 
     const NodeTables &m_tables;
+    int m_statements = 0; // so far
 };
 
 /// Writes the same, with the same words.
@@ -247,6 +254,9 @@ public:
         writeBool(node != nullptr);
         if (node) {
             const typename Node::Family *const base = node.get();
+            if constexpr (std::same_as<typename Node::Family, Statement>) {
+                m_places.push_back(base->place);
+            }
             writeInt(base->typeTag());
             m_tables.of(base).write(*this, *base);
         }
@@ -255,8 +265,11 @@ public:
     requires requires(const Record &record, NodeWriter &writer) { Record::fields(record, writer); }
     void write(const Record &record) { Record::fields(record, *this); }
 
+    std::vector<int> takePlaces() { return std::move(m_places); } // of the statements, in the order of the file
+
 private:
     const NodeTables &m_tables;
+    std::vector<int> m_places;
 };
 
 /// The table of a family, from the list of its classes.

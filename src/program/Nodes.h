@@ -44,6 +44,10 @@ public:
     virtual int typeTag() const = 0;
     virtual std::unique_ptr<Step> prepare(Preparer &preparer) const = 0;
 
+    /// Which of its program's statements it is: in a loaded program by the order of the file, from 1; in the compiler
+    /// an index to its notes of positions. 0: not known.
+    int place = 0;
+
 protected:
     Statement() = default;
 };

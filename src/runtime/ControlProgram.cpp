@@ -1,7 +1,11 @@
 #include "runtime/ControlProgram.h"
 
+#include "base/Messages.h"
+#include "interp/Run.h"
 #include "library/Library.h"
 #include "runtime/ObjectFile.h"
+
+#include <QCoreApplication>
 
 ControlProgram::ControlProgram(const QString &dataDirectory)
     : m_tree(std::make_unique<AST>())
@@ -9,8 +13,18 @@ ControlProgram::ControlProgram(const QString &dataDirectory)
     , m_library(std::make_unique<Library>())
     , m_interpreter(std::make_unique<Interpreter>(*m_state))
     , m_dispatcher(std::make_unique<Dispatcher>(*m_interpreter))
+    , m_reports([this](ErrorReports::Kind kind, const QString &text) {
+        if (onReport) {
+            onReport(kind, text);
+        }
+    })
 {
     m_library->registerIn(*m_tree);
+    const auto report = [this](ErrorReports::Kind kind) {
+        return [this, kind](const QString &text) { m_reports.add(kind, text, whereItRuns()); };
+    };
+    QObject::connect(m_tree.get(), &AST::error, m_tree.get(), report(ErrorReports::Kind::Error));
+    QObject::connect(m_tree.get(), &AST::warning, m_tree.get(), report(ErrorReports::Kind::Warning));
 }
 
 ControlProgram::~ControlProgram() = default;
@@ -18,8 +32,34 @@ ControlProgram::~ControlProgram() = default;
 bool ControlProgram::load(QDataStream &stream)
 {
     const bool loaded = loadObjectFile(*m_tree, stream);
+    if (loaded) {
+        m_places = Places::read(stream);
+    }
     m_state->begin();
     m_interpreter->prepareFunctions();
     m_dispatcher->prepare();
     return loaded;
+}
+
+QString ControlProgram::whereItRuns() const
+{
+    constexpr int kMostCalls = 8;
+    const Run &run = m_interpreter->run();
+    const auto text = [this](int statement) {
+        return m_places.lineOf(statement) + QStringLiteral(", ") + m_places.bodyOf(statement);
+    };
+    int statement = run.place.load(std::memory_order_relaxed);
+    if (!m_places.findBody(statement)) {
+        return {};
+    }
+    QString where = text(statement);
+    int calls = 0;
+    for (const FrameScope *scope = run.scope; scope && m_places.isCalled(statement); scope = scope->outer()) {
+        statement = scope->calledFrom();
+        if (++calls > kMostCalls) {
+            return where + QStringLiteral(" …");
+        }
+        where += translated(QT_TRANSLATE_NOOP("messages", ", called at %1")).arg(text(statement));
+    }
+    return where;
 }

@@ -2,6 +2,8 @@
 #include "events/Dispatcher.h"
 #include "interp/Interpreter.h"
 #include "interp/ProgramState.h"
+#include "runtime/ErrorReports.h"
+#include "runtime/Places.h"
 
 #include <memory>
 
@@ -19,6 +21,9 @@ public:
     ControlProgram(const ControlProgram &) = delete;
     ControlProgram &operator=(const ControlProgram &) = delete;
 
+    /// What the program reports, with its place, each of them at most so often: to monitors and logs.
+    std::function<void(ErrorReports::Kind kind, const QString &text)> onReport;
+
     /// Reads an object file and makes it ready to run. False: it is no program of ours or damaged; this one is empty.
     bool load(QDataStream &stream);
 
@@ -26,6 +31,10 @@ public:
     ProgramState &state() { return *m_state; }
     Interpreter &interpreter() { return *m_interpreter; }
     Dispatcher &dispatcher() { return *m_dispatcher; }
+    const Places &places() const { return m_places; } // empty where the object file names none
+    /// "room.src:42, push of dvPanel 5" for what runs just now, with the calls that led there; empty: nothing runs, or
+    /// its place is not known.
+    QString whereItRuns() const;
 
 private:
     // In order of construction; ended in reverse.
@@ -34,4 +43,6 @@ private:
     std::unique_ptr<Library> m_library;
     std::unique_ptr<Interpreter> m_interpreter;
     std::unique_ptr<Dispatcher> m_dispatcher;
+    Places m_places;
+    ErrorReports m_reports;
 };

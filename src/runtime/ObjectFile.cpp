@@ -137,7 +137,7 @@ QString objectFileProblem(const QByteArray &objectFile)
                : QStringLiteral("the object file is damaged: its end mark is missing, or it is nested too deeply");
 }
 
-void writeObjectFile(const AST &program, QDataStream &stream)
+std::vector<int> writeObjectFile(const AST &program, QDataStream &stream)
 {
     NodeWriter writer(stream, programNodes());
     writer.writeInt(kObjectFileMagic);
@@ -160,4 +160,5 @@ void writeObjectFile(const AST &program, QDataStream &stream)
     program.combinations().writeTo(writer);
     writer(program.levels());
     writer.writeInt(kObjectFileEnd);
+    return writer.takePlaces();
 }

@@ -2,6 +2,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <vector>
+
 class AST;
 class QDataStream;
 
@@ -19,4 +21,5 @@ bool loadObjectFile(AST &program, QDataStream &stream);
 QString objectFileProblem(const QByteArray &objectFile);
 
 /// Writes the program's own parts (not the system's symbols and types).
-void writeObjectFile(const AST &program, QDataStream &stream);
+/// \returns  Statement::place of its statements, in the order of the file
+std::vector<int> writeObjectFile(const AST &program, QDataStream &stream);

@@ -45,11 +45,10 @@ void Player::load()
 {
     m_program.reset();
     m_program = std::make_unique<ControlProgram>(m_directory.path());
-    AST &tree = m_program->tree();
-    QObject::connect(&tree, &AST::error, &tree,
-                     [this](const QString &text) { m_devices.lines << QStringLiteral("error: ") + text; });
-    QObject::connect(&tree, &AST::warning, &tree,
-                     [this](const QString &text) { m_devices.lines << QStringLiteral("warning: ") + text; });
+    m_program->onReport = [this](ErrorReports::Kind kind, const QString &text) {
+        const bool isError = kind == ErrorReports::Kind::Error;
+        m_devices.lines << (isError ? QStringLiteral("error: ") : QStringLiteral("warning: ")) + text;
+    };
     m_program->state().setDevices(&m_devices);
     QDataStream stream(m_objectFile);
     if (!m_program->load(stream)) {
@@ -87,13 +86,14 @@ QString ScriptedProgram::play(const QString &source)
     QStringList expected;
     QStringList seen;
     Clock clock(Clock::Drive::ByHand);
-    Player player(compiled.objectFile, clock);
+    const bool withPlaces = source.contains(QLatin1String("//! places"));
+    Player player(compiled.objectFile + (withPlaces ? compiled.places : QByteArray()), clock);
     seen += player.takeLines();
     for (const QString &line : source.split(QLatin1Char('\n'))) {
         const QString text = line.trimmed();
         if (text.startsWith(QLatin1String("//="))) {
             expected << text.mid(4);
-        } else if (text.startsWith(QLatin1String("//!"))) {
+        } else if (text.startsWith(QLatin1String("//!")) && text != QLatin1String("//! places")) {
             const QString what = text.mid(3).trimmed();
             expected << QStringLiteral("! ") + what;
             seen << QStringLiteral("! ") + what;
@@ -105,6 +105,12 @@ QString ScriptedProgram::play(const QString &source)
     if (seen == expected) {
         return QString();
     }
-    return QStringLiteral("expected:\n  %1\nseen:\n  %2\n")
-        .arg(expected.join(QStringLiteral("\n  ")), seen.join(QStringLiteral("\n  ")));
+    int same = 0; // lines before the first difference
+    while (same < std::min(seen.size(), expected.size()) && seen.at(same) == expected.at(same)) {
+        ++same;
+    }
+    constexpr int kShown = 8;
+    const auto rest = [same](const QStringList &lines) { return lines.mid(same, kShown).join(QStringLiteral("\n  ")); };
+    return QStringLiteral("after %1 lines expected:\n  %2\nseen:\n  %3\n")
+        .arg(QString::number(same), rest(expected), rest(seen));
 }

@@ -34,7 +34,7 @@ private:
 ///
 ///     //! push 10001 5         what happens: push, release D C; level D L V; string D:P:S text; online, offline D:P:S;
 ///                              error D:P:S code; tick MS; mainline; state 0|1; absent: panels do not answer;
-///                              reload
+///                              reload; places, anywhere: compile it with its places
 ///     //= on 5001:9:0 1        the lines that must come of it, in order
 ///
 /// Before the first "//!" stand the lines of the load and the start block. Errors and warnings of the program are

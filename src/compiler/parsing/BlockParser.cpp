@@ -45,6 +45,7 @@ std::unique_ptr<CompoundStatement> StatementParser::parseBlock()
         return nullptr;
     }
     auto block = std::make_unique<CompoundStatement>();
+    block->place = m_work.places.note(cursor().previous().position);
     block->body = std::make_unique<StatementList>();
     m_work.locals.openBlock();
     parseStatements(*block->body, ListEnd::Brace);
@@ -262,6 +263,7 @@ bool StatementParser::parseDeclarator(BlockItemDefStatement &definition, const s
     }
     cursor().next();
     auto assignment = std::make_unique<AssignStatement>();
+    assignment->place = m_work.places.note(name.position);
     assignment->target = std::make_unique<VarExpression>(normalisedName(name.text));
     Operand value = parseValueFor(type);
     if (!value || !fits(value)) {

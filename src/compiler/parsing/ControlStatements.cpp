@@ -144,11 +144,13 @@ std::unique_ptr<StatementList> StatementParser::parseForList(TokenKind end)
     const Path path(m_work, 2);
     auto list = std::make_unique<StatementList>();
     while (!cursor().at(end)) {
+        const SourcePosition position = cursor().position();
         std::unique_ptr<Statement> statement =
             cursor().at(TokenKind::LeftBracket) ? parseChannelAssignment() : parseSimple();
         if (!statement) {
             return nullptr;
         }
+        statement->place = m_work.places.note(position);
         list->statements.push_back(std::move(statement));
         if (!cursor().take(TokenKind::Comma)) {
             break;

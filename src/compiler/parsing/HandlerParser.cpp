@@ -9,6 +9,34 @@
 
 #include <algorithm>
 
+namespace {
+Places::Kind placeKind(const SubEventHandler &part)
+{
+    switch (part.event()) {
+    case EventType::Push:
+        return Places::Kind::Push;
+    case EventType::Release:
+        return Places::Kind::Release;
+    case EventType::Hold:
+        return Places::Kind::Hold;
+    case EventType::Online:
+        return Places::Kind::Online;
+    case EventType::Offline:
+        return Places::Kind::Offline;
+    case EventType::String:
+        return Places::Kind::String;
+    case EventType::Command:
+        return Places::Kind::Command;
+    case EventType::Error:
+        return Places::Kind::Error;
+    case EventType::Level:
+    case EventType::Timeline:
+        break;
+    }
+    Q_UNREACHABLE();
+}
+} // namespace
+
 void HandlerParser::parse(const Outline::Handler &outline)
 {
     struct Row
@@ -70,7 +98,7 @@ void HandlerParser::parseButtonHandler(const Outline::Handler &outline)
     const PartSeen seen = [&](const QString &part, SourcePosition position) {
         m_work.checks->devices.buttonPart(handler->buttons, part, position);
     };
-    if (parseParts(outline.body, false, handler->handlers, seen)) {
+    if (parseParts(outline, false, handler->handlers, seen)) {
         program().addEventHandler(std::move(handler));
     }
 }
@@ -104,7 +132,7 @@ void HandlerParser::parseDataHandler(const Outline::Handler &outline)
             m_work.checks->devices.dataPart(address, part, position);
         }
     };
-    if (parseParts(outline.body, true, handler->handlers, seen)) {
+    if (parseParts(outline, true, handler->handlers, seen)) {
         program().addEventHandler(std::move(handler));
     }
 }
@@ -113,6 +141,8 @@ void HandlerParser::parseLevelHandler(const Outline::Handler &outline)
 {
     auto handler = std::make_unique<LevelEventHandler>();
     handler->levels = parseTriggers(outline.triggers, ExpressionParser::ButtonUse::Levels);
+    m_work.places.enter(Places::Kind::Level, PlaceNotes::triggerText(cursor(), outline.triggers),
+                        token(outline.word).position);
     handler->body = parseEventBody(outline.body, "level", StaticType::LevelData);
     program().addEventHandler(std::move(handler));
 }
@@ -140,6 +170,8 @@ void HandlerParser::parseTimelineHandler(const Outline::Handler &outline)
             cursor().expect(TokenKind::RightBracket, "']'");
         } while (cursor().take(TokenKind::Comma));
     }
+    m_work.places.enter(Places::Kind::Timeline, PlaceNotes::triggerText(cursor(), outline.triggers),
+                        token(outline.word).position);
     handler->body = parseEventBody(outline.body, "timeline", StaticType::TimelineData);
     program().addEventHandler(std::move(handler));
 }
@@ -152,9 +184,10 @@ std::unique_ptr<Statement> HandlerParser::parseEventBody(TokenRange body, const 
 }
 
 /// The parts of a button or data handler. False: the handler cannot be used; reported.
-bool HandlerParser::parseParts(TokenRange body, bool isData, Handlers &handlers, const PartSeen &seen)
+bool HandlerParser::parseParts(const Outline::Handler &outline, bool isData, Handlers &handlers, const PartSeen &seen)
 {
-    const TokenCursor::Visit visit(cursor(), body);
+    const TokenCursor::Visit visit(cursor(), outline.body);
+    const QString triggers = PlaceNotes::triggerText(cursor(), outline.triggers);
     cursor().next();
     while (!cursor().atEnd() && !cursor().at(TokenKind::RightBrace)) {
         if (cursor().take(TokenKind::Semicolon)) {
@@ -184,6 +217,7 @@ bool HandlerParser::parseParts(TokenRange body, bool isData, Handlers &handlers,
                                   QStringLiteral("the handler has a part '%1' already").arg(word.text));
         }
         const TokenRange partBody = bodyAtCursor();
+        m_work.places.enter(placeKind(*part), triggers, word.position);
         part->body = parseEventBody(partBody, isData ? "data" : "button",
                                     isData ? StaticType::DataData : StaticType::ButtonData);
         cursor().moveTo(partBody.last);

@@ -24,7 +24,7 @@ private:
     void parseTimelineHandler(const Outline::Handler &outline);
     using Handlers = std::vector<std::unique_ptr<SubEventHandler>>;
     using PartSeen = std::function<void(const QString &part, SourcePosition position)>;
-    bool parseParts(TokenRange body, bool isData, Handlers &handlers, const PartSeen &seen);
+    bool parseParts(const Outline::Handler &outline, bool isData, Handlers &handlers, const PartSeen &seen);
     std::unique_ptr<SubEventHandler> parsePartHead(bool isData);
     std::unique_ptr<SubEventHandler> parseHold();
     std::unique_ptr<Statement> parseEventBody(TokenRange body, const char *dataName, int dataType);

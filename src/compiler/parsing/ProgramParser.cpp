@@ -90,8 +90,8 @@ void ProgramParser::parse()
     for (const Outline::Callable &routine : m_outline.routines) {
         parseRoutine(routine);
     }
-    program().startBlock = parseOnlyBlock(m_outline.startBlocks);
-    program().mainlineBlock = parseOnlyBlock(m_outline.mainlineBlocks);
+    program().startBlock = parseOnlyBlock(m_outline.startBlocks, Places::Kind::Start);
+    program().mainlineBlock = parseOnlyBlock(m_outline.mainlineBlocks, Places::Kind::Mainline);
     for (const Outline::Handler &handler : m_outline.handlers) {
         handlers.parse(handler);
     }
@@ -159,6 +159,8 @@ std::unique_ptr<CompoundStatement> ProgramParser::parseBody(const Outline::Calla
     }
     StatementParser::Surroundings surroundings;
     surroundings.hasResult = result == Result::Possible;
+    m_work.places.enter(result == Result::Possible ? Places::Kind::Function : Places::Kind::Routine, symbol.name,
+                        symbol.position);
     m_work.checks->usage.enterCallable(symbol.name);
     std::unique_ptr<CompoundStatement> body = m_statements.parseBody(callable.body, locals, surroundings);
     m_work.checks->usage.leaveCallable();
@@ -196,7 +198,8 @@ void ProgramParser::parseRoutine(const Outline::Callable &outline)
     }
 }
 
-std::unique_ptr<StatementList> ProgramParser::parseOnlyBlock(const std::vector<Outline::Block> &blocks)
+std::unique_ptr<StatementList> ProgramParser::parseOnlyBlock(const std::vector<Outline::Block> &blocks,
+                                                             Places::Kind kind)
 {
     std::unique_ptr<StatementList> list;
     for (const Outline::Block &block : blocks) {
@@ -210,6 +213,7 @@ std::unique_ptr<StatementList> ProgramParser::parseOnlyBlock(const std::vector<O
         if (block.body.isEmpty()) {
             continue;
         }
+        m_work.places.enter(kind, {}, token(block.word).position);
         std::unique_ptr<StatementList> body = m_statements.parsePlainBody(block.body);
         if (!list) {
             list = std::move(body);

@@ -36,7 +36,7 @@ private:
                                                  Result result);
     void parseFunction(const Outline::Callable &outline);
     void parseRoutine(const Outline::Callable &outline);
-    std::unique_ptr<StatementList> parseOnlyBlock(const std::vector<Outline::Block> &blocks);
+    std::unique_ptr<StatementList> parseOnlyBlock(const std::vector<Outline::Block> &blocks, Places::Kind kind);
 
     Workspace &m_work;
     Globals &m_globals;

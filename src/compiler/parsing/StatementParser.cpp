@@ -34,6 +34,16 @@ constexpr StatementParser::Row StatementParser::kRows[] = {
 
 std::unique_ptr<Statement> StatementParser::parseStatement()
 {
+    const SourcePosition position = cursor().position();
+    std::unique_ptr<Statement> statement = readStatement();
+    if (statement) {
+        statement->place = m_work.places.note(position);
+    }
+    return statement;
+}
+
+std::unique_ptr<Statement> StatementParser::readStatement()
+{
     const Level level(m_work);
     if (level.isTooDeep()) {
         return nullptr;

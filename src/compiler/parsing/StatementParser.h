@@ -47,6 +47,7 @@ private:
     bool atListEnd();
     bool atCase();
     std::unique_ptr<Statement> parseStatement();
+    std::unique_ptr<Statement> readStatement();
     std::unique_ptr<Statement> parseNested(); // the body of an IF, a loop and so on
     void expectStatementEnd();
     void recover(size_t start);

@@ -161,7 +161,7 @@ void FunctionCode::runBody(Run &run, Slot *base) const
 {
     const FrameScope scope(run, base, m_frameSize);
     run.result.seen.kind = ValueView::Kind::None;
-    if (m_body && !run.stopRequested() && m_body->execute(run) != Flow::Return) {
+    if (m_body && !run.stopRequested() && m_body->perform(run) != Flow::Return) {
         run.result.seen.kind = ValueView::Kind::None;
     }
 }

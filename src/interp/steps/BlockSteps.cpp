@@ -180,7 +180,7 @@ public:
     {}
     Flow execute(Run &run) const override
     {
-        const Flow flow = m_body->execute(run);
+        const Flow flow = m_body->perform(run);
         for (const int slot : m_ownedSlots) {
             delete run.frame[slot].object;
         }
@@ -323,7 +323,7 @@ std::unique_ptr<Step> prepareBlock(const StatementList &list, Preparer &preparer
                 steps.push_back(std::move(step));
             }
         } else if (statement) {
-            steps.push_back(statement->prepare(preparer));
+            steps.push_back(preparer.statement(statement));
         }
     }
     preparer.closeBlock(mark);

@@ -35,7 +35,7 @@ public:
     Flow execute(Run &run) const override
     {
         for (const auto &step : m_steps) {
-            if (const Flow flow = step->execute(run); flow != Flow::Next) {
+            if (const Flow flow = step->perform(run); flow != Flow::Next) {
                 return flow;
             }
         }
@@ -59,9 +59,9 @@ public:
     {
         switch (m_condition->test(run)) {
         case Truth::Yes:
-            return m_then ? m_then->execute(run) : Flow::Next;
+            return m_then ? m_then->perform(run) : Flow::Next;
         case Truth::No:
-            return m_else ? m_else->execute(run) : Flow::Next;
+            return m_else ? m_else->perform(run) : Flow::Next;
         case Truth::Failed:
             break;
         }
@@ -100,11 +100,12 @@ private:
     Flow loop(Run &run) const
     {
         if (m_initialisation) {
-            if (const Flow flow = m_initialisation->execute(run); flow != Flow::Next) {
+            if (const Flow flow = m_initialisation->perform(run); flow != Flow::Next) {
                 return flow == Flow::Return ? flow : Flow::Next;
             }
         }
         while (m_condition && !run.stopRequested()) {
+            run.place.store(place(), std::memory_order_relaxed); // the body ran meanwhile
             const Truth truth = m_condition->test(run);
             if (truth == Truth::No) {
                 break;
@@ -113,14 +114,14 @@ private:
                 run.error(m_message);
                 break;
             }
-            const Flow flow = m_body ? m_body->execute(run) : Flow::Next;
+            const Flow flow = m_body ? m_body->perform(run) : Flow::Next;
             if (flow == Flow::Return) {
                 return flow;
             }
             if (flow == Flow::Break) {
                 break;
             }
-            const Flow stepFlow = m_step ? m_step->execute(run) : Flow::Next;
+            const Flow stepFlow = m_step ? m_step->perform(run) : Flow::Next;
             if (stepFlow == Flow::Return) {
                 return stepFlow;
             }
@@ -160,7 +161,7 @@ public:
                 return Flow::Next;
             }
             if (truth == Truth::Yes) {
-                return branch.body ? branch.body->execute(run) : Flow::Next;
+                return branch.body ? branch.body->perform(run) : Flow::Next;
             }
         }
         return Flow::Next;
@@ -201,7 +202,7 @@ public:
         if (!chosen) {
             chosen = m_default;
         }
-        const Flow flow = chosen && chosen->body ? chosen->body->execute(run) : Flow::Next;
+        const Flow flow = chosen && chosen->body ? chosen->body->perform(run) : Flow::Next;
         return flow == Flow::Break ? Flow::Next : flow; // CONTINUE and RETURN reach the loop and the function
     }
 

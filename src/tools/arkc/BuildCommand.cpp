@@ -15,6 +15,7 @@ struct BuildArguments
     std::string source;
     std::string output;
     std::string format = "text";
+    bool withoutPlaces = false;
 };
 
 QString besideSource(const QString &source)
@@ -64,7 +65,8 @@ Outcome build(const BuildArguments &arguments)
     if (std::any_of(result.files.begin(), result.files.end(), isOutput)) { // one that is included
         return refuseOutput(output);
     }
-    return writeFile(output, result.objectFile) ? Outcome::Done : Outcome::WrongUse;
+    const QByteArray places = arguments.withoutPlaces ? QByteArray() : result.places;
+    return writeFile(output, result.objectFile + places) ? Outcome::Done : Outcome::WrongUse;
 }
 } // namespace
 
@@ -79,6 +81,8 @@ Command buildCommand(CommandLine::Word &app)
     word->add("-o,--output", arguments->output, "The object file (the source's name with .pobj)")
         .named("FILE")
         .files({ "pobj" });
+    word->addFlag("--no-places", arguments->withoutPlaces,
+                  "Leave out where its statements stand: errors of the running program then name no line");
     addFormatOption(*word, arguments->format);
     word->explain({ "Reports errors and warnings. The object file is replaced only when there is no error.",
                     { { "arkc build room.src", "writes room.pobj beside the source" },
