@@ -352,6 +352,74 @@
         <translation>符号 [%1] 在当前作用域中已定义</translation>
     </message>
     <message>
+        <source>, called at %1</source>
+        <translation>，调用处 %1</translation>
+    </message>
+    <message>
+        <source>%1 more of other kinds</source>
+        <translation>另有其他信息 %1 条</translation>
+    </message>
+    <message>
+        <source>%1 [%2 times more]</source>
+        <translation>%1 [另外 %2 次]</translation>
+    </message>
+    <message>
+        <source>start</source>
+        <translation>启动块</translation>
+    </message>
+    <message>
+        <source>mainline</source>
+        <translation>主循环</translation>
+    </message>
+    <message>
+        <source>function %1</source>
+        <translation>函数 %1</translation>
+    </message>
+    <message>
+        <source>routine %1</source>
+        <translation>例程 %1</translation>
+    </message>
+    <message>
+        <source>push of %1</source>
+        <translation>按下 %1</translation>
+    </message>
+    <message>
+        <source>release of %1</source>
+        <translation>松开 %1</translation>
+    </message>
+    <message>
+        <source>hold of %1</source>
+        <translation>按住 %1</translation>
+    </message>
+    <message>
+        <source>online of %1</source>
+        <translation>%1 上线</translation>
+    </message>
+    <message>
+        <source>offline of %1</source>
+        <translation>%1 离线</translation>
+    </message>
+    <message>
+        <source>string of %1</source>
+        <translation>%1 的字符串</translation>
+    </message>
+    <message>
+        <source>command of %1</source>
+        <translation>%1 的命令</translation>
+    </message>
+    <message>
+        <source>onerror of %1</source>
+        <translation>%1 的错误</translation>
+    </message>
+    <message>
+        <source>level of %1</source>
+        <translation>%1 的电平</translation>
+    </message>
+    <message>
+        <source>timeline %1</source>
+        <translation>时间线 %1</translation>
+    </message>
+    <message>
         <source>Call depth exceeded in %1</source>
         <translation>%1 的调用层数超限</translation>
     </message>

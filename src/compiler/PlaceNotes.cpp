@@ -40,9 +40,9 @@ Places PlaceNotes::places(const Sources &sources, const Symbols &symbols, const 
         }
         const auto symbol = symbols.globals().find(value->name().text());
         const bool isWritten = symbol != symbols.globals().end();
-        places.globals.push_back(isWritten ? Places::Global{ symbol->second.position.file,
-                                                             sources.lineOf(symbol->second.position) }
-                                           : Places::Global{});
+        places.globals.push_back(
+            isWritten ? Places::Global{ symbol->second.position.file, sources.lineOf(symbol->second.position) }
+                      : Places::Global{});
     }
     return places;
 }

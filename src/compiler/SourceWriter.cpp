@@ -4,20 +4,26 @@
 #include "compiler/writing/ProgramWriter.h"
 #include "program/AST.h"
 #include "runtime/ObjectFile.h"
+#include "runtime/Places.h"
 
 #include <QDataStream>
 #include <QStringList>
 
 namespace {
-SourceText writtenSource(const QByteArray &objectFile)
+/// \param size  of what the source has to say again: all but the places
+SourceText writtenSource(const QByteArray &objectFile, int &size)
 {
     AST program;
     QStringList messages;
     QObject::connect(&program, &AST::error, &program, [&messages](const QString &text) { messages += text; });
     QDataStream stream(objectFile);
     loadObjectFile(program, stream);
-    if (!stream.atEnd()) {
-        messages += QStringLiteral("%1 bytes stand behind the end mark").arg(stream.device()->bytesAvailable());
+    const auto end = static_cast<int>(stream.device()->pos());
+    size = objectFile.size();
+    if (!Places::read(stream).isEmpty()) {
+        size = end;
+    } else if (end < size) {
+        messages += QStringLiteral("%1 bytes stand behind the end mark").arg(size - end);
     }
     return { ProgramWriter(program).run(messages), QString() };
 }
@@ -29,9 +35,10 @@ SourceText sourceOf(const QByteArray &objectFile)
     if (!problem.isEmpty()) {
         return { QString(), problem };
     }
-    SourceText source = writtenSource(objectFile);
+    int size = 0;
+    SourceText source = writtenSource(objectFile, size);
     const CompileResult again = compileSource(source.text);
-    source.isExact = again.objectFile == objectFile;
+    source.isExact = again.objectFile == objectFile.left(size);
     if (!source.isExact) {
         const QString note = again.isGood()
                                  ? QStringLiteral("it gives other bytes than the file that it was made from")

@@ -7,7 +7,7 @@ struct SourceText
 {
     QString text;
     QString problem;      // why there is no text; empty: there is one
-    bool isExact = false; // built again, the text gives the same bytes
+    bool isExact = false; // built again, the text gives the same bytes, but for its places
 };
 
 /// Writes an object file as source. What arkc has built comes back to the same bytes when it is built again; what the

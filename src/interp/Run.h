@@ -38,10 +38,10 @@ public:
     Slot *frame = nullptr; // of the running body
     Slot *top = nullptr;   // first free slot
     ReturnValue result;
-    QByteArray scratch;    // see ScratchBytes
-    std::atomic<int> place{ 0 }; // of the statement that runs, 0: none; only the main thread changes it
+    QByteArray scratch;                // see ScratchBytes
+    std::atomic<int> place{ 0 };       // of the statement that runs, 0: none; only the main thread changes it
     const FrameScope *scope = nullptr; // the innermost body
-    bool loopFlag = false; // a WHILE or FOR was entered and none has been left since
+    bool loopFlag = false;             // a WHILE or FOR was entered and none has been left since
 
     bool stopRequested() const { return m_stop.load(std::memory_order_relaxed); }
     /// Whether a further call fits on the machine's stack and on the frame stack.

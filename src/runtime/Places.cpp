@@ -160,20 +160,13 @@ Places unpacked(const QByteArray &bytes)
 const char *textOf(Places::Kind kind)
 {
     static constexpr const char *kTexts[Places::kKinds] = {
-        QT_TRANSLATE_NOOP("messages", "start"),
-        QT_TRANSLATE_NOOP("messages", "mainline"),
-        QT_TRANSLATE_NOOP("messages", "function %1"),
-        QT_TRANSLATE_NOOP("messages", "routine %1"),
-        QT_TRANSLATE_NOOP("messages", "push of %1"),
-        QT_TRANSLATE_NOOP("messages", "release of %1"),
-        QT_TRANSLATE_NOOP("messages", "hold of %1"),
-        QT_TRANSLATE_NOOP("messages", "online of %1"),
-        QT_TRANSLATE_NOOP("messages", "offline of %1"),
-        QT_TRANSLATE_NOOP("messages", "string of %1"),
-        QT_TRANSLATE_NOOP("messages", "command of %1"),
-        QT_TRANSLATE_NOOP("messages", "onerror of %1"),
-        QT_TRANSLATE_NOOP("messages", "level of %1"),
-        QT_TRANSLATE_NOOP("messages", "timeline %1"),
+        QT_TRANSLATE_NOOP("messages", "start"),         QT_TRANSLATE_NOOP("messages", "mainline"),
+        QT_TRANSLATE_NOOP("messages", "function %1"),   QT_TRANSLATE_NOOP("messages", "routine %1"),
+        QT_TRANSLATE_NOOP("messages", "push of %1"),    QT_TRANSLATE_NOOP("messages", "release of %1"),
+        QT_TRANSLATE_NOOP("messages", "hold of %1"),    QT_TRANSLATE_NOOP("messages", "online of %1"),
+        QT_TRANSLATE_NOOP("messages", "offline of %1"), QT_TRANSLATE_NOOP("messages", "string of %1"),
+        QT_TRANSLATE_NOOP("messages", "command of %1"), QT_TRANSLATE_NOOP("messages", "onerror of %1"),
+        QT_TRANSLATE_NOOP("messages", "level of %1"),   QT_TRANSLATE_NOOP("messages", "timeline %1"),
     };
     return kTexts[static_cast<size_t>(kind)];
 }

@@ -58,8 +58,8 @@ struct Places
 
     /// The block that belongs behind the given object file.
     QByteArray behind(const QByteArray &objectFile) const;
-    /// Reads what stands behind the object file that was just loaded from a stream on a random-access device. Empty when
-    /// there is nothing, or what is there is damaged or belongs to another program.
+    /// Reads what stands behind the object file that was just loaded from a stream on a random-access device. Empty
+    /// when there is nothing, or what is there is damaged or belongs to another program.
     static Places read(QDataStream &objectFile);
 
 private:

@@ -1,6 +1,11 @@
 #include "compiler/Compiler.h"
+#include "program/AST.h"
+#include "runtime/ObjectFile.h"
+#include "runtime/Places.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
+
+#include <QDataStream>
 
 namespace {
 QByteArray bytes(const char *hexWithBlanks)
@@ -27,6 +32,7 @@ private Q_SLOTS:
     void writesRecords_data();
     void writesRecords();
     void sharesEqualLists();
+    void placesBelongToTheirProgram();
 };
 
 void ObjectFileBytesTest::writesWholeFile()
@@ -161,6 +167,41 @@ void ObjectFileBytesTest::sharesEqualLists()
     QVERIFY(file.contains(bytes("007b0031007d")));
     QVERIFY(file.contains(bytes("007b0032007d")));
     QVERIFY(!file.contains(bytes("007b0033007d")));
+}
+
+void ObjectFileBytesTest::placesBelongToTheirProgram()
+{
+    const auto read = [](const QByteArray &file) {
+        AST program;
+        QDataStream stream(file);
+        return loadObjectFile(program, stream) ? Places::read(stream) : Places();
+    };
+    const CompileResult result =
+        compileSource(QStringLiteral("integer n\ndevice dvPort = 5001:1:0\n"
+                                     "data_event [dvPort] {\n string: {\n n = 1\n wait 1 {\n n = 2 } } }\n"),
+                      QStringLiteral("/rooms/hall/hall.src"));
+    QCOMPARE(result.places.mid(38).toHex(),      // behind magic, version and digest
+             bytes("02 10 68616c6c2e737263"      // one file
+                   "02 12 0c 6476506f7274 00 08" // string of dvPort, line 4
+                   "0e 00 02 00 02 00 02 00"     // block and list, n = 1, wait, its block and list, n = 2
+                   "04 00 02 00 04")
+                 .toHex()); // n and dvPort
+    const Places places = read(result.objectFile + result.places);
+    QCOMPARE(places.lineOf(7), QStringLiteral("hall.src:7"));
+    QCOMPARE(places.lineOf(8), QString());
+    QCOMPARE(places.lineOf(0), QString());
+    QCOMPARE(places.bodyOf(2), QStringLiteral("string of dvPort"));
+
+    QVERIFY(read(result.objectFile).isEmpty());
+    QByteArray other = result.objectFile;
+    other[other.indexOf(QByteArray("\0N", 2)) + 1] = 'M'; // another name of a global
+    QVERIFY(read(other + result.places).isEmpty());
+    for (int at = 0; at < result.places.size(); ++at) {
+        QByteArray damaged = result.places;
+        damaged[at] = static_cast<char>(damaged[at] ^ 0x10);
+        QVERIFY2(read(result.objectFile + damaged).isEmpty(), qPrintable(QString::number(at)));
+        QVERIFY(read(result.objectFile + result.places.left(at)).isEmpty());
+    }
 }
 
 TEST_CLASS(ObjectFileBytesTest)

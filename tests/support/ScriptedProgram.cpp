@@ -7,9 +7,10 @@
 #include <QDataStream>
 #include <QRegularExpression>
 
-Player::Player(QByteArray objectFile, Clock &clock)
+Player::Player(QByteArray objectFile, Clock &clock, Reports reports)
     : m_clock(clock)
     , m_objectFile(std::move(objectFile))
+    , m_reports(reports)
 {
     load();
 }
@@ -45,10 +46,18 @@ void Player::load()
 {
     m_program.reset();
     m_program = std::make_unique<ControlProgram>(m_directory.path());
-    m_program->onReport = [this](ErrorReports::Kind kind, const QString &text) {
-        const bool isError = kind == ErrorReports::Kind::Error;
-        m_devices.lines << (isError ? QStringLiteral("error: ") : QStringLiteral("warning: ")) + text;
+    const auto note = [this](const char *kind, const QString &text) {
+        m_devices.lines << QStringLiteral("%1: %2").arg(QLatin1String(kind), text);
     };
+    if (m_reports == Reports::AsOperatorsSee) {
+        m_program->onReport = [note](ErrorReports::Kind kind, const QString &text) {
+            note(kind == ErrorReports::Kind::Error ? "error" : "warning", text);
+        };
+    } else {
+        const AST *tree = &m_program->tree();
+        QObject::connect(tree, &AST::error, tree, [note](const QString &text) { note("error", text); });
+        QObject::connect(tree, &AST::warning, tree, [note](const QString &text) { note("warning", text); });
+    }
     m_program->state().setDevices(&m_devices);
     QDataStream stream(m_objectFile);
     if (!m_program->load(stream)) {
@@ -87,7 +96,8 @@ QString ScriptedProgram::play(const QString &source)
     QStringList seen;
     Clock clock(Clock::Drive::ByHand);
     const bool withPlaces = source.contains(QLatin1String("//! places"));
-    Player player(compiled.objectFile + (withPlaces ? compiled.places : QByteArray()), clock);
+    Player player(compiled.objectFile + (withPlaces ? compiled.places : QByteArray()), clock,
+                  Player::Reports::AsOperatorsSee);
     seen += player.takeLines();
     for (const QString &line : source.split(QLatin1Char('\n'))) {
         const QString text = line.trimmed();

@@ -12,7 +12,8 @@
 class Player
 {
 public:
-    Player(QByteArray objectFile, Clock &clock);
+    enum class Reports { Each, AsOperatorsSee }; // errors and warnings; the second with places, and counted
+    Player(QByteArray objectFile, Clock &clock, Reports reports = Reports::Each);
 
     void happen(const QString &line); // one of the lines below, without their "//! "
     QStringList takeLines() { return std::exchange(m_devices.lines, {}); }
@@ -27,6 +28,7 @@ private:
     QTemporaryDir m_directory;
     FakeDevices m_devices;
     QByteArray m_objectFile;
+    const Reports m_reports;
     std::unique_ptr<ControlProgram> m_program;
 };
 
