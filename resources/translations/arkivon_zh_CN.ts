@@ -420,6 +420,14 @@
         <translation>时间线 %1</translation>
     </message>
     <message>
+        <source>The program has been busy for %1 s</source>
+        <translation>程序已忙碌 %1 秒</translation>
+    </message>
+    <message>
+        <source>Ran for %1 ms</source>
+        <translation>运行了 %1 毫秒</translation>
+    </message>
+    <message>
         <source>Call depth exceeded in %1</source>
         <translation>%1 的调用层数超限</translation>
     </message>

@@ -1,5 +1,6 @@
 #include "interp/Interpreter.h"
 
+#include "base/Clock.h"
 #include "interp/ProgramFunction.h"
 #include "interp/Run.h"
 #include "interp/code/FunctionCode.h"
@@ -84,7 +85,7 @@ bool Interpreter::execute(const Body &body, BasicType *data)
     if (data) {
         base->object = data;
     }
-    body.step->perform(*m_run);
+    runTimed(*body.step);
     return true;
 }
 
@@ -106,8 +107,24 @@ bool Interpreter::executeWithLocals(const Body &body, const WaitTable::Values &l
             base[index].object = locals[index].get();
         }
     }
-    body.step->perform(*m_run);
+    runTimed(*body.step);
     return true;
+}
+
+void Interpreter::runTimed(const Step &step)
+{
+    constexpr qint64 kLongMs = 200;
+    const bool isOutermost = !m_run->scope->outer();
+    if (isOutermost) {
+        m_run->turn.fetch_add(1, std::memory_order_relaxed);
+    }
+    const qint64 begin = Clock::instance().monotonicMs();
+    step.perform(*m_run);
+    const qint64 took = Clock::instance().monotonicMs() - begin;
+    if (isOutermost && took > kLongMs) {
+        m_run->place.store(step.place(), std::memory_order_relaxed);
+        m_run->warning(QT_TRANSLATE_NOOP("messages", "Ran for %1 ms"), QString::number(took));
+    }
 }
 
 void Interpreter::reportTooDeep(const QString &where)

@@ -74,6 +74,8 @@ public:
     std::vector<ChannelAddress> &heldPanelChannels() { return m_heldPanelChannels; }
 
 private:
+    void runTimed(const Step &step); // in a scope that is there
+
     ProgramState &m_state;
     EventRaiser *m_events = nullptr;
     std::unique_ptr<Run> m_run;

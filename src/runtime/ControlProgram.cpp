@@ -38,6 +38,11 @@ bool ControlProgram::load(QDataStream &stream)
     m_state->begin();
     m_interpreter->prepareFunctions();
     m_dispatcher->prepare();
+    m_busyWatch = std::make_unique<BusyWatch>(m_interpreter->run(), m_places, [this](const QString &text) {
+        if (onReport) {
+            onReport(ErrorReports::Kind::Warning, text);
+        }
+    });
     return loaded;
 }
 

@@ -2,6 +2,7 @@
 #include "events/Dispatcher.h"
 #include "interp/Interpreter.h"
 #include "interp/ProgramState.h"
+#include "runtime/BusyWatch.h"
 #include "runtime/ErrorReports.h"
 #include "runtime/Places.h"
 
@@ -21,7 +22,8 @@ public:
     ControlProgram(const ControlProgram &) = delete;
     ControlProgram &operator=(const ControlProgram &) = delete;
 
-    /// What the program reports, with its place, each of them at most so often: to monitors and logs.
+    /// What the program reports, with its place, each of them at most so often: to monitors and logs. That it
+    /// is busy comes from another thread. Set it before the load.
     std::function<void(ErrorReports::Kind kind, const QString &text)> onReport;
 
     /// Reads an object file and makes it ready to run. False: it is no program of ours or damaged; this one is empty.
@@ -45,4 +47,5 @@ private:
     std::unique_ptr<Dispatcher> m_dispatcher;
     Places m_places;
     ErrorReports m_reports;
+    std::unique_ptr<BusyWatch> m_busyWatch;
 };

@@ -1,8 +1,10 @@
 #include "compiler/Compiler.h"
+#include "runtime/BusyWatch.h"
 #include "support/ScriptedProgram.h"
 #include "support/Table.h"
 #include "support/TestClass.h"
 
+#include <QDataStream>
 #include <QDir>
 #include <QFile>
 
@@ -32,6 +34,36 @@ private Q_SLOTS:
         QFETCH(QString, source);
         const QString difference = ScriptedProgram::play(source);
         QVERIFY2(difference.isEmpty(), qPrintable(QLatin1Char('\n') + difference));
+    }
+
+    /// A program in an endless loop says where it is, from a thread that does not wait for it.
+    void saysWhereItIsBusy()
+    {
+        const CompileResult compiled =
+            compileSource(QStringLiteral("device dvPanel = 10001:1:0\n"
+                                         "integer n\n"
+                                         "routine Spin()\n{\n"
+                                         "    while (n < 1) { n = 0 }\n}\n"
+                                         "button_event [dvPanel, 1] { push: { call Spin() } }\n"));
+        const QTemporaryDir folder;
+        ControlProgram program(folder.path());
+        const QByteArray file = compiled.objectFile + compiled.places;
+        QDataStream stream(file);
+        QVERIFY(program.load(stream));
+        QStringList lines;
+        {
+            const BusyWatch watch(
+                program.interpreter().run(), program.places(),
+                [&](const QString &text) {
+                    if (lines.isEmpty()) {
+                        lines << text;
+                    }
+                    program.state().requestStop();
+                },
+                std::chrono::milliseconds(1));
+            program.dispatcher().press(10001, 1);
+        }
+        QCOMPARE(lines, { QStringLiteral("The program has been busy for 0 s (program.src:5, routine Spin)") });
     }
 
     /// In one process, with the same names for other things. What one does, the other does not see.
