@@ -39,7 +39,7 @@ public:
     Slot *top = nullptr;   // first free slot
     ReturnValue result;
     QByteArray scratch;                // see ScratchBytes
-    std::atomic<quint32> turn{ 0 }; // counts what the program was called for; only the main thread changes it
+    std::atomic<quint32> turn{ 0 };    // counts what the program was called for; only the main thread changes it
     std::atomic<int> place{ 0 };       // of the statement that runs, 0: none; only the main thread changes it
     const FrameScope *scope = nullptr; // the innermost body
     bool loopFlag = false;             // a WHILE or FOR was entered and none has been left since
