@@ -17,8 +17,9 @@ namespace {
 class TokenReader
 {
 public:
-    explicit TokenReader(Sources &sources)
+    explicit TokenReader(Sources &sources, EditedText editedText = {})
         : m_sources(sources)
+        , m_editedText(std::move(editedText))
     {}
 
     void read(const QString &name, const QString &text)
@@ -77,7 +78,8 @@ private:
             return;
         }
         m_included.insert(canonical);
-        if (!included.isFile()) { // a pipe or a device might never end
+        const std::optional<QString> edited = m_editedText ? m_editedText(canonical) : std::nullopt;
+        if (!edited && !included.isFile()) { // a pipe or a device might never end
             m_sources.report(Fault::Include, name.position,
                              included.isDir()
                                  ? QStringLiteral("the include '%1' is a folder; name a file in it").arg(path)
@@ -87,7 +89,7 @@ private:
                                                        .arg(path));
             return;
         }
-        const ReadSource source = readSource(path);
+        const ReadSource source = edited ? ReadSource{ *edited, QString() } : readSource(path);
         if (!source.problem.isNull()) {
             const QString line = source.line > 0 ? QStringLiteral(" (line %1)").arg(source.line) : QString();
             m_sources.report(Fault::Include, name.position,
@@ -103,6 +105,7 @@ private:
     }
 
     Sources &m_sources;
+    const EditedText m_editedText;
     std::vector<Token> m_tokens;
     QSet<QString> m_included;
     int m_depth = 0;
@@ -122,7 +125,7 @@ void warnOfUnused(Workspace &work)
     }
 }
 
-CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
+CompileResult compile(Sources &sources, const std::vector<Token> &tokens, NameIndex &names)
 {
     AST program;
     QStringList refusals; // What the program object itself refuses, the checks should have found; it must not get lost
@@ -135,7 +138,8 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
     HiddenLists hiddenLists(program);
     Globals *globals = nullptr;
     ConstantEvaluator constants(program, [&globals](const QString &name) { return globals->constantValue(name); });
-    Workspace work{ sources, cursor, symbols, constants, hiddenLists };
+    names.declareSystem(symbols);
+    Workspace work{ sources, cursor, symbols, constants, hiddenLists, names };
     Checks checks(work);
     Globals declared(work, outline);
     globals = &declared;
@@ -144,6 +148,7 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
     parser.nameCallables();
     declared.declareVariables();
     parser.parse();
+    names.finish();
     warnOfUnused(work);
     if (!sources.hasErrors()) {
         const bool isLibrary =
@@ -154,7 +159,7 @@ CompileResult compile(Sources &sources, const std::vector<Token> &tokens)
         sources.report(Fault::Refused, {}, refusal);
     }
     CompileResult result;
-    if (!sources.hasErrors()) {
+    if (!sources.hasErrors() && !names.isKept()) {
         QDataStream stream(&result.objectFile, QIODevice::WriteOnly);
         const std::vector<int> statements = writeObjectFile(program, stream);
         result.places = work.places.places(sources, symbols, statements).behind(result.objectFile);
@@ -179,7 +184,17 @@ CompileResult compileSource(const QString &text, const QString &fileName)
     Sources sources;
     TokenReader reader(sources);
     reader.read(fileName, text);
-    return compile(sources, reader.take());
+    NameIndex names(NameIndex::Keep::Nothing);
+    return compile(sources, reader.take(), names);
+}
+
+IndexedSource indexSource(const QString &text, const QString &fileName, const EditedText &editedText)
+{
+    IndexedSource indexed;
+    TokenReader reader(indexed.sources, editedText);
+    reader.read(fileName, text);
+    indexed.diagnostics = compile(indexed.sources, reader.take(), indexed.names).diagnostics;
+    return indexed;
 }
 
 CompileResult compileFile(const QString &path)

@@ -1,8 +1,10 @@
 #pragma once
-#include "compiler/Diagnostics.h"
+#include "compiler/NameIndex.h"
 
 #include <QByteArray>
 #include <QStringList>
+
+#include <functional>
 
 /// What a compilation gives: remarks in the order of their places, and the object file when none is an error.
 struct CompileResult
@@ -23,3 +25,16 @@ CompileResult compileSource(const QString &text, const QString &fileName = QStri
 
 /// The same for a file. A file that cannot be read, or is not UTF-8 text, is an error in the result.
 CompileResult compileFile(const QString &path);
+
+/// What an editor asks a program: what compileSource says of it, its names, and its texts as they were read. The
+/// program is not built.
+struct IndexedSource
+{
+    std::vector<Diagnostic> diagnostics{};
+    NameIndex names{ NameIndex::Keep::Everything };
+    Sources sources{};
+};
+
+/// \param editedText  the text of a file, named by its whole path, that is not on the disk; nullopt: it is read there
+using EditedText = std::function<std::optional<QString>(const QString &path)>;
+IndexedSource indexSource(const QString &text, const QString &fileName, const EditedText &editedText);

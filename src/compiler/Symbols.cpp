@@ -107,7 +107,7 @@ Symbols::Symbols(AST &program)
     : m_program(program)
 {
     for (const BasicType *value : program.globalsInOrder()) {
-        GlobalSymbol symbol{ value->name().text().toLower(), {}, typeOf(*value), true, true, true, true, value };
+        GlobalSymbol symbol{ value->name().text().toLower(), kNowhere, typeOf(*value), true, true, true, true, value };
         m_globals.emplace(value->name().text(), symbol);
     }
 }

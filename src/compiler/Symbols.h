@@ -8,6 +8,9 @@
 #include <optional>
 #include <set>
 
+/// Where what no source declares is declared.
+inline constexpr SourcePosition kNowhere{ -1, 0 };
+
 /// What the compiler knows of the type of a name or an expression.
 struct StaticType
 {

@@ -108,3 +108,21 @@ std::unique_ptr<Array> HiddenLists::makeStructured(const Constant &list) const
     array->setMaxLength(index);
     return array;
 }
+
+void Workspace::noteUse(const Token &name, const LocalScope::Local &local)
+{
+    if (local.kind == LocalScope::Kind::EventData) {
+        names.useSystem(NameIndex::Kind::System, name);
+    } else {
+        names.use(name, local.position);
+    }
+}
+
+void Workspace::noteUse(const Token &name, const GlobalSymbol &global)
+{
+    if (global.isSystem) {
+        names.useSystem(NameIndex::Kind::System, name);
+    } else {
+        names.use(name, global.position);
+    }
+}

@@ -1,5 +1,6 @@
 #pragma once
 #include "compiler/Constants.h"
+#include "compiler/NameIndex.h"
 #include "compiler/PlaceNotes.h"
 #include "compiler/Symbols.h"
 #include "compiler/lexing/TokenCursor.h"
@@ -66,6 +67,7 @@ struct Workspace
     Symbols &symbols;
     ConstantEvaluator &constants;
     HiddenLists &hiddenLists;
+    NameIndex &names;
     Checks *checks = nullptr; // set before anything is parsed
     LocalScope locals{};
     PlaceNotes places{};
@@ -74,4 +76,7 @@ struct Workspace
     bool inInitialValue = false;    // of a global: no hidden lists are made there
     bool metFaultyConstant = false; // the value of one was asked for that has none; that was reported
     bool tooDeep = false;           // said once; nothing more is read then
+
+    void noteUse(const Token &name, const LocalScope::Local &local);
+    void noteUse(const Token &name, const GlobalSymbol &global);
 };

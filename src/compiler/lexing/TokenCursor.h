@@ -45,6 +45,7 @@ public:
     bool skipBalanced();
 
     Sources &sources() { return m_sources; }
+    const Sources &sources() const { return m_sources; }
     void report(Fault code, const QString &message) { m_sources.report(code, position(), message); }
 
     /// Stands around the reading of something inside brackets.

@@ -16,7 +16,7 @@ StatementParser::parseBody(TokenRange body, const std::vector<LocalScope::Local>
         m_work.locals.add(local);
     }
     std::unique_ptr<CompoundStatement> block = parseBlock();
-    m_work.locals.closeBlock();
+    closeScope();
     surroundings = m_in;
     return block;
 }
@@ -56,7 +56,9 @@ std::unique_ptr<CompoundStatement> StatementParser::parseBlock()
 
 void StatementParser::closeScope()
 {
+    const SourcePosition end = cursor().atEnd() ? cursor().previous().position : cursor().position();
     for (const LocalScope::Local &local : m_work.locals.closeBlock()) {
+        m_work.names.endScope(local.position, end);
         if (!local.isUsed && local.kind == LocalScope::Kind::Variable && !m_work.sources.hasErrors()) {
             report(Fault::Unused, local.position, QStringLiteral("the variable '%1' is never used").arg(local.name));
         }
@@ -176,6 +178,7 @@ bool StatementParser::atDefinition()
 std::unique_ptr<Statement> StatementParser::parseDefinition(StatementList &assignments)
 {
     std::vector<int> codes;
+    const size_t head = cursor().index();
     while (cursor().at(TokenKind::Name)) {
         const Token &word = cursor().peek();
         const int placement = codeOfWord(word.text, Word::Placing);
@@ -203,6 +206,7 @@ std::unique_ptr<Statement> StatementParser::parseDefinition(StatementList &assig
         codes.push_back(m_globals.typeCodeAt(cursor().index()).value_or(IntegerType));
         cursor().next();
     }
+    m_definitionHead = { head, cursor().index() };
     auto definition = std::make_unique<BlockItemDefStatement>();
     do {
         if (!parseDeclarator(*definition, codes, assignments)) {
@@ -219,6 +223,7 @@ bool StatementParser::parseDeclarator(BlockItemDefStatement &definition, const s
         cursor().expected("the name of a variable");
         return false;
     }
+    const size_t nameIndex = cursor().index();
     const Token name = cursor().next();
     StaticType type;
     int size = -1;
@@ -250,7 +255,7 @@ bool StatementParser::parseDeclarator(BlockItemDefStatement &definition, const s
     }
     const bool hasType = !codes.empty() && (codes.back() < Volatile || codes.back() > LocalVar);
     type.code = hasType ? codes.back() : type.isArray() ? CharType : IntegerType;
-    declareLocal(name, type, size);
+    declareLocal(nameIndex, type, size);
     definition.items.push_back({ codes, std::move(declarator) });
     if (!cursor().at(TokenKind::Assign)) {
         return true;
@@ -274,8 +279,9 @@ bool StatementParser::parseDeclarator(BlockItemDefStatement &definition, const s
     return true;
 }
 
-void StatementParser::declareLocal(const Token &name, const StaticType &type, int size)
+void StatementParser::declareLocal(size_t index, const StaticType &type, int size)
 {
+    const Token &name = cursor().token(index);
     const LocalScope::Local *known = m_work.locals.find(name.text);
     if (const QString problem = nameProblem(name.text, type.isArray()); !problem.isEmpty()) {
         report(Fault::ReservedWord, name.position, problem);
@@ -285,5 +291,6 @@ void StatementParser::declareLocal(const Token &name, const StaticType &type, in
                    .arg(name.text, m_work.sources.lineReference(known->position, name.position)));
     } else {
         m_work.locals.add({ name.text, type, name.position, LocalScope::Kind::Variable, size });
+        m_work.names.declare(NameIndex::Kind::Local, cursor(), m_definitionHead, { index, cursor().index() });
     }
 }

@@ -19,8 +19,12 @@ Operand ExpressionParser::parseCall()
                        : QStringLiteral("unknown function '%1'%2")
                              .arg(name.text, didYouMean(m_work.symbols.closestFunction(name.text))));
     }
+    if (builtin) {
+        m_work.names.useSystem(NameIndex::Kind::Builtin, name);
+    }
     using Kind = ExpressionChecks::Mark::Kind;
     if (callee) {
+        m_work.names.use(name, callee->position);
         m_work.checks->usage.called(name.text);
         m_work.checks->expressions.mark(Kind::Call, name.text, name.position);
     } else if (builtin && hasEffects(name.text)) {

@@ -355,7 +355,9 @@ std::unique_ptr<Statement> StatementParser::parseRoutineCall()
     const Token name = cursor().next();
     const CallableSymbol *routine = m_work.symbols.findRoutine(name.text);
     m_work.checks->usage.called(name.text);
-    if (!routine) {
+    if (routine) {
+        m_work.names.use(name, routine->position);
+    } else {
         reportName(Fault::UnknownRoutine, name,
                    m_work.symbols.findFunction(name.text)
                        ? QStringLiteral("'%1' is a function; it is called without 'call'").arg(name.text)

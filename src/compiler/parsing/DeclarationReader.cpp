@@ -156,6 +156,7 @@ bool DeclarationReader::readHandler()
 bool DeclarationReader::readVariables()
 {
     Outline::Variables variables;
+    variables.first = m_cursor.index();
     for (; m_cursor.at(TokenKind::Name); m_cursor.next()) {
         if (m_cursor.atName("const")) {
             variables.isConst = true;

@@ -124,6 +124,7 @@ void DeviceGroupParser::parseLevel(const Outline::Binding &binding)
                        .arg(name.text, didYouMean(m_work.symbols.closestGlobal(name.text, {}))));
     } else {
         variable->isUsed = true;
+        m_work.noteUse(name, *variable);
         if (variable->isConst) {
             report(Fault::ConstantChanged, name.position, QStringLiteral("'%1' is a constant").arg(name.text));
         } else if (variable->type.isKnown() && !variable->type.isNumber()) {

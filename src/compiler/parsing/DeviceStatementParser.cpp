@@ -50,6 +50,7 @@ bool StatementParser::parseCaptured(WaitStatement &wait)
         LocalScope::Local *local = m_work.locals.find(name.text);
         if (local) {
             local->isUsed = true;
+            m_work.noteUse(name, *local);
             report(Fault::CapturedLocal, name.position,
                    QStringLiteral("'%1' is not global; a wait takes its local variables along without capture")
                        .arg(name.text));
@@ -60,6 +61,7 @@ bool StatementParser::parseCaptured(WaitStatement &wait)
         }
         if (global) {
             global->isUsed = true;
+            m_work.noteUse(name, *global);
         }
         wait.captured.push_back(normalisedName(name.text));
         if (!cursor().take(TokenKind::Comma)) {
@@ -239,6 +241,7 @@ std::unique_ptr<Statement> StatementParser::parseCreateLevel()
     }
     if (global) {
         global->isUsed = true;
+        m_work.noteUse(name, *global);
     }
     statement->variable = normalisedName(name.text);
     return statement;

@@ -10,6 +10,7 @@ std::optional<int> Globals::typeCodeAt(size_t index)
     const Token &type = token(index);
     const int code = m_work.symbols.typeCodeOf(type.text);
     if (code >= 0) {
+        noteType(index, code);
         return code;
     }
     if (reportOtherLanguage(m_work.sources, type)) {
@@ -19,6 +20,13 @@ std::optional<int> Globals::typeCodeAt(size_t index)
         Fault::UnknownType, type.position,
         QStringLiteral("unknown type '%1'%2").arg(type.text, didYouMean(m_work.symbols.closestType(type.text))));
     return std::nullopt;
+}
+
+void Globals::noteType(size_t index, int code)
+{
+    if (const auto declared = m_typePositions.find(code); declared != m_typePositions.end()) {
+        m_work.names.use(token(index), declared->second);
+    }
 }
 
 std::optional<std::vector<int>> Globals::sizesOf(const std::vector<TokenRange> &ranges)
@@ -60,6 +68,9 @@ void Globals::declareTypes()
         }
         m_work.symbols.nameType(name.text, ++code);
         m_typePositions[code] = name.position;
+        m_work.names.declare(NameIndex::Kind::Structure, m_work.cursor, { structure.name - 1, structure.name },
+                             { structure.name, structure.name + 1 }, code);
+        m_work.names.extend(m_work.cursor, structure.name, std::max(structure.name, structure.members.last));
         declared.push_back(&structure);
     }
     for (const Outline::Variables &line : m_outline.variables) {
@@ -91,11 +102,12 @@ std::optional<CustomTypeInfo> Globals::readStructure(const Outline::Structure &s
         m_work.symbols.hideMembersOf(m_work.symbols.typeCodeOf(token(structure.name).text));
         return std::nullopt;
     }
+    const int code = m_work.symbols.typeCodeOf(token(structure.name).text);
     const TokenCursor::Visit visit(m_work.cursor, structure.members);
     std::vector<TypeDecl> members;
     while (!m_work.cursor.atEnd()) {
-        if (!m_work.cursor.take(TokenKind::Semicolon) && !readMember(members)) {
-            m_work.symbols.hideMembersOf(m_work.symbols.typeCodeOf(token(structure.name).text));
+        if (!m_work.cursor.take(TokenKind::Semicolon) && !readMember(code, members)) {
+            m_work.symbols.hideMembersOf(code);
             return std::nullopt;
         }
     }
@@ -106,20 +118,22 @@ std::optional<CustomTypeInfo> Globals::readStructure(const Outline::Structure &s
     return CustomTypeInfo(token(structure.name).text, members);
 }
 
-bool Globals::readMember(std::vector<TypeDecl> &members)
+bool Globals::readMember(int structure, std::vector<TypeDecl> &members)
 {
     TokenCursor &cursor = m_work.cursor;
     if (!cursor.at(TokenKind::Name)) {
         cursor.expected("the type of a member");
         return false;
     }
-    const std::optional<int> type = typeCodeAt(cursor.index());
+    const size_t head = cursor.index();
+    const std::optional<int> type = typeCodeAt(head);
     cursor.next();
     do {
         if (!cursor.at(TokenKind::Name)) {
             cursor.expected("the name of a member");
             return false;
         }
+        const size_t index = cursor.index();
         const Token name = cursor.next();
         std::vector<TokenRange> ranges;
         while (cursor.at(TokenKind::LeftBracket)) {
@@ -137,6 +151,7 @@ bool Globals::readMember(std::vector<TypeDecl> &members)
                                       QStringLiteral("the structure has a member '%1' already").arg(name.text));
             }
         }
+        m_work.names.declare(NameIndex::Kind::Member, cursor, { head, head + 1 }, { index, cursor.index() }, structure);
         const std::optional<std::vector<int>> sizes = sizesOf(ranges);
         members.push_back(
             { normalisedName(name.text), type.value_or(IntegerType), sizes.value_or(std::vector<int>()) });
@@ -203,6 +218,7 @@ void Globals::nameVariable(const Outline::Variables &line, const Outline::Declar
         return;
     }
     const int type = m_work.symbols.typeCodeOf(token(line.type).text);
+    noteType(line.type, type);
     GlobalSymbol symbol{ name.text, name.position, { type, static_cast<int>(declarator.sizes.size()) } };
     if (declarator.isFaulty) {
         symbol.type = {};
@@ -222,6 +238,10 @@ void Globals::nameVariable(const Outline::Variables &line, const Outline::Declar
         return;
     }
     m_work.symbols.addGlobal(symbol);
+    const size_t last = std::max({ declarator.name + 1, declarator.initialValue.last,
+                                   declarator.sizes.empty() ? 0 : declarator.sizes.back().last + 1 });
+    m_work.names.declare(symbol.isConst ? NameIndex::Kind::Constant : NameIndex::Kind::Variable, m_work.cursor,
+                         { line.first, line.type + 1 }, { declarator.name, last });
     auto pending = std::make_unique<Pending>();
     pending->line = &line;
     pending->declarator = &declarator;

@@ -36,9 +36,10 @@ private:
         bool isDone = false;
     };
     std::optional<CustomTypeInfo> readStructure(const Outline::Structure &structure);
-    bool readMember(std::vector<TypeDecl> &members);
+    bool readMember(int structure, std::vector<TypeDecl> &members);
     void reportRecursiveTypes();
     bool contains(int code, int wanted, std::set<int> &seen) const;
+    void noteType(size_t token, int code);
     void nameVariable(const Outline::Variables &line, const Outline::Declarator &declarator);
     int storageOf(const Outline::Variables &line);
     void make(Pending &pending);

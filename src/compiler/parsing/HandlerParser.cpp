@@ -57,6 +57,7 @@ void HandlerParser::parse(const Outline::Handler &outline)
         const bool isMeant = token(outline.word).isName(row.word) ||
                              closestName(token(outline.word).text, { QString::fromLatin1(row.word) }).size() > 0;
         if (isMeant && !outline.body.isEmpty()) {
+            m_work.names.block(cursor(), { outline.word, outline.triggers.last }, outline.body.last - 1);
             return (this->*row.parse)(outline);
         }
     }
@@ -180,7 +181,7 @@ std::unique_ptr<Statement> HandlerParser::parseEventBody(TokenRange body, const 
 {
     StatementParser::Surroundings none;
     return m_statements.parseBody(
-        body, { { QString::fromLatin1(dataName), { dataType, 0 }, {}, LocalScope::Kind::EventData } }, none);
+        body, { { QString::fromLatin1(dataName), { dataType, 0 }, kNowhere, LocalScope::Kind::EventData } }, none);
 }
 
 /// The parts of a button or data handler. False: the handler cannot be used; reported.
@@ -194,6 +195,7 @@ bool HandlerParser::parseParts(const Outline::Handler &outline, bool isData, Han
             continue;
         }
         const Token word = cursor().peek();
+        const size_t head = cursor().index();
         std::unique_ptr<SubEventHandler> part = parsePartHead(isData);
         if (!part || !cursor().at(TokenKind::LeftBrace)) {
             if (part) {
@@ -217,6 +219,7 @@ bool HandlerParser::parseParts(const Outline::Handler &outline, bool isData, Han
                                   QStringLiteral("the handler has a part '%1' already").arg(word.text));
         }
         const TokenRange partBody = bodyAtCursor();
+        m_work.names.block(cursor(), { head, partBody.first - 1 }, partBody.last - 1);
         m_work.places.enter(placeKind(*part), triggers, word.position);
         part->body = parseEventBody(partBody, isData ? "data" : "button",
                                     isData ? StaticType::DataData : StaticType::ButtonData);

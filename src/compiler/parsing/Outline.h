@@ -17,6 +17,7 @@ struct Outline
     };
     struct Variables // one declaration line
     {
+        size_t first = 0; // its first token
         bool isConst = false;
         std::vector<size_t> storageWords;
         size_t type = 0;

@@ -25,10 +25,12 @@ Operand ExpressionParser::parseVariable()
     m_work.checks->expressions.mark(ExpressionChecks::Mark::Kind::Variable, normalisedName(name.text), name.position);
     if (LocalScope::Local *local = m_work.locals.find(name.text)) {
         local->isUsed = true;
+        m_work.noteUse(name, *local);
         operand.type = local->type;
         operand.localSize = local->size;
     } else if (GlobalSymbol *global = m_work.symbols.findGlobal(name.text)) {
         global->isUsed = true;
+        m_work.noteUse(name, *global);
         operand.type = global->type;
         operand.shape = global->value;
         operand.isConstant = global->isConst;
@@ -109,7 +111,7 @@ Operand ExpressionParser::parseElement(Operand base)
 
 Operand ExpressionParser::parseMember(Operand base)
 {
-    cursor().next();
+    m_work.names.dot(cursor().next(), base.type);
     if (!cursor().at(TokenKind::Name)) {
         cursor().expected("the name of a member");
         return {};
@@ -121,6 +123,7 @@ Operand ExpressionParser::parseMember(Operand base)
             base.type.isStruct() ? m_work.symbols.memberType(base.type.code, name.text) : std::nullopt;
         if (known) {
             type = *known;
+            m_work.names.useMember(name, base.type.code);
         } else if (base.type.isStruct()) {
             report(Fault::UnknownMember, name.position,
                    QStringLiteral("%1 has no member '%2'%3")

@@ -43,6 +43,11 @@ CallableSymbol ProgramParser::symbolOf(const Outline::Callable &callable)
         const std::optional<int> code = m_globals.typeCodeAt(callable.type);
         symbol.result = StaticType{ code.value_or(StaticType::Unknown), static_cast<int>(callable.sizes.size()) };
     }
+    const size_t head = callable.type != 0 ? callable.type - 1 : callable.name - 1;
+    const auto kind = token(head).isName("routine") ? NameIndex::Kind::Routine : NameIndex::Kind::Function;
+    const size_t shownLast = std::max(callable.name + 1, callable.parameters.last + 1);
+    m_work.names.declare(kind, cursor(), { head, callable.name }, { callable.name, shownLast });
+    m_work.names.extend(cursor(), callable.name, std::max(shownLast, callable.body.last) - 1);
     const TokenCursor::Visit visit(cursor(), callable.parameters);
     const TokenCursor::Nested nested(cursor());
     while (!cursor().atEnd() && readParameter(symbol.parameters) && cursor().take(TokenKind::Comma)) {
@@ -58,6 +63,7 @@ bool ProgramParser::readParameter(std::vector<Parameter> &parameters)
         cursor().expected("a parameter: its type and its name");
         return false;
     }
+    const size_t head = cursor().index();
     Parameter parameter;
     parameter.type.code = m_globals.typeCodeAt(cursor().index()).value_or(StaticType::Unknown);
     cursor().next();
@@ -70,6 +76,7 @@ bool ProgramParser::readParameter(std::vector<Parameter> &parameters)
             return false;
         }
     }
+    m_work.names.declare(NameIndex::Kind::Parameter, cursor(), { head, head + 1 }, { head + 1, cursor().index() });
     parameters.push_back(parameter);
     return true;
 }
@@ -214,6 +221,7 @@ std::unique_ptr<StatementList> ProgramParser::parseOnlyBlock(const std::vector<O
             continue;
         }
         m_work.places.enter(kind, {}, token(block.word).position);
+        m_work.names.block(cursor(), { block.word, block.word + 1 }, block.body.last - 1);
         std::unique_ptr<StatementList> body = m_statements.parsePlainBody(block.body);
         if (!list) {
             list = std::move(body);

@@ -54,7 +54,7 @@ private:
     bool atDefinition();
     std::unique_ptr<Statement> parseDefinition(StatementList &assignments);
     bool parseDeclarator(BlockItemDefStatement &definition, const std::vector<int> &codes, StatementList &assignments);
-    void declareLocal(const Token &name, const StaticType &type, int size);
+    void declareLocal(size_t index, const StaticType &type, int size); // of the name's token
     void closeScope();
     std::unique_ptr<Statement> parseSimple(); // an assignment, a step or a call
     std::unique_ptr<Statement> parseAssignment();
@@ -126,4 +126,5 @@ private:
 
     Globals &m_globals;
     Surroundings m_in;
+    TokenRange m_definitionHead; // what stands before the names of the variables that are being defined
 };
