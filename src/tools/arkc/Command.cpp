@@ -19,7 +19,7 @@ std::vector<Command> describeCommandLine(CommandLine::Word &app)
                   { { "arkctl", "1" }, { "arkivon", "8" } } });
     app.addVersion();
     app.needsWord(false);
-    return { buildCommand(app), checkCommand(app), dumpCommand(app), formatCommand(app) };
+    return { buildCommand(app), checkCommand(app), dumpCommand(app), formatCommand(app), lspCommand(app) };
 }
 
 Outcome wrongUse(const std::string &what)

@@ -17,6 +17,7 @@ Command buildCommand(CommandLine::Word &app);
 Command checkCommand(CommandLine::Word &app);
 Command dumpCommand(CommandLine::Word &app);
 Command formatCommand(CommandLine::Word &app);
+Command lspCommand(CommandLine::Word &app);
 
 /// The whole command line, as main() and whatever describes the program elsewhere need it.
 std::vector<Command> describeCommandLine(CommandLine::Word &app);
