@@ -14,7 +14,7 @@ need "${build_packages[@]}" clang libclang-rt-14-dev clang-format shellcheck cca
 # The second run, also of another clone, compiles only what has changed.
 export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 # What some tests need beside themselves; without it they are skipped.
-need man-db groff-base iproute2 util-linux isc-dhcp-client dnsmasq-base socat python3-websockets chromium zsh fish vim \
+need man-db groff-base iproute2 util-linux isc-dhcp-client dnsmasq-base socat python3-websockets chromium zsh fish vim neovim \
     qemu-system-x86 busybox-static kmod udev gcc-12 make
 command -v npm >/dev/null || need nodejs npm
 (cd tests/web-panel && npm ci --no-audit --no-fund --silent) || echo "No playwright-core: the web panel is not tested."

@@ -20,6 +20,18 @@ if vim --version 2>/dev/null | grep -q '+eval'; then
 else
     echo "not tried: vim is not installed"
 fi
+if command -v nvim >/dev/null && [ -d "$folder/sub" ]; then
+    printf "include 'lamp.src'\nstart { größe = nLamp }\n" >"$folder/sub/room.src"
+    printf 'integer nLamp = 1\n' >"$folder/sub/lamp.src"
+    (cd "$folder" && EDITORS=$1 REPORT=$folder/nvim-report PATH=$(dirname "$2"):$PATH LC_ALL=C.UTF-8 XDG_STATE_HOME=$folder \
+        XDG_CACHE_HOME=$folder timeout --kill-after=5 60 nvim --headless -u NONE -i NONE -n -S "$here/nvim.lua" </dev/null)
+    if [ ! -e "$folder/nvim-report" ] || [ -s "$folder/nvim-report" ]; then
+        cat "$folder/nvim-report"
+        exit 1
+    fi
+else
+    echo "not tried: neovim is not installed"
+fi
 
 python3 "$1/vsix.py" "$folder/packed.vsix" >/dev/null
 python3 - "$folder/packed.vsix" <<'END'

@@ -1,144 +1,107 @@
 // Runs the editor's extension with the real arkc in an editor that is only pretended.
 // Usage: extension.mjs EXTENSION ARKC
 import assert from 'node:assert';
+import { spawn, spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import Module, { createRequire } from 'node:module';
-import os from 'node:os';
 import path from 'node:path';
 
 const [extensionPath, arkc] = process.argv.slice(2);
-const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'arkivon-editor-'));
-process.on('exit', () => fs.rmSync(folder, { recursive: true }));
-
-const shown = new Map();
-let settled = () => {};
-const settings = { arkcPath: arkc, program: '', checkWhileTyping: true };
+const require = createRequire(import.meta.url);
+const settings = { arkcPath: arkc, program: '' };
 const handlers = {};
 const on = (name) => (handler) => { handlers[name] = handler; return {}; };
 const uriOf = (file) => ({ fsPath: file, scheme: 'file' });
 const warnings = [];
 const commands = [];
-const vscode = {
-    Uri: { file: uriOf },
-    Range: class { constructor(...numbers) { this.numbers = numbers; } },
-    Diagnostic: class { constructor(range, message, severity) { Object.assign(this, { range, message, severity }); } },
-    DiagnosticSeverity: { Error: 0, Warning: 1 },
-    TextEdit: { replace: (range, text) => ({ range, text }) },
+// What the client that is delivered asks of the editor when it is loaded counts as being there.
+const anything = new Proxy(class {}, { get: (target, name) => (name in target ? target[name] : anything) });
+const vscode = new Proxy({
     Task: class { constructor(definition, scope, name) { this.name = name; } },
     ProcessExecution: class {},
     TaskGroup: { Build: 'build' },
-    languages: {
-        createDiagnosticCollection: () => ({
-            set(uri, list) { shown.set(uri.fsPath, list); settled(); }, clear() { shown.clear(); },
-        }),
-        registerDocumentFormattingEditProvider: (_, provider) => { handlers.format = provider; return {}; },
-    },
-    tasks: {
-        registerTaskProvider: (_, provider) => { handlers.tasks = provider; return {}; }, onDidEndTask: on('taskEnd'),
-    },
+    tasks: { registerTaskProvider: (_, provider) => { handlers.tasks = provider; return {}; } },
     window: {
-        async showWarningMessage(text, button) { warnings.push(text); settled(); return button; },
-        setStatusBarMessage() {}, activeTextEditor: undefined,
+        async showWarningMessage(text, button) { warnings.push(text); return button; }, activeTextEditor: undefined,
     },
     commands: { executeCommand: (...words) => { commands.push(words.join(' ')); } },
     workspace: {
         getConfiguration: () => ({ get: (key) => settings[key] }),
-        getWorkspaceFolder: () => ({ uri: uriOf(folder) }),
-        onDidOpenTextDocument: on('open'), onDidSaveTextDocument: on('save'),
-        onDidChangeConfiguration: on('configured'), onDidChangeTextDocument: on('change'), onDidCloseTextDocument: on('close'),
-        textDocuments: [],
+        getWorkspaceFolder: () => ({ uri: uriOf('/room') }),
+        createFileSystemWatcher: (pattern) => pattern,
+        onDidChangeConfiguration: on('configured'),
     },
-};
-const load = Module._load;
-Module._load = (name, ...rest) => (name === 'vscode' ? vscode : load(name, ...rest));
-createRequire(import.meta.url)(extensionPath).activate({ subscriptions: [] });
+}, { get: (target, name) => target[name] || anything });
 
-const file = (name) => path.join(folder, name);
-const documentOf = (name, text) => ({
-    uri: uriOf(file(name)), languageId: 'arkivon', lineCount: text.split('\n').length, getText: () => text,
-});
-const nextReport = () => new Promise((resolve) => { settled = resolve; });
-const messages = (name) => (shown.get(file(name)) || []).map((each) => [...each.range.numbers, each.message]);
-
-// A text that is not saved, with an include beside it that has an error of its own.
-fs.writeFileSync(file('lamp.src'), 'integer nLamp = nothing\n');
-const room = documentOf('room.src', "include 'lamp.src'\nstart { größe = 1 }\n");
-let report = nextReport();
-handlers.change({ document: room });
-await report;
-await new Promise(setImmediate);
-assert.deepEqual(messages('room.src'), [[1, 8, 1, 13, "unknown name 'größe'"]]);
-assert.equal(messages('lamp.src').length, 1);
-
-// The error is gone: its mark goes, too, also in the include.
-fs.writeFileSync(file('lamp.src'), 'integer nLamp = 1\n');
-const good = documentOf('room.src', "include 'lamp.src'\nstart { nLamp = 2 }\n");
-report = nextReport();
-handlers.save(good);
-await report;
-await new Promise(setImmediate);
-assert.deepEqual([messages('room.src'), messages('lamp.src')], [[], []]);
-
-const configured = () => handlers.configured({ affectsConfiguration: (name) => name === 'arkivon' });
-
-// An included source is checked as a part of its program, and what it lacks by itself is no problem any more.
-report = nextReport();
-handlers.open(documentOf('light.src', 'start { nLamp = 1 }\n'));
-await report;
-assert.equal(messages('light.src').length, 1);
-settings.program = 'room.src';
-configured();
-assert.equal(messages('light.src').length, 0);
-fs.writeFileSync(file('room.src'), "include 'lamp.src'\nstart { nLamp = 2 }\n");
-fs.writeFileSync(file('lamp.src'), 'integer nLamp = nothing\n');
-report = nextReport();
-handlers.save(documentOf('lamp.src', ''));
-await report;
-await new Promise(setImmediate);
-assert(messages('lamp.src').length > 0);
-report = nextReport();
-handlers.close(documentOf('room.src', ''));
-assert.deepEqual(messages('lamp.src'), []);
-
-// The layout; none of what is refused.
-const edits = await handlers.format.provideDocumentFormattingEdits(documentOf('x.src', 'start{n=1}'));
-assert.equal(edits[0].text, 'start { n = 1 }\n');
-assert.deepEqual(await handlers.format.provideDocumentFormattingEdits(documentOf('x.src', 'start{')), []);
-
-// Tasks for the source in front.
-vscode.window.activeTextEditor = { document: documentOf('lamp.src', '') };
-assert.deepEqual(handlers.tasks.provideTasks().map((task) => task.name), ['build room.src', 'check room.src']);
-
-// What stands there after a task is checked again: the task's problems took the place of the editor's.
-vscode.workspace.textDocuments = [room];
-report = nextReport();
-handlers.taskEnd();
-await report;
-
-// Without arkc the editor says so once, until a setting changes; and whenever it is asked for a layout.
-vscode.workspace.textDocuments = [];
-settings.arkcPath = file('no-such-program');
-for (let i = 0; i < 2; ++i) {
-    await handlers.save(good);
+/** Starts the server as the extension says, and asks it to initialize; the answer is kept. */
+class Client {
+    static all = [];
+    constructor(id, name, server, options) { Object.assign(this, { server, options, stopped: false }); }
+    async start() {
+        const child = spawn(this.server.command, this.server.args);
+        const body = JSON.stringify({ id: 1, method: 'initialize', params: {} });
+        child.on('error', () => {}); // it is not there
+        child.stdin.on('error', () => {});
+        child.stdin.end(`Content-Length: ${body.length}\r\n\r\n${body}`);
+        const output = [];
+        for await (const bytes of child.stdout) {
+            output.push(bytes);
+        }
+        if (!output.length) {
+            throw new Error('nobody answers');
+        }
+        this.answer = JSON.parse(Buffer.concat(output).toString().split('\r\n\r\n')[1]);
+        Client.all.push(this);
+    }
+    async stop() { this.stopped = true; }
 }
-assert.equal(warnings.length, 1);
-assert.match(warnings[0], /no-such-program' was not found$/);
-assert.deepEqual(commands, ['workbench.action.openSettings arkivon.arkcPath']);
-assert.deepEqual(await handlers.format.provideDocumentFormattingEdits(good), []);
-settings.arkcPath = '/bin/false';
-configured();
-await handlers.save(good);
-assert.equal(warnings.length, 3);
-assert.match(warnings[2], /does not work: it ended with 1/);
+const load = Module._load;
+Module._load = (name, ...rest) => {
+    const loaded = name === 'vscode' ? vscode : load(name, ...rest);
+    if (name !== './languageclient.js') {
+        return loaded;
+    }
+    assert.equal(typeof loaded.LanguageClient.prototype.start, 'function');
+    return { LanguageClient: Client };
+};
+const extension = require(extensionPath);
+await extension.activate({ subscriptions: [] });
+assert.equal(Client.all.length, 1);
+assert.deepEqual(Client.all[0].server.args, ['lsp']);
+assert.equal(Client.all[0].options.synchronize.configurationSection, 'arkivon');
+assert.equal(Client.all[0].answer.result.capabilities.hoverProvider, true);
+
+// Another compiler: the one before is ended. One that is none: the editor says so, and where to change it.
+const changed = (...names) => handlers.configured({ affectsConfiguration: (name) => names.includes(name) });
+await changed('arkivon.program');
+assert(!Client.all[0].stopped);
+for (const command of ['/bin/false', '/no/such/program']) {
+    settings.arkcPath = command;
+    await changed('arkivon.arkcPath');
+    assert(Client.all[0].stopped);
+    assert.equal(warnings.pop(), `The compiler '${command}' does not serve the editor: nobody answers`);
+    assert.equal(commands.pop(), 'workbench.action.openSettings arkivon.arkcPath');
+}
+settings.arkcPath = arkc;
+await changed('arkivon.arkcPath');
+await extension.deactivate();
+assert(Client.all[1].stopped);
+
+// Tasks for the source in front, or for the program that is set.
+const tasks = () => handlers.tasks.provideTasks().map((task) => task.name);
+assert.deepEqual(tasks(), []);
+vscode.window.activeTextEditor = { document: { uri: uriOf('/room/lamp.src'), languageId: 'arkivon' } };
+assert.deepEqual(tasks(), ['build lamp.src', 'check lamp.src']);
+settings.program = 'room.src';
+assert.deepEqual(tasks(), ['build room.src', 'check room.src']);
 
 // Names that the editor takes for one word, and snippets that arkc can read.
 const beside = (name) => JSON.parse(fs.readFileSync(path.join(path.dirname(extensionPath), name), 'utf8'));
 const { pattern, flags } = beside('language-configuration.json').wordPattern;
 assert.deepEqual('x = größe_2 + n.a'.match(new RegExp(pattern, `${flags}g`)), ['x', 'größe_2', 'n', 'a']);
-settings.arkcPath = arkc;
 const isInside = { 'For loop': true, Switch: true, Wait: true };
 for (const [name, { body }] of Object.entries(beside('snippets/arkivon.json'))) {
     const plain = body.join('\n').replace(/\$\{\d+:([^}]*)\}|\$\d+/g, '$1');
-    const source = documentOf('x.src', isInside[name] ? `start {\n${plain}\n}` : plain);
-    assert.equal((await handlers.format.provideDocumentFormattingEdits(source)).length, 1, `${name} is refused`);
+    const { status } = spawnSync(arkc, ['fmt', '-'], { input: isInside[name] ? `start {\n${plain}\n}` : plain });
+    assert.equal(status, 0, `${name} is refused`);
 }

@@ -14,3 +14,7 @@ command! -buffer -bar ArkivonFormat call arkivon#Format(1, line('$'))
 
 let b:undo_ftplugin = 'setlocal expandtab< shiftwidth< softtabstop< textwidth< formatoptions< indentexpr< indentkeys<'
       \ . ' commentstring< comments< makeprg< errorformat< formatexpr< | delcommand -buffer ArkivonFormat'
+
+if has('nvim-0.7') && get(g:, 'arkivon_lsp', 1) && executable('arkc')
+  lua require('arkivon').start()
+endif
