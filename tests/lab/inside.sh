@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# inside.sh BIN: what run.sh runs in the lab's machine.
+# inside.sh BIN [CLASS [TEST]]: what run.sh runs in the lab's machine.
 set -euo pipefail
 bin=$1
 here=$(cd "$(dirname "$0")" && pwd)
@@ -7,9 +7,12 @@ fail() {
     echo "FAILED: $*" >&2
     exit 1
 }
-modprobe -a gpio-sim rc-loopback ir-nec-decoder ir-rc5-decoder ir-rc6-decoder ir-sony-decoder
+modprobe -a gpio-sim rc-loopback ir-nec-decoder ir-rc5-decoder ir-rc6-decoder ir-sony-decoder cdc-acm libcomposite
+modprobe dummy_hcd num=2
+modprobe usbserial vendor=0x0525 product=0xa4a6
+mount -t tracefs tracefs /sys/kernel/tracing
 udevadm settle
-"$bin/LabTest"
+"$bin/LabTest" "${@:2}"
 
 echo "== the package's rule"
 addgroup --system --quiet gpio

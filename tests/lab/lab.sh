@@ -3,11 +3,12 @@
 # machine does not have. Its root is this machine's, read-only below a layer in memory: programs run there as they are,
 # and nothing comes back but what they print, the exit status, and files in $LAB_OUT where that is set to a folder.
 # Needs no root and no network, but for the kernel that is fetched once. Ends with the command's status; 124: it took
-# longer than $LAB_TIMEOUT seconds (120); 125: there is no lab on this machine, and why; 126: it did not come up.
+# longer than $LAB_TIMEOUT seconds (120); 125: there is no lab on this machine, and why; 126: it did not come up,
+# or its kernel failed.
 set -euo pipefail
 
 if [ $# -eq 0 ]; then
-    sed -n '2,6s/^# //p' "$0"
+    sed -n '2,7s/^# //p' "$0"
     exit 2
 fi
 here=$(cd "$(dirname "$0")" && pwd)
@@ -113,7 +114,7 @@ mkfifo "$tmp/input" # an end of the input would close the port, and the output w
 status=0
 timeout -k 5 "${LAB_TIMEOUT:-120}" qemu-system-x86_64 -nodefaults -no-user-config -display none -no-reboot \
     -accel "$accelerator" -machine pc -cpu max -m 1024 -smp 1 -kernel "$image" -initrd "$tmp/initrd.cpio" \
-    -append "console=ttyS0 quiet panic=-1 random.trust_cpu=on mitigations=off" -serial "file:$out/.console" \
+    -append "console=ttyS0 quiet panic=-1 oops=panic random.trust_cpu=on mitigations=off" -serial "file:$out/.console" \
     -fsdev local,id=root,path=/,security_model=none,readonly=on,multidevs=remap \
     -device virtio-9p-pci,fsdev=root,mount_tag=root \
     -fsdev "local,id=out,path=$out,security_model=none" -device virtio-9p-pci,fsdev=out,mount_tag=out \
@@ -125,7 +126,7 @@ if [ "$status" -eq 124 ] || [ "$status" -eq 137 ]; then
     exit 124
 fi
 if [ ! -s "$out/.status" ]; then
-    echo "lab: the machine did not come up (qemu: $status)" >&2
+    echo "lab: the machine did not come up, or its kernel failed (qemu: $status)" >&2
     tail -n 20 "$out/.console" >&2
     exit 126
 fi

@@ -3,7 +3,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 status=0
-LAB_TIMEOUT=${LAB_TIMEOUT:-110} "$here/lab.sh" "$here/inside.sh" "$1" || status=$?
+LAB_TIMEOUT=${LAB_TIMEOUT:-200} "$here/lab.sh" "$here/inside.sh" "$1" || status=$?
 if [ "$status" -eq 125 ]; then
     echo "SKIPPED: no lab on this machine, see above"
     exit 77
