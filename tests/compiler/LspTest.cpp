@@ -302,6 +302,12 @@ void LspTest::answers_data()
         "some a.src 4:9 room\ncompletion a.src 4:8",
         "nP nL room F In abs_value true while button\nroom\n[{detail integer port, kind 5, label port}]\n"
         "[{detail integer port, kind 5, label port}]\nroom\n[]");
+    row("a rename goes through all programs that share a file, or through none",
+        "open a.src integer n\\ninclude 'c.src'\nopen b.src integer n\\ninclude 'c.src'\n"
+        "open c.src integer m = 1\\nstart { n = m }\nrename a.src 0:8 x\nrename c.src 0:8 x\nreferences a.src 0:8",
+        "{code -32803, message b.src: unknown name 'x'}\n"
+        "{changes {c.src [{newText x, range 0:8-0:9}, {newText x, range 1:12-1:13}]}}\n"
+        "[{range 0:8-0:9, uri a.src}, {range 1:8-1:9, uri c.src}]");
     row("a name that would mean something else is refused",
         "open a.src integer a\\ninteger b\\nstruct S { integer a }\\nfunction F(integer p) { a = p; b = c }\\nstart { "
         "F(1); "

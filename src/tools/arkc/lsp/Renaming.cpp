@@ -2,6 +2,8 @@
 #include "tools/arkc/lsp/Answers.h"
 #include "tools/arkc/lsp/Ranges.h"
 
+#include <QFileInfo>
+
 namespace arkc {
 namespace {
 using Kind = NameIndex::Kind;
@@ -18,18 +20,21 @@ QString renameProblem(const AskedPlace &asked, const std::optional<NameIndex::Us
                                          : QStringLiteral("'%1' is a name of the system").arg(thing.name);
 }
 
-/// The program with the name at some places replaced.
-IndexedSource renamed(const NamedPlaces &places, const QString &name)
+/// Where the name stands: by file, from and behind its last character.
+using PlacesByFile = std::map<QString, std::map<int, int>>;
+
+IndexedSource renamed(const OpenProgram &program, const PlacesByFile &places, const QString &name)
 {
     std::map<QString, QString> texts;
-    const Sources &sources = places.program->source.sources;
-    for (int file = 0; file < places.program->files.size(); ++file) {
-        texts[places.program->files.at(file)] = sources.file(file).text;
+    for (int file = 0; file < program.files.size(); ++file) {
+        QString &text = texts[program.files.at(file)] = program.source.sources.file(file).text;
+        if (const auto found = places.find(program.files.at(file)); found != places.end()) {
+            for (auto place = found->second.rbegin(); place != found->second.rend(); ++place) {
+                text.replace(place->first, place->second - place->first, name);
+            }
+        }
     }
-    for (auto place = places.places.rbegin(); place != places.places.rend(); ++place) {
-        texts[places.program->files.at(place->file)].replace(place->first, place->last - place->first, name);
-    }
-    return indexSource(texts[places.program->root], places.program->root, [&texts](const QString &path) {
+    return indexSource(texts[program.root], program.root, [&texts](const QString &path) {
         const auto found = texts.find(path);
         return found != texts.end() ? std::optional(found->second) : std::nullopt;
     });
@@ -50,10 +55,10 @@ std::vector<size_t> meaningsOf(const NameIndex &names)
 }
 
 /// What the compiler says of the new name that it did not say before, or that it means something else somewhere.
-QString newNameProblem(const NamedPlaces &places, const QString &name)
+QString newNameProblem(const OpenProgram &program, const PlacesByFile &places, const QString &name)
 {
-    const IndexedSource &before = places.program->source;
-    const IndexedSource after = renamed(places, name);
+    const IndexedSource &before = program.source;
+    const IndexedSource after = renamed(program, places, name);
     if (errorCount(after.diagnostics) > errorCount(before.diagnostics)) {
         for (const Diagnostic &diagnostic : after.diagnostics) {
             const bool isNew =
@@ -93,19 +98,24 @@ Answer rename(const AskedPlace &asked, const Json &parameters)
                                                   ? QStringLiteral("'%1' is a word of the language").arg(name)
                                                   : QStringLiteral("'%1' is no name").arg(name));
     }
+    PlacesByFile all;
     Json changes = Json::object();
     for (const NamedPlaces &places : placesOf(asked, *use)) {
-        if (const QString problem = newNameProblem(places, name); !problem.isEmpty()) {
-            return Answer::error(Answer::Refused, problem);
-        }
         for (const SourceSpan &place : places.places) {
-            Json &edits = changes[uriOf(asked.open, places.program->files.at(place.file)).toStdString()];
-            const Json edit{ { "range", rangeOf(places.program->source.sources, place) }, { "newText", name } };
-            const bool isKnown =
-                places.program != &asked.program && std::find(edits.begin(), edits.end(), edit) != edits.end();
-            if (!isKnown) {
-                edits.push_back(edit);
+            const QString &file = places.program->files.at(place.file);
+            if (all[file].emplace(place.first, place.last).second) {
+                changes[uriOf(asked.open, file).toStdString()].push_back(
+                    Json{ { "range", rangeOf(places.program->source.sources, place) }, { "newText", name } });
             }
+        }
+    }
+    for (const auto &[root, program] : asked.open.programs()) { // one that shares a file may mean another thing there
+        const bool isChanged = std::any_of(program.files.begin(), program.files.end(),
+                                           [&all](const QString &file) { return all.count(file) != 0; });
+        if (const QString problem = isChanged ? newNameProblem(program, all, name) : QString(); !problem.isEmpty()) {
+            return Answer::error(Answer::Refused, &program == &asked.program
+                                                      ? problem
+                                                      : QFileInfo(root).fileName() + QStringLiteral(": ") + problem);
         }
     }
     return { Json{ { "changes", changes } } };
