@@ -95,7 +95,7 @@ ExecManager::Load ExecManager::loadProgram()
     unloadProgram();
     m_program = std::make_unique<ControlProgram>(m_directory);
     ProgramStop::watch(&m_program->state());
-    m_program->state().setDevices(&m_devices);
+    m_program->setDevices(&m_devices);
     m_devices.setProgram(&m_program->state(), &m_program->dispatcher());
     makeSockets();
     connectReports();
@@ -177,6 +177,7 @@ void ExecManager::makeSockets()
     m_sockets->setWebSocketOrigins(m_webSocketOrigins);
     m_devices.setSocketOutputs(m_sockets.get());
     m_ipMonitor = std::make_unique<IpMonitor>(m_ownAddress);
+    m_program->setSockets(m_sockets.get());
     connect(m_ipMonitor.get(), &IpMonitor::changed, this, [this] { m_sockets->restartAll(); });
 }
 

@@ -47,6 +47,14 @@ QDateTime Clock::localDateTime() const
     return m_drive == Drive::System ? QDateTime::currentDateTime() : m_byHandStart.addMSecs(m_byHandMs);
 }
 
+qint64 Clock::nowMicros() const
+{
+    using namespace std::chrono;
+    return m_drive == Drive::System
+               ? duration_cast<microseconds>(system_clock::now().time_since_epoch()).count()
+               : localDateTime().toMSecsSinceEpoch() * 1000;
+}
+
 int Clock::every(int periodMs, Job job)
 {
     return add(std::max(periodMs, 1), periodMs, std::move(job));

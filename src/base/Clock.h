@@ -25,6 +25,7 @@ public:
 
     qint64 monotonicMs() const; // milliseconds since some moment before the start
     QDateTime localDateTime() const;
+    qint64 nowMicros() const; // the same since 1970
 
     /// Runs a job every periodMs, first after one period. A late tick is not made up for: the next keeps the phase.
     /// Returns a ticket for cancel(), never 0.

@@ -29,6 +29,52 @@ public:
     const Body *const body;
 };
 
+/// What the trace says of an event.
+TraceRecord traceOf(const CustomEvent &event)
+{
+    TraceRecord record = TraceRecord::of(TraceRecord::Kind::Event, event.device);
+    record.detail = static_cast<qint8>(static_cast<int>(event.type) - static_cast<int>(EventType::Online));
+    switch (event.type) {
+    case EventType::Push:
+    case EventType::Release:
+    case EventType::Hold:
+        record.code = event.channel;
+        record.after = event.elapsedTenths;
+        break;
+    case EventType::Level:
+        record.code = event.levelCode;
+        record.after = event.levelValue;
+        break;
+    case EventType::Error:
+        record.code = event.errorCode;
+        break;
+    case EventType::Timeline:
+        record.code = event.timelineId;
+        break;
+    case EventType::String:
+    case EventType::Command:
+        return std::move(record).with(event.data);
+    case EventType::Online:
+    case EventType::Offline:
+        break;
+    }
+    return record;
+}
+
+/// Who has sent what this may be the answer to.
+qint64 answeredBy(const Trace &trace, const CustomEvent &event)
+{
+    switch (event.type) {
+    case EventType::String:
+    case EventType::Online:
+    case EventType::Offline:
+    case EventType::Error:
+        return trace.askerOf(event.device);
+    default:
+        return 0;
+    }
+}
+
 bool isSameError(const CustomEvent &left, const CustomEvent &right)
 {
     return left.type == EventType::Error && right.type == EventType::Error && left.device == right.device &&
@@ -134,6 +180,7 @@ void Dispatcher::raiseCommand(const DeviceAddress &device, const QByteArray &tex
     CustomEvent event;
     event.type = EventType::Command;
     event.device = device;
+    event.data = text;
     DataFields fields;
     fields.text = text;
     raiseData(event, fields);
@@ -145,6 +192,7 @@ void Dispatcher::raiseTimeline(const TimelineFigures &figures)
     CustomEvent event;
     event.type = EventType::Timeline;
     event.timelineId = figures.id;
+    event.cause = figures.cause;
     dispatch(event, data.get());
 }
 
@@ -154,6 +202,8 @@ void Dispatcher::releaseToItems()
     if (!devices) {
         return;
     }
+    const TracedEvent traced(m_state.trace(), TraceRecord::of(TraceRecord::Kind::LetGo), 0,
+                             TracedEvent::Keep::IfItActs);
     std::vector<ChannelAddress> held;
     held.swap(m_interpreter.heldPanelChannels());
     for (const ChannelAddress &channel : held) {
@@ -183,6 +233,8 @@ void Dispatcher::dropPendingMainline()
 void Dispatcher::runStartBlock()
 {
     if (m_program.startBlock) {
+        const TracedEvent traced(m_state.trace(), TraceRecord::of(TraceRecord::Kind::Start), 0,
+                                 TracedEvent::Keep::Always);
         m_startBlock = m_interpreter.prepareBody(*m_program.startBlock, Name());
         if (!m_interpreter.execute(m_startBlock, nullptr)) {
             m_interpreter.reportTooDeep(QStringLiteral("start"));
@@ -224,9 +276,7 @@ void Dispatcher::customEvent(QEvent *event)
         if (beforeStatement) {
             beforeStatement();
         }
-        if (!m_interpreter.execute(*static_cast<ExecStatementEvent *>(event)->body, nullptr)) {
-            m_interpreter.reportTooDeep(QStringLiteral("mainline"));
-        }
+        runMainlineStatement(*static_cast<ExecStatementEvent *>(event)->body);
         m_pendingStatements = std::max(m_pendingStatements - 1, 0);
         break;
     default:
@@ -234,6 +284,15 @@ void Dispatcher::customEvent(QEvent *event)
     }
     m_state.storage().flush(); // before the confirmation leaves
     event->accept();
+}
+
+void Dispatcher::runMainlineStatement(const Body &statement)
+{
+    const TracedEvent traced(m_state.trace(), TraceRecord::of(TraceRecord::Kind::Mainline), 0,
+                             TracedEvent::Keep::IfItActs);
+    if (!m_interpreter.execute(statement, nullptr)) {
+        m_interpreter.reportTooDeep(QStringLiteral("mainline"));
+    }
 }
 
 void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
@@ -249,6 +308,9 @@ void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
     if (isRepeatedError) {
         return;
     }
+    const TracedEvent traced(m_state.trace(), traceOf(event),
+                             event.cause ? event.cause : answeredBy(m_state.trace(), event),
+                             event.type == EventType::Hold ? TracedEvent::Keep::IfItActs : TracedEvent::Keep::Always);
     if (event.type == EventType::String) {
         fillBuffer(event);
     }

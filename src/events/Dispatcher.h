@@ -60,6 +60,7 @@ protected:
 
 private:
     void dispatch(const CustomEvent &event, StructType *data);
+    void runMainlineStatement(const Body &statement);
     void tickHold();
     void stopHold();
     void fillBuffer(const CustomEvent &event);

@@ -26,13 +26,14 @@ struct CustomEvent
 {
     EventType type = EventType::Online;
     DeviceAddress device{};
-    QByteArray data{};     // String: what arrived
+    QByteArray data{};     // String, Command: what arrived
     int channel = 0;       // Push, Release, Hold
     int elapsedTenths = 0; // Hold: since the push
     int levelCode = 0;     // Level
     int levelValue = 0;    // Level
     int errorCode = 0;     // Error
     int timelineId = 0;    // Timeline
+    qint64 cause = 0;      // in the trace; 0: not known
 };
 
 /// What DATA holds besides the device while a data event runs.

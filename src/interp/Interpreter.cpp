@@ -63,6 +63,7 @@ Body Interpreter::prepareBody(const Statement &statement, Name dataName)
     Body body;
     body.step = preparer.statement(&statement);
     body.frameSize = preparer.frameSize();
+    body.reach = preparer.takeReach();
     return body;
 }
 
@@ -85,7 +86,7 @@ bool Interpreter::execute(const Body &body, BasicType *data)
     if (data) {
         base->object = data;
     }
-    runTimed(*body.step);
+    runTimed(body);
     return true;
 }
 
@@ -107,12 +108,18 @@ bool Interpreter::executeWithLocals(const Body &body, const WaitTable::Values &l
             base[index].object = locals[index].get();
         }
     }
-    runTimed(*body.step);
+    runTimed(body);
     return true;
 }
 
-void Interpreter::runTimed(const Step &step)
+void Interpreter::runTimed(const Body &body)
 {
+    const Step &step = *body.step;
+    Trace &trace = m_state.trace();
+    if (trace.isOn() && !body.globals) {
+        body.globals = std::make_unique<TracedGlobals>(body.reach, m_state);
+    }
+    const TracedBody traced(trace, step.place(), body.globals.get());
     constexpr qint64 kLongMs = 200;
     const bool isOutermost = !m_run->scope->outer();
     if (isOutermost) {

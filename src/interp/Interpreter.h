@@ -1,6 +1,7 @@
 #pragma once
 #include "interp/ProgramState.h"
 #include "interp/TimelineTable.h"
+#include "interp/TracedGlobals.h"
 #include "interp/WaitTable.h"
 
 #include <memory>
@@ -29,6 +30,8 @@ struct Body
     std::unique_ptr<Step> step; // nullptr: nothing to do
     int frameSize = 0;
     std::vector<bool> numberSlots; // of a wait's body: which of the first slots, which it starts with, are numbers
+    Reach reach{};
+    mutable std::unique_ptr<TracedGlobals> globals; // made of it when it runs first: then all that it calls is known
 };
 
 /// Runs one program: its stack, waits and timelines.
@@ -74,7 +77,7 @@ public:
     std::vector<ChannelAddress> &heldPanelChannels() { return m_heldPanelChannels; }
 
 private:
-    void runTimed(const Step &step); // in a scope that is there
+    void runTimed(const Body &body); // in a scope that is there
 
     ProgramState &m_state;
     EventRaiser *m_events = nullptr;

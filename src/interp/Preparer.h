@@ -1,6 +1,7 @@
 #pragma once
 #include "interp/Code.h"
 #include "interp/Interpreter.h"
+#include "interp/TracedGlobals.h"
 #include "program/Nodes.h"
 
 #include <vector>
@@ -49,6 +50,11 @@ public:
     size_t openBlock() const { return m_visible.size(); }
     void closeBlock(size_t mark) { m_visible.resize(mark); }
 
+    /// What the body names and calls: for its trace.
+    void noteGlobal(BasicType *global) { m_reach.globals.push_back(global); }
+    void noteCall(const FunctionCode *called) { m_reach.calls.push_back(called); }
+    Reach takeReach() { return std::move(m_reach); }
+
     /// Whether changes of a variable of that name may have to go out as levels.
     bool mayMoveLevels(Name name) const;
 
@@ -56,4 +62,5 @@ private:
     Interpreter &m_interpreter;
     std::vector<LocalVariable> m_visible;
     int m_slots = 0;
+    Reach m_reach;
 };

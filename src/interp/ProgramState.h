@@ -1,4 +1,5 @@
 #pragma once
+#include "interp/Trace.h"
 #include "model/StorageManager.h"
 #include "program/AST.h"
 #include "program/DeviceActions.h"
@@ -33,6 +34,7 @@ public:
     void begin();
 
     StorageManager &storage() { return m_storage; }
+    Trace &trace() { return m_trace; }
     LevelAssocManager &levels() { return *m_levels; }
     DeviceCombineManager &combinations() { return m_combinations; }
     /// The addresses that one device stands for: the other members of its groups for a virtual device, else itself.
@@ -91,6 +93,7 @@ private:
     AST &m_program;
     SystemVariables m_system;
     StorageManager m_storage;
+    Trace m_trace;
     std::unique_ptr<LevelAssocManager> m_levels;
     DeviceCombineManager m_combinations;
     std::map<DeviceAddress, Name> m_buffers;

@@ -32,6 +32,7 @@ Run::Run(Interpreter &interpreter)
     , m_stackFloor(stackFloor())
 {
     frame = top = m_slots.get();
+    m_state.trace().setPlace(&place);
 }
 
 void Run::error(const char *sourceText) const

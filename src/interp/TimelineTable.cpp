@@ -30,6 +30,9 @@ void TimelineTable::add(int id, std::vector<int> timesMs, bool isRelative, bool 
     timeline->isRelative = isRelative;
     timeline->repeats = repeats;
     timeline->isRunning = true;
+    Trace &trace = m_interpreter.state().trace();
+    trace.add(TraceRecord::of(TraceRecord::Kind::TimelineBegun, {}, id, static_cast<double>(timeline->timesMs.size())));
+    timeline->cause = trace.running();
     m_timelines[id] = std::move(timeline);
     if (m_tickTicket == 0) { // while there is none, the fine tick does not wake the processor
         m_tickTicket = Clock::instance().every(kTickMs, [this] { tick(); });
@@ -44,6 +47,7 @@ bool TimelineTable::kill(int id)
     }
     found->second->isKilled = true;
     m_timelines.erase(found);
+    m_interpreter.state().trace().add(TraceRecord::of(TraceRecord::Kind::TimelineKilled, {}, id));
     return true;
 }
 
@@ -87,7 +91,7 @@ void TimelineTable::tickOne(const std::shared_ptr<Timeline> &timeline)
         if (EventRaiser *events = m_interpreter.events()) {
             m_inProgress.push_back(timeline->id);
             events->raiseTimeline(
-                { timeline->id, static_cast<int>(step) + 1, reachedMs, timeline->isRelative, timeline->repetition });
+                { timeline->id, static_cast<int>(step) + 1, reachedMs, timeline->isRelative, timeline->repetition, timeline->cause });
             m_inProgress.pop_back();
         }
     }

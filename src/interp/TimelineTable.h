@@ -15,6 +15,7 @@ struct TimelineFigures
     qint64 timeMs = 0; // counted for this step in this cycle
     bool isRelative = false;
     qint64 repetition = 0; // completed cycles
+    qint64 cause = 0;      // of the timeline, in the trace
 };
 
 /// One programmed sequence of moments, counted in steps of 10 ms.
@@ -29,6 +30,7 @@ struct Timeline
     qint64 repetition = 0;
     bool isRunning = false;
     bool isKilled = false;
+    qint64 cause = 0; // in the trace
 };
 
 /// The timelines of a program, by id. A handler may wait for an answer: the ticks that come meanwhile pass its own

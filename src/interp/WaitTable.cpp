@@ -47,6 +47,8 @@ void WaitTable::add(const Id &id, int tenths, Values globals, Values locals, con
     wait->globals = std::move(globals);
     wait->locals = std::move(locals);
     wait->body = &body;
+    note(TraceRecord::Kind::WaitBegun, id.second, tenths);
+    wait->cause = trace().running();
     m_waits.emplace(id, std::move(wait));
 }
 
@@ -56,6 +58,7 @@ void WaitTable::cancel(const QString &name)
     if (found != m_waits.end()) {
         found->second->isCancelled = true;
         m_waits.erase(found);
+        note(TraceRecord::Kind::WaitCancelled, name);
     }
 }
 
@@ -63,6 +66,7 @@ void WaitTable::cancelAll()
 {
     for (const auto &[id, wait] : m_waits) {
         wait->isCancelled = true;
+        note(TraceRecord::Kind::WaitCancelled, id.second);
     }
     m_waits.clear();
 }
@@ -95,12 +99,24 @@ void WaitTable::tick()
 void WaitTable::runWait(Wait &wait)
 {
     wait.isRunning = true;
+    const TracedEvent traced(trace(), TraceRecord::of(TraceRecord::Kind::Wait).with(wait.id.second.toUtf8()),
+                             wait.cause, TracedEvent::Keep::Always);
     swapGlobals(wait.globals);
     if (!m_interpreter.executeWithLocals(*wait.body, wait.locals)) {
         m_interpreter.reportTooDeep(QStringLiteral("wait '%1'").arg(wait.id.second));
     }
     swapGlobals(wait.globals);
     m_interpreter.state().storage().flush();
+}
+
+Trace &WaitTable::trace()
+{
+    return m_interpreter.state().trace();
+}
+
+void WaitTable::note(TraceRecord::Kind kind, const QString &name, int tenths)
+{
+    trace().add(TraceRecord::of(kind, {}, 0, tenths).with(name.toUtf8()));
 }
 
 void WaitTable::swapGlobals(Values &copies)

@@ -1,4 +1,5 @@
 #pragma once
+#include "interp/Trace.h"
 #include "model/BasicType.h"
 
 #include <QString>
@@ -46,10 +47,13 @@ private:
         Values globals;
         Values locals;
         const Body *body;
+        qint64 cause; // in the trace
     };
     void tick();
     void runWait(Wait &wait);
     void swapGlobals(Values &copies);
+    Trace &trace();
+    void note(TraceRecord::Kind kind, const QString &name, int tenths = 0);
 
     Interpreter &m_interpreter;
     std::map<Id, std::shared_ptr<Wait>> m_waits;

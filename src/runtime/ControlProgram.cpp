@@ -7,7 +7,7 @@
 
 #include <QCoreApplication>
 
-ControlProgram::ControlProgram(const QString &dataDirectory)
+ControlProgram::ControlProgram(const QString &dataDirectory, qint64 traceBytes)
     : m_tree(std::make_unique<AST>())
     , m_state(std::make_unique<ProgramState>(*m_tree, dataDirectory))
     , m_library(std::make_unique<Library>())
@@ -19,15 +19,31 @@ ControlProgram::ControlProgram(const QString &dataDirectory)
         }
     })
 {
+    m_state->trace().setMemory(traceBytes);
     m_library->registerIn(*m_tree);
     const auto report = [this](ErrorReports::Kind kind) {
-        return [this, kind](const QString &text) { m_reports.add(kind, text, whereItRuns()); };
+        return [this, kind](const QString &text) {
+            m_state->trace().add(TraceRecord::of(TraceRecord::Kind::Problem).with(text.toUtf8()));
+            m_reports.add(kind, text, whereItRuns());
+        };
     };
     QObject::connect(m_tree.get(), &AST::error, m_tree.get(), report(ErrorReports::Kind::Error));
     QObject::connect(m_tree.get(), &AST::warning, m_tree.get(), report(ErrorReports::Kind::Warning));
 }
 
 ControlProgram::~ControlProgram() = default;
+
+void ControlProgram::setDevices(DeviceActions *devices)
+{
+    m_devices.reset();
+    m_state->setDevices(devices ? &m_devices.emplace(m_state->trace(), *devices) : nullptr);
+}
+
+void ControlProgram::setSockets(SocketActions *sockets)
+{
+    m_sockets.reset();
+    m_state->setSockets(sockets ? &m_sockets.emplace(m_state->trace(), *sockets) : nullptr);
+}
 
 bool ControlProgram::load(QDataStream &stream)
 {

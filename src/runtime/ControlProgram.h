@@ -5,8 +5,10 @@
 #include "runtime/BusyWatch.h"
 #include "runtime/ErrorReports.h"
 #include "runtime/Places.h"
+#include "runtime/TracedActions.h"
 
 #include <memory>
+#include <optional>
 
 class Library;
 class QDataStream;
@@ -17,7 +19,8 @@ class QDataStream;
 class ControlProgram
 {
 public:
-    explicit ControlProgram(const QString &dataDirectory);
+    /// \param traceBytes  memory for the trace; 0: none
+    explicit ControlProgram(const QString &dataDirectory, qint64 traceBytes = Trace::kDefaultBytes);
     ~ControlProgram();
     ControlProgram(const ControlProgram &) = delete;
     ControlProgram &operator=(const ControlProgram &) = delete;
@@ -25,6 +28,10 @@ public:
     /// What the program reports, with its place, each of them at most so often: to monitors and logs. That it
     /// is busy comes from another thread. Set it before the load.
     std::function<void(ErrorReports::Kind kind, const QString &text)> onReport;
+
+    /// What the program switches, sends and opens, by way of its trace. Borrowed; nullptr takes them away.
+    void setDevices(DeviceActions *devices);
+    void setSockets(SocketActions *sockets);
 
     /// Reads an object file and makes it ready to run. False: it is no program of ours or damaged; this one is empty.
     bool load(QDataStream &stream);
@@ -42,6 +49,8 @@ private:
     // In order of construction; ended in reverse.
     std::unique_ptr<AST> m_tree;
     std::unique_ptr<ProgramState> m_state;
+    std::optional<TracedDevices> m_devices;
+    std::optional<TracedSockets> m_sockets;
     std::unique_ptr<Library> m_library;
     std::unique_ptr<Interpreter> m_interpreter;
     std::unique_ptr<Dispatcher> m_dispatcher;

@@ -58,7 +58,7 @@ void Player::load()
         QObject::connect(tree, &AST::error, tree, [note](const QString &text) { note("error", text); });
         QObject::connect(tree, &AST::warning, tree, [note](const QString &text) { note("warning", text); });
     }
-    m_program->state().setDevices(&m_devices);
+    m_program->setDevices(&m_devices);
     QDataStream stream(m_objectFile);
     if (!m_program->load(stream)) {
         m_devices.lines << QStringLiteral("the object file does not load");

@@ -237,7 +237,7 @@ private:
 };
 } // namespace
 
-PreparedCall prepareCall(const CallBase &node, Preparer &preparer)
+PreparedCall prepareCall(const CallBase &node, Preparer &preparer, const FunctionCode *called)
 {
     PreparedCall call;
     call.name = node.functionName;
@@ -246,6 +246,9 @@ PreparedCall prepareCall(const CallBase &node, Preparer &preparer)
         for (const auto &argument : node.arguments->items) {
             call.arguments.push_back(preparer.expression(argument));
         }
+    }
+    if (called) {
+        preparer.noteCall(called);
     }
     return call;
 }
@@ -282,7 +285,7 @@ std::unique_ptr<Step> makeFunctionStep(const CallBase &node, Preparer &preparer)
         return std::make_unique<BuiltinStep>(static_cast<BuiltinFunction &>(*function), prepareCall(node, preparer));
     }
     const auto &own = static_cast<const ProgramFunction &>(*function);
-    return std::make_unique<FunctionStep>(own, withQuickNumbers(prepareCall(node, preparer), own));
+    return std::make_unique<FunctionStep>(own, withQuickNumbers(prepareCall(node, preparer, own.code.get()), own));
 }
 
 std::unique_ptr<Step> makeRoutineStep(const CallBase &node, Preparer &preparer)
@@ -291,7 +294,8 @@ std::unique_ptr<Step> makeRoutineStep(const CallBase &node, Preparer &preparer)
     if (!routine) {
         return nullptr;
     }
-    return std::make_unique<RoutineStep>(static_cast<const ProgramRoutine &>(*routine), prepareCall(node, preparer));
+    const auto &own = static_cast<const ProgramRoutine &>(*routine);
+    return std::make_unique<RoutineStep>(own, prepareCall(node, preparer, own.code.get()));
 }
 
 std::unique_ptr<Code> FuncCallExpression::prepare(Preparer &preparer, Context) const
@@ -305,7 +309,7 @@ std::unique_ptr<Code> FuncCallExpression::prepare(Preparer &preparer, Context) c
                                                  prepareCall(*this, preparer));
     }
     const auto &own = static_cast<const ProgramFunction &>(*function);
-    PreparedCall call = withQuickNumbers(prepareCall(*this, preparer), own);
+    PreparedCall call = withQuickNumbers(prepareCall(*this, preparer, own.code.get()), own);
     if (call.takesNumbers && isPlainNumberType(own.returnType())) {
         return std::make_unique<NumberCallCode>(own, std::move(call));
     }

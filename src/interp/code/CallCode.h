@@ -17,7 +17,7 @@ struct PreparedCall
     bool takesNumbers = false; // of a function of the program: FunctionCode::callWithNumbers serves
 };
 
-PreparedCall prepareCall(const CallBase &node, Preparer &preparer);
+PreparedCall prepareCall(const CallBase &node, Preparer &preparer, const FunctionCode *called = nullptr);
 
 /// Calls a function of the program and leaves its result, brought to the declared type, in run.result.
 void callFunction(Run &run, const ProgramFunction &function, const PreparedCall &call);

@@ -93,6 +93,7 @@ void FunctionCode::prepareBody(Preparer &preparer, const CompoundStatement *body
     }
     m_body = preparer.statement(body);
     m_frameSize = preparer.frameSize();
+    m_reach = preparer.takeReach();
 }
 
 bool FunctionCode::call(Run &run, const std::vector<std::unique_ptr<Code>> &arguments) const

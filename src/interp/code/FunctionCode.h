@@ -26,6 +26,7 @@ public:
     bool callWithNumbers(Run &run, const std::vector<std::unique_ptr<Code>> &arguments) const;
 
     int frameSize() const { return m_frameSize; }
+    const Reach &reach() const { return m_reach; }
 
 private:
     struct Parameter
@@ -46,6 +47,7 @@ private:
     std::vector<int> m_sources;          // per parameter: which argument fills it
     std::unique_ptr<Step> m_body;
     int m_frameSize = 0;
+    Reach m_reach;
 };
 
 /// A declarator taken apart: NAME, NAME[size], NAME[size][size] …

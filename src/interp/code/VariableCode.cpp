@@ -156,7 +156,7 @@ std::unique_ptr<Code> makeNumberElement(Base base, std::unique_ptr<Code> index)
 }
 } // namespace
 
-VariableAccess findVariable(const Preparer &preparer, const QString &text)
+VariableAccess findVariable(Preparer &preparer, const QString &text)
 {
     const Name name(text);
     if (const LocalVariable *local = preparer.findLocal(name)) {
@@ -176,6 +176,7 @@ VariableAccess findVariable(const Preparer &preparer, const QString &text)
     if (!global) {
         return {};
     }
+    preparer.noteGlobal(global);
     const auto kind = global->isNumber() ? VariableAccess::Kind::StaticNumber : VariableAccess::Kind::StaticObject;
     return { kind, 0, global->typeCode(), global, isArrayOfArrays(global) };
 }
@@ -202,7 +203,7 @@ std::unique_ptr<Code> VarExpression::prepare(Preparer &preparer, Context) const
     return makeVariableCode(findVariable(preparer, name), name);
 }
 
-std::optional<VariableAccess> findNumberArray(const Preparer &preparer, const Expression *node)
+std::optional<VariableAccess> findNumberArray(Preparer &preparer, const Expression *node)
 {
     const auto *name = as<VarExpression>(node);
     if (!name) {

@@ -18,10 +18,10 @@ struct VariableAccess
     bool isMatrix = false;       // an array of arrays
 };
 
-VariableAccess findVariable(const Preparer &preparer, const QString &name);
+VariableAccess findVariable(Preparer &preparer, const QString &name);
 
 /// The array that a plain variable names, when all its elements are known to be numbers.
-std::optional<VariableAccess> findNumberArray(const Preparer &preparer, const Expression *node);
+std::optional<VariableAccess> findNumberArray(Preparer &preparer, const Expression *node);
 
 /// Code for a variable; name stands in the message of one that is unknown.
 std::unique_ptr<Code> makeVariableCode(const VariableAccess &variable, const QString &name);

@@ -110,12 +110,16 @@ private:
         if (m_action == PortAction::To) {
             run.interpreter().heldPanelChannels().push_back({ address, channel });
         } else if (m_action == PortAction::Pulse) {
-            Clock::instance().after(state.pulseTimeMs(),
-                                    [there = QPointer<ProgramState>(&state), number = address.number, channel] {
-                                        if (there && there->devices()) {
-                                            setChannelFeedback(*there, number, channel, 0);
-                                        }
-                                    });
+            const auto end = [there = QPointer<ProgramState>(&state), number = address.number, channel,
+                              cause = state.trace().running()] {
+                if (there && there->devices()) {
+                    const TracedEvent traced(
+                        there->trace(), TraceRecord::of(TraceRecord::Kind::PulseEnd, { number, 1, 0 }, channel), cause,
+                        TracedEvent::Keep::Always);
+                    setChannelFeedback(*there, number, channel, 0);
+                }
+            };
+            Clock::instance().after(state.pulseTimeMs(), end);
         }
     }
 

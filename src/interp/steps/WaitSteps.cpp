@@ -41,7 +41,9 @@ public:
             run.error(QT_TRANSLATE_NOOP("messages", "Wrong wait time expression"));
             return Flow::Next;
         }
-        if (m_plan.hasBody && !waits.isPending(m_id)) {
+        if (m_plan.hasBody && waits.isPending(m_id)) {
+            run.state().trace().add(TraceRecord::of(TraceRecord::Kind::WaitRefused).with(m_id.second.toUtf8()));
+        } else if (m_plan.hasBody) {
             waits.add(m_id, integerPart32(time.value), copyGlobals(run), copyLocals(run), m_plan.body);
         }
         return Flow::Next;
@@ -141,6 +143,7 @@ std::unique_ptr<Step> WaitStatement::prepare(Preparer &preparer) const
     }
     plan.body.step = inner.statement(body);
     plan.body.frameSize = inner.frameSize();
+    plan.body.reach = inner.takeReach();
     for (const LocalVariable &copy : inner.visible()) {
         plan.body.numberSlots.push_back(copy.kind == LocalVariable::Kind::Number);
     }
