@@ -5,7 +5,7 @@ import re
 import sys
 
 FLOORS = [
-    {"base", "cli"}, {"model"}, {"program"}, {"interp"}, {"events"}, {"library", "io"}, {"runtime"}, {"devices"},
+    {"base", "cli"}, {"model"}, {"program"}, {"interp"}, {"events"}, {"library", "io"}, {"runtime"}, {"devices", "inspect"},
     {"net", "compiler"}, {"admin", "web"}, {"app", "tools"}, {"manpages"},
 ]
 LEVEL = {name: level for level, names in enumerate(FLOORS) for name in names}

@@ -23,7 +23,7 @@ FLOORS = [
     ([("app", "start-up; ties all together"), ("tools", "arkc, arkctl, arkhost")], ""),
     ([("web", "the web server"), ("admin", "settings, files, console port")], ""),
     ([("net", "panels, controllers, sockets"), ("compiler", "source to object file and back")], "LinkHooks, FileTransfers"),
-    ([("devices", "device manager, ports, infrared files")], "PanelLink, ControllerLink"),
+    ([("devices", "device manager, ports, infrared files"), ("inspect", "trace and values, for people")], "PanelLink, ControllerLink"),
     ([("runtime", "one program that runs; the object file")], ""),
     ([("library", "built-ins"), ("io", "threads, descriptors, buffers")], ""),
     ([("events", "handlers, dispatcher, button status")], ""),

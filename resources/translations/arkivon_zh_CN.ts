@@ -1135,5 +1135,217 @@
         <source>&quot;%1&quot; is not KEY=VALUE</source>
         <translation>“%1”不是 键=值</translation>
     </message>
+    <message>
+        <source>The program has no timeline_event</source>
+        <translation>程序中没有 timeline_event</translation>
+    </message>
+    <message>
+        <source>No %2 of the program is for %1</source>
+        <translation>程序中没有针对 %1 的 %2</translation>
+    </message>
+    <message>
+        <source>The program declares no device %1</source>
+        <translation>程序没有声明设备 %1</translation>
+    </message>
+    <message>
+        <source>Its %1 has no part for &quot;%2&quot;, only for: %3</source>
+        <translation>它的 %1 没有“%2”部分，只有：%3</translation>
+    </message>
+    <message>
+        <source>The button_events of %1 listen to other channels: %2</source>
+        <translation>%1 的 button_event 监听的是其他通道：%2</translation>
+    </message>
+    <message>
+        <source>The level_events of %1 listen to other levels: %2</source>
+        <translation>%1 的 level_event 监听的是其他电平：%2</translation>
+    </message>
+    <message>
+        <source>The timeline_events listen to other timelines: %1</source>
+        <translation>timeline_event 监听的是其他时间线：%1</translation>
+    </message>
+    <message>
+        <source>The data_events listen to other ports of device %1: %2</source>
+        <translation>data_event 监听的是设备 %1 的其他端口：%2</translation>
+    </message>
+    <message>
+        <source>No trace is kept: start the controller without --trace-memory 0</source>
+        <translation>没有保存跟踪记录：请不要用 --trace-memory 0 启动控制器</translation>
+    </message>
+    <message>
+        <source>A tool set %1 to %2</source>
+        <translation>工具把 %1 设为 %2</translation>
+    </message>
+    <message>
+        <source>The controller does not know this question</source>
+        <translation>控制器不认识这个查询</translation>
+    </message>
+    <message>
+        <source>No program is loaded</source>
+        <translation>没有加载程序</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 秒</translation>
+    </message>
+    <message>
+        <source>No push of %1 has come in since %2</source>
+        <translation>自 %2 起没有收到 %1 的按下</translation>
+    </message>
+    <message>
+        <source>the start</source>
+        <translation>启动</translation>
+    </message>
+    <message>
+        <source>The panel %1 is not connected</source>
+        <translation>触摸屏 %1 未连接</translation>
+    </message>
+    <message>
+        <source>No handler took it</source>
+        <translation>没有处理程序响应它</translation>
+    </message>
+    <message>
+        <source>Its handler ran for %1 ms: %2</source>
+        <translation>它的处理程序运行了 %1 毫秒：%2</translation>
+    </message>
+    <message>
+        <source>It switched, sent and changed nothing</source>
+        <translation>它没有切换、发送或更改任何东西</translation>
+    </message>
+    <message>
+        <source>Later, %1: %2</source>
+        <translation>之后，%1：%2</translation>
+    </message>
+    <message>
+        <source>wait &apos;%1&apos; is over</source>
+        <translation>等待“%1”结束</translation>
+    </message>
+    <message>
+        <source>a wait is over</source>
+        <translation>等待结束</translation>
+    </message>
+    <message>
+        <source>the pulse of %1 ends</source>
+        <translation>%1 的脉冲结束</translation>
+    </message>
+    <message>
+        <source>what TO held is let go</source>
+        <translation>放开 TO 保持的通道</translation>
+    </message>
+    <message>
+        <source>not connected</source>
+        <translation>未连接</translation>
+    </message>
+    <message>
+        <source>was %1</source>
+        <translation>原为 %1</translation>
+    </message>
+    <message>
+        <source>alone of the group %1</source>
+        <translation>组 %1 中唯一接通</translation>
+    </message>
+    <message>
+        <source>no level event: level and value must both differ from the ones before</source>
+        <translation>没有电平事件：电平号和数值都必须与上一次不同</translation>
+    </message>
+    <message>
+        <source>no answer</source>
+        <translation>没有回答</translation>
+    </message>
+    <message>
+        <source>it is pending already</source>
+        <translation>已在等待中</translation>
+    </message>
+    <message>
+        <source>socket %1 opens: %2</source>
+        <translation>套接字 %1 打开：%2</translation>
+    </message>
+    <message>
+        <source>socket %1 closes</source>
+        <translation>套接字 %1 关闭</translation>
+    </message>
+    <message>
+        <source>%1 more steps</source>
+        <translation>另有 %1 步</translation>
+    </message>
+    <message>
+        <source>The program has no variable &quot;%1&quot;</source>
+        <translation>程序没有变量“%1”</translation>
+    </message>
+    <message>
+        <source>Not a variable, element or member: &quot;%1&quot;</source>
+        <translation>不是变量、元素或成员：“%1”</translation>
+    </message>
+    <message>
+        <source>There is no element %1</source>
+        <translation>没有元素 %1</translation>
+    </message>
+    <message>
+        <source>There is no member %1</source>
+        <translation>没有成员 %1</translation>
+    </message>
+    <message>
+        <source>%1 is a constant</source>
+        <translation>%1 是常量</translation>
+    </message>
+    <message>
+        <source>%1 belongs to the system</source>
+        <translation>%1 属于系统</translation>
+    </message>
+    <message>
+        <source>%1 takes a text: &apos;text&apos;</source>
+        <translation>%1 需要文本：&apos;text&apos;</translation>
+    </message>
+    <message>
+        <source>%1 takes a number: 40, -1.5 or $1F</source>
+        <translation>%1 需要数字：40、-1.5 或 $1F</translation>
+    </message>
+    <message>
+        <source>%1 has parts: set one of them</source>
+        <translation>%1 由多个部分组成：请设置其中之一</translation>
+    </message>
+    <message>
+        <source>connection refused</source>
+        <translation>连接被拒绝</translation>
+    </message>
+    <message>
+        <source>closed by the other end</source>
+        <translation>被对方关闭</translation>
+    </message>
+    <message>
+        <source>unknown host</source>
+        <translation>未知主机</translation>
+    </message>
+    <message>
+        <source>not allowed</source>
+        <translation>不允许</translation>
+    </message>
+    <message>
+        <source>no address, or too many sockets</source>
+        <translation>不是地址，或套接字过多</translation>
+    </message>
+    <message>
+        <source>timed out</source>
+        <translation>超时</translation>
+    </message>
+    <message>
+        <source>datagram too large</source>
+        <translation>数据报过大</translation>
+    </message>
+    <message>
+        <source>network unreachable</source>
+        <translation>网络不可达</translation>
+    </message>
+    <message>
+        <source>port in use</source>
+        <translation>端口已被占用</translation>
+    </message>
+    <message>
+        <source>address not of this machine</source>
+        <translation>不是本机的地址</translation>
+    </message>
+    <message>
+        <source>socket error</source>
+        <translation>套接字错误</translation>
+    </message>
 </context>
 </TS>

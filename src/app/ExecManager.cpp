@@ -93,7 +93,7 @@ ExecManager::Load ExecManager::loadProgram()
         return Load::CannotCopy;
     }
     unloadProgram();
-    m_program = std::make_unique<ControlProgram>(m_directory);
+    m_program = std::make_unique<ControlProgram>(m_directory, m_traceBytes);
     ProgramStop::watch(&m_program->state());
     m_program->setDevices(&m_devices);
     m_devices.setProgram(&m_program->state(), &m_program->dispatcher());
@@ -161,10 +161,23 @@ void ExecManager::unloadProgram()
 void ExecManager::connectReports()
 {
     m_program->onReport = [](ErrorReports::Kind kind, const QString &text) {
-        if (kind == ErrorReports::Kind::Error) {
+        switch (kind) {
+        case ErrorReports::Kind::Error:
             monitorLog(MonitorMessageType::Error, translated(QT_TRANSLATE_NOOP("messages", "Error:%1")).arg(text));
-        } else {
+            break;
+        case ErrorReports::Kind::Warning:
             monitorLog(MonitorMessageType::Warning, translated(QT_TRANSLATE_NOOP("messages", "Warning:%1")).arg(text));
+            break;
+        case ErrorReports::Kind::LogError:
+            monitorLog(MonitorMessageType::Error, text);
+            break;
+        case ErrorReports::Kind::LogWarning:
+            monitorLog(MonitorMessageType::Warning, text);
+            break;
+        case ErrorReports::Kind::LogInfo:
+        case ErrorReports::Kind::LogDebug:
+            monitorLog(MonitorMessageType::System, text);
+            break;
         }
     };
     connect(&m_program->tree(), &AST::info, this,

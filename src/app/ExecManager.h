@@ -36,6 +36,8 @@ public:
     void setObjectFilePath(const QString &path) { m_objectFilePath = path; }
     void setWebSocketOrigins(const QStringList &origins) { m_webSocketOrigins = origins; } // before loadProgram()
 
+    void setTraceBytes(qint64 bytes) { m_traceBytes = bytes; } // of the programs that are loaded from now on
+
     /// Asks for this machine's own address: when it changes, the program's sockets connect and listen anew.
     void setOwnAddress(std::function<QString()> address) { m_ownAddress = std::move(address); }
 
@@ -63,6 +65,7 @@ private:
     QString m_objectFilePath;
     std::function<QString()> m_ownAddress = [] { return QString(); };
     QStringList m_webSocketOrigins;
+    qint64 m_traceBytes = 0;
     std::unique_ptr<ControlProgram> m_program;
     std::unique_ptr<ProgramSockets> m_sockets; // the program's
     std::unique_ptr<IpMonitor> m_ipMonitor;    // for them

@@ -25,6 +25,7 @@
 #include "base/StopSignals.h"
 #include "devices/ConfiguredPorts.h"
 #include "devices/DeviceManager.h"
+#include "inspect/Questions.h"
 #include "net/controllers/ControllerLinks.h"
 #include "net/link/NetworkManager.h"
 #include "net/sockets/OneShotSends.h"
@@ -219,6 +220,9 @@ std::optional<int> MainApplication::startParts(const Options &options)
     parts.devices->setReboot([services = parts.services.get()] { services->reboot(); });
     parts.exec = std::make_unique<ExecManager>(parts.location.dataDirectory, *parts.devices);
     ExecManager &exec = *parts.exec;
+    exec.setTraceBytes(options.traceMegabytes * 1024LL * 1024LL);
+    parts.services->setQuestions(
+        [&exec](const QByteArray &question) { return answerQuestion(exec.program(), question); });
     exec.setOwnAddress([&settings = parts.settings] { return settings.ownAddress(); });
     parts.devices->ports().setIrFilePath([&exec](int port) { return exec.irFilePath(port); });
 

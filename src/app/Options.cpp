@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 
 namespace {
+constexpr int kMostTraceMegabytes = 1024;
+
 constexpr char kLanguages[] = "en and zh_CN";
 
 /// The words of the command line as they stand there.
@@ -18,6 +20,7 @@ struct Words
     std::string httpPort;
     std::string language;
     std::string historyLines;
+    std::string traceMegabytes;
     bool hasMonitor = false;
     bool noSystemChanges = false;
 };
@@ -62,6 +65,9 @@ void describe(CommandLine::Word &app, Words &words)
             "Keep the newest monitor lines, 10000 at most, for arkctl monitor --since; 0, as without: none")
         .named("LINES")
         .lastCounts();
+    app.add("--trace-memory", words.traceMegabytes,
+            "Memory for the trace that arkctl trace and arkctl why read, 1024 at most (4); 0: no trace")
+        .named("MEGABYTES");
     app.addFlag("--no-system-changes", words.noSystemChanges, "Never change the system's date or network");
 }
 
@@ -101,14 +107,22 @@ std::variant<Options, OptionsEnd> collect(const CommandLine::Word &app, const Wo
         return refused(QStringLiteral("Unknown language \"%1\": %2 are known.")
                            .arg(options.language, QString::fromLatin1(kLanguages)));
     }
-    if (app.has("--monitor-history")) {
-        bool isNumber = false;
-        options.monitorHistory = text(words.historyLines).toInt(&isNumber);
-        if (!isNumber || options.monitorHistory < 0 || options.monitorHistory > MonitorHistory::kMostLines) {
-            return refused(QStringLiteral("\"%1\" is no number of lines from 0 to %2.")
-                               .arg(text(words.historyLines))
-                               .arg(MonitorHistory::kMostLines));
+    const auto wholeNumber = [&app](const char *option, const std::string &word, int most, int &number) {
+        bool isNumber = true;
+        if (app.has(option)) {
+            number = text(word).toInt(&isNumber);
         }
+        return isNumber && number >= 0 && number <= most;
+    };
+    if (!wholeNumber("--monitor-history", words.historyLines, MonitorHistory::kMostLines, options.monitorHistory)) {
+        return refused(QStringLiteral("\"%1\" is no number of lines from 0 to %2.")
+                           .arg(text(words.historyLines))
+                           .arg(MonitorHistory::kMostLines));
+    }
+    if (!wholeNumber("--trace-memory", words.traceMegabytes, kMostTraceMegabytes, options.traceMegabytes)) {
+        return refused(QStringLiteral("\"%1\" is no number of megabytes from 0 to %2.")
+                           .arg(text(words.traceMegabytes))
+                           .arg(kMostTraceMegabytes));
     }
     options.hasMonitor = words.hasMonitor;
     options.mayChangeSystem = !words.noSystemChanges;

@@ -19,6 +19,7 @@ struct Options
     QHostAddress bindAddress = QHostAddress(QHostAddress::Any);
     std::optional<quint16> httpPort; // nothing: the one of the web settings; 0: any free one
     int monitorHistory = 0;          // lines kept; 0: none
+    int traceMegabytes = 4;          // of memory for the trace; 0: none
     bool hasMonitor = false;
     bool mayChangeSystem = true;
 };

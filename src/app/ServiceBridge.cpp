@@ -74,6 +74,11 @@ LinkServices::Problem ServiceBridge::setListenAddresses(const QStringList &list)
     return m_links ? m_settings.setListenAddresses(m_links->setAddresses(list)) : std::nullopt;
 }
 
+QByteArray ServiceBridge::answerQuestion(const QByteArray &question)
+{
+    return m_answer ? m_answer(question) : LinkServices::answerQuestion(question);
+}
+
 QByteArray ServiceBridge::ports()
 {
     return m_ports ? m_ports->described() : LinkServices::ports();

@@ -18,6 +18,7 @@ public:
     ServiceBridge(SettingManager &settings, SystemScripts &scripts, NetworkSetup &network, std::function<void()> quit);
 
     void setPorts(ConfiguredPorts *ports) { m_ports = ports; } // before anybody asks
+    void setQuestions(std::function<QByteArray(const QByteArray &)> answer) { m_answer = std::move(answer); }
     void setLinks(ControllerLinks *links); // gives it the list of the settings; nullptr before it goes away
 
     QByteArray informationString() override;
@@ -29,6 +30,7 @@ public:
     void setDateTime(const QString &text) override;
     QByteArray listenStatus() override;
     Problem setListenAddresses(const QStringList &list) override;
+    QByteArray answerQuestion(const QByteArray &question) override;
     QByteArray ports() override;
     QByteArray detectedDevices() override;
     Problem setPort(const QString &port, const QStringList &lines) override;
@@ -41,4 +43,5 @@ private:
     const std::function<void()> m_quit;
     ControllerLinks *m_links = nullptr; // main thread only
     ConfiguredPorts *m_ports = nullptr;
+    std::function<QByteArray(const QByteArray &)> m_answer;
 };

@@ -50,9 +50,8 @@ QDateTime Clock::localDateTime() const
 qint64 Clock::nowMicros() const
 {
     using namespace std::chrono;
-    return m_drive == Drive::System
-               ? duration_cast<microseconds>(system_clock::now().time_since_epoch()).count()
-               : localDateTime().toMSecsSinceEpoch() * 1000;
+    return m_drive == Drive::System ? duration_cast<microseconds>(system_clock::now().time_since_epoch()).count()
+                                    : localDateTime().toMSecsSinceEpoch() * 1000;
 }
 
 int Clock::every(int periodMs, Job job)

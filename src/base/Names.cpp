@@ -43,7 +43,7 @@ Name::Name(const QString &text)
     names.ids.insert(normalised, m_id);
 }
 
-QString Name::text() const
+QString Name::textOf(int id)
 {
-    return table().texts.at(m_id);
+    return table().texts.at(id);
 }

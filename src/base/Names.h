@@ -9,7 +9,8 @@ public:
     Name() = default;                   // the empty name
     explicit Name(const QString &text); // any case, blanks around it allowed
 
-    QString text() const; // normalised
+    QString text() const { return textOf(m_id); } // normalised
+    static QString textOf(int id);                // of the name with that id
     bool isEmpty() const { return m_id == 0; }
     int id() const { return m_id; } // 0 is the empty name; ids count up from 1
 

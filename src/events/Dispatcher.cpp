@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "base/Messages.h"
 #include "events/EventData.h"
+#include "events/EventTrace.h"
 #include "events/HandlerTable.h"
 #include "interp/LevelAssocManager.h"
 #include "interp/nodes/Statements.h"
@@ -28,38 +29,6 @@ public:
     {}
     const Body *const body;
 };
-
-/// What the trace says of an event.
-TraceRecord traceOf(const CustomEvent &event)
-{
-    TraceRecord record = TraceRecord::of(TraceRecord::Kind::Event, event.device);
-    record.detail = static_cast<qint8>(static_cast<int>(event.type) - static_cast<int>(EventType::Online));
-    switch (event.type) {
-    case EventType::Push:
-    case EventType::Release:
-    case EventType::Hold:
-        record.code = event.channel;
-        record.after = event.elapsedTenths;
-        break;
-    case EventType::Level:
-        record.code = event.levelCode;
-        record.after = event.levelValue;
-        break;
-    case EventType::Error:
-        record.code = event.errorCode;
-        break;
-    case EventType::Timeline:
-        record.code = event.timelineId;
-        break;
-    case EventType::String:
-    case EventType::Command:
-        return std::move(record).with(event.data);
-    case EventType::Online:
-    case EventType::Offline:
-        break;
-    }
-    return record;
-}
 
 /// Who has sent what this may be the answer to.
 qint64 answeredBy(const Trace &trace, const CustomEvent &event)
@@ -113,6 +82,7 @@ void Dispatcher::prepare()
 
 void Dispatcher::press(int deviceNumber, int channel)
 {
+    m_state.trace().notePresence(deviceNumber, true); // its online event may be on its way
     releaseToItems();
     stopHold();
     m_heldDevice = deviceNumber;
@@ -127,6 +97,7 @@ void Dispatcher::press(int deviceNumber, int channel)
 
 void Dispatcher::release(int deviceNumber, int channel)
 {
+    m_state.trace().notePresence(deviceNumber, true); // its online event may be on its way
     releaseToItems();
     stopHold();
     m_heldDevice = deviceNumber;
@@ -308,9 +279,14 @@ void Dispatcher::dispatch(const CustomEvent &event, StructType *data)
     if (isRepeatedError) {
         return;
     }
-    const TracedEvent traced(m_state.trace(), traceOf(event),
-                             event.cause ? event.cause : answeredBy(m_state.trace(), event),
-                             event.type == EventType::Hold ? TracedEvent::Keep::IfItActs : TracedEvent::Keep::Always);
+    Trace &trace = m_state.trace();
+    if (event.type == EventType::Online || event.type == EventType::Offline) {
+        trace.notePresence(event.device.number, event.type == EventType::Online);
+    }
+    // What comes by itself, ten times a second or with each command, is there only when a handler takes it.
+    const bool isSideEffect = event.type == EventType::Hold || event.type == EventType::Command;
+    const TracedEvent traced(trace, traceRecordOf(event), event.cause ? event.cause : answeredBy(trace, event),
+                             isSideEffect ? TracedEvent::Keep::IfItActs : TracedEvent::Keep::Always);
     if (event.type == EventType::String) {
         fillBuffer(event);
     }

@@ -50,6 +50,8 @@ public:
     ButtonStatusSaver &buttonStatus(int deviceNumber); // made on first use
     const ButtonStatusSaver *findButtonStatus(int deviceNumber) const;
 
+    const HandlerTable *handlers() const { return m_handlers.get(); } // nullptr: not prepared
+
     /// Called before each statement of the mainline: lets in what came meanwhile.
     std::function<void()> beforeStatement;
     /// Sees every event before the handlers do: the controller link forwards some.

@@ -93,6 +93,30 @@ void HandlerTable::handle(const CustomEvent &event, BasicType *data)
     }
 }
 
+std::vector<HandlerTable::Listener> HandlerTable::listeners() const
+{
+    std::vector<Listener> listeners;
+    for (const auto &handler : m_handlers) {
+        Listener listener{ handler->kind, {}, handler->devices };
+        for (const ChannelFilter &filter : handler->channels) {
+            const std::vector<ChannelGroup> groups =
+                filter.isConstant ? filter.constant : filter.code->collect(m_interpreter.run());
+            listener.groups.insert(listener.groups.end(), groups.begin(), groups.end());
+        }
+        for (const auto &id : handler->timelineIds) {
+            ValueRef hold;
+            const std::vector<qint64> ids = wholeNumbersOf(id->view(m_interpreter.run(), hold));
+            listener.timelineIds.insert(listener.timelineIds.end(), ids.begin(), ids.end());
+        }
+        for (const SubHandler &part : handler->subHandlers) {
+            listener.types.push_back(part.type);
+            listener.places.push_back(part.body.step ? part.body.step->place() : 0);
+        }
+        listeners.push_back(std::move(listener));
+    }
+    return listeners;
+}
+
 void HandlerTable::add(const ButtonEventHandler &node)
 {
     Handler handler;

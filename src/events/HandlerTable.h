@@ -21,6 +21,19 @@ public:
     /// Runs every matching body. data: the event's structure, borrowed.
     void handle(const CustomEvent &event, BasicType *data);
 
+    /// What a handler listens to, for people.
+    struct Listener
+    {
+        enum class Kind { Data, Channel, Level, Timeline };
+        Kind kind = Kind::Data;
+        std::vector<ChannelGroup> groups{};   // Channel, Level; channel 0: all of them
+        std::vector<DeviceAddress> devices{}; // Data
+        std::vector<qint64> timelineIds{};    // Timeline
+        std::vector<EventType> types{};       // that it has a part for
+        std::vector<int> places{};            // of the parts, 0: not known
+    };
+    std::vector<Listener> listeners() const; // in file order, as their filters are now
+
 private:
     /// What one handler listens to: channels of devices, with channel 0 for all of them.
     struct ChannelFilter
@@ -37,7 +50,7 @@ private:
         Body body;
         mutable bool isRunning = false; // a repeated hold never runs within itself
     };
-    enum class Kind { Data, Channel, Level, Timeline };
+    using Kind = Listener::Kind;
     struct Handler
     {
         Kind kind = Kind::Data;

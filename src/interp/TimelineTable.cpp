@@ -90,8 +90,8 @@ void TimelineTable::tickOne(const std::shared_ptr<Timeline> &timeline)
         counterMs -= timeline->timesMs[step];
         if (EventRaiser *events = m_interpreter.events()) {
             m_inProgress.push_back(timeline->id);
-            events->raiseTimeline(
-                { timeline->id, static_cast<int>(step) + 1, reachedMs, timeline->isRelative, timeline->repetition, timeline->cause });
+            events->raiseTimeline({ timeline->id, static_cast<int>(step) + 1, reachedMs, timeline->isRelative,
+                                    timeline->repetition, timeline->cause });
             m_inProgress.pop_back();
         }
     }

@@ -7,8 +7,8 @@
 #include <chrono>
 
 namespace {
-constexpr int kMostSteps = 500;  // of one event: a loop does not push out what was before
-constexpr qint64 kLookBack = 8;  // where a loop of a few statements repeats them
+constexpr int kMostSteps = 500;   // of one event: a loop does not push out what was before
+constexpr qint64 kLookBack = 8;   // where a loop of a few statements repeats them
 constexpr qint64 kLeastRoom = 64; // records
 
 qint64 steadyMicros()
@@ -81,7 +81,8 @@ void Trace::add(TraceRecord record)
     if (isRepeated(record)) {
         return;
     }
-    if (++m_innermost->m_steps > kMostSteps) {
+    const bool isValue = record.kind == TraceRecord::Kind::Assigned || record.kind == TraceRecord::Kind::TextAssigned;
+    if (!isValue && ++m_innermost->m_steps > kMostSteps) {
         record = TraceRecord::of(TraceRecord::Kind::More);
         record.event = m_innermost->m_record.id;
         if (isRepeated(record)) {
@@ -113,6 +114,13 @@ TraceRecord *Trace::write(TraceRecord record)
         return &m_ring.emplace_back(record);
     }
     return &(m_ring[static_cast<size_t>((record.id - 1) % m_room)] = record);
+}
+
+void Trace::markLast(int detail)
+{
+    if (TraceRecord *newest = change(m_last)) {
+        newest->detail = static_cast<qint8>(newest->detail | detail);
+    }
 }
 
 void Trace::noteAsked(const DeviceAddress &device)

@@ -24,8 +24,8 @@ struct TraceRecord
         // What it brought about.
         Body,         // of a handler; micros: how long it ran
         Switched,     // a channel; detail: the action
-        Feedback,     // of a panel's channel; after: its state; text: the exclusive group
-        LevelSent,    // after: its value; detail: 1 where it raised a level event
+        Feedback,     // of a panel's channel; after: its state; text: the exclusive group; to panels detail: kIsAbsent
+        LevelSent,    // after: its value; detail: kIsQuiet where it raised no level event
         CommandSent,  // text
         StringSent,   // text
         PanelSet,     // something on a panel; text
@@ -44,6 +44,8 @@ struct TraceRecord
         More,    // what did not fit; count: how much
     };
     static constexpr int kText = 64;
+    static constexpr int kIsAbsent = 1; // the panel is not connected
+    static constexpr int kIsQuiet = 2;
 
     static bool isEvent(Kind kind) { return kind <= Kind::Start; }
     static TraceRecord of(Kind kind, const DeviceAddress &device = {}, int code = 0, double after = 0);
@@ -90,13 +92,23 @@ public:
     void setPlace(const std::atomic<int> *place) { m_place = place; } // of the statement that runs; borrowed
 
     qint64 first() const { return std::max<qint64>(1, m_last - m_room + 1); } // the oldest there is
-    qint64 last() const { return m_last; }                                     // 0: nothing yet
-    const TraceRecord *find(qint64 id) const; // nullptr: not there any more, or not yet
-    qint64 running() const;                   // the event that is being handled; 0: none that is written
-    qint64 oldestRunning() const;             // the outermost of them; 0: none
+    qint64 last() const { return m_last; }                                    // 0: nothing yet
+    const TraceRecord *find(qint64 id) const;                                 // nullptr: not there any more, or not yet
+    qint64 running() const;       // the event that is being handled; 0: none that is written
+    qint64 oldestRunning() const; // the outermost of them; 0: none
 
     /// What the event that is being handled brings about; without one nothing is kept.
     void add(TraceRecord record);
+
+    void markLast(int detail); // the newest record also has this
+
+    /// Who is connected: panels and ports, as their online and offline events say.
+    void notePresence(int deviceNumber, bool isThere) { m_present[deviceNumber] = isThere; }
+    bool isPresent(int deviceNumber) const
+    {
+        const auto found = m_present.find(deviceNumber);
+        return found != m_present.end() && found->second;
+    }
 
     /// What a device says now may be the answer to what the running event sent to it.
     void noteAsked(const DeviceAddress &device);
@@ -116,6 +128,7 @@ private:
     TracedEvent *m_innermost = nullptr; // borrowed
     const std::atomic<int> *m_place = nullptr;
     std::map<DeviceAddress, qint64> m_askers;
+    std::map<int, bool> m_present;
     std::vector<quint64> m_words; // what globals held before the bodies that run
 };
 

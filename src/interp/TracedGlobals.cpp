@@ -11,7 +11,7 @@
 #include <string_view>
 
 namespace {
-constexpr int kMostParts = 64;     // of one variable
+constexpr int kMostParts = 64;      // of one variable
 constexpr size_t kMostWords = 4096; // of all that a body may change
 constexpr size_t kHashedBytes = 1024;
 constexpr size_t kTextBytes = TraceRecord::kText / 2;
@@ -58,19 +58,23 @@ private:
             return;
         }
         m_part.length(path, array.length());
-        for (int index = 1; index <= array.length() && m_left > 0; ++index) {
+        const bool hasNumbers = isNumericType(array.typeCode()) && !array.firstIsArray();
+        for (int index = 1; index <= array.capacity() && m_left > 0; ++index, --m_left) {
             const PartPath element{ path.index ? path.index : index, path.member };
-            double number = 0;
-            if (array.packedNumber(index, number)) {
-                --m_left;
-                m_part.number(element, number);
-            } else {
-                const BasicType *const object = array.object(index);
-                m_part.presence(object != nullptr);
-                if (object) {
-                    of(*object, element);
+            if (hasNumbers) { // one that is not there yet reads as 0
+                double number = 0;
+                if (!array.packedNumber(index, number) && array.hasElement(index)) {
+                    number = array.view(index).number;
                 }
+                m_part.number(element, number);
+                continue;
             }
+            const BasicType *const object = array.object(index);
+            m_part.enter(object != nullptr);
+            if (object) {
+                of(*object, element);
+            }
+            m_part.leave();
         }
     }
 
@@ -102,7 +106,8 @@ public:
     {}
     void number(PartPath, double value) { m_words.push_back(std::bit_cast<quint64>(value)); }
     void length(PartPath, int length) { m_words.push_back(static_cast<quint64>(length)); }
-    void presence(bool isThere) { m_words.push_back(isThere ? 1 : 0); }
+    void enter(bool isThere) { m_words.push_back(isThere ? 1 : 0); }
+    void leave() {}
     void text(PartPath, std::string_view bytes)
     {
         const TextWords words = TextWords::of(bytes);
@@ -127,31 +132,36 @@ public:
 
     void number(PartPath path, double value)
     {
-        if (m_words < m_end) {
+        if (m_isNew) {
+            tell(path, 0, value);
+        } else if (m_words < m_end) {
             tell(path, std::bit_cast<double>(*m_words++), value);
         }
     }
     void length(PartPath path, int length)
     {
-        if (m_words < m_end && static_cast<int>(*m_words++) != length) {
+        if (!m_isNew && m_words < m_end && static_cast<int>(*m_words++) != length) {
             tell({ path.index, -1 }, static_cast<double>(m_words[-1]), length);
             m_words = m_end;
         }
     }
-    void presence(bool isThere) // from there on nothing matches
+    /// An element. One that has been made meanwhile was empty before.
+    void enter(bool isThere)
     {
-        if (m_words < m_end && (*m_words++ != 0) != isThere) {
-            m_words = m_end;
-        }
+        const bool wasThere = m_words < m_end && *m_words++ != 0;
+        m_isNew = isThere && !wasThere && m_words < m_end;
     }
+    void leave() { m_isNew = false; }
     void text(PartPath path, std::string_view bytes)
     {
-        if (static_cast<size_t>(m_end - m_words) < kTextWords) {
-            return;
+        TextWords before = TextWords::of({});
+        if (!m_isNew) {
+            if (static_cast<size_t>(m_end - m_words) < kTextWords) {
+                return;
+            }
+            std::memcpy(&before, m_words, sizeof(before));
+            m_words += kTextWords;
         }
-        TextWords before{};
-        std::memcpy(&before, m_words, sizeof(before));
-        m_words += kTextWords;
         const TextWords after = TextWords::of(bytes);
         if (std::memcmp(&before, &after, sizeof(before)) != 0) {
             TraceRecord record = made(TraceRecord::Kind::TextAssigned, path);
@@ -187,6 +197,7 @@ private:
     TraceRecord m_like;
     const quint64 *m_words;
     const quint64 *m_end;
+    bool m_isNew = false;
 };
 
 void noteOne(const BasicType &global, std::vector<quint64> &words)

@@ -53,3 +53,10 @@ quint16 SocketAddress::port() const
     }
     return ntohs(reinterpret_cast<const sockaddr_in6 *>(&storage)->sin6_port);
 }
+
+QString SocketAddress::text() const
+{
+    const QString address = host().toString();
+    const char *const form = address.contains(QLatin1Char(':')) ? "[%1]:%2" : "%1:%2";
+    return QString::fromLatin1(form).arg(address).arg(port());
+}

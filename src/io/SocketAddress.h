@@ -17,6 +17,7 @@ struct SocketAddress
     const sockaddr *get() const { return reinterpret_cast<const sockaddr *>(&storage); }
     QHostAddress host() const; // an IPv4 peer of an IPv6 socket shows its IPv4 address
     quint16 port() const;
+    QString text() const; // "10.0.0.5:23", "[::1]:23"
 
     void allowToCome(int socket) const; // so that it can be bound to this address before the machine has it
 };

@@ -84,24 +84,24 @@ void FileOpenFunc::call(const ArgumentList &arguments)
     const QString name = textArgument(arguments, 0);
     const int mode = arguments.integer(1);
     if (name.isEmpty()) {
-        setResult(NoSuchFile, SLongType);
+        setStatus(arguments, NoSuchFile);
         return;
     }
     if (mode < 1 || mode > 3) {
-        setResult(UnknownMode, SLongType);
+        setStatus(arguments, UnknownMode);
         return;
     }
     constexpr QIODevice::OpenMode kModes[] = { QIODevice::ReadOnly, QIODevice::ReadWrite,
                                                QIODevice::ReadWrite | QIODevice::Append };
     auto file = std::make_unique<QFile>(name);
     if ((file->exists() && !isPlainFile(name)) || !file->open(kModes[mode - 1])) {
-        setResult(Failed, SLongType);
+        setStatus(arguments, Failed);
         return;
     }
     auto &files = arguments.run().state().files();
     const int handle = files.empty() ? kFirstHandle : files.rbegin()->first + 1; // none is ever taken out
     files.emplace(handle, std::move(file));
-    setResult(handle, SLongType);
+    setStatus(arguments, handle);
 }
 
 void FileCloseFunc::call(const ArgumentList &arguments)
@@ -109,16 +109,16 @@ void FileCloseFunc::call(const ArgumentList &arguments)
     auto &files = arguments.run().state().files();
     const auto found = files.find(arguments.integer(0));
     if (found == files.end()) {
-        setResult(UnknownHandle, SLongType);
+        setStatus(arguments, UnknownHandle);
         return;
     }
-    setResult(found->second ? Done : NotOpen, SLongType);
+    setStatus(arguments, found->second ? Done : NotOpen);
     found->second.reset();
 }
 
 void FileInputFunc::call(const ArgumentList &arguments)
 {
-    setResult(read(arguments), SLongType);
+    setStatus(arguments, read(arguments));
 }
 
 int FileInputFunc::read(const ArgumentList &arguments) const
@@ -157,7 +157,7 @@ int FileInputFunc::read(const ArgumentList &arguments) const
 
 void FileOutputFunc::call(const ArgumentList &arguments)
 {
-    setResult(static_cast<double>(write(arguments)), SLongType);
+    setStatus(arguments, static_cast<double>(write(arguments)));
 }
 
 qint64 FileOutputFunc::write(const ArgumentList &arguments) const
@@ -186,7 +186,7 @@ qint64 FileOutputFunc::write(const ArgumentList &arguments) const
 
 void FileSeekFunc::call(const ArgumentList &arguments)
 {
-    setResult(static_cast<double>(seek(arguments)), SLongType);
+    setStatus(arguments, static_cast<double>(seek(arguments)));
 }
 
 qint64 FileSeekFunc::seek(const ArgumentList &arguments)
@@ -218,18 +218,18 @@ void FileTransferFunc::call(const ArgumentList &arguments)
     const QString source = textArgument(arguments, 0);
     const QString target = textArgument(arguments, 1);
     if (arguments.count() < 2 || !QFile::exists(source)) {
-        setResult(NoSuchFile, SLongType);
+        setStatus(arguments, NoSuchFile);
         return;
     }
-    setResult(!target.isEmpty() && m_transfer(source, target) ? Done : Failed, SLongType);
+    setStatus(arguments, !target.isEmpty() && m_transfer(source, target) ? Done : Failed);
 }
 
 void FileDeleteFunc::call(const ArgumentList &arguments)
 {
     const QString name = textArgument(arguments, 0);
     if (!QFile::exists(name)) {
-        setResult(NoSuchFile, SLongType);
+        setStatus(arguments, NoSuchFile);
         return;
     }
-    setResult(QFile::remove(name) ? Done : Failed, SLongType);
+    setStatus(arguments, QFile::remove(name) ? Done : Failed);
 }

@@ -154,6 +154,7 @@ constexpr Builtin kBuiltins[] = {
     { "save_var", Alias::None, ResultKind::None, 2, 2, make<SaveParamFunc> },
     { "load_var", Alias::None, ResultKind::None, 2, 2, make<LoadParamFunc> },
     { "delete_all_vars", Alias::None, ResultKind::None, 0, 0, make<DeleteAllParamFunc> },
+    { "log_line", Alias::None, ResultKind::None, 2, 2, make<LogLineFunc> },
     { "set_container_property", Alias::None, ResultKind::None, 4, 4, make<SetContainerPropertyFunc> },
     { "container_call", Alias::None, ResultKind::None, 3, 4, make<ContainerCallFunc> },
     { "tcp_send", Alias::None, ResultKind::None, 3, 3, [](const QString &name) { return Made(new SendOnceFunc(name, SocketActions::Protocol::Tcp)); } },

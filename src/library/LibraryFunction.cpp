@@ -2,6 +2,7 @@
 
 #include "base/Messages.h"
 #include "base/Numbers.h"
+#include "interp/ProgramState.h"
 #include "program/AST.h"
 
 #include <algorithm>
@@ -22,6 +23,20 @@ void LibraryFunction::report(const char *sourceText) const
         // Not arg(): some texts have no place for the name.
         program()->reportError(translated(sourceText).replace(QLatin1String("%1"), name()));
     }
+}
+
+void LibraryFunction::setStatus(const ArgumentList &arguments, double status)
+{
+    if (status < 0) {
+        noteFailed(arguments, status);
+    }
+    setResult(status, SLongType);
+}
+
+void LibraryFunction::noteFailed(const ArgumentList &arguments, double status) const
+{
+    arguments.run().state().trace().add(
+        TraceRecord::of(TraceRecord::Kind::Failed, {}, 0, status).with(name().toLower().toUtf8()));
 }
 
 int truncated(double number)

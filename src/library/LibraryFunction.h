@@ -34,6 +34,8 @@ protected:
     }
     bool hasCount(const ArgumentList &arguments, int least, int most, const CountTexts &texts = {}) const;
 
+    void setStatus(const ArgumentList &arguments, double status);        // a SLONG result; one below 0 is a failure
+    void noteFailed(const ArgumentList &arguments, double status) const; // in the trace
     void report(const char *sourceText) const; // translated, %1 replaced by this built-in's name
 };
 

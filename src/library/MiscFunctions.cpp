@@ -120,6 +120,20 @@ void DeleteAllParamFunc::call(const ArgumentList &arguments)
     arguments.run().state().storage().deleteAllParameters();
 }
 
+void LogLineFunc::call(const ArgumentList &arguments)
+{
+    const int kind = arguments.integer(0);
+    if (kind < AST::kLogError || kind > AST::kLogDebug) {
+        report(kWrongArgument);
+        return;
+    }
+    QString text = QString::fromUtf8(bytesArgument(arguments, 1)).trimmed();
+    for (QChar &sign : text) { // one call is one line
+        sign = sign.unicode() < 0x20 ? QLatin1Char(' ') : sign;
+    }
+    Q_EMIT arguments.run().program().logged(kind, text);
+}
+
 void CombineDeviceFunc::call(const ArgumentList &arguments)
 {
     std::vector<DeviceAddress> group; // virtual devices go to the front, the others to the end

@@ -47,6 +47,16 @@ public:
     void call(const ArgumentList &arguments) override;
 };
 
+/// log_line(kind, text): to the monitor and the log, with its place.
+class LogLineFunc : public LibraryFunction
+{
+public:
+    using LibraryFunction::LibraryFunction;
+
+protected:
+    void call(const ArgumentList &arguments) override;
+};
+
 class DeleteAllParamFunc : public LibraryFunction
 {
 public:

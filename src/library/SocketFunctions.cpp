@@ -113,7 +113,7 @@ SocketActions *SocketFunction::sockets(const ArgumentList &arguments)
 
 void IpClientOpenFunc::call(const ArgumentList &arguments)
 {
-    setResult(open(arguments), SLongType);
+    setStatus(arguments, open(arguments));
 }
 
 int IpClientOpenFunc::open(const ArgumentList &arguments) const
@@ -156,7 +156,7 @@ int IpClientOpenFunc::open(const ArgumentList &arguments) const
 
 void IpServerOpenFunc::call(const ArgumentList &arguments)
 {
-    setResult(open(arguments), SLongType);
+    setStatus(arguments, open(arguments));
 }
 
 int IpServerOpenFunc::open(const ArgumentList &arguments) const
@@ -184,7 +184,7 @@ int IpServerOpenFunc::open(const ArgumentList &arguments) const
 
 void WebSocketServerOpenFunc::call(const ArgumentList &arguments)
 {
-    setResult(open(arguments), SLongType);
+    setStatus(arguments, open(arguments));
 }
 
 int WebSocketServerOpenFunc::open(const ArgumentList &arguments) const
@@ -207,7 +207,7 @@ int WebSocketServerOpenFunc::open(const ArgumentList &arguments) const
 
 void WebSocketClientOpenFunc::call(const ArgumentList &arguments)
 {
-    setResult(open(arguments), SLongType);
+    setStatus(arguments, open(arguments));
 }
 
 int WebSocketClientOpenFunc::open(const ArgumentList &arguments)

@@ -71,12 +71,14 @@ void TimelineCreateFunc::call(const ArgumentList &arguments)
         times = timesOf(*array.array(), integerPart32(length.value));
     }
     if (!times) {
+        noteFailed(arguments, array.array() ? 2 : 3);
         setResult(array.array() ? 2 : 3);
         return;
     }
     const bool isRelative = integerPart(arguments.number(3)) != 0;
     const bool repeats = integerPart(arguments.number(4)) != 0;
     if (timelines(arguments).find(integerPart32(id.value))) {
+        noteFailed(arguments, 1);
         setResult(1);
         return;
     }
@@ -90,6 +92,9 @@ void TimelineCreateFunc::call(const ArgumentList &arguments)
 void TimelineKillFunc::call(const ArgumentList &arguments)
 {
     const bool isKilled = arguments.count() == 0 || timelines(arguments).kill(truncated(arguments.number(0)));
+    if (!isKilled) {
+        noteFailed(arguments, 1);
+    }
     setResult(isKilled ? 0 : 1, IntegerType);
 }
 

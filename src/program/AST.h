@@ -70,6 +70,8 @@ public:
     /// Empties the program after a load that failed: only the system's symbols stay.
     void clear();
 
+    enum LogKind : int { kLogError = 1, kLogWarning, kLogInfo, kLogDebug }; // as the language numbers them
+
     void reportError(const QString &text) override { Q_EMIT error(text); }
     void reportWarning(const QString &text) override { Q_EMIT warning(text); }
     void variableChanged(Name name, qint64 value) override
@@ -88,7 +90,8 @@ public:
 Q_SIGNALS:
     void error(const QString &text);
     void warning(const QString &text);
-    void info(int type, const QString &text);
+    void info(int type, const QString &text); // a monitor line of that type
+    void logged(int kind, const QString &text); // by log_line
 
 private:
     void createSystemSymbols();

@@ -29,6 +29,10 @@ ControlProgram::ControlProgram(const QString &dataDirectory, qint64 traceBytes)
     };
     QObject::connect(m_tree.get(), &AST::error, m_tree.get(), report(ErrorReports::Kind::Error));
     QObject::connect(m_tree.get(), &AST::warning, m_tree.get(), report(ErrorReports::Kind::Warning));
+    QObject::connect(m_tree.get(), &AST::logged, m_tree.get(), [report](int kind, const QString &text) {
+        constexpr int kFirst = static_cast<int>(ErrorReports::Kind::LogError) - AST::kLogError;
+        report(static_cast<ErrorReports::Kind>(kFirst + kind))(text);
+    });
 }
 
 ControlProgram::~ControlProgram() = default;

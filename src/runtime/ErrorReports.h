@@ -11,7 +11,7 @@
 class ErrorReports
 {
 public:
-    enum class Kind { Error, Warning };
+    enum class Kind { Error, Warning, LogError, LogWarning, LogInfo, LogDebug }; // Log: by log_line
     static constexpr int kMostASecond = 10;
 
     using Output = std::function<void(Kind kind, const QString &text)>;

@@ -125,6 +125,7 @@ QByteArray packed(const Places &places)
     for (const Places::Global &global : places.globals) {
         packer.add(global.file);
         packer.add(global.line);
+        packer.add(global.name);
     }
     return packer.bytes;
 }
@@ -152,7 +153,8 @@ Places unpacked(const QByteArray &bytes)
     }
     for (int left = unpacker.count(); left > 0 && unpacker.isGood(); --left) {
         const int file = unpacker.below(files);
-        places.globals.push_back({ file, unpacker.number() });
+        const int line = unpacker.number();
+        places.globals.push_back({ file, line, unpacker.text() });
     }
     return unpacker.isGood() && unpacker.atEnd() ? places : Places();
 }
@@ -205,7 +207,12 @@ QString Places::lineOf(int statement) const
 QString Places::bodyOf(int statement) const
 {
     const Body *const body = findBody(statement);
-    return body ? translated(textOf(body->kind)).replace(QLatin1String("%1"), body->name) : QString();
+    return body ? bodyText(body->kind, body->name) : QString();
+}
+
+QString Places::bodyText(Kind kind, const QString &name)
+{
+    return translated(textOf(kind)).replace(QLatin1String("%1"), name);
 }
 
 QByteArray Places::behind(const QByteArray &objectFile) const

@@ -41,7 +41,8 @@ struct Places
     struct Global
     {
         int file = 0;
-        int line = 0; // 0: it stands nowhere, the compiler made it
+        int line = 0;   // 0: it stands nowhere, the compiler made it
+        QString name{}; // as it is written where it is declared
     };
 
     QStringList files; // as seen from the program's folder, the program's own first
@@ -53,8 +54,9 @@ struct Places
     QString lineOf(int statement) const;
     /// "push of dvPanel 5" in the operator's language; empty likewise.
     QString bodyOf(int statement) const;
-    const Body *findBody(int statement) const; // nullptr: not known
-    bool isCalled(int statement) const;        // stands in a function or routine
+    const Body *findBody(int statement) const;               // nullptr: not known
+    static QString bodyText(Kind kind, const QString &name); // "push of dvPanel 5" likewise
+    bool isCalled(int statement) const;                      // stands in a function or routine
 
     /// The block that belongs behind the given object file.
     QByteArray behind(const QByteArray &objectFile) const;

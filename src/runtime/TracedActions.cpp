@@ -2,6 +2,8 @@
 
 #include "interp/Trace.h"
 
+#include <QUrl>
+
 namespace {
 using Kind = TraceRecord::Kind;
 
@@ -33,7 +35,7 @@ void TracedDevices::switchChannel(const DeviceAddress &device, PortAction action
 
 void TracedDevices::sendDeviceCommand(const DeviceAddress &device, const QByteArray &data, Log logLocal)
 {
-    m_trace.add(TraceRecord::of(Kind::CommandSent, device).with(data));
+    m_trace.add(TraceRecord::of(Kind::CommandSent, device).with(presence(device.number)).with(data));
     m_trace.noteAsked(device);
     m_devices.sendDeviceCommand(device, data, logLocal);
 }
@@ -47,15 +49,20 @@ void TracedDevices::sendPortString(const DeviceAddress &device, const QByteArray
 
 void TracedDevices::setLevel(const DeviceAddress &device, int levelCode, int value)
 {
-    m_trace.add(TraceRecord::of(Kind::LevelSent, device, levelCode, value));
+    m_trace.add(TraceRecord::of(Kind::LevelSent, device, levelCode, value).with(presence(device.number)));
+    const qint64 before = m_trace.last();
     m_devices.setLevel(device, levelCode, value);
+    if (m_trace.last() == before) {
+        m_trace.markLast(TraceRecord::kIsQuiet);
+    }
 }
 
 void TracedDevices::setLevels(const DeviceAddress &device, const QVector<qint64> &codes, const QVector<qint64> &values)
 {
     for (int index = 0; index < codes.size(); ++index) {
         m_trace.add(TraceRecord::of(Kind::LevelSent, device, static_cast<int>(codes.at(index)),
-                                    static_cast<double>(values.value(index))));
+                                    static_cast<double>(values.value(index)))
+                        .with(presence(device.number)));
     }
     m_devices.setLevels(device, codes, values);
 }
@@ -63,13 +70,16 @@ void TracedDevices::setLevels(const DeviceAddress &device, const QVector<qint64>
 void TracedDevices::setButtonStatusRange(int deviceNumber, int channel, int status, int first, int last)
 {
     const QByteArray group = last > 0 ? QByteArray::number(first) + '-' + QByteArray::number(last) : QByteArray();
-    m_trace.add(TraceRecord::of(Kind::Feedback, panel(deviceNumber), channel, status).with(group));
+    m_trace.add(
+        TraceRecord::of(Kind::Feedback, panel(deviceNumber), channel, status).with(presence(deviceNumber)).with(group));
     m_devices.setButtonStatusRange(deviceNumber, channel, status, first, last);
 }
 
 void TracedDevices::setButtonStatusList(int deviceNumber, int channel, int status, const QVector<int> &channels)
 {
-    m_trace.add(TraceRecord::of(Kind::Feedback, panel(deviceNumber), channel, status).with(listed(channels)));
+    m_trace.add(TraceRecord::of(Kind::Feedback, panel(deviceNumber), channel, status)
+                    .with(presence(deviceNumber))
+                    .with(listed(channels)));
     m_devices.setButtonStatusList(deviceNumber, channel, status, channels);
 }
 
@@ -78,7 +88,8 @@ void TracedDevices::setButtonStatuses(int deviceNumber, const QVector<qint64> &c
 {
     for (int index = 0; index < channels.size(); ++index) {
         m_trace.add(TraceRecord::of(Kind::Feedback, panel(deviceNumber), static_cast<int>(channels.at(index)),
-                                    static_cast<double>(statuses.value(index))));
+                                    static_cast<double>(statuses.value(index)))
+                        .with(presence(deviceNumber)));
     }
     m_devices.setButtonStatuses(deviceNumber, channels, statuses);
 }
@@ -105,8 +116,15 @@ void TracedDevices::setOnPanel(int deviceNumber, const PanelSetting &setting)
 {
     const int channel = setting.channels.isEmpty() ? 0 : static_cast<int>(setting.channels.first());
     m_trace.add(TraceRecord::of(Kind::PanelSet, panel(deviceNumber), channel)
+                    .with(presence(deviceNumber))
                     .with(setting.name + ' ' + setting.value.toByteArray()));
     m_devices.setOnPanel(deviceNumber, setting);
+}
+
+int TracedDevices::presence(int deviceNumber) const
+{
+    const bool isPanel = deviceNumber != 0 && deviceNumber != kControllerDevice;
+    return isPanel && !m_trace.isPresent(deviceNumber) ? TraceRecord::kIsAbsent : 0;
 }
 
 void TracedDevices::rebootController()
@@ -169,7 +187,8 @@ void TracedSockets::closeWebSocketServer(int localPort)
 int TracedSockets::openWebSocketClient(int localPort, const QString &url)
 {
     m_trace.noteAsked(socket(localPort));
-    return noteOpened(localPort, url, m_sockets.openWebSocketClient(localPort, url));
+    return noteOpened(localPort, QUrl(url).toString(QUrl::RemoveUserInfo),
+                      m_sockets.openWebSocketClient(localPort, url));
 }
 
 void TracedSockets::closeWebSocketClient(int localPort)

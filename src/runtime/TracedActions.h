@@ -31,6 +31,8 @@ public:
     void cancelRemoteToItems() override;
 
 private:
+    int presence(int deviceNumber) const; // kIsAbsent of a panel that is not connected
+
     Trace &m_trace;
     DeviceActions &m_devices;
 };

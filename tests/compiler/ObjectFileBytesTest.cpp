@@ -184,7 +184,7 @@ void ObjectFileBytesTest::placesBelongToTheirProgram()
              bytes("02 10 68616c6c2e737263"      // one file
                    "02 12 0c 6476506f7274 00 08" // string of dvPort, line 4
                    "0e 00 02 00 02 00 02 00"     // block and list, n = 1, wait, its block and list, n = 2
-                   "04 00 02 00 04")
+                   "04 00 02 02 6e 00 04 0c 6476506f7274")
                  .toHex()); // n and dvPort
     const Places places = read(result.objectFile + result.places);
     QCOMPARE(places.lineOf(7), QStringLiteral("hall.src:7"));

@@ -1,4 +1,5 @@
 #include "compiler/Compiler.h"
+#include "inspect/Questions.h"
 #include "runtime/BusyWatch.h"
 #include "support/ScriptedProgram.h"
 #include "support/Table.h"
@@ -7,6 +8,9 @@
 #include <QDataStream>
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 /// Whole programs in the source form with what they must do: see support/ScriptedProgram.h for the notation.
 /// A file holds several programs, each after a line "//# what it shows".
@@ -64,6 +68,54 @@ private Q_SLOTS:
             program.dispatcher().press(10001, 1);
         }
         QCOMPARE(lines, { QStringLiteral("The program has been busy for 0 s (program.src:5, routine Spin)") });
+    }
+
+    /// A loop neither fills the trace nor pushes out what was before.
+    void tracesLoopsBriefly()
+    {
+        const CompileResult compiled = compileSource(
+            QStringLiteral("device dvPanel = 10001:1:0\n"
+                           "integer n\n"
+                           "button_event [dvPanel, 1] { push: { for (n = 0; n < 900; n++) { on [dvPanel, n] } } }\n"
+                           "button_event [dvPanel, 2] { push: { for (n = 0; n < 900; n++)\n"
+                           "    { on [dvPanel, 2]; off [dvPanel, 2] } } }\n"));
+        Clock clock(Clock::Drive::ByHand);
+        Player player(compiled.objectFile, clock, Player::Reports::AsOperatorsSee);
+        player.happen(QStringLiteral("push 10001 2"));
+        player.happen(QStringLiteral("push 10001 1"));
+        player.takeLines();
+        player.happen(QStringLiteral("trace"));
+        const QStringList lines = player.takeLines();
+        QCOMPARE(lines.mid(0, 5),
+                 QStringList({ QStringLiteral("push of DVPANEL 2"), QStringLiteral("  "),
+                               QStringLiteral("  on [DVPANEL, 2] 900*"), QStringLiteral("  off [DVPANEL, 2] 900*"),
+                               QStringLiteral("  N = 900 (was 0)") }));
+        QCOMPARE(lines.last(), QStringLiteral("  400 more steps"));
+        QCOMPARE(lines.size(), 5 + 2 + 500 + 1);
+    }
+
+    /// Who reads too late is told, and gets what is there; without memory there is no trace.
+    void tracesInWhatMemoryThereIs()
+    {
+        const CompileResult compiled =
+            compileSource(QStringLiteral("device dvPanel = 10001:1:0\n"
+                                         "button_event [dvPanel, 1] { push: { on [dvPanel, 1] } }\n"));
+        const QTemporaryDir folder;
+        for (const int records : { 0, 64 }) {
+            ControlProgram program(folder.path(), records * static_cast<int>(sizeof(TraceRecord)));
+            QDataStream stream(compiled.objectFile);
+            QVERIFY(program.load(stream));
+            for (int count = 0; count < 1000; ++count) {
+                program.dispatcher().press(10001, 1);
+            }
+            const QJsonObject answer =
+                QJsonDocument::fromJson(answerQuestion(&program, R"({"ask":"trace","after":5})")).object();
+            QCOMPARE(answer.contains(QLatin1String("error")), records == 0);
+            QCOMPARE(answer.value(QLatin1String("lost")).toBool(), records > 0);
+            const QJsonArray events = answer.value(QLatin1String("events")).toArray();
+            QCOMPARE(events.size(), records / 2); // each is the push and its handler
+            QCOMPARE(answer.value(QLatin1String("next")).toInt(), records == 0 ? 0 : 2000);
+        }
     }
 
     /// In one process, with the same names for other things. What one does, the other does not see.

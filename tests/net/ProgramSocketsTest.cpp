@@ -348,9 +348,10 @@ void ProgramSocketsTest::writesMonitorLines()
     peer->write("A\r\n");
     QTRY_COMPARE(lines.size(), 2);
     peer->disconnectFromHost();
+    const QString error = QStringLiteral("Device 0:4:0 error event occured: %1:%2, closed by the other end (1)");
     QTRY_COMPARE(lines, QStringList({ QStringLiteral("1 Online Event: Device 0:4:0 online"),
                                       QStringLiteral("13 got socket data: device is 0:4:0 and data is 41 0D 0A"),
-                                      QStringLiteral("Device 0:4:0 error event occured"),
+                                      error.arg(kHereText).arg(listener.port()),
                                       QStringLiteral("1 Offline Event: Device 0:4:0 offline") }));
     NotificationCenter::instance().removeListener();
 }

@@ -1,10 +1,13 @@
 #include "support/ScriptedProgram.h"
 
 #include "compiler/Compiler.h"
+#include "inspect/Questions.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QDataStream>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QRegularExpression>
 
 Player::Player(QByteArray objectFile, Clock &clock, Reports reports)
@@ -37,8 +40,62 @@ void Player::happen(const QString &line)
         m_devices.unansweredMs = 600;
     } else if (what == QLatin1String("reload")) {
         load();
+    } else if (what == QLatin1String("trace")) {
+        tellTrace();
+    } else if (what == QLatin1String("why")) {
+        for (const QJsonValue &sentence : ask({ { QStringLiteral("ask"), what },
+                                                { QStringLiteral("device"), words.value(1).toInt() },
+                                                { QStringLiteral("channel"), words.value(2).toInt() } })
+                                              .value(QLatin1String("sentences"))
+                                              .toArray()) {
+            QString text = sentence.toString(); // how long a handler ran is not the program's
+            m_devices.lines << text.replace(QRegularExpression(QStringLiteral("for [0-9.]+ ms")), QStringLiteral("…"));
+        }
+    } else if (what == QLatin1String("get") || what == QLatin1String("vars") || what == QLatin1String("set")) {
+        const QJsonObject answer = ask({ { QStringLiteral("ask"), what },
+                                         { QStringLiteral("filter"), words.value(1) },
+                                         { QStringLiteral("name"), words.value(1) },
+                                         { QStringLiteral("value"), words.mid(2).join(QLatin1Char(' ')) },
+                                         { QStringLiteral("names"), QJsonArray::fromStringList(words.mid(1)) } });
+        for (const QJsonValue &variable : answer.value(QLatin1String("variables")).toArray()) {
+            m_devices.lines << QString::fromUtf8(QJsonDocument(variable.toObject()).toJson(QJsonDocument::Compact));
+        }
+        if (answer.contains(QLatin1String("error"))) {
+            m_devices.lines << answer.value(QLatin1String("error")).toString();
+        }
     } else {
         raiseData(what, words.value(1), line.section(QLatin1Char(' '), 2));
+    }
+}
+
+QJsonObject Player::ask(const QJsonObject &question)
+{
+    return QJsonDocument::fromJson(answerQuestion(m_program.get(), QJsonDocument(question).toJson())).object();
+}
+
+void Player::tellTrace()
+{
+    const QJsonObject answer =
+        ask({ { QStringLiteral("ask"), QStringLiteral("trace") }, { QStringLiteral("after"), m_traced } });
+    m_traced = answer.value(QLatin1String("next")).toDouble();
+    for (const QJsonValue &one : answer.value(QLatin1String("events")).toArray()) {
+        const QJsonObject event = one.toObject();
+        const bool isNested = event.value(QLatin1String("isNested")).toBool();
+        const QString cause = event.value(QLatin1String("causeText")).toString();
+        m_devices.lines << (isNested ? QStringLiteral("> ") : QString()) +
+                               event.value(QLatin1String("text")).toString() +
+                               (cause.isEmpty() ? cause : QStringLiteral(" from ") + cause);
+        for (const QJsonValue &miss : event.value(QLatin1String("misses")).toArray()) {
+            m_devices.lines << QStringLiteral("  miss: ") + miss.toString();
+        }
+        for (const QJsonValue &two : event.value(QLatin1String("steps")).toArray()) {
+            const QJsonObject step = two.toObject();
+            const int count = step.value(QLatin1String("count")).toInt();
+            const QString line = step.value(QLatin1String("place")).toString().section(QLatin1Char(':'), 1);
+            m_devices.lines << QStringLiteral("  ") + step.value(QLatin1String("text")).toString() +
+                                   (count > 1 ? QStringLiteral(" %1*").arg(count) : QString()) +
+                                   (line.isEmpty() ? line : QLatin1Char(' ') + line);
+        }
     }
 }
 
@@ -51,7 +108,8 @@ void Player::load()
     };
     if (m_reports == Reports::AsOperatorsSee) {
         m_program->onReport = [note](ErrorReports::Kind kind, const QString &text) {
-            note(kind == ErrorReports::Kind::Error ? "error" : "warning", text);
+            static const char *const kinds[] = { "error", "warning", "log", "log", "log", "log" };
+            note(kinds[static_cast<size_t>(kind)], text);
         };
     } else {
         const AST *tree = &m_program->tree();
@@ -119,7 +177,7 @@ QString ScriptedProgram::play(const QString &source)
     while (same < std::min(seen.size(), expected.size()) && seen.at(same) == expected.at(same)) {
         ++same;
     }
-    constexpr int kShown = 8;
+    constexpr int kShown = 20;
     const auto rest = [same](const QStringList &lines) { return lines.mid(same, kShown).join(QStringLiteral("\n  ")); };
     return QStringLiteral("after %1 lines expected:\n  %2\nseen:\n  %3\n")
         .arg(QString::number(same), rest(expected), rest(seen));

@@ -27,8 +27,8 @@ syntax keyword arkivonFunction float_to_array format ftoa get_buffer_char get_bu
 syntax keyword arkivonFunction get_last get_mac_addr get_master_build get_system_number hextoi
 syntax keyword arkivonFunction ip_bound_client_open ip_client_close ip_client_open ip_server_close
 syntax keyword arkivonFunction ip_server_open itoa itohex left_string length_array length_string load_var
-syntax keyword arkivonFunction log10_value log_value lower_string max_length_array max_length_string max_value
-syntax keyword arkivonFunction md5_value mid_string min_value modbus_crc16 page_property play_sound
+syntax keyword arkivonFunction log10_value log_line log_value lower_string max_length_array max_length_string
+syntax keyword arkivonFunction max_value md5_value mid_string min_value modbus_crc16 page_property play_sound
 syntax keyword arkivonFunction power_value process_start random_number raw_be raw_le reboot remove_string
 syntax keyword arkivonFunction right_string save_var set_button_property set_button_state_property
 syntax keyword arkivonFunction set_container_property set_length_array set_length_string set_page_property

@@ -82,6 +82,8 @@ public:
     virtual QByteArray listenStatus() = 0;                           // what follows "listenstatus:"; main thread
     virtual Problem setListenAddresses(const QStringList &list) = 0; // main thread
 
+    virtual QByteArray answerQuestion(const QByteArray &) { return "{}"; } // about the program, in JSON; main thread
+
     /// \name The controller's own ports; main thread. The name of a port, and what to set, as ports.ini has them.
     virtual QByteArray ports() { return "[]"; }           // a JSON array, an object a port
     virtual QByteArray detectedDevices() { return "[]"; } // the same of what could stand behind them

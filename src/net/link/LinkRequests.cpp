@@ -147,6 +147,14 @@ void LinkRequests::perform(SocketClient &client, const Management::Command &comm
                                 : translated(QT_TRANSLATE_NOOP("messages", "the input is not in hexadecimal"));
             });
         },
+        [&](const AskProgram &ask) {
+            request(ask.question.size(), [this, weak = client.weak_from_this(), question = ask.question] {
+                const QByteArray answer = m_hooks.services.answerQuestion(question);
+                if (const auto asker = weak.lock()) {
+                    asker->sendPlain(LinkCode::kTextReply, "program:" + answer);
+                }
+            });
+        },
         [&](const AskMonitorHistory &ask) { tellPast(client, ask.ageMs); },
     };
     std::visit(performers, command);

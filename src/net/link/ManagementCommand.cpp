@@ -130,6 +130,7 @@ constexpr Row kRows[] = {
     { "portdetect?", Match::Whole, parsePlain<DetectDevices> },
     { "ports!", Match::Prefix, parseSetPort },
     { "portinput!", Match::Prefix, parsePutIntoPort },
+    { "program?", Match::Prefix, [](const QString &text) { return Parsed(AskProgram{ text.mid(8).toUtf8() }); } },
     { "monitorhistory?", Match::Prefix, parseMonitorHistory },
 };
 } // namespace

@@ -54,6 +54,10 @@ struct PutIntoPort // as if it had come in from there
 };
 struct DetectDevices // that could stand behind a port
 {};
+struct AskProgram // about the program that runs
+{
+    QByteArray question; // a JSON object
+};
 struct AskMonitorHistory
 {
     qint64 ageMs = 0; // of the oldest line wanted
@@ -61,7 +65,7 @@ struct AskMonitorHistory
 
 using Command =
     std::variant<SetSystemNumber, Reboot, UseDhcp, UseStaticIp, AskDateTime, SetDateTime, AskIrCode, AskListenAddresses,
-                 AskListenStatus, AskPorts, SetPort, PutIntoPort, AskMonitorHistory, DetectDevices>;
+                 AskListenStatus, AskPorts, SetPort, PutIntoPort, AskMonitorHistory, DetectDevices, AskProgram>;
 
 /// Reads a command; nothing when it is unknown or its fields do not fit, it is then ignored.
 std::optional<Command> parse(const QByteArray &text);

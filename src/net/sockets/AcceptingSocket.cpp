@@ -27,7 +27,7 @@ void AcceptingSocket::restart()
 {
     close();
     if (!listen()) {
-        later([this] { events().error(localPort(), QAbstractSocket::AddressInUseError); });
+        later([this] { raiseError(QAbstractSocket::AddressInUseError); });
     }
 }
 
@@ -48,6 +48,6 @@ void AcceptingSocket::accept(Descriptor socket)
     }
     socket.close();
     if (!std::exchange(m_hasRefused, true)) {
-        events().error(localPort(), QAbstractSocket::SocketResourceError);
+        raiseError(QAbstractSocket::SocketResourceError);
     }
 }

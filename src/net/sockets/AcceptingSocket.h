@@ -26,6 +26,7 @@ public:
 protected:
     virtual void take(Descriptor socket) = 0; // one more connection, which has been counted
     void release() { --m_connections; }
+    QString farEnd() const override { return QLatin1Char(':') + QString::number(m_port); }
 
 private:
     void accept(Descriptor socket);

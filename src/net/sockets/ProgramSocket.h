@@ -37,6 +37,9 @@ protected:
     SocketLoop &loop() const { return *m_context.loop; }
     SocketEvents &events() const { return *m_context.events; }
 
+    void raiseError(int number) const { events().error(localPort(), number, farEnd()); }
+    virtual QString farEnd() const = 0; // "10.0.0.5:23", or ":23" of a server: for people
+
     /// Does something from the event loop, unless this has ended before.
     template <class Job>
     void later(Job job)
@@ -70,6 +73,7 @@ public:
 protected:
     Protocol protocol() const { return m_protocol; }
     const SocketAddress &address() const { return m_address; }
+    QString farEnd() const override { return m_address.text(); }
     quint16 boundPort() const // 0: any
     {
         constexpr int kLeast = 10;

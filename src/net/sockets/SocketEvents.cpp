@@ -76,13 +76,14 @@ void SocketEvents::data(int localPort, const QByteArray &bytes, const SocketPeer
     m_dispatcher->raiseData(event, fieldsOf(peer, bytes));
 }
 
-void SocketEvents::error(int localPort, int number)
+void SocketEvents::error(int localPort, int number, const QString &farEnd)
 {
     if (!m_program) {
         return;
     }
     m_program->reportWarning(
-        translated(QT_TRANSLATE_NOOP("messages", "Device 0:%1:0 error event occured")).arg(localPort));
+        translated(QT_TRANSLATE_NOOP("messages", "Device 0:%1:0 error event occured")).arg(localPort) +
+        QStringLiteral(": %1, %2 (%3)").arg(farEnd, socketErrorText(number), QString::number(number)));
     CustomEvent event = eventOf(EventType::Error, localPort);
     event.errorCode = number;
     m_dispatcher->raiseData(event, {});

@@ -24,7 +24,7 @@ public:
     void online(int localPort, const SocketPeer &peer = {});
     void offline(int localPort, const SocketPeer &peer = {});
     void data(int localPort, const QByteArray &bytes, const SocketPeer &peer);
-    void error(int localPort, int number);
+    void error(int localPort, int number, const QString &farEnd); // farEnd: for people
     void refusedAddress(int localPort); // without a monitor line: the built-in says what is wrong
 
 private:

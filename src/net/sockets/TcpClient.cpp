@@ -10,10 +10,10 @@ constexpr qint64 kDeliverMs = 1000;
 void TcpClient::send(const QByteArray &data)
 {
     if (!m_stream || !m_stream->isConnected()) {
-        events().error(localPort(), QAbstractSocket::SocketAccessError);
+        raiseError(QAbstractSocket::SocketAccessError);
     } else if (!m_stream->write(data)) {
         drop(ByteStream::Close::Reset);
-        events().error(localPort(), QAbstractSocket::SocketResourceError);
+        raiseError(QAbstractSocket::SocketResourceError);
         if (!m_isClosed) { // by a handler of the error
             events().offline(localPort());
         }
@@ -59,7 +59,7 @@ void TcpClient::connectNow()
     if (!m_stream) {
         later([this, attempt = m_attempt, error = result.error] {
             if (attempt == m_attempt) {
-                events().error(localPort(), error);
+                raiseError(error);
             }
         });
     }
@@ -96,7 +96,7 @@ void TcpClient::ended(ByteStream &stream, int error)
 {
     const bool wasConnected = stream.peer().port != 0;
     m_stream.reset();
-    events().error(localPort(), error);
+    raiseError(error);
     if (wasConnected && !m_isClosed) { // by a handler of the error
         events().offline(localPort());
     }

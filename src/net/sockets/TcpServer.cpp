@@ -7,7 +7,7 @@ void TcpServer::send(const QByteArray &data)
         if (!stream->write(data) && forget(*stream)) {
             const SocketPeer peer = stream->peer();
             stream->close(ByteStream::Close::Reset);
-            events().error(localPort(), QAbstractSocket::SocketResourceError);
+            raiseError(QAbstractSocket::SocketResourceError);
             events().offline(localPort(), peer);
         }
     }

@@ -6,7 +6,7 @@ void UdpClient::send(const QByteArray &data)
 {
     const int error = m_socket ? m_socket->send(data) : QAbstractSocket::SocketAccessError;
     if (error != kNoSocketError) {
-        events().error(localPort(), error);
+        raiseError(error);
     }
 }
 
@@ -38,7 +38,7 @@ void UdpClient::tellOutcome(int error)
     if (error == kNoSocketError) {
         events().online(localPort());
     } else {
-        events().error(localPort(), error);
+        raiseError(error);
     }
 }
 
@@ -54,5 +54,5 @@ void UdpClient::received(const std::vector<DatagramSocket::Datagram> &datagrams)
 
 void UdpClient::failed(int error)
 {
-    events().error(localPort(), error);
+    raiseError(error);
 }

@@ -12,7 +12,7 @@ void UdpServer::open()
     }
     m_socket = std::move(result.socket);
     if (!m_socket) {
-        later([this, error = result.error] { events().error(localPort(), error); });
+        later([this, error = result.error] { raiseError(error); });
     }
 }
 
@@ -21,7 +21,7 @@ void UdpServer::send(const QByteArray &data)
     const int error =
         m_socket && m_lastSender ? m_socket->send(data, &*m_lastSender) : QAbstractSocket::SocketAccessError;
     if (error != kNoSocketError) {
-        events().error(localPort(), error);
+        raiseError(error);
     }
 }
 
@@ -46,5 +46,5 @@ void UdpServer::received(const std::vector<DatagramSocket::Datagram> &datagrams)
 
 void UdpServer::failed(int error)
 {
-    events().error(localPort(), error);
+    raiseError(error);
 }

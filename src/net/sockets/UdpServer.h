@@ -20,6 +20,7 @@ public:
     void close() override;
 
 private:
+    QString farEnd() const override { return QLatin1Char(':') + QString::number(m_port); }
     void received(const std::vector<DatagramSocket::Datagram> &datagrams) override;
     void failed(int error) override;
 

@@ -29,6 +29,12 @@ Command downloadCommand(CommandLine::Word &app);
 Command portTestCommand(CommandLine::Word &app);
 Command portsCommand(CommandLine::Word &app);
 Command irCommand(CommandLine::Word &app);
+Command traceCommand(CommandLine::Word &app);
+Command whyCommand(CommandLine::Word &app);
+Command getCommand(CommandLine::Word &app);
+Command setCommand(CommandLine::Word &app);
+Command watchCommand(CommandLine::Word &app);
+Command varsCommand(CommandLine::Word &app);
 
 Outcome wrongUse(const std::string &what); // says so, and where help is
 

@@ -5,9 +5,10 @@
 
 namespace {
 constexpr auto kAllCommands = {
-    monitorCommand, panelCommand,    infoCommand,         discoverCommand, networkCommand,
-    macCommand,     dateTimeCommand, systemNumberCommand, listenCommand,   rebootCommand,
-    uploadCommand,  downloadCommand, portTestCommand,     irCommand,       portsCommand,
+    monitorCommand,  panelCommand,        infoCommand,   discoverCommand, networkCommand, macCommand,
+    dateTimeCommand, systemNumberCommand, listenCommand, rebootCommand,   uploadCommand,  downloadCommand,
+    portTestCommand, irCommand,           portsCommand,  traceCommand,    whyCommand,     getCommand,
+    setCommand,      watchCommand,        varsCommand,
 };
 
 CommandLine::Explanation explanation()

@@ -14,7 +14,7 @@ constexpr int kSecurePort = 443;
 void WebSocketClient::send(const QByteArray &data)
 {
     if (!m_link || !m_link->isOpen()) {
-        events().error(localPort(), QAbstractSocket::SocketAccessError);
+        raiseError(QAbstractSocket::SocketAccessError);
     } else {
         const std::shared_ptr<WebSocketLink> link = m_link; // it may end
         link->send(data);
@@ -40,7 +40,7 @@ void WebSocketClient::restart()
             }
             m_addresses = addresses;
             if (addresses.isEmpty()) {
-                events().error(localPort(), QAbstractSocket::HostNotFoundError);
+                raiseError(QAbstractSocket::HostNotFoundError);
             } else {
                 connectToNext();
             }
@@ -93,7 +93,7 @@ void WebSocketClient::fail(int error)
 {
     later([this, attempt = m_attempt, error] {
         if (attempt == m_attempt) {
-            events().error(localPort(), error);
+            raiseError(error);
         }
     });
 }
@@ -118,7 +118,7 @@ void WebSocketClient::ended(WebSocketLink &link, int error)
     }
     m_addresses.clear();
     if (error != kNoSocketError) {
-        events().error(localPort(), error);
+        raiseError(error);
     }
     if (link.wasOpen() && !m_isClosed) { // by a handler of the error
         events().offline(localPort());

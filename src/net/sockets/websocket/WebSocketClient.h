@@ -18,6 +18,7 @@ public:
 
 private:
     bool isSecure() const { return m_url.scheme() == QLatin1String("wss"); }
+    QString farEnd() const override { return m_url.toString(QUrl::RemoveUserInfo); }
     void connectToNext();
     void connectTo(const QHostAddress &address);
     void fail(int error);

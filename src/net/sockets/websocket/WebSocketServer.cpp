@@ -40,7 +40,7 @@ void WebSocketServer::ended(WebSocketLink &link, int error)
     release();
     const bool isGone = link.wasOpen() && error == QAbstractSocket::RemoteHostClosedError; // without a farewell
     if (error != kNoSocketError && !isGone) {
-        events().error(localPort(), error);
+        raiseError(error);
     }
     if (link.wasOpen()) {
         events().offline(localPort(), peer);
