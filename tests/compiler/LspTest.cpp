@@ -97,7 +97,7 @@ QJsonObject LspTest::receive()
             m_received += m_arkc->readAllStandardOutput();
             continue;
         }
-        const QJsonObject message = QJsonDocument::fromJson(m_received.mid(head + 4, length)).object();
+        QJsonObject message = QJsonDocument::fromJson(m_received.mid(head + 4, length)).object();
         m_received.remove(0, head + 4 + length);
         const QJsonObject parameters = message.value(QStringLiteral("params")).toObject();
         if (parameters.isEmpty()) {
@@ -113,7 +113,8 @@ QString LspTest::shown(const QJsonValue &value) const
 {
     if (value.isArray()) {
         QStringList items;
-        for (const QJsonValue &item : value.toArray()) {
+        const QJsonArray array = value.toArray();
+        for (const QJsonValue &item : array) {
             items += shown(item);
         }
         return QStringLiteral("[%1]").arg(items.join(QStringLiteral(", ")));
@@ -335,6 +336,8 @@ void LspTest::answers_data()
         "raw nothing at all\\r\\n\\r\\n\nraw Content-Length: 2\\r\\n\\r\\n{\"id\":[[]]}Content-Length: "
         "18\\r\\n\\r\\n\nraw {\"id\":[[]]       }\n"
         "raw Content-Length: -5\\r\\n\\r\\n\n"
+        "raw Content-Length: "
+        "66\\r\\n\\r\\n{\"id\":7,\"method\":\"textDocument/hover\",\"params\":[{\"position\":\"x\"}]}\n"
         "hover none.src 0:0\nchange none.src 0:0-1:1 x\nclose none.src\nopen a.src start { }\nclose a.src\nclose "
         "a.src\n"
         "formatting a.src 0:0\nopen untitled:new start {\nformatting untitled:new 0:0\nproblems untitled:new\n"
@@ -348,6 +351,7 @@ void LspTest::answers_data()
         "null {code -32700, message no JSON message}\n"
         "null {code -32600, message no request}\n"
         "null {code -32700, message no JSON message}\n"
+        "7 {code -32602, message '' is not open}\n"
         "{code -32602, message 'none.src' is not open}\n"
         "{code -32602, message 'a.src' is not open}\n"
         "{code -32803, message untitled:new:1:7: error: this '{' is not closed}\n"

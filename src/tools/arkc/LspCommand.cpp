@@ -30,7 +30,7 @@ Outcome serve()
                                    QByteArray::fromStdString(json));
     });
     MessageStream stream;
-    std::array<char, 64 * 1024> bytes{};
+    std::array<char, 65536> bytes{};
     while (isHeard && !server.hasEnded()) {
         if (!hasInput(0)) {
             server.settle();

@@ -151,7 +151,7 @@ QString OpenPrograms::rootOf(const QString &key) const
 /// As far as can be seen without reading the program.
 QStringList OpenPrograms::includesOf(const QString &key) const
 {
-    constexpr qint64 kMost = 4 * 1024 * 1024;
+    constexpr qint64 kMost = 4'000'000;
     static const QRegularExpression kInclude(QStringLiteral("^[ \\t]*include[ \\t]+'([^'\\n]+)'"),
                                              QRegularExpression::CaseInsensitiveOption |
                                                  QRegularExpression::MultilineOption);
