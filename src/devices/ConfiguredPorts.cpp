@@ -14,9 +14,12 @@
 
 #include <QDeadlineTimer>
 #include <QDebug>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+
+#include <cerrno>
 
 namespace {
 using Kind = PortName::Kind;
@@ -109,7 +112,9 @@ std::optional<QString> ConfiguredPorts::set(const QString &port, const QStringLi
             return entry.problem;
         }
     }
-    if (!file.save(text)) {
+    // To replace a file its folder is asked only: that somebody has protected this one is to be respected.
+    const bool isProtected = before.isThere && !QFileInfo(m_file).isWritable();
+    if (isProtected ? !file.settle(qt_error_string(EACCES)) : !file.save(text)) {
         return file.complaint();
     }
     apply(content);

@@ -1,6 +1,7 @@
 #include "devices/PortsFile.h"
 
 #include "base/Messages.h"
+#include "devices/linux/GpioChips.h"
 
 #include <QFileInfo>
 
@@ -88,6 +89,18 @@ std::optional<QString> take(const QString &key, const QString &value, PortEntry 
     return std::nullopt;
 }
 
+/// One device has several names: this one is the same for all of them, while it is there.
+QString onlyName(const PortEntry &entry)
+{
+    if (entry.name.kind == PortName::Kind::Relay || entry.name.kind == PortName::Kind::Io) {
+        const auto found = GpioChips::find(entry.device);
+        const auto *place = std::get_if<GpioChips::Place>(&found);
+        return place ? QStringLiteral("%1:%2").arg(place->chip.name).arg(place->offset) : entry.device;
+    }
+    const QString file = QFileInfo(entry.device).canonicalFilePath();
+    return file.isEmpty() ? entry.device : file;
+}
+
 /// Reads the lines in order and gathers one entry a section.
 class Reader
 {
@@ -169,8 +182,7 @@ private:
             complain(key, translated(QT_TRANSLATE_NOOP("messages", "it is missing; it looks like %1"))
                               .arg(QString::fromLatin1(kind.example)));
         } else {
-            const QString file = QFileInfo(m_entry->device).canonicalFilePath(); // one device has several names
-            const auto taken = m_devices.emplace(file.isEmpty() ? m_entry->device : file, m_section);
+            const auto taken = m_devices.emplace(onlyName(*m_entry), m_section);
             if (!taken.second) {
                 complain(key, translated(QT_TRANSLATE_NOOP("messages", "%1 is behind [%2] already"))
                                   .arg(m_entry->device, taken.first->second));

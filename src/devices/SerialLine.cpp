@@ -189,7 +189,7 @@ void SerialLine::lose()
 {
     if (m_port->isOpen()) {
         m_port->close();
-        m_failure.clear();
+        m_failure = qt_error_string(ENOENT); // lost() says so
         m_again->start();
         Q_EMIT lost();
     }

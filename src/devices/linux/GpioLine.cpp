@@ -231,5 +231,7 @@ void GpioLine::lose(int reason)
     }
     m_read->stop();
     m_line.close();
+    const auto gone = GpioChips::findAgain(m_setting.line, m_label, m_offset);
+    m_failure = std::holds_alternative<QString>(gone) ? std::get<QString>(gone) : QString(); // lost() says so
     Q_EMIT lost(qt_error_string(reason));
 }

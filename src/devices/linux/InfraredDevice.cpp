@@ -29,7 +29,7 @@ std::variant<Descriptor, QString> InfraredDevice::open(const QString &device, Us
 {
     Descriptor descriptor = opened(device, use == Use::Send ? O_WRONLY : O_RDONLY);
     if (!descriptor.isOpen()) {
-        return QStringLiteral("%1: %2").arg(device, DeviceFile::whyRefused(device, errno));
+        return refusal(device, errno);
     }
     const std::optional<quint32> features = featuresOf(descriptor);
     if (!features) {
@@ -42,6 +42,11 @@ std::variant<Descriptor, QString> InfraredDevice::open(const QString &device, Us
         return translated(QT_TRANSLATE_NOOP("messages", "%1 does not tell pulses and spaces")).arg(device);
     }
     return descriptor;
+}
+
+QString InfraredDevice::refusal(const QString &device, int error)
+{
+    return QStringLiteral("%1: %2").arg(device, DeviceFile::whyRefused(device, error));
 }
 
 bool InfraredDevice::isThere(const Descriptor &device)

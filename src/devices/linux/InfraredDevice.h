@@ -13,6 +13,7 @@ enum class Use { Send, Receive };
 
 /// Open for that use, or what is wrong, for people. Nothing waits, whatever kind of file it is.
 std::variant<Descriptor, QString> open(const QString &device, Use use);
+QString refusal(const QString &device, int error); // what open() says when the system refuses it
 bool isThere(const Descriptor &device);
 
 struct Found

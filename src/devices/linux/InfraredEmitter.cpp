@@ -163,6 +163,7 @@ void InfraredEmitter::lose(const QString &reason)
         m_buttons.clear();
     }
     m_descriptor.close();
+    m_failure = InfraredDevice::refusal(m_device, ENOENT); // lost() says so
     Q_EMIT lost(reason);
 }
 
