@@ -8,10 +8,10 @@
 namespace {
 Clock *current = nullptr;
 
-qint64 systemMs()
+qint64 systemMicros()
 {
     using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
 }
 } // namespace
 
@@ -37,9 +37,9 @@ Clock &Clock::instance()
     return *current;
 }
 
-qint64 Clock::monotonicMs() const
+qint64 Clock::monotonicMicros() const
 {
-    return m_drive == Drive::System ? systemMs() : m_byHandMs;
+    return m_drive == Drive::System ? systemMicros() : m_byHandMs * 1000;
 }
 
 QDateTime Clock::localDateTime() const
@@ -141,7 +141,7 @@ void Clock::arm()
             arm();
         });
     }
-    const qint64 waitMs = std::clamp<qint64>(next->second.dueMs - systemMs(), 0, 60000);
+    const qint64 waitMs = std::clamp<qint64>(next->second.dueMs - monotonicMs(), 0, 60000);
     m_timer->start(static_cast<int>(waitMs));
 }
 

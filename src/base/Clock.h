@@ -23,7 +23,8 @@ public:
 
     static Clock &instance(); // the one in force: the newest made, else one on the system's clock
 
-    qint64 monotonicMs() const; // milliseconds since some moment before the start
+    qint64 monotonicMs() const { return monotonicMicros() / 1000; } // since some moment before the start
+    qint64 monotonicMicros() const;
     QDateTime localDateTime() const;
     qint64 nowMicros() const; // the same since 1970
 

@@ -125,9 +125,11 @@ void Interpreter::runTimed(const Body &body)
     if (isOutermost) {
         m_run->turn.fetch_add(1, std::memory_order_relaxed);
     }
-    const qint64 begin = Clock::instance().monotonicMs();
+    const qint64 begin = Clock::instance().monotonicMicros();
     step.perform(*m_run);
-    const qint64 took = Clock::instance().monotonicMs() - begin;
+    const qint64 micros = Clock::instance().monotonicMicros() - begin;
+    const qint64 took = micros / 1000;
+    traced.took(micros);
     if (isOutermost && took > kLongMs) {
         m_run->place.store(step.place(), std::memory_order_relaxed);
         m_run->warning(QT_TRANSLATE_NOOP("messages", "Ran for %1 ms"), QString::number(took));

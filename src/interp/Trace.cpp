@@ -4,18 +4,12 @@
 #include "interp/TracedGlobals.h"
 
 #include <algorithm>
-#include <chrono>
 
 namespace {
 constexpr int kMostSteps = 500;   // of one event: a loop does not push out what was before
 constexpr qint64 kLookBack = 8;   // where a loop of a few statements repeats them
 constexpr qint64 kLeastRoom = 64; // records
 
-qint64 steadyMicros()
-{
-    using namespace std::chrono;
-    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
-}
 } // namespace
 
 TraceRecord TraceRecord::of(Kind kind, const DeviceAddress &device, int code, double after)
@@ -96,7 +90,7 @@ bool Trace::isRepeated(const TraceRecord &record)
 {
     for (qint64 id = m_last; id > record.event && id > m_last - kLookBack; --id) {
         TraceRecord *const known = change(id);
-        if (known && known->event == record.event && known->kind == record.kind && known->place == record.place &&
+        if (known && known->place == record.place && known->event == record.event && known->kind == record.kind &&
             known->code == record.code && known->device == record.device && known->detail == record.detail &&
             known->after == record.after && known->before == record.before && known->size == record.size &&
             known->text() == record.text() && record.kind != TraceRecord::Kind::Body) {
@@ -120,6 +114,16 @@ void Trace::markLast(int detail)
 {
     if (TraceRecord *newest = change(m_last)) {
         newest->detail = static_cast<qint8>(newest->detail | detail);
+    }
+}
+
+void Trace::notePresence(int deviceNumber, bool isThere)
+{
+    constexpr size_t kNumbers = 1 << 16;
+    const auto index = static_cast<size_t>(deviceNumber);
+    if (index < kNumbers) {
+        m_present.resize(kNumbers); // once
+        m_present[index] = isThere;
     }
 }
 
@@ -196,16 +200,19 @@ TracedBody::TracedBody(Trace &trace, int place, const TracedGlobals *globals)
     if (m_globals) {
         m_globals->note(trace.m_words);
     }
-    m_begin = steadyMicros();
+}
+
+void TracedBody::took(qint64 micros) const
+{
+    if (TraceRecord *written = m_id ? m_trace.change(m_id) : nullptr) {
+        written->micros = micros;
+    }
 }
 
 TracedBody::~TracedBody()
 {
     if (m_id == 0) {
         return;
-    }
-    if (TraceRecord *written = m_trace.change(m_id)) {
-        written->micros = steadyMicros() - m_begin;
     }
     if (m_globals) {
         m_globals->compare(m_trace, m_place, m_trace.m_words, m_words);

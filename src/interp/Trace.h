@@ -103,11 +103,11 @@ public:
     void markLast(int detail); // the newest record also has this
 
     /// Who is connected: panels and ports, as their online and offline events say.
-    void notePresence(int deviceNumber, bool isThere) { m_present[deviceNumber] = isThere; }
+    void notePresence(int deviceNumber, bool isThere);
     bool isPresent(int deviceNumber) const
     {
-        const auto found = m_present.find(deviceNumber);
-        return found != m_present.end() && found->second;
+        const auto index = static_cast<size_t>(deviceNumber);
+        return index < m_present.size() && m_present[index];
     }
 
     /// What a device says now may be the answer to what the running event sent to it.
@@ -128,7 +128,7 @@ private:
     TracedEvent *m_innermost = nullptr; // borrowed
     const std::atomic<int> *m_place = nullptr;
     std::map<DeviceAddress, qint64> m_askers;
-    std::map<int, bool> m_present;
+    std::vector<bool> m_present;  // by device number
     std::vector<quint64> m_words; // what globals held before the bodies that run
 };
 
@@ -159,6 +159,7 @@ class TracedBody
 public:
     TracedBody(Trace &trace, int place, const TracedGlobals *globals);
     ~TracedBody();
+    void took(qint64 micros) const;
     TracedBody(const TracedBody &) = delete;
     TracedBody &operator=(const TracedBody &) = delete;
 
@@ -168,5 +169,4 @@ private:
     const int m_place;
     size_t m_words = 0; // where in the trace's those of the globals begin
     qint64 m_id = 0;    // of its record; 0: none
-    qint64 m_begin = 0;
 };

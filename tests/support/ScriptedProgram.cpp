@@ -8,7 +8,6 @@
 #include <QDataStream>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QRegularExpression>
 
 Player::Player(QByteArray objectFile, Clock &clock, Reports reports)
     : m_clock(clock)
@@ -48,8 +47,7 @@ void Player::happen(const QString &line)
                                                 { QStringLiteral("channel"), words.value(2).toInt() } })
                                               .value(QLatin1String("sentences"))
                                               .toArray()) {
-            QString text = sentence.toString(); // how long a handler ran is not the program's
-            m_devices.lines << text.replace(QRegularExpression(QStringLiteral("for [0-9.]+ ms")), QStringLiteral("…"));
+            m_devices.lines << sentence.toString();
         }
     } else if (what == QLatin1String("get") || what == QLatin1String("vars") || what == QLatin1String("set")) {
         const QJsonObject answer = ask({ { QStringLiteral("ask"), what },

@@ -156,6 +156,9 @@ void ArkctlTest::linesStayLines_data()
 {
     const Table<QByteArray, QString, QString> row("text", "line", "json");
     row("line end and escape", "a\n\x1B[2J", "a\\x0a\\x1b[2J", "\"text\":\"a\\n\\u001b[2J\"");
+    row("text with its end", "data is 50 4F 57 52 20 31 0D 0A", "data is POWR 1\\r\\n", "50 4F 57");
+    row("no text", "data is 50 02 0D", "data is 50 02 0D", "50 02 0D");
+    row("only an end", "data is 0D", "data is 0D", "0D");
     row("no UTF-8", "a\xFF", QString(QStringLiteral("a") + QChar(0xFFFD)),
         QString(QStringLiteral("\"text\":\"a") + QChar(0xFFFD) + QLatin1Char('"')));
 }

@@ -2,6 +2,7 @@
 #include "base/MonitorNames.h"
 #include <QDataStream>
 #include <QDateTime>
+#include <QRegularExpression>
 
 #include <array>
 
@@ -147,7 +148,26 @@ std::vector<std::string> monitorTypeNames()
     return { kMonitorTypeNames.begin(), kMonitorTypeNames.end() };
 }
 
-std::string monitorLine(Form form, const QDateTime &when, int type, const QString &text)
+namespace {
+/// A line that ends with bytes in hexadecimal which are text and end with CR or LF: with the text.
+QString withText(const QString &line, Hex hex)
+{
+    static const QRegularExpression ending(QStringLiteral("(?:[0-9A-F]{2} )+0[AD]$"));
+    const QRegularExpressionMatch match = ending.match(line);
+    const QByteArray bytes = QByteArray::fromHex(match.captured().toLatin1());
+    const QByteArray text = bytes.trimmed();
+    const bool isText = std::all_of(text.begin(), text.end(), [](char sign) { return sign >= ' ' && sign <= '~'; });
+    if (text.isEmpty() || !isText || !bytes.startsWith(text)) {
+        return line;
+    }
+    QString shown = QString::fromLatin1(bytes);
+    shown.replace(QLatin1Char('\r'), QLatin1String("\\r")).replace(QLatin1Char('\n'), QLatin1String("\\n"));
+    return line.left(match.capturedStart()) + shown +
+           (hex == Hex::Too ? QStringLiteral(" (%1)").arg(match.captured()) : QString());
+}
+} // namespace
+
+std::string monitorLine(Form form, const QDateTime &when, int type, const QString &text, Hex hex)
 {
     if (form == Form::Json) {
         Json object = jsonStart(when);
@@ -158,7 +178,7 @@ std::string monitorLine(Form form, const QDateTime &when, int type, const QStrin
     }
     std::string name = typeName(type);
     name.resize(std::max<size_t>(name.size(), kMonitorNameWidth), ' ');
-    return timeText(when) + "  " + name + "  " + escaped(text.toUtf8());
+    return timeText(when) + "  " + name + "  " + escaped(withText(text, hex).toUtf8());
 }
 
 std::string portTestReport(Form form, const QDateTime &when, const PortTest::Report &report)

@@ -16,7 +16,9 @@ namespace Rendering {
 enum class Form { Text, Json };
 
 std::vector<std::string> monitorTypeNames(); // by MonitorMessageType
-std::string monitorLine(Form form, const QDateTime &when, int type, const QString &text);
+/// For people, data that is text with line ends is shown as such, in place of its bytes in hexadecimal or before them.
+enum class Hex { WhereNoText, Too };
+std::string monitorLine(Form form, const QDateTime &when, int type, const QString &text, Hex hex = Hex::WhereNoText);
 std::string panelMessage(Form form, const QDateTime &when, const LinkMessage &message);
 std::string escaped(const QByteArray &bytes);     // as text that does nothing to a terminal
 std::string quotedStart(const QByteArray &bytes); // the first line of what a stranger says

@@ -109,7 +109,7 @@ void MonitorCommand::endPast()
 void MonitorCommand::show(const Line &line)
 {
     if (m_wish.filter.shows(line.type, line.text)) {
-        console().print(Rendering::monitorLine(m_wish.form, line.when, line.type, line.text));
+        console().print(Rendering::monitorLine(m_wish.form, line.when, line.type, line.text, m_wish.hex));
     }
 }
 
@@ -120,6 +120,7 @@ struct MonitorArguments
     std::string since;
     std::optional<double> seconds;
     bool endsWithPast = false;
+    bool wantsHex = false;
     bool wantsJson = false;
 };
 
@@ -143,6 +144,7 @@ Outcome runMonitor(const MonitorArguments &arguments, const RunOptions &options)
     wish.afterPast = arguments.endsWithPast ? MonitorWish::Then::End : MonitorWish::Then::Follow;
     wish.durationMs = millisecondsOf(arguments.seconds);
     wish.form = formOf(arguments.wantsJson);
+    wish.hex = arguments.wantsHex ? Rendering::Hex::Too : Rendering::Hex::WhereNoText;
     return MonitorCommand(options, wish).run();
 }
 
@@ -183,6 +185,7 @@ Command monitorCommand(CommandLine::Word &app)
         .named("PATTERN");
     word->add("--since", arguments->since, "The past first: 90s, 10m, 2h, 14:05, \"2026-11-23 14:05\"").named("WHEN");
     word->addFlag("--no-follow", arguments->endsWithPast, "End after the lines of the past");
+    word->addFlag("--hex", arguments->wantsHex, "Bytes that are text in hexadecimal too");
     addForOption(*word, arguments->seconds, "End after this");
     addJsonFlag(*word, arguments->wantsJson, "One JSON object per line: time, type, name, text");
     return { word, [arguments](const RunOptions &options) { return runMonitor(*arguments, options); } };

@@ -17,6 +17,7 @@ struct MonitorWish
     Then afterPast = Then::Follow; // what to do when they have been shown
     std::optional<int> durationMs; // nothing: until interrupted
     Rendering::Form form = Rendering::Form::Text;
+    Rendering::Hex hex = Rendering::Hex::WhereNoText;
 };
 
 /// arkctl monitor: shows lines of the past, if wanted, then the controller's monitor lines as they come.
