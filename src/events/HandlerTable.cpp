@@ -99,11 +99,12 @@ std::vector<HandlerTable::Listener> HandlerTable::listeners() const
     for (const auto &handler : m_handlers) {
         Listener listener{ handler->kind, {}, handler->devices };
         for (const ChannelFilter &filter : handler->channels) {
-            const std::vector<ChannelGroup> groups =
-                filter.isConstant ? filter.constant : filter.code->collect(m_interpreter.run());
-            listener.groups.insert(listener.groups.end(), groups.begin(), groups.end());
+            listener.groups.insert(listener.groups.end(), filter.constant.begin(), filter.constant.end());
         }
         for (const auto &id : handler->timelineIds) {
+            if (!id->isQuiet()) {
+                continue;
+            }
             ValueRef hold;
             const std::vector<qint64> ids = wholeNumbersOf(id->view(m_interpreter.run(), hold));
             listener.timelineIds.insert(listener.timelineIds.end(), ids.begin(), ids.end());

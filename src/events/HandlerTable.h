@@ -32,7 +32,7 @@ public:
         std::vector<EventType> types{};       // that it has a part for
         std::vector<int> places{};            // of the parts, 0: not known
     };
-    std::vector<Listener> listeners() const; // in file order, as their filters are now
+    std::vector<Listener> listeners() const; // in file order; without filters that would run code of the program
 
 private:
     /// What one handler listens to: channels of devices, with channel 0 for all of them.

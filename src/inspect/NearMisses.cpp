@@ -2,7 +2,6 @@
 
 #include "base/Messages.h"
 #include "events/EventTrace.h"
-#include "events/HandlerTable.h"
 #include "inspect/ProgramNames.h"
 #include "runtime/ControlProgram.h"
 
@@ -68,13 +67,12 @@ public:
         , m_kind(kindOf(m_type))
     {}
 
-    QStringList sentences()
+    QStringList sentences(const std::vector<Listener> &listeners)
     {
         if (m_type == EventType::Online || m_type == EventType::Offline || m_type == EventType::Release) {
             return {}; // most programs do not care, and the push has said it
         }
-        const HandlerTable *handlers = m_program.dispatcher().handlers();
-        for (const Listener &listener : handlers ? handlers->listeners() : std::vector<Listener>()) {
+        for (const Listener &listener : listeners) {
             if (listener.kind == m_kind) {
                 look(listener);
             }
@@ -114,10 +112,7 @@ private:
             }
         }
         for (const ChannelGroup &group : listener.groups) {
-            const std::vector<DeviceAddress> addresses = m_program.state().expandDevice(group.device);
-            if (std::none_of(addresses.begin(), addresses.end(), [this](const DeviceAddress &address) {
-                    return address.number == m_event.device.number;
-                })) {
+            if (!isForDevice(group.device)) {
                 continue;
             }
             const bool isThere = std::any_of(group.channels.begin(), group.channels.end(), [this](qint64 channel) {
@@ -129,6 +124,16 @@ private:
                 m_numbers.insert(group.channels.begin(), group.channels.end());
             }
         }
+    }
+
+    bool isForDevice(const DeviceAddress &device) const
+    {
+        if (device.number == m_event.device.number || !DeviceCombineManager::isVirtual(device.number)) {
+            return device.number == m_event.device.number;
+        }
+        const std::vector<DeviceAddress> addresses = m_program.state().expandDevice(device);
+        return std::any_of(addresses.begin(), addresses.end(),
+                           [this](const DeviceAddress &address) { return address.number == m_event.device.number; });
     }
 
     void sayPartIsMissing(const Listener &listener)
@@ -178,7 +183,14 @@ private:
 };
 } // namespace
 
-QStringList nearMisses(ControlProgram &program, const ProgramNames &names, const TraceRecord &event)
+NearMisses::NearMisses(ControlProgram &program, const ProgramNames &names)
+    : m_program(program)
+    , m_names(names)
+    , m_listeners(program.dispatcher().handlers() ? program.dispatcher().handlers()->listeners()
+                                                  : std::vector<Listener>())
+{}
+
+QStringList NearMisses::of(const TraceRecord &event) const
 {
-    return Search(program, names, event).sentences();
+    return Search(m_program, m_names, event).sentences(m_listeners);
 }

@@ -1,4 +1,6 @@
 #pragma once
+#include "events/HandlerTable.h"
+
 #include <QStringList>
 
 class ControlProgram;
@@ -6,5 +8,17 @@ class ProgramNames;
 struct TraceRecord;
 
 /// Why no handler took an event: what in the program comes nearest to it, a sentence each in the operator's language.
-/// \param event  a record of the kind Event
-QStringList nearMisses(ControlProgram &program, const ProgramNames &names, const TraceRecord &event);
+/// Owns: a copy of what the handlers listen to. Thread: the main thread.
+class NearMisses
+{
+public:
+    NearMisses(ControlProgram &program, const ProgramNames &names);
+
+    /// \param event  a record of the kind Event
+    QStringList of(const TraceRecord &event) const;
+
+private:
+    ControlProgram &m_program;
+    const ProgramNames &m_names;
+    const std::vector<HandlerTable::Listener> m_listeners;
+};

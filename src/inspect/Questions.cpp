@@ -38,21 +38,22 @@ QJsonObject tellWhy(ControlProgram &program, const QJsonObject &question)
 QJsonObject tellValues(ControlProgram &program, const QJsonObject &question)
 {
     const Variables variables(program);
+    const QJsonArray names = question.value(QLatin1String("names")).toArray();
     QJsonArray values;
     int bytes = 0;
-    for (const QJsonValue &name : question.value(QLatin1String("names")).toArray()) {
-        const Variables::Answer answer = variables.find(name.toString());
+    int index = std::max(question.value(QLatin1String("after")).toInt(), 0);
+    for (; index < names.size() && bytes < kMostBytes; ++index) {
+        const Variables::Answer answer = variables.find(names.at(index).toString());
         if (const auto *problem = std::get_if<QString>(&answer)) {
             return failed(*problem);
         }
         const QJsonObject value = variables.object(std::get<Variables::Found>(answer));
         bytes += QJsonDocument(value).toJson(QJsonDocument::Compact).size();
-        if (bytes > kMostBytes && !values.isEmpty()) {
-            break;
-        }
         values.append(value);
     }
-    return { { QStringLiteral("variables"), values } };
+    return { { QStringLiteral("variables"), values },
+             { QStringLiteral("next"), index },
+             { QStringLiteral("isAll"), index >= names.size() } };
 }
 
 QJsonObject setValue(ControlProgram &program, const QJsonObject &question)

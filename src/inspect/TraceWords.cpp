@@ -3,7 +3,6 @@
 #include "base/Clock.h"
 #include "base/Messages.h"
 #include "events/EventTrace.h"
-#include "inspect/NearMisses.h"
 #include "runtime/ControlProgram.h"
 
 #include <QCoreApplication>
@@ -106,6 +105,7 @@ QString withNote(const QString &text, const QString &note)
 TraceWords::TraceWords(ControlProgram &program)
     : m_program(program)
     , m_names(program)
+    , m_misses(program, m_names)
 {}
 
 QJsonObject TraceWords::eventsAfter(qint64 id, int mostBytes) const
@@ -113,12 +113,16 @@ QJsonObject TraceWords::eventsAfter(qint64 id, int mostBytes) const
     const Trace &trace = m_program.state().trace();
     const qint64 firstOpen = trace.oldestRunning(); // its steps are not all there
     const qint64 end = firstOpen ? firstOpen : trace.last() + 1;
-    std::map<qint64, QJsonObject> open; // an event and what happened while it ran
+    std::map<qint64, std::pair<QJsonObject, QJsonArray>> open; // an event and what happened while it ran, with steps
     QJsonArray events;
     qint64 next = std::max(std::min(id, trace.last()) + 1, trace.first());
     int bytes = 0;
     const auto close = [&](qint64 upTo) {
-        for (auto &[number, event] : open) {
+        for (auto &[number, found] : open) {
+            auto &[event, steps] = found;
+            if (!steps.isEmpty()) {
+                event.insert(QStringLiteral("steps"), steps);
+            }
             bytes += QJsonDocument(event).toJson(QJsonDocument::Compact).size();
             events.append(event);
         }
@@ -132,11 +136,9 @@ QJsonObject TraceWords::eventsAfter(qint64 id, int mostBytes) const
             if (!found.isNested) {
                 close(record);
             }
-            open.emplace(record, eventObject(found));
+            open.emplace(record, std::make_pair(eventObject(found), QJsonArray()));
         } else if (const auto event = open.find(found.event); event != open.end()) {
-            QJsonArray steps = event->second.value(QLatin1String("steps")).toArray();
-            steps.append(stepObject(found));
-            event->second.insert(QStringLiteral("steps"), steps);
+            event->second.second.append(stepObject(found));
         }
     }
     if (record == end) {
@@ -179,13 +181,12 @@ QStringList TraceWords::why(int deviceNumber, int channel) const
         }
         CustomEvent wanted{ EventType::Push, device };
         wanted.channel = channel;
-        return sentences + nearMisses(m_program, m_names, traceRecordOf(wanted));
+        return sentences + m_misses.of(traceRecordOf(wanted));
     }
     const TraceRecord &push = *trace.find(id);
     sentences << timeOf(push.micros, "yyyy-MM-dd HH:mm:ss.zzz: ") + eventText(push);
     if (push.count == 0) {
-        sentences << translated(QT_TRANSLATE_NOOP("messages", "No handler took it"))
-                  << nearMisses(m_program, m_names, push);
+        sentences << translated(QT_TRANSLATE_NOOP("messages", "No handler took it")) << m_misses.of(push);
         return sentences;
     }
     int steps = 0;
@@ -257,7 +258,7 @@ QJsonObject TraceWords::eventObject(const TraceRecord &event) const
         }
         object.insert(QStringLiteral("code"), event.code);
         if (event.count == 0) {
-            const QStringList misses = nearMisses(m_program, m_names, event);
+            const QStringList misses = m_misses.of(event);
             if (!misses.isEmpty()) {
                 object.insert(QStringLiteral("misses"), QJsonArray::fromStringList(misses));
             }
@@ -420,7 +421,7 @@ bool TraceWords::isAwaited(const TraceRecord &level) const
 {
     CustomEvent event{ EventType::Level, level.device };
     event.levelCode = level.code;
-    return nearMisses(m_program, m_names, traceRecordOf(event)).isEmpty();
+    return m_misses.of(traceRecordOf(event)).isEmpty();
 }
 
 QString TraceWords::place(const TraceRecord &record) const

@@ -1,4 +1,5 @@
 #pragma once
+#include "inspect/NearMisses.h"
 #include "inspect/ProgramNames.h"
 
 #include <QJsonObject>
@@ -30,4 +31,5 @@ private:
 
     ControlProgram &m_program;
     const ProgramNames m_names;
+    const NearMisses m_misses;
 };

@@ -96,11 +96,9 @@ Variables::Answer Variables::find(const QString &path) const
         QStringLiteral("\\G\\s*(?:\\[\\s*(\\d{1,9})\\s*\\]|\\.\\s*([A-Za-z_][A-Za-z_0-9]*))"));
     const QRegularExpressionMatch name = nameForm.match(path);
     Found found;
-    for (BasicType *global : m_program.tree().globalsInOrder()) { // no Name is made of what somebody types
-        if (name.hasMatch() && global->name().text() == normalisedName(name.captured(1))) {
-            found.root = global;
-        }
-    }
+    const auto &globals = m_program.tree().globals(); // no Name is made of what somebody types
+    const auto global = globals.find(normalisedName(name.captured(1)));
+    found.root = name.hasMatch() && global != globals.end() ? global->second.get() : nullptr;
     if (!found.root) {
         return sayWrong(QT_TRANSLATE_NOOP("messages", "The program has no variable \"%1\""), path.trimmed());
     }

@@ -84,12 +84,14 @@ protected:
                 console().print(line(m_form, now, variable));
             }
         }
+        const bool isAll = answer.value("isAll", true);
+        m_question["after"] = isAll ? 0 : answer.value("next", 0);
         constexpr int kPauseMs = 100;
-        QTimer::singleShot(kPauseMs, this, [this] { ask(m_question); });
+        QTimer::singleShot(isAll ? kPauseMs : 0, this, [this] { ask(m_question); });
     }
 
 private:
-    const Json m_question;
+    Json m_question;
     const std::optional<int> m_durationMs;
     const Rendering::Form m_form;
     std::map<std::string, std::string> m_shown; // by name
