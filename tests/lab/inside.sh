@@ -23,8 +23,13 @@ mkdir -p /sys/kernel/config/gpio-sim/relays/bank0
 echo 8 >/sys/kernel/config/gpio-sim/relays/bank0/num_lines
 echo relays >/sys/kernel/config/gpio-sim/relays/bank0/label
 echo 1 >/sys/kernel/config/gpio-sim/relays/live
-udevadm settle
-owner=$(stat -c %G:%a "/dev/$(cat /sys/kernel/config/gpio-sim/relays/bank0/chip_name)")
+chip=/dev/$(cat /sys/kernel/config/gpio-sim/relays/bank0/chip_name)
+for _ in $(seq 100); do # settle may be through before udev has heard of the chip
+    udevadm settle
+    owner=$(stat -c %G:%a "$chip")
+    [ "$owner" != gpio:660 ] || break
+    sleep 0.1
+done
 [ "$owner" = gpio:660 ] || fail "the GPIO chip belongs to $owner"
 owner=$(stat -c %G:%a /dev/lirc0)
 [ "$owner" = video:660 ] || fail "the infrared device belongs to $owner"
