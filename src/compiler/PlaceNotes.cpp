@@ -40,10 +40,10 @@ Places PlaceNotes::places(const Sources &sources, const Symbols &symbols, const 
         }
         const auto symbol = symbols.globals().find(value->name().text());
         const bool isWritten = symbol != symbols.globals().end();
-        places.globals.push_back(
-            isWritten ? Places::Global{ symbol->second.position.file, sources.lineOf(symbol->second.position),
-                                        symbol->second.name }
-                      : Places::Global{});
+        places.globals.push_back(isWritten
+                                     ? Places::Global{ symbol->second.position.file,
+                                                       sources.lineOf(symbol->second.position), symbol->second.name }
+                                     : Places::Global{});
     }
     return places;
 }

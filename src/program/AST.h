@@ -90,7 +90,7 @@ public:
 Q_SIGNALS:
     void error(const QString &text);
     void warning(const QString &text);
-    void info(int type, const QString &text); // a monitor line of that type
+    void info(int type, const QString &text);   // a monitor line of that type
     void logged(int kind, const QString &text); // by log_line
 
 private:

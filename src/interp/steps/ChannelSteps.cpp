@@ -113,9 +113,9 @@ private:
             const auto end = [there = QPointer<ProgramState>(&state), number = address.number, channel,
                               cause = state.trace().running()] {
                 if (there && there->devices()) {
-                    const TracedEvent traced(
-                        there->trace(), TraceRecord::of(TraceRecord::Kind::PulseEnd, { number, 1, 0 }, channel), cause,
-                        TracedEvent::Keep::Always);
+                    const TracedEvent traced(there->trace(),
+                                             TraceRecord::of(TraceRecord::Kind::PulseEnd, { number, 1, 0 }, channel),
+                                             cause, TracedEvent::Keep::Always);
                     setChannelFeedback(*there, number, channel, 0);
                 }
             };
