@@ -64,36 +64,41 @@ qint64 Trace::oldestRunning() const
     return oldest;
 }
 
-void Trace::add(TraceRecord record)
+void Trace::add(const TraceRecord &record)
 {
     if (!m_innermost || !isOn()) {
         return;
     }
     m_innermost->write();
-    record.event = m_innermost->m_record.id;
-    record.place = record.place ? record.place : placeNow();
-    if (isRepeated(record)) {
+    const qint64 event = m_innermost->m_record.id;
+    const int place = record.place ? record.place : placeNow();
+    if (isRepeated(record, event, place)) {
         return;
     }
-    const bool isValue = record.kind == TraceRecord::Kind::Assigned || record.kind == TraceRecord::Kind::TextAssigned;
+    using Kind = TraceRecord::Kind;
+    const bool isValue = record.kind == Kind::Assigned || record.kind == Kind::TextAssigned;
+    const TraceRecord *kept = &record;
+    static const TraceRecord more = TraceRecord::of(Kind::More);
     if (!isValue && ++m_innermost->m_steps > kMostSteps) {
-        record = TraceRecord::of(TraceRecord::Kind::More);
-        record.event = m_innermost->m_record.id;
-        if (isRepeated(record)) {
+        if (isRepeated(more, event, 0)) {
             return;
         }
+        kept = &more;
     }
-    write(record);
+    TraceRecord *const written = write(*kept);
+    written->event = event;
+    written->place = kept == &more ? 0 : place;
 }
 
-bool Trace::isRepeated(const TraceRecord &record)
+bool Trace::isRepeated(const TraceRecord &record, qint64 event, int place)
 {
-    for (qint64 id = m_last; id > record.event && id > m_last - kLookBack; --id) {
+    for (qint64 id = m_last; id > event && id > m_last - kLookBack; --id) {
         TraceRecord *const known = change(id);
-        if (known && known->place == record.place && known->event == record.event && known->kind == record.kind &&
+        if (known && known->place == place && known->event == event && known->kind == record.kind &&
             known->code == record.code && known->device == record.device && known->detail == record.detail &&
-            known->after == record.after && known->before == record.before && known->size == record.size &&
-            known->text() == record.text() && record.kind != TraceRecord::Kind::Body) {
+            known->after == record.after && known->before == record.before && known->index == record.index &&
+            known->member == record.member && known->text() == record.text() &&
+            record.kind != TraceRecord::Kind::Body) {
             ++known->count;
             return true;
         }
@@ -101,13 +106,13 @@ bool Trace::isRepeated(const TraceRecord &record)
     return false;
 }
 
-TraceRecord *Trace::write(TraceRecord record)
+TraceRecord *Trace::write(const TraceRecord &record)
 {
-    record.id = ++m_last;
-    if (m_last <= m_room) {
-        return &m_ring.emplace_back(record);
-    }
-    return &(m_ring[static_cast<size_t>((record.id - 1) % m_room)] = record);
+    const qint64 id = ++m_last;
+    TraceRecord *const written =
+        id <= m_room ? &m_ring.emplace_back(record) : &(m_ring[static_cast<size_t>((id - 1) % m_room)] = record);
+    written->id = id;
+    return written;
 }
 
 void Trace::markLast(int detail)

@@ -98,7 +98,7 @@ public:
     qint64 oldestRunning() const; // the outermost of them; 0: none
 
     /// What the event that is being handled brings about; without one nothing is kept.
-    void add(TraceRecord record);
+    void add(const TraceRecord &record);
 
     void markLast(int detail); // the newest record also has this
 
@@ -117,9 +117,9 @@ public:
 private:
     friend class TracedEvent;
     friend class TracedBody;
-    TraceRecord *write(TraceRecord record);
+    TraceRecord *write(const TraceRecord &record);
     TraceRecord *change(qint64 id) { return const_cast<TraceRecord *>(find(id)); }
-    bool isRepeated(const TraceRecord &record);
+    bool isRepeated(const TraceRecord &record, qint64 event, int place); // the one before is counted then
     int placeNow() const { return m_place ? m_place->load(std::memory_order_relaxed) : 0; }
 
     std::vector<TraceRecord> m_ring; // grows up to the room, without ever moving
