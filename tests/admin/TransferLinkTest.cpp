@@ -105,7 +105,7 @@ void TransferLinkTest::onlyTheTransferIsHeard()
     QCOMPARE(controller.stored("source.src"), QByteArray("x"));
     tool.write(push + frameBytes(0x15, {}));
     QTRY_VERIFY(heard.contains(heartbeatAnswer));
-    QCOMPARE(controller.nobody.pushes.load(), 1);
+    QTRY_COMPARE(controller.nobody.pushes.load(), 1); // what is answered at once goes ahead of it
 }
 
 /// A peer that sends without waiting for anything fills neither memory nor disk.
