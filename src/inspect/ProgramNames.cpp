@@ -35,7 +35,12 @@ QString ProgramNames::nameOf(int nameId) const
 
 QString ProgramNames::deviceText(const DeviceAddress &device) const
 {
-    const auto found = m_devices.find(device);
+    auto found = m_devices.find(device);
+    if (found == m_devices.end()) { // declared with this system's own number
+        found = std::find_if(m_devices.begin(), m_devices.end(), [&device](const auto &declared) {
+            return declared.first.number == device.number && declared.first.port == device.port && device.system == 0;
+        });
+    }
     return found != m_devices.end() ? found->second : device.text();
 }
 

@@ -24,8 +24,9 @@ QJsonObject tellTrace(ControlProgram &program, const QJsonObject &question)
         return failed(translated(
             QT_TRANSLATE_NOOP("messages", "No trace is kept: start the controller without --trace-memory 0")));
     }
-    const auto after = static_cast<qint64>(question.value(QLatin1String("after")).toDouble());
-    return TraceWords(program).eventsAfter(std::max<qint64>(after, 0), kMostBytes);
+    constexpr double kMostId = 1e15; // beyond it a number is no whole one
+    const double after = std::clamp(question.value(QLatin1String("after")).toDouble(), 0.0, kMostId);
+    return TraceWords(program).eventsAfter(static_cast<qint64>(after), kMostBytes);
 }
 
 QJsonObject tellWhy(ControlProgram &program, const QJsonObject &question)

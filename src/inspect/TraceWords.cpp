@@ -13,33 +13,6 @@
 namespace {
 using Kind = TraceRecord::Kind;
 
-Places::Kind placesKind(EventType type)
-{
-    switch (type) {
-    case EventType::Online:
-        return Places::Kind::Online;
-    case EventType::String:
-        return Places::Kind::String;
-    case EventType::Push:
-        return Places::Kind::Push;
-    case EventType::Release:
-        return Places::Kind::Release;
-    case EventType::Hold:
-        return Places::Kind::Hold;
-    case EventType::Level:
-        return Places::Kind::Level;
-    case EventType::Offline:
-        return Places::Kind::Offline;
-    case EventType::Error:
-        return Places::Kind::Error;
-    case EventType::Timeline:
-        return Places::Kind::Timeline;
-    case EventType::Command:
-        break;
-    }
-    return Places::Kind::Command;
-}
-
 QString numberText(double number)
 {
     return QString::number(number, 'g', 12);
@@ -110,6 +83,8 @@ TraceWords::TraceWords(ControlProgram &program)
 
 QJsonObject TraceWords::eventsAfter(qint64 id, int mostBytes) const
 {
+    constexpr int kAbout = 200;           // bytes of an event or a step
+    constexpr int kMostTree = 256 * 1024; // of one event with all that happened while it was handled
     const Trace &trace = m_program.state().trace();
     const qint64 firstOpen = trace.oldestRunning(); // its steps are not all there
     const qint64 end = firstOpen ? firstOpen : trace.last() + 1;
@@ -117,7 +92,16 @@ QJsonObject TraceWords::eventsAfter(qint64 id, int mostBytes) const
     QJsonArray events;
     qint64 next = std::max(std::min(id, trace.last()) + 1, trace.first());
     int bytes = 0;
+    int openBytes = 0; // of what is open
+    int leftOut = 0;   // records of it
     const auto close = [&](qint64 upTo) {
+        if (leftOut > 0) {
+            TraceRecord more = TraceRecord::of(Kind::More);
+            more.id = upTo;
+            more.count = leftOut;
+            open.begin()->second.second.append(stepObject(more));
+        }
+        openBytes = leftOut = 0;
         for (auto &[number, found] : open) {
             auto &[event, steps] = found;
             if (!steps.isEmpty()) {
@@ -135,10 +119,18 @@ QJsonObject TraceWords::eventsAfter(qint64 id, int mostBytes) const
         if (TraceRecord::isEvent(found.kind)) {
             if (!found.isNested) {
                 close(record);
+            } else if (openBytes > kMostTree) {
+                ++leftOut;
+                continue;
             }
+            openBytes += kAbout;
             open.emplace(record, std::make_pair(eventObject(found), QJsonArray()));
         } else if (const auto event = open.find(found.event); event != open.end()) {
-            event->second.second.append(stepObject(found));
+            openBytes += kAbout;
+            leftOut += openBytes > kMostTree ? 1 : 0;
+            if (openBytes <= kMostTree) {
+                event->second.second.append(stepObject(found));
+            }
         }
     }
     if (record == end) {
@@ -154,7 +146,8 @@ QJsonObject TraceWords::eventsAfter(qint64 id, int mostBytes) const
 QStringList TraceWords::why(int deviceNumber, int channel) const
 {
     const Trace &trace = m_program.state().trace();
-    const DeviceAddress device{ deviceNumber, 1, 0 };
+    constexpr int kContacts = 18; // the port of the controller's own
+    const DeviceAddress device{ deviceNumber, deviceNumber == kControllerDevice ? kContacts : 1, 0 };
     const QString button = m_names.deviceText(device) + QLatin1Char(' ') + QString::number(channel);
     const auto isThatPush = [&](const TraceRecord &record) {
         return record.kind == Kind::Event && eventTypeOf(record) == EventType::Push && record.code == channel &&
@@ -312,7 +305,7 @@ QString TraceWords::eventText(const TraceRecord &event) const
         break;
     }
     const EventType type = eventTypeOf(event);
-    const Places::Kind kind = placesKind(type);
+    const Places::Kind kind = Places::kindOf(type);
     switch (type) {
     case EventType::Push:
     case EventType::Release:

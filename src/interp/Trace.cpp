@@ -142,8 +142,10 @@ void Trace::noteAsked(const DeviceAddress &device)
 
 qint64 Trace::askerOf(const DeviceAddress &device) const
 {
+    constexpr qint64 kMostMicros = 30'000'000;
     const auto found = m_askers.find(device);
-    return found != m_askers.end() ? found->second : 0;
+    const TraceRecord *asker = found != m_askers.end() ? find(found->second) : nullptr;
+    return asker && Clock::instance().nowMicros() - asker->micros < kMostMicros ? asker->id : 0;
 }
 
 TracedEvent::TracedEvent(Trace &trace, const TraceRecord &what, qint64 cause, Keep keep)

@@ -112,7 +112,7 @@ public:
 
     /// What a device says now may be the answer to what the running event sent to it.
     void noteAsked(const DeviceAddress &device);
-    qint64 askerOf(const DeviceAddress &device) const; // 0: nobody
+    qint64 askerOf(const DeviceAddress &device) const; // 0: nobody in the last 30 s
 
 private:
     friend class TracedEvent;

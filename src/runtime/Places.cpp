@@ -174,6 +174,33 @@ const char *textOf(Places::Kind kind)
 }
 } // namespace
 
+Places::Kind Places::kindOf(EventType type)
+{
+    switch (type) {
+    case EventType::Online:
+        return Kind::Online;
+    case EventType::String:
+        return Kind::String;
+    case EventType::Push:
+        return Kind::Push;
+    case EventType::Release:
+        return Kind::Release;
+    case EventType::Hold:
+        return Kind::Hold;
+    case EventType::Level:
+        return Kind::Level;
+    case EventType::Offline:
+        return Kind::Offline;
+    case EventType::Error:
+        return Kind::Error;
+    case EventType::Timeline:
+        return Kind::Timeline;
+    case EventType::Command:
+        break;
+    }
+    return Kind::Command;
+}
+
 Places::Found Places::find(int statement) const
 {
     int left = statement - 1;

@@ -1,4 +1,6 @@
 #pragma once
+#include "events/Events.h"
+
 #include <QByteArray>
 #include <QStringList>
 
@@ -29,6 +31,7 @@ struct Places
         Timeline,
     };
     static constexpr int kKinds = 14;
+    static Kind kindOf(EventType type); // of the body that takes such an event
 
     struct Body // a function, a handler's part …
     {

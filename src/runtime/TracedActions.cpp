@@ -36,7 +36,6 @@ void TracedDevices::switchChannel(const DeviceAddress &device, PortAction action
 void TracedDevices::sendDeviceCommand(const DeviceAddress &device, const QByteArray &data, Log logLocal)
 {
     m_trace.add(TraceRecord::of(Kind::CommandSent, device).with(presence(device.number)).with(data));
-    m_trace.noteAsked(device);
     m_devices.sendDeviceCommand(device, data, logLocal);
 }
 

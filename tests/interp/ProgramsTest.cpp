@@ -94,6 +94,26 @@ private Q_SLOTS:
         QCOMPARE(lines.size(), 5 + 2 + 500 + 1);
     }
 
+    /// However much happens while one event is handled, an answer fits into a frame.
+    void answersFitIntoAFrame()
+    {
+        const CompileResult compiled = compileSource(
+            QStringLiteral("device dvPanel = 10001:1:0\ndevchan dcTwo = {dvPanel, 2}\ninteger n\n"
+                           "button_event [dvPanel, 1] { push: { for (n = 0; n < 3000; n++) { do_push(dcTwo) } } }\n"
+                           "button_event [dvPanel, 2] { push: { on [dvPanel, n] } }\n"));
+        const QTemporaryDir folder;
+        ControlProgram program(folder.path());
+        FakeDevices devices;
+        program.setDevices(&devices);
+        QDataStream stream(compiled.objectFile);
+        QVERIFY(program.load(stream));
+        program.dispatcher().press(10001, 1);
+        const QByteArray answer = answerQuestion(&program, R"({"ask":"trace","after":0})");
+        QVERIFY2(answer.size() > 100'000 && answer.size() < 512'000, qPrintable(QString::number(answer.size())));
+        QVERIFY(answer.contains("more steps"));
+        QVERIFY(answer.contains("\"isAll\":true"));
+    }
+
     /// Who reads too late is told, and gets what is there; without memory there is no trace.
     void tracesInWhatMemoryThereIs()
     {

@@ -9,34 +9,6 @@
 
 #include <algorithm>
 
-namespace {
-Places::Kind placeKind(const SubEventHandler &part)
-{
-    switch (part.event()) {
-    case EventType::Push:
-        return Places::Kind::Push;
-    case EventType::Release:
-        return Places::Kind::Release;
-    case EventType::Hold:
-        return Places::Kind::Hold;
-    case EventType::Online:
-        return Places::Kind::Online;
-    case EventType::Offline:
-        return Places::Kind::Offline;
-    case EventType::String:
-        return Places::Kind::String;
-    case EventType::Command:
-        return Places::Kind::Command;
-    case EventType::Error:
-        return Places::Kind::Error;
-    case EventType::Level:
-    case EventType::Timeline:
-        break;
-    }
-    Q_UNREACHABLE();
-}
-} // namespace
-
 void HandlerParser::parse(const Outline::Handler &outline)
 {
     struct Row
@@ -220,7 +192,7 @@ bool HandlerParser::parseParts(const Outline::Handler &outline, bool isData, Han
         }
         const TokenRange partBody = bodyAtCursor();
         m_work.names.block(cursor(), { head, partBody.first - 1 }, partBody.last - 1);
-        m_work.places.enter(placeKind(*part), triggers, word.position);
+        m_work.places.enter(Places::kindOf(part->event()), triggers, word.position);
         part->body = parseEventBody(partBody, isData ? "data" : "button",
                                     isData ? StaticType::DataData : StaticType::ButtonData);
         cursor().moveTo(partBody.last);
