@@ -459,7 +459,7 @@ FramedPorts &ConfiguredPorts::others()
     return place && place->board ? static_cast<FramedPorts &>(*place->board) : m_simulated;
 }
 
-QThread &ConfiguredPorts::thread()
+PortsThread &ConfiguredPorts::thread()
 {
     if (!m_thread.isRunning()) {
         const StopSignals::Blocked blocked;

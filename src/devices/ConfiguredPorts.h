@@ -1,11 +1,10 @@
 #pragma once
 #include "devices/PortHealth.h"
 #include "devices/PortsFile.h"
+#include "devices/PortsThread.h"
 #include "devices/frames/FramedPorts.h"
 #include "devices/frames/PortFrames.h"
 #include "io/Backlog.h"
-
-#include <QThread>
 
 #include <array>
 #include <map>
@@ -78,7 +77,7 @@ private:
     void listenTo(PortHardware &hardware);
     Place *find(PortName::Kind kind, int number);
     FramedPorts &others(); // behind the ports without a device of their own
-    QThread &thread();     // of the lines
+    PortsThread &thread(); // of the lines
     void setOnline(int port, bool isOnline);
     void takeSerial(int port, const QByteArray &data);
 
@@ -86,7 +85,7 @@ private:
     const QString m_board;
     SimulatedPorts m_simulated;
     Backlog m_backlog;
-    QThread m_thread;
+    PortsThread m_thread;
     std::map<PortName, Place> m_places;
     QStringList m_problems;                       // of the file, that have been told
     std::set<int> m_offline;                      // serial ports; the others are online as far as the program knows

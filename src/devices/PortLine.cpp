@@ -2,12 +2,12 @@
 
 #include "base/Messages.h"
 #include "base/Monitor.h"
+#include "devices/PortsThread.h"
 #include "devices/SerialLine.h"
 #include "io/Backlog.h"
 
 #include <QDeadlineTimer>
 #include <QPointer>
-#include <QThread>
 
 namespace {
 constexpr int kReadTogether = 4096; // the most that is handed over at once
@@ -19,9 +19,10 @@ constexpr int kReadTogether = 4096; // the most that is handed over at once
 class PortLineWorker : public QObject, public PausableReader, public std::enable_shared_from_this<PortLineWorker>
 {
 public:
-    PortLineWorker(PortLine &owner, PortLine::Input input, Backlog &backlog)
+    PortLineWorker(PortLine &owner, PortLine::Input input, PortsThread &thread, Backlog &backlog)
         : m_port(&owner)
         , m_input(input)
+        , m_thread(thread)
         , m_backlog(backlog)
         , m_line(new SerialLine(owner.health().device(), this))
     {
@@ -93,6 +94,7 @@ private:
             if (data.isEmpty()) {
                 return;
             }
+            m_thread.heard(this);
             const bool isPausable = m_input == PortLine::Input::WhileFollowed;
             const bool isTaken = m_backlog.post(isPausable ? shared_from_this() : nullptr, data.size(),
                                                 Backlog::Kind::Request, [port = m_port, data] {
@@ -143,6 +145,7 @@ private:
 
     const QPointer<PortLine> m_port; // looked at on the main thread
     const PortLine::Input m_input;
+    PortsThread &m_thread;
     Backlog &m_backlog;
     SerialLine *m_line = nullptr;       // Qt child
     qint64 m_inLine = 0;                // bytes that it has not written
@@ -154,11 +157,11 @@ private:
     bool m_hasLost = false;
 };
 
-PortLine::PortLine(const QString &name, const QString &deviceFile, Input input, QThread &thread, Backlog &backlog,
+PortLine::PortLine(const QString &name, const QString &deviceFile, Input input, PortsThread &thread, Backlog &backlog,
                    QObject *parent)
     : QObject(parent)
     , m_health(name, deviceFile)
-    , m_worker(new PortLineWorker(*this, input, backlog), [](PortLineWorker *worker) { worker->deleteLater(); })
+    , m_worker(new PortLineWorker(*this, input, thread, backlog), [](PortLineWorker *worker) { worker->deleteLater(); })
 {
     m_worker->moveToThread(&thread);
 }

@@ -10,7 +10,7 @@
 
 class Backlog;
 class PortLineWorker;
-class QThread;
+class PortsThread;
 
 /// A serial line behind the ports, as the main thread uses it. The line itself is on the ports thread, so that a
 /// program that is busy neither keeps what it has sent nor loses what the kernel would drop. What comes in goes through
@@ -28,7 +28,7 @@ public:
     static constexpr qint64 kMostWaiting = 256 * 1024; // bytes sent and not written
 
     /// \param name  for the monitor lines, as "serial1"; the thread runs and the backlog stays until this has gone
-    PortLine(const QString &name, const QString &deviceFile, Input input, QThread &thread, Backlog &backlog,
+    PortLine(const QString &name, const QString &deviceFile, Input input, PortsThread &thread, Backlog &backlog,
              QObject *parent = nullptr);
     ~PortLine() override;
 

@@ -121,6 +121,7 @@ void SerialLine::write(const QByteArray &bytes)
 {
     if (m_port->isOpen()) {
         m_port->write(bytes);
+        m_port->flush(); // now, not when the loop comes round
     }
 }
 

@@ -7,7 +7,7 @@
 #include <QPointer>
 #include <QTimer>
 
-PortLink::PortLink(const QString &deviceFile, QThread &thread, Backlog &backlog)
+PortLink::PortLink(const QString &deviceFile, PortsThread &thread, Backlog &backlog)
     : m_line(new PortLine(QStringLiteral("portLink"), deviceFile, PortLine::Input::Always, thread, backlog, this))
     , m_stalled(new QTimer(this))
 {

@@ -18,7 +18,7 @@ class PortLink : public FramedPorts
 public:
     static constexpr int kStalledMs = 200; // a frame that gets no further for so long is none
 
-    PortLink(const QString &deviceFile, QThread &thread, Backlog &backlog);
+    PortLink(const QString &deviceFile, PortsThread &thread, Backlog &backlog);
 
     const PortHealth &health() const { return m_line->health(); }
 
